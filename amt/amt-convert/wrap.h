@@ -1,0 +1,52 @@
+// The wrapped form of a frame, spoken on the PC link and by the modem behind it: a 12-byte header in front, a checksum
+// behind. Pure functions on bytes, shared by the service and the PC station.
+//
+//   0 u32 magic (bytes AA BB CC DD)   8 u8 kind, always 2    10 two zero bytes    12 + n u32 checksum over all before it
+//   4 u32 frame length + 8            9 u8 sub-kind          12 ... the bare frame, n bytes
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+#include "amt/amt-convert/frame.h"
+
+inline constexpr std::size_t AMT_WRAP_HEAD_SIZE = 12;
+inline constexpr std::size_t AMT_WRAP_CHECKSUM_SIZE = 4;
+inline constexpr std::size_t AMT_WRAP_SIZE = AMT_WRAP_HEAD_SIZE + AMT_WRAP_CHECKSUM_SIZE;  // bytes that wrapping adds
+
+namespace amt_wrap_detail {
+constexpr std::array<std::uint32_t, 256> make_table() {
+  std::array<std::uint32_t, 256> table{};
+  for (std::uint32_t n = 0; n < table.size(); ++n) {
+    std::uint32_t value = n;
+    for (int round = 0; round < 8; ++round) value = (value & 1) != 0 ? (value >> 1) ^ 0xEDB88320u : value >> 1;
+    table[n] = value;
+  }
+  return table;
+}
+}  // namespace amt_wrap_detail
+
+// The table of the reflected CRC-32 polynomial.
+inline constexpr std::array<std::uint32_t, 256> g_tabCRC32 = amt_wrap_detail::make_table();
+static_assert(g_tabCRC32[1] == 0x77073096u && g_tabCRC32[255] == 0x2D02EF8Du);
+
+// The checksum of the wrapped form. On purpose not the standard CRC-32: it runs the reflected table through a
+// most-significant-byte-first update, starts at 0 and inverts nothing. Stations and modems compute exactly this.
+std::uint32_t amt_wrap_checksum(std::span<const std::uint8_t> bytes);
+
+// The message that tells the PC that its request arrived, sent ahead of the answer: an envelope around nothing.
+inline constexpr std::array<std::uint8_t, 16> AMT_PRE_RESPONSE = {0xAA, 0xBB, 0xCC, 0xDD, 0x08, 0x00, 0x00, 0x00,
+                                                                  0x02, 0x02, 0x00, 0x00, 0x76, 0x4A, 0xEE, 0x1D};
+
+// Whether bytes are a wrapped frame: the magic and more than 16 bytes. Nothing else is looked at on input, neither the
+// length field, nor the kind, nor the checksum.
+bool amt_is_wrapped(std::span<const std::uint8_t> bytes);
+
+// Bare frame to wrapped frame, in place. A length of 0 takes the frame's own total length. ERR_ARGUMENT, with the
+// message unchanged, when message is null, there is nothing to wrap, or the result would not fit the record.
+std::int32_t amt_wrap(amt_message_st* message);
+
+// Wrapped frame to bare frame, in place; the bytes behind the shortened data stay as they were. ERR_ARGUMENT when
+// message is null or empty, ERR_FAIL when it is no wrapped frame.
+std::int32_t amt_unwrap(amt_message_st* message);
