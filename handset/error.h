@@ -1,0 +1,17 @@
+#pragma once
+
+#include <stdexcept>
+
+namespace handset {
+
+// The phone cannot do what was asked; the text says what and why.
+struct error : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+// No sandbox can be made on this machine; the text says what is missing.
+struct sandbox_error : error {
+  using error::error;
+};
+
+}  // namespace handset
