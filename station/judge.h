@@ -1,0 +1,51 @@
+// Decides when a request is answered, and how well. Pure: items in, an exit code out.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "station/exit-code.h"
+#include "station/stream.h"
+#include "station/words.h"
+
+// What ends the wait for an answer.
+enum class station_wait_en {
+  FRAME,     // the frame with the answer's id
+  AT_FINAL,  // OK, ERROR, +CME ERROR or +CMS ERROR; or the error frame with id 0, which the phone sends for text
+  COUNT,     // so many frames and texts, whatever they are
+  NOTHING,   // nothing does
+};
+
+struct station_rule_st {
+  station_wait_en m_wait = station_wait_en::NOTHING;
+  std::uint8_t m_id = 0;    // for FRAME
+  std::size_t m_count = 0;  // for COUNT
+};
+
+// The rule for a request: a count when expect is not 0, else what kind of answer the request has.
+station_rule_st station_rule_for(const station_request_st& request, std::size_t expect);
+
+class station_judge_st {
+ public:
+  explicit station_judge_st(const station_rule_st& rule) : m_rule(rule) {}
+
+  // STATION_OK, STATION_ERROR_ANSWER or STATION_DAMAGED when the item ends the wait; none when it goes on.
+  std::optional<station_exit_en> take(const stream_item_st& item);
+  // Nothing more came: STATION_DAMAGED when the answer may be among what was damaged, else STATION_NO_ANSWER.
+  station_exit_en give_up() const { return m_has_damage ? STATION_DAMAGED : STATION_NO_ANSWER; }
+  const station_answer_st& answer() const { return m_answer; }
+
+ private:
+  std::optional<station_exit_en> take_frame(const stream_item_st& item);
+  std::optional<station_exit_en> take_text(const stream_item_st& item);
+  std::optional<station_exit_en> count(station_exit_en verdict);
+
+  station_rule_st m_rule;
+  station_answer_st m_answer;
+  station_exit_en m_worst = STATION_OK;
+  std::size_t m_seen = 0;
+  bool m_has_damage = false;
+};
+
+// What a line of AT text ends a command with: STATION_OK, STATION_ERROR_ANSWER, or none when it is no final result.
+std::optional<station_exit_en> station_at_final(const std::string& line);

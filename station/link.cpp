@@ -1,0 +1,165 @@
+#include "station/link.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+
+namespace {
+
+struct speed_st {
+  unsigned m_baud;
+  speed_t m_speed;
+};
+
+constexpr std::array<speed_st, 9> SPEEDS = {{
+    {9600, B9600},
+    {19200, B19200},
+    {38400, B38400},
+    {57600, B57600},
+    {115200, B115200},
+    {230400, B230400},
+    {460800, B460800},
+    {921600, B921600},
+    {3000000, B3000000},
+}};
+
+const speed_st* find_speed(unsigned baud) {
+  const auto* row = std::ranges::find(SPEEDS, baud, &speed_st::m_baud);
+  return row == SPEEDS.end() ? nullptr : row;
+}
+
+// For poll: how long until the deadline, rounded up so that a wait never ends early.
+int milliseconds_until(station_time deadline) {
+  if (deadline == station_time::max()) return -1;
+  const auto left = deadline - std::chrono::steady_clock::now();
+  if (left <= left.zero()) return 0;
+  return static_cast<int>(std::min<std::int64_t>(std::chrono::ceil<std::chrono::milliseconds>(left).count(), INT_MAX));
+}
+
+bool is_later(int error_number) {
+  return error_number == EAGAIN || error_number == EINTR;
+}
+
+}  // namespace
+
+bool station_is_baud(unsigned baud) {
+  return find_speed(baud) != nullptr;
+}
+
+station_link_st::~station_link_st() {
+  close();
+}
+
+void station_link_st::close() {
+  if (m_fd < 0) return;
+  // A pseudo-terminal keeps the mark after the last close, and would refuse whoever comes next.
+  if (m_is_exclusive) ::ioctl(m_fd, TIOCNXCL);
+  // The line stays raw: with the echo of a fresh terminal, what the phone still sends would come back to it as
+  // requests.
+  ::close(m_fd);
+  m_fd = -1;
+  m_is_exclusive = false;
+}
+
+station_exit_en station_link_st::fail(station_exit_en code, const std::string& why) {
+  m_error = fmt::format("{}: {}", m_path, why);
+  return code;
+}
+
+station_exit_en station_link_st::gone(int error_number) {
+  return fail(STATION_PORT_GONE, error_number == 0 ? "the port went away (the other side hung up)"
+                                                   : fmt::format("the port went away ({})", strerror(error_number)));
+}
+
+station_exit_en station_link_st::open(const std::string& path, unsigned baud) {
+  close();
+  m_path = path;
+  m_fd = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+  if (m_fd < 0 && errno == EBUSY) return fail(STATION_PORT_IN_USE, "another program uses the port");
+  if (m_fd < 0) return fail(STATION_NO_PORT, strerror(errno));
+  station_exit_en result = take();
+  if (result == STATION_OK) result = set_raw(baud);
+  if (result != STATION_OK) close();
+  return result;
+}
+
+// The lock keeps other stations out, the exclusive mark every program that knows of no lock.
+station_exit_en station_link_st::take() {
+  if (::isatty(m_fd) == 0) return fail(STATION_NO_PORT, "not a terminal");
+  if (::flock(m_fd, LOCK_EX | LOCK_NB) != 0) {
+    if (errno == EWOULDBLOCK) return fail(STATION_PORT_IN_USE, "another program uses the port");
+    return fail(STATION_NO_PORT, fmt::format("cannot be locked: {}", strerror(errno)));
+  }
+  if (::ioctl(m_fd, TIOCEXCL) != 0) return fail(STATION_NO_PORT, fmt::format("cannot be taken: {}", strerror(errno)));
+  m_is_exclusive = true;
+  return STATION_OK;
+}
+
+station_exit_en station_link_st::set_raw(unsigned baud) {
+  termios line{};
+  if (::tcgetattr(m_fd, &line) != 0) return fail(STATION_NO_PORT, fmt::format("tcgetattr: {}", strerror(errno)));
+  ::cfmakeraw(&line);
+  line.c_cflag |= CLOCAL | CREAD;
+  line.c_cc[VMIN] = 1;  // a read without bytes is EAGAIN, so that a read of 0 means hung up
+  line.c_cc[VTIME] = 0;
+  if (const speed_st* speed = find_speed(baud)) ::cfsetspeed(&line, speed->m_speed);
+  if (::tcsetattr(m_fd, TCSANOW, &line) != 0)
+    return fail(STATION_NO_PORT, fmt::format("tcsetattr: {}", strerror(errno)));
+  return STATION_OK;
+}
+
+station_exit_en station_link_st::wait(short events, station_time deadline, bool* is_hung_up) {
+  for (;;) {
+    std::array<pollfd, 2> fds = {{{m_fd, events, 0}, {m_stop_fd, POLLIN, 0}}};  // a negative descriptor is left out
+    const int ready = ::poll(fds.data(), fds.size(), milliseconds_until(deadline));
+    if (ready < 0 && errno != EINTR) return gone(errno);
+    if (ready > 0 && fds[1].revents != 0) return fail(STATION_INTERRUPTED, "interrupted");
+    if (ready > 0) {
+      *is_hung_up = (fds[0].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
+      return STATION_OK;
+    }
+    if (std::chrono::steady_clock::now() >= deadline) return fail(STATION_NO_ANSWER, "no answer in the time given");
+  }
+}
+
+station_exit_en station_link_st::write_all(std::span<const std::uint8_t> bytes, station_time deadline) {
+  while (!bytes.empty()) {
+    bool is_hung_up = false;
+    const station_exit_en waited = wait(POLLOUT, deadline, &is_hung_up);
+    if (waited == STATION_NO_ANSWER) {
+      return fail(waited, fmt::format("the port did not take the last {} bytes in the time given", bytes.size()));
+    }
+    if (waited != STATION_OK) return waited;
+    const ssize_t count = ::write(m_fd, bytes.data(), bytes.size());
+    if (count < 0 && (!is_later(errno) || is_hung_up)) return gone(errno);
+    if (count > 0) bytes = bytes.subspan(static_cast<std::size_t>(count));
+  }
+  return STATION_OK;
+}
+
+station_exit_en station_link_st::read_some(std::span<std::uint8_t> room, station_time deadline, std::size_t* count) {
+  *count = 0;
+  for (;;) {
+    bool is_hung_up = false;
+    const station_exit_en waited = wait(POLLIN, deadline, &is_hung_up);
+    if (waited != STATION_OK) return waited;
+    const ssize_t got = ::read(m_fd, room.data(), room.size());
+    if (got > 0) {
+      *count = static_cast<std::size_t>(got);
+      return STATION_OK;
+    }
+    if (got == 0) return gone(0);
+    if (!is_later(errno)) return gone(errno);
+    if (is_hung_up) return gone(0);
+  }
+}

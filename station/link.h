@@ -1,0 +1,52 @@
+// The station's end of the serial line: one port, held for this process alone, raw, with a deadline on every wait.
+// Results are exit codes, because each failure here is the end of a run; error() says what happened in words.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "station/exit-code.h"
+
+using station_time = std::chrono::steady_clock::time_point;
+
+class station_link_st {
+ public:
+  station_link_st() = default;
+  ~station_link_st();
+  station_link_st(const station_link_st&) = delete;
+  station_link_st& operator=(const station_link_st&) = delete;
+
+  // Opens the terminal at path and takes it for this process alone. baud 0 leaves the speed as it is.
+  // STATION_OK, STATION_NO_PORT or STATION_PORT_IN_USE.
+  station_exit_en open(const std::string& path, unsigned baud = 0);
+  void close();
+
+  // Every wait ends with STATION_INTERRUPTED as soon as the descriptor is readable. Borrowed; -1 for none.
+  void set_stop_fd(int fd) { m_stop_fd = fd; }
+
+  // Writes all of it, or says why not: STATION_NO_ANSWER at the deadline, STATION_PORT_GONE, STATION_INTERRUPTED.
+  station_exit_en write_all(std::span<const std::uint8_t> bytes, station_time deadline);
+
+  // Waits for bytes and reads what there is, at least one: *count tells how many. Results as of write_all.
+  station_exit_en read_some(std::span<std::uint8_t> room, station_time deadline, std::size_t* count);
+
+  const std::string& error() const { return m_error; }
+
+ private:
+  station_exit_en fail(station_exit_en code, const std::string& why);
+  station_exit_en gone(int error_number);
+  station_exit_en wait(short events, station_time deadline, bool* is_hung_up);
+  station_exit_en take();
+  station_exit_en set_raw(unsigned baud);
+
+  std::string m_path;
+  std::string m_error;
+  int m_fd = -1;
+  int m_stop_fd = -1;
+  bool m_is_exclusive = false;
+};
+
+// Whether the number is a speed that a serial line can have.
+bool station_is_baud(unsigned baud);

@@ -1,0 +1,35 @@
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+
+#include "station/command-line.h"
+
+namespace {
+
+// Colour helps people; a file, a pipe and who asked for none get plain text.
+bool wants_color() {
+  const char* no_color = std::getenv("NO_COLOR");
+  const char* terminal = std::getenv("TERM");
+  if (no_color != nullptr && *no_color != '\0') return false;
+  return ::isatty(STDOUT_FILENO) != 0 && (terminal == nullptr || std::strcmp(terminal, "dumb") != 0);
+}
+
+// A run that is interrupted gives the port back before it ends, so the signals arrive as something to read.
+int open_signal_fd() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, number);
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+  return ::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const station_io_st io{&std::cout, &std::cerr, wants_color(), open_signal_fd()};
+  return station_run({argv + 1, argv + argc}, io);
+}

@@ -1,0 +1,248 @@
+#include "station/render.h"
+
+#include <fmt/chrono.h>
+#include <fmt/color.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <ctime>
+#include <nlohmann/json.hpp>
+#include <string_view>
+#include <vector>
+
+#include "amt/amt-handle/channel/command-names.h"
+
+namespace {
+
+using json = nlohmann::ordered_json;
+using bytes_view = std::span<const std::uint8_t>;
+
+constexpr std::size_t LINE_VALUE_LIMIT = 64;  // bytes of a value that a line shows
+
+// A frame as far as it can be read.
+struct decoded_st {
+  std::uint8_t m_id = 0;
+  std::vector<amt_atom_st> m_atoms;
+  std::size_t m_rest = 0;  // bytes behind the last atom that are none
+};
+
+// Fills a codec frame with the payload, and the view of it that people read. The atoms point into the frame.
+decoded_st decode(bytes_view payload, amt_frame_st* frame) {
+  frame->fill(0);
+  std::ranges::copy(payload, frame->begin());
+  decoded_st decoded;
+  decoded.m_id = amt_frame_command_id(frame);
+  std::size_t at = AMT_FRAME_HEAD_SIZE;
+  while (at + AMT_ATOM_HEAD_SIZE <= payload.size()) {
+    auto atom = amt_frame_atom_at(frame, at);
+    if (!atom) break;
+    const std::size_t value_at = at + AMT_ATOM_HEAD_SIZE;
+    atom->m_value =
+        bytes_view{*frame}.subspan(value_at, std::min<std::size_t>(atom->m_length, payload.size() - value_at));
+    decoded.m_atoms.push_back(*atom);
+    at = value_at + atom->m_value.size();
+  }
+  decoded.m_rest = payload.size() - at;
+  return decoded;
+}
+
+bool is_cut(const amt_atom_st& atom) {
+  return atom.m_value.size() < atom.m_length;
+}
+
+const char* type_name(const amt_atom_st& atom) {
+  static constexpr std::array<const char*, 5> NAMES = {"?", "int", "str", "bytes", "flag"};
+  return NAMES[atom.m_type < NAMES.size() ? atom.m_type : 0];
+}
+
+bool is_number(const amt_atom_st& atom) {
+  return (atom.m_type == AMT_ATOM_INT && atom.m_value.size() == 4) ||
+         (atom.m_type == AMT_ATOM_FLAG && atom.m_value.size() == 1);
+}
+
+std::uint32_t number_of(const amt_atom_st& atom) {
+  return atom.m_value.size() == 4 ? amt_read_u32(atom.m_value.data()) : atom.m_value[0];
+}
+
+std::string hex(bytes_view bytes) {
+  return fmt::format("{:02X}", fmt::join(bytes, ""));
+}
+
+// Byte strings are often padded text; then the text says more than the digits.
+bool is_mostly_text(bytes_view bytes) {
+  const auto is_plain = [](std::uint8_t byte) { return (byte >= 0x20 && byte < 0x7F) || byte == '\r' || byte == '\n'; };
+  return std::ranges::all_of(bytes, is_plain) && !stream_line(bytes).empty();
+}
+
+std::string value_text(const amt_atom_st& atom) {
+  if (is_number(atom)) {
+    const std::uint32_t number = number_of(atom);
+    // Result codes are signed.
+    return number > INT32_MAX ? fmt::format("{} ({})", number, static_cast<std::int32_t>(number))
+                              : fmt::format("{}", number);
+  }
+  const bytes_view shown = atom.m_value.first(std::min(atom.m_value.size(), LINE_VALUE_LIMIT));
+  const bool is_string = atom.m_type == AMT_ATOM_STRING;
+  std::string text = is_string ? station_quote({std::string(shown.begin(), shown.end())}) : hex(shown);
+  if (shown.size() < atom.m_value.size()) text += fmt::format("... ({} bytes)", atom.m_value.size());
+  if (!is_string && is_mostly_text(shown)) text += fmt::format(" {}", station_quote(stream_line(shown)));
+  return text;
+}
+
+std::string atom_text(const amt_atom_st& atom) {
+  std::string text = fmt::format(" {}:{}={}", atom.m_id, type_name(atom), value_text(atom));
+  if (is_cut(atom)) text += fmt::format(" (cut: {} of {} bytes)", atom.m_value.size(), atom.m_length);
+  return text;
+}
+
+const char* fault_text(stream_fault_en fault) {
+  static constexpr std::array<const char*, 5> TEXTS = {"", "bad checksum", "bad length", "bad frame head",
+                                                       "incomplete"};
+  return TEXTS[static_cast<std::size_t>(fault)];
+}
+
+std::string frame_text(const stream_item_st& item) {
+  const char* fault = fault_text(item.m_fault);
+  std::string text = *fault == '\0' ? "frame" : fmt::format("frame, {}:", fault);
+  const bytes_view payload = stream_payload(item);
+  if (payload.empty()) return fmt::format("{} {} bytes {}", text, item.m_bytes.size(), hex(item.m_bytes));
+  amt_frame_st frame;
+  const decoded_st decoded = decode(payload, &frame);
+  text += fmt::format(" {} (0x{:02X}) {}", decoded.m_id, decoded.m_id, amt_command_name(decoded.m_id));
+  for (const auto& atom : decoded.m_atoms) text += atom_text(atom);
+  if (decoded.m_rest != 0) text += fmt::format(" + {} bytes that are no atom", decoded.m_rest);
+  return text;
+}
+
+std::string noise_text(const stream_item_st& item) {
+  const bytes_view shown = item.m_bytes.first(std::min(item.m_bytes.size(), LINE_VALUE_LIMIT));
+  return fmt::format("noise, {} bytes {}{}", item.m_bytes.size(), hex(shown),
+                     shown.size() < item.m_bytes.size() ? "..." : "");
+}
+
+// A received line is shown as it reads; what is sent is shown with its line end, which decides what the phone does.
+std::string line_text(const station_entry_st& entry) {
+  const bytes_view bytes = entry.m_item.m_bytes;
+  return entry.m_is_sent ? station_quote(std::string(bytes.begin(), bytes.end())) : stream_line(bytes);
+}
+
+std::string item_text(const station_entry_st& entry) {
+  switch (entry.m_item.m_kind) {
+    case stream_kind_en::FRAME:
+      return frame_text(entry.m_item);
+    case stream_kind_en::PRE_RESPONSE:
+      return "pre-response";
+    case stream_kind_en::TEXT:
+      return fmt::format("text {}", line_text(entry));
+    case stream_kind_en::NOISE:
+      break;
+  }
+  return noise_text(entry.m_item);
+}
+
+std::string dump(bytes_view bytes) {
+  constexpr std::size_t ROW = 16;
+  std::string text;
+  for (std::size_t at = 0; at < bytes.size(); at += ROW) {
+    const bytes_view row = bytes.subspan(at, std::min(ROW, bytes.size() - at));
+    std::string ascii;
+    for (const std::uint8_t byte : row) ascii += byte >= 0x20 && byte < 0x7F ? static_cast<char>(byte) : '.';
+    text += fmt::format("\n    {:04X}  {:<47}  |{}|", at, fmt::format("{:02X}", fmt::join(row, " ")), ascii);
+  }
+  return text;
+}
+
+unsigned milliseconds_of(std::chrono::system_clock::time_point time) {
+  const auto since = std::chrono::floor<std::chrono::milliseconds>(time.time_since_epoch());
+  return static_cast<unsigned>((since - std::chrono::floor<std::chrono::seconds>(since)).count());
+}
+
+std::tm calendar(std::chrono::system_clock::time_point time, bool is_utc) {
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(std::chrono::floor<std::chrono::seconds>(time));
+  std::tm broken{};
+  if (is_utc) {
+    gmtime_r(&seconds, &broken);
+  } else {
+    localtime_r(&seconds, &broken);
+  }
+  return broken;
+}
+
+fmt::text_style color_of(const station_entry_st& entry) {
+  if (entry.m_item.m_fault != stream_fault_en::NONE) return fmt::fg(fmt::terminal_color::red);
+  if (entry.m_is_sent) return fmt::fg(fmt::terminal_color::cyan);
+  const bool is_answer = entry.m_item.m_kind == stream_kind_en::FRAME || entry.m_item.m_kind == stream_kind_en::TEXT;
+  return fmt::fg(is_answer ? fmt::terminal_color::green : fmt::terminal_color::yellow);
+}
+
+json atom_json(const amt_atom_st& atom) {
+  json object = {{"id", atom.m_id}, {"type", type_name(atom)}};
+  if (is_number(atom)) {
+    object["value"] = number_of(atom);
+  } else if (atom.m_type == AMT_ATOM_STRING) {
+    object["value"] = std::string(atom.m_value.begin(), atom.m_value.end());
+  } else {
+    object["value"] = hex(atom.m_value);
+  }
+  if (is_cut(atom)) object["length"] = atom.m_length;
+  return object;
+}
+
+void add_frame_json(const stream_item_st& item, json* object) {
+  if (item.m_fault != stream_fault_en::NONE) (*object)["fault"] = fault_text(item.m_fault);
+  const bytes_view payload = stream_payload(item);
+  if (payload.empty()) return;
+  amt_frame_st frame;
+  const decoded_st decoded = decode(payload, &frame);
+  (*object)["id"] = decoded.m_id;
+  (*object)["name"] = amt_command_name(decoded.m_id);
+  (*object)["atoms"] = json::array();
+  for (const auto& atom : decoded.m_atoms) (*object)["atoms"].push_back(atom_json(atom));
+  if (decoded.m_rest != 0) (*object)["rest"] = decoded.m_rest;
+}
+
+const char* kind_name(stream_kind_en kind) {
+  static constexpr std::array<const char*, 4> NAMES = {"frame", "pre-response", "text", "noise"};
+  return NAMES[static_cast<std::size_t>(kind)];
+}
+
+}  // namespace
+
+std::string station_quote(std::string_view text) {
+  std::string quoted = "\"";
+  for (const char character : text) {
+    const auto byte = static_cast<std::uint8_t>(character);
+    if (character == '\r') {
+      quoted += "\\r";
+    } else if (character == '\n') {
+      quoted += "\\n";
+    } else if (character == '"' || character == '\\') {
+      quoted += {'\\', character};
+    } else if (byte < 0x20 || byte >= 0x7F) {
+      quoted += fmt::format("\\x{:02X}", byte);
+    } else {
+      quoted += character;
+    }
+  }
+  return quoted + '"';
+}
+
+std::string station_render_text(const station_entry_st& entry, const station_style_st& style) {
+  std::string line = fmt::format("{} {}", entry.m_is_sent ? "->" : "<-", item_text(entry));
+  if (style.m_color) line = fmt::format(color_of(entry), "{}", line);
+  const std::string dumped = style.m_hex ? dump(entry.m_item.m_bytes) : std::string();
+  return fmt::format("{:%H:%M:%S}.{:03} {}{}", calendar(entry.m_time, false), milliseconds_of(entry.m_time), line,
+                     dumped);
+}
+
+std::string station_render_json(const station_entry_st& entry) {
+  json object = {
+      {"time", fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:03}Z", calendar(entry.m_time, true), milliseconds_of(entry.m_time))},
+      {"direction", entry.m_is_sent ? "sent" : "received"},
+      {"kind", kind_name(entry.m_item.m_kind)}};
+  if (entry.m_item.m_kind == stream_kind_en::FRAME) add_frame_json(entry.m_item, &object);
+  if (entry.m_item.m_kind == stream_kind_en::TEXT) object["text"] = stream_line(entry.m_item.m_bytes);
+  object["hex"] = hex(entry.m_item.m_bytes);
+  // A value from the wire need not be UTF-8; what is not shows as U+FFFD here, and as it came in "hex".
+  return object.dump(-1, ' ', false, json::error_handler_t::replace);
+}

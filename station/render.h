@@ -1,0 +1,31 @@
+// What was sent and received, for people (one line, and a dump below it when asked) and for programs (one JSON object).
+// Pure: the time, the direction and the item come from the caller.
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <string_view>
+
+#include "station/stream.h"
+
+struct station_entry_st {
+  std::chrono::system_clock::time_point m_time;
+  bool m_is_sent;
+  stream_item_st m_item;
+};
+
+struct station_style_st {
+  bool m_color = false;
+  bool m_hex = false;  // the bytes in hexadecimal and ASCII below each line
+};
+
+// "12:00:00.250 <- frame 46 (0x2E) AMT_VERSION_RSPCMD 19:int=64 1:int=0", local time, no new-line at the end.
+// A value longer than 64 bytes is cut for the line; the dump has all of it.
+std::string station_render_text(const station_entry_st& entry, const station_style_st& style);
+
+// {"time": UTC, "direction": "sent"|"received", "kind": "frame"|"pre-response"|"text"|"noise", ...}, no new-line.
+// A frame has id, name, atoms [{id, type, value}]; a damaged one has fault; text has text; every one has hex.
+std::string station_render_json(const station_entry_st& entry);
+
+// The text in double quotes, with what is not printable escaped (\r, \n, \x07).
+std::string station_quote(std::string_view text);

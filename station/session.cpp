@@ -1,0 +1,78 @@
+#include "station/session.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+using clock = std::chrono::steady_clock;
+using chunk_st = std::array<std::uint8_t, 4096>;
+
+constexpr std::chrono::milliseconds LINE_FEED_WAIT{50};  // the LF follows its CR at once or not at all
+constexpr int EARLIER_READS = 16;                        // a line that never stops must not keep the request back
+
+bool is_blank(const stream_item_st& item) {
+  return item.m_kind == stream_kind_en::TEXT && stream_line(item.m_bytes).empty();
+}
+
+}  // namespace
+
+void station_session_st::show_earlier() {
+  const auto sink = [this](const stream_item_st& item) {
+    if (!is_blank(item)) m_show({std::chrono::system_clock::now(), false, item});
+  };
+  chunk_st chunk;
+  std::size_t count = 0;
+  for (int reads = 0; reads < EARLIER_READS; ++reads) {
+    // Whatever ends this early meets the write that follows as well, and is reported there.
+    if (m_link->read_some(chunk, clock::now(), &count) != STATION_OK) return;
+    m_splitter.feed(std::span(chunk).first(count), sink);
+  }
+}
+
+station_exit_en station_session_st::send(std::span<const std::uint8_t> bytes, bool is_frame, station_time deadline) {
+  show_earlier();
+  const station_exit_en written = m_link->write_all(bytes, deadline);
+  if (written != STATION_OK) return written;
+  const stream_kind_en kind = is_frame ? stream_kind_en::FRAME : stream_kind_en::TEXT;
+  m_show({std::chrono::system_clock::now(), true, {kind, stream_fault_en::NONE, bytes}});
+  return STATION_OK;
+}
+
+// When to stop waiting for the rest of what is held back.
+station_time station_session_st::quiet_end(std::chrono::milliseconds part_wait) const {
+  switch (m_splitter.pending()) {
+    case stream_pending_en::LINE_FEED:
+      return clock::now() + LINE_FEED_WAIT;
+    case stream_pending_en::PART:
+      return part_wait == part_wait.max() ? station_time::max() : clock::now() + part_wait;
+    case stream_pending_en::NOTHING:
+      break;
+  }
+  return station_time::max();
+}
+
+station_exit_en station_session_st::receive(station_judge_st* judge, station_time deadline,
+                                            std::chrono::milliseconds part_wait) {
+  std::optional<station_exit_en> decided;
+  const auto sink = [&](const stream_item_st& item) {
+    if (is_blank(item)) return;
+    m_show({std::chrono::system_clock::now(), false, item});
+    if (!decided) decided = judge->take(item);
+  };
+
+  chunk_st chunk;
+  while (!decided) {
+    std::size_t count = 0;
+    const station_time until = std::min(deadline, quiet_end(part_wait));
+    const station_exit_en result = m_link->read_some(chunk, until, &count);
+    m_splitter.feed(std::span(chunk).first(count), sink);
+    const bool is_quiet = result == STATION_NO_ANSWER;
+    // The clock decides, not the silence: a line that never stops has a deadline too.
+    const bool is_over = clock::now() >= deadline || (result != STATION_OK && !is_quiet);
+    if (decided || (!is_quiet && !is_over)) continue;
+    m_splitter.flush(sink);
+    if (is_over) return decided.value_or(is_quiet || result == STATION_OK ? judge->give_up() : result);
+  }
+  return *decided;
+}

@@ -1,0 +1,34 @@
+// Sends on a link and takes what comes back apart; shows every item with its time, and asks a judge when to stop.
+#pragma once
+
+#include <functional>
+#include <span>
+#include <string>
+
+#include "station/judge.h"
+#include "station/link.h"
+#include "station/render.h"
+#include "station/stream.h"
+
+using station_show = std::function<void(const station_entry_st&)>;
+
+class station_session_st {
+ public:
+  // The link is borrowed and open.
+  station_session_st(station_link_st* link, station_show show) : m_link(link), m_show(std::move(show)) {}
+
+  // Shows what lies on the line from before, so that it is not taken for the answer, and sends the request's bytes.
+  station_exit_en send(std::span<const std::uint8_t> bytes, bool is_frame, station_time deadline);
+
+  // Receives until the judge decides, the deadline passes or the link ends. A frame or line of which nothing came for
+  // part_wait is shown as it is.
+  station_exit_en receive(station_judge_st* judge, station_time deadline, std::chrono::milliseconds part_wait);
+
+ private:
+  void show_earlier();
+  station_time quiet_end(std::chrono::milliseconds part_wait) const;
+
+  station_link_st* m_link;
+  station_show m_show;
+  stream_splitter_st m_splitter;
+};
