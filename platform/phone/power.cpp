@@ -1,0 +1,7 @@
+#include "platform/power.h"
+
+#include <sys/reboot.h>
+
+int platform_power_off() {
+  return reboot(RB_POWER_OFF);
+}

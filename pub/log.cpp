@@ -1,0 +1,76 @@
+#include "pub/log.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+
+#include "pub/result.h"
+
+namespace {
+
+constexpr std::size_t DUMP_LIMIT = 250;  // keeps a line under the log's 1024 characters
+
+class errno_keeper {
+ public:
+  errno_keeper() : m_errno(errno) {}
+  ~errno_keeper() { errno = m_errno; }
+  errno_keeper(const errno_keeper&) = delete;
+  errno_keeper& operator=(const errno_keeper&) = delete;
+
+ private:
+  int m_errno;
+};
+
+}  // namespace
+
+void pub_log_line(const pub_log_module_st& module, const char* format, ...) {
+  const errno_keeper keeper;
+  va_list arguments;
+  va_start(arguments, format);
+  __android_log_vprint(ANDROID_LOG_DEBUG, module.m_tag, format, arguments);
+  va_end(arguments);
+}
+
+void pub_log_failure(const pub_log_module_st& module, int line, const char* function, std::int32_t code) {
+  if (!pub_log_enabled(module)) return;
+  pub_log_line(module, "FILE-%s, LINE-%d, FUNC-%s(), error_code=%d, errno=%d", module.m_file, line, function, code,
+               errno);
+}
+
+bool pub_log_bad_arguments(const pub_log_module_st& module, int line, const char* function,
+                           std::initializer_list<bool> bad) {
+  if (std::find(bad.begin(), bad.end(), true) == bad.end()) return false;
+  pub_log_failure(module, line, function, ERR_ARGUMENT);
+
+  char text[64];
+  std::size_t length = 0;
+  for (const bool flag : bad) {
+    if (length + 4 > sizeof text) break;
+    if (length != 0) {
+      text[length++] = ',';
+      text[length++] = ' ';
+    }
+    text[length++] = flag ? '1' : '0';
+  }
+  text[length] = '\0';
+  if (pub_log_enabled(module)) pub_log_line(module, "%s", text);
+  return true;
+}
+
+void pub_log_sys_call(const pub_log_module_st& module, const char* call) {
+  if (pub_log_enabled(module)) pub_log_line(module, "sys call: %s() failed! errno = %d", call, errno);
+}
+
+void pub_log_dump(const pub_log_module_st& module, const char* label, std::span<const std::uint8_t> bytes) {
+  if (!pub_log_enabled(module)) return;
+  static constexpr char DIGITS[] = "0123456789ABCDEF";
+  char text[2 * DUMP_LIMIT + sizeof "..."];
+  char* end = text;
+  for (const std::uint8_t byte : bytes.first(std::min(bytes.size(), DUMP_LIMIT))) {
+    *end++ = DIGITS[byte >> 4];
+    *end++ = DIGITS[byte & 15];
+  }
+  if (bytes.size() > DUMP_LIMIT) end = std::fill_n(end, 3, '.');
+  *end = '\0';
+  pub_log_line(module, "%s: (data_len = %d) -- %s", label, static_cast<int>(bytes.size()), text);
+}

@@ -1,0 +1,19 @@
+// A pseudo-terminal whose slave is reachable under a fixed path, a symbolic link (the mapping).
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+struct pub_pty_st {
+  std::atomic<int> m_ptm_fd;      // master; above 0 = open, -1 after a close
+  char m_pts_name_a[40];          // slave device, as the system names it
+  char m_pts_mapping_name_a[28];  // the link to it
+  std::int32_t m_nonblock_mode;   // non-zero: the master is switched to non-blocking mode
+};
+
+// Closes the master and removes the link. 0, the code of pub_pty_delete_mapping (the master then stays open), or -1 for
+// a null record or a master of -1: not the -101 that the log shows, callers test only for non-zero.
+std::int32_t pub_pty_close(pub_pty_st* pty);
+
+// Removes the link. 0, also when there is none; ERR_ARGUMENT for a null record; ERR_SYSTEM when it cannot be removed.
+std::int32_t pub_pty_delete_mapping(pub_pty_st* pty);

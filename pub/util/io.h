@@ -1,0 +1,60 @@
+// Opening, reading, writing, sleeping: the one place of each. Every blocking read and every sleep of the service goes
+// through here, because these are its only points at which a signal acts (see wait.cpp).
+#pragma once
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+
+// Owns a FILE; closes it at the end of its scope.
+struct pub_file_closer {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using pub_file = std::unique_ptr<std::FILE, pub_file_closer>;
+
+// Owns a descriptor; closes it at the end of its scope. -1 owns nothing.
+class pub_fd {
+ public:
+  explicit pub_fd(int fd = -1) : m_fd(fd) {}
+  ~pub_fd();
+  pub_fd(pub_fd&& other) noexcept : m_fd(other.release()) {}
+  pub_fd(const pub_fd&) = delete;
+  pub_fd& operator=(const pub_fd&) = delete;
+  int get() const { return m_fd; }
+  int release();
+
+ private:
+  int m_fd;
+};
+
+// open(2) that never makes a terminal the controlling one (its hang-up would kill the process) and never leaks the
+// descriptor into a child. -1 and errno on failure.
+int pub_util_open(const char* path, int flags);
+// fopen(3), closed on exec. Null and errno on failure.
+pub_file pub_util_fopen(const char* path, const char* mode);
+// Closes a descriptor that is greater than 0, and clears it. Other threads see it cleared before it is closed.
+void pub_util_close(std::atomic<int>& fd);
+
+// Waits for data, then reads once. Gives the count read; 0 at once when there is no room; -1 and errno on failure. A
+// terminal whose other side has hung up gives -1 with EIO, as a blocked read of one does, and not 0 for ever.
+ssize_t pub_util_read(int fd, void* buffer, std::size_t size);
+
+// One write. Gives the count written, or -1 and errno; a descriptor that is closed (below 1) gives EBADF.
+ssize_t pub_util_write(int fd, const void* data, std::size_t size);
+
+// Waits until fd can be read or written (POLLIN, POLLOUT), or the time has passed. 1 ready, 0 time-out, -1 error; a
+// negative fd is never ready.
+int pub_util_wait(int fd, short events, std::uint32_t timeout_ms);
+
+void pub_util_sleep_ms(std::uint32_t milliseconds);
+void pub_util_sleep_us(std::uint32_t microseconds);
+// Waits for signals until the process ends.
+[[noreturn]] void pub_util_sleep_forever();
+
+// Runs a command through the shell and waits for it, as system(3) does, but the command starts with no signal blocked.
+// Gives the shell's wait status, or -1 and errno.
+int pub_util_run_command(const char* command);

@@ -1,0 +1,132 @@
+#include "pub/util/process.h"
+
+#include <sched.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "pub/result.h"
+#include "pub/util/io.h"
+#include "pub/util/log-module.h"
+
+namespace {
+
+void log_open_failure(const char* path) {
+  const int error = errno;
+  LOG_LINE("Open file \"%s\" fail: %d - %s", path, error, std::strerror(error));
+}
+
+void cmd_line_path(char (&path)[32], std::int64_t pid) {
+  std::snprintf(path, sizeof path, "/proc/%ld/cmdline", static_cast<long>(pid));
+}
+
+// The pid in a pid file; false, logged, when there is none.
+bool read_pid(const char* pid_file, long& pid) {
+  const pub_file file = pub_util_fopen(pid_file, "r");
+  if (!file) {
+    log_open_failure(pid_file);
+    return false;
+  }
+  const int count = std::fscanf(file.get(), "%ld", &pid);
+  if (count == 1) return true;
+  const int error = errno;
+  LOG_LINE("fscanf() return: %d; %d - %s", count, error, std::strerror(error));
+  return false;
+}
+
+bool runs_under_name(long pid, const char* name) {
+  char path[32];
+  cmd_line_path(path, pid);
+  const pub_file file = pub_util_fopen(path, "r");
+  if (!file) {
+    log_open_failure(path);
+    return false;
+  }
+  char word[80] = "";
+  const int count = std::fscanf(file.get(), "%79s", word);
+  if (count != 1) {
+    const int error = errno;
+    LOG_LINE("fscanf() return: %d; %d - %s", count, error, std::strerror(error));
+    return false;
+  }
+  return std::strstr(word, name) != nullptr;
+}
+
+}  // namespace
+
+std::int32_t pub_util_get_cmd_line(pid_t pid, char* buffer, std::uint32_t size) {
+  LOG_ENTRY();
+  if (LOG_BAD_ARGUMENTS(buffer == nullptr, size == 0)) return ERR_ARGUMENT;
+  char path[32];
+  cmd_line_path(path, pid);
+  const pub_file file = pub_util_fopen(path, "r");
+  if (!file) {
+    LOG_FAILURE(ERR_SYSTEM);
+    log_open_failure(path);
+    return ERR_SYSTEM;
+  }
+  char word[256] = "";
+  if (std::fscanf(file.get(), "%255s", word) != 1) {
+    LOG_SYS_CALL("fscanf");
+    LOG_FAILURE(ERR_SYSTEM);
+    return ERR_SYSTEM;
+  }
+  std::snprintf(buffer, size, "%s", word);
+  return ERR_NONE;
+}
+
+std::int32_t pub_util_get_process_path(char* buffer, std::uint32_t size) {
+  LOG_ENTRY();
+  if (LOG_BAD_ARGUMENTS(buffer == nullptr, size == 0)) return ERR_ARGUMENT;
+  const std::int32_t result = pub_util_get_cmd_line(getpid(), buffer, size);
+  if (result != ERR_NONE) return result;
+  if (char* slash = std::strrchr(buffer, '/')) *slash = '\0';
+  return ERR_NONE;
+}
+
+std::int32_t pub_util_get_pid_and_check_run(const char* pid_file, const char* name, std::int32_t* is_run,
+                                            std::int64_t* pid) {
+  LOG_ENTRY();
+  if (is_run != nullptr) *is_run = 0;
+  if (pid != nullptr) *pid = 0;
+  const bool no_file = pid_file == nullptr;
+  const bool no_name = name == nullptr;
+  if (LOG_BAD_ARGUMENTS(no_file, !no_file && *pid_file == '\0', no_name, !no_name && *name == '\0', is_run == nullptr,
+                        pid == nullptr)) {
+    return ERR_ARGUMENT;
+  }
+  LOG_LINE("pub_util_get_pid_and_check_run pid_file_ptr[%s] name_ptr[%s]", pid_file, name);
+  long found = 0;
+  if (read_pid(pid_file, found) && runs_under_name(found, name)) {
+    *is_run = 1;
+    *pid = found;
+  }
+  LOG_LINE("pub_util_get_pid_and_check_run return is_run_ptr[%d] pid_ptr[%d]", *is_run, static_cast<int>(*pid));
+  return ERR_NONE;
+}
+
+void pub_util_create_pid_file(const char* name) {
+  LOG_ENTRY();
+  if (LOG_BAD_ARGUMENTS(name == nullptr)) return;
+  char command[60];
+  std::snprintf(command, 59, "echo %d > /tmp/%s.pid", getpid(), name);
+  if (pub_util_run_command(command) != 0) LOG_SYS_CALL("system");
+  LOG_LINE("PID of %s: %d", name, getpid());
+}
+
+void pub_util_raise_process_priority() {
+  LOG_ENTRY();
+  const int maximum = sched_get_priority_max(SCHED_FIFO);
+  if (maximum < 0) {
+    LOG_SYS_CALL("sched_get_priority_max");
+    LOG_FAILURE(ERR_SYSTEM);
+    return;
+  }
+  sched_param parameter = {};
+  parameter.sched_priority = maximum - 4;
+  if (sched_setscheduler(getpid(), SCHED_FIFO, &parameter) != 0) {
+    LOG_SYS_CALL("sched_setscheduler");
+    LOG_FAILURE(ERR_SYSTEM);
+  }
+}

@@ -1,0 +1,99 @@
+#include "pub/util/thread.h"
+
+#include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+#include "pub/result.h"
+#include "pub/util/io.h"
+#include "pub/util/log-module.h"
+#include "pub/util/signals.h"
+
+namespace {
+
+constexpr std::uint32_t STOP_PAUSE_MS = 10;
+
+// Marks the handle when the thread leaves, by return or by SIGUSR1, unless somebody has cleared it before.
+class ended_marker {
+ public:
+  explicit ended_marker(pub_thread_st& handle) : m_handle(handle), m_tid(gettid()) {
+    handle.m_is_ended = false;
+    handle.m_tid = m_tid;
+    handle.m_is_started = true;
+    handle.m_is_started.notify_all();
+  }
+  ~ended_marker() {
+    if (m_handle.m_tid == m_tid) m_handle.m_is_ended = true;
+  }
+  ended_marker(const ended_marker&) = delete;
+  ended_marker& operator=(const ended_marker&) = delete;
+
+ private:
+  pub_thread_st& m_handle;
+  pid_t m_tid;
+};
+
+void* run_thread(void* argument) {
+  auto& handle = *static_cast<pub_thread_st*>(argument);
+  void (*const entry)() = handle.m_entry;
+  const ended_marker marker(handle);
+  pub_util_let_thread_signal_in();
+  entry();
+  return nullptr;
+}
+
+// By thread id: unlike a pthread_t, the id of a thread that has left is safe to ask about.
+int signal_thread(pid_t tid, int signo) {
+  return syscall(SYS_tgkill, getpid(), tid, signo) == 0 ? 0 : errno;
+}
+
+}  // namespace
+
+int pub_util_start_thread(pub_thread_st& handle, void (*entry)()) {
+  handle.m_entry = entry;
+  handle.m_is_started = false;
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+  pthread_t thread;
+  const int error = pthread_create(&thread, &attributes, run_thread, &handle);
+  pthread_attr_destroy(&attributes);
+  if (error == 0) handle.m_is_started.wait(false);
+  return error;
+}
+
+void pub_util_clear_thread(pub_thread_st& handle) {
+  handle.m_tid = 0;
+}
+
+int pub_util_kill_thread(pub_thread_st* handle) {
+  LOG_ENTRY();
+  if (LOG_BAD_ARGUMENTS(handle == nullptr)) return ERR_ARGUMENT;
+  const pid_t tid = handle->m_tid;
+  if (tid == 0 || handle->m_is_ended || tid == gettid() || signal_thread(tid, 0) == ESRCH) return ERR_NONE;
+
+  const int error = signal_thread(tid, SIGUSR1);
+  if (error != 0) {
+    LOG_FAILURE(ERR_SYSTEM);
+    LOG_LINE("pthread_kill(): %d - %s", error, std::strerror(error));
+    return error;
+  }
+  pub_util_sleep_ms(STOP_PAUSE_MS);
+  pub_util_clear_thread(*handle);
+  return ERR_NONE;
+}
+
+void pub_util_handle_thread_signal(int signo) {
+  LOG_ENTRY();
+  if (signo != SIGUSR1) {
+    LOG_FAILURE(ERR_ARGUMENT);
+    LOG_LINE("unknown signal: %d", signo);
+    return;
+  }
+  LOG_LINE("thread %d will be end", gettid());
+  pthread_exit(nullptr);
+}

@@ -1,0 +1,27 @@
+// Worker threads: started detached, stopped by a signal at their next wait point, never joined.
+#pragma once
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <cstdint>
+
+// A thread handle. Trivially destructible, so that the process may end while the thread runs.
+struct pub_thread_st {
+  std::atomic<pid_t> m_tid;        // 0 = no thread
+  std::atomic<bool> m_is_ended;    // the thread has left; its id may be given to another
+  std::atomic<bool> m_is_started;  // the thread has filled in the two above
+  void (*m_entry)();
+};
+
+// Starts a detached thread and returns once the handle is filled in. 0 or the error number.
+int pub_util_start_thread(pub_thread_st& handle, void (*entry)());
+// Forgets the thread without stopping it; what a worker does with its own handle when it ends.
+void pub_util_clear_thread(pub_thread_st& handle);
+
+// Stops a thread: SIGUSR1, then 10 ms for it to leave; the handle is cleared. 0, also when there is no such thread any
+// more (the handle then stays as it is) or it is the calling thread; else the error number of the failed signal.
+int pub_util_kill_thread(pub_thread_st* handle);
+
+// The SIGUSR1 handler of every worker: leaves the thread. Any other signal is logged and the thread goes on.
+void pub_util_handle_thread_signal(int signo);
