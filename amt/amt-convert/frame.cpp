@@ -94,7 +94,9 @@ bool amt_frame_add_string(amt_frame_st* frame, std::uint8_t atom_id, const char*
   return text != nullptr && append_bytes(frame, atom_id, AMT_ATOM_STRING, text, std::strlen(text));
 }
 
-std::uint8_t amt_frame_command_id(const amt_frame_st* frame) { return frame == nullptr ? 0 : (*frame)[COMMAND_ID_AT]; }
+std::uint8_t amt_frame_command_id(const amt_frame_st* frame) {
+  return frame == nullptr ? 0 : (*frame)[COMMAND_ID_AT];
+}
 
 std::uint16_t amt_frame_total_length(const amt_frame_st* frame) {
   return frame == nullptr ? 0 : amt_read_u16(frame->data() + TOTAL_LENGTH_AT);

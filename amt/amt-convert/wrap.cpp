@@ -25,8 +25,7 @@ bool amt_is_wrapped(std::span<const std::uint8_t> bytes) {
 
 std::int32_t amt_wrap(amt_message_st* message) {
   if (message == nullptr) return ERR_ARGUMENT;
-  const std::uint32_t length =
-      message->m_buf_len != 0 ? message->m_buf_len : amt_frame_total_length(&message->m_buf_a);
+  const std::uint32_t length = message->m_buf_len != 0 ? message->m_buf_len : amt_frame_total_length(&message->m_buf_a);
   if (length == 0 || length > AMT_FRAME_SIZE - AMT_WRAP_SIZE) return ERR_ARGUMENT;
 
   std::uint8_t* bytes = message->m_buf_a.data();

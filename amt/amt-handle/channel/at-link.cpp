@@ -1,0 +1,173 @@
+#include "amt/amt-handle/channel/at-link.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/time.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <iterator>
+#include <string_view>
+
+#include "amt/amt-cfg.h"
+#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/channel/state.h"
+#include "pub/result.h"
+#include "pub/util/device.h"
+#include "pub/util/io.h"
+
+namespace {
+
+constexpr std::string_view LINK_STATUS_OFF = "AT^DLKS=0\r";
+constexpr std::string_view FINAL_OK = "\r\nOK\r\n";
+constexpr std::string_view FINAL_ERRORS[] = {"\r\nERROR\r\n", "\r\n+CME ERROR: ", "\r\n+CMS ERROR: "};
+constexpr std::uint32_t ANSWER_SECONDS = 5;
+constexpr int ANSWER_TRIES = 5;
+constexpr std::uint32_t REOPEN_TRIES = 30;
+constexpr std::uint32_t REOPEN_PAUSE_MS = 1000;
+constexpr std::uint32_t LOG_LIMIT = 1023;
+
+int printable(std::uint32_t length) {
+  return static_cast<int>(std::min(length, LOG_LIMIT));
+}
+
+bool contains(std::string_view text, std::string_view word) {
+  return text.find(word) != std::string_view::npos;
+}
+
+std::int32_t write_link_status_off(int fd) {
+  const int ready = pub_util_wait(fd, POLLOUT, ANSWER_SECONDS * 1000);
+  if (ready == 0) {
+    LOG_FAILURE(ERR_TIMEOUT);
+    LOG_LINE("wait %d seconds to write time out", static_cast<int>(ANSWER_SECONDS));
+    return ERR_TIMEOUT;
+  }
+  const ssize_t written = ready < 0 ? -1 : pub_util_write(fd, LINK_STATUS_OFF.data(), LINK_STATUS_OFF.size());
+  if (written < 0) {
+    LOG_SYS_CALL(ready < 0 ? "select" : "write");
+    LOG_FAILURE(ERR_SYSTEM);
+    return ERR_SYSTEM;
+  }
+  if (static_cast<std::size_t>(written) < LINK_STATUS_OFF.size()) {
+    LOG_WARNING("write not completed: to write(%d) != written(%d)", static_cast<int>(LINK_STATUS_OFF.size()),
+                static_cast<int>(written));
+    return ERR_INCOMPLETE;
+  }
+  return ERR_NONE;
+}
+
+// One wait and read of the answer. ERR_NOT_HANDLED: nothing final yet.
+std::int32_t read_confirmation(int fd, int index) {
+  char answer[20] = {};
+  timeval begin = {};
+  timeval end = {};
+  gettimeofday(&begin, nullptr);
+  const int ready = pub_util_wait(fd, POLLIN, ANSWER_SECONDS * 1000);
+  const ssize_t count = ready > 0 ? pub_util_read(fd, answer, sizeof answer - 2) : 0;
+  gettimeofday(&end, nullptr);
+  if (ready < 0 || count < 0) {
+    LOG_SYS_CALL(ready < 0 ? "select" : "read");
+    LOG_FAILURE(ERR_SYSTEM);
+    return ERR_SYSTEM;
+  }
+  if (contains(answer, FINAL_OK)) return ERR_NONE;
+  if (std::any_of(std::begin(FINAL_ERRORS), std::end(FINAL_ERRORS),
+                  [&answer](std::string_view error) { return contains(answer, error); })) {
+    return ERR_FAIL;
+  }
+  if (ready == 0) {
+    LOG_LINE("read time out: %ld:%ld -> %ld:%ld", begin.tv_sec, begin.tv_usec, end.tv_sec, end.tv_usec);
+  }
+  LOG_LINE("(%ld/%ld)tries. buf_a: \"%s\"", static_cast<long>(index), static_cast<long>(ANSWER_TRIES), answer);
+  return ERR_NOT_HANDLED;
+}
+
+// Repairs a link that was reset. ERR_NONE when it can be used again, whatever the modem said to the silencing.
+std::int32_t repair_link() {
+  auto& fd = g_handle_context.m_fd_at;
+  const std::int32_t result =
+      pub_util_try_to_open_device(&fd, g_amt_cfg.m_tty_at_mux_a, O_RDWR, REOPEN_TRIES, REOPEN_PAUSE_MS);
+  if (result != ERR_NONE) return result;
+  return disable_unsolicited_code(fd) == ERR_TIMEOUT ? ERR_TIMEOUT : ERR_NONE;
+}
+
+// Whether a failed transfer may be repaired: only a reset link, and only when there is a modem behind it.
+bool is_repairable(int error) {
+  return error == EIO && g_no_modem == 0;
+}
+
+ssize_t write_link(const char* text, std::uint32_t length) {
+  return pub_util_write(g_handle_context.m_fd_at, text, length);
+}
+
+// The AT link may be closed (0): that is no descriptor, not the standard input.
+ssize_t read_link(char* buffer, std::uint32_t length) {
+  const int fd = g_handle_context.m_fd_at;
+  return pub_util_read(fd < 1 ? -1 : fd, buffer, length);
+}
+
+std::int32_t finish_read(const char* buffer, ssize_t count, std::uint32_t* read_length) {
+  *read_length = static_cast<std::uint32_t>(count);
+  LOG_LINE("read_at ret_val[%d]", ERR_NONE);
+  LOG_LINE("receive <== %.*s", printable(*read_length), buffer);
+  return ERR_NONE;
+}
+
+}  // namespace
+
+std::int32_t disable_unsolicited_code(int fd) {
+  LOG_ENTRY();
+  if (LOG_BAD_ARGUMENTS_AT(636, fd < 1)) return ERR_ARGUMENT;
+  const std::int32_t sent = write_link_status_off(fd);
+  if (sent != ERR_NONE) return sent;
+  for (int index = 0; index < ANSWER_TRIES; ++index) {
+    const std::int32_t result = read_confirmation(fd, index);
+    if (result != ERR_NOT_HANDLED) return result;
+  }
+  return ERR_TIMEOUT;
+}
+
+std::int32_t write_at(const char* text, std::uint32_t length) {
+  LOG_ENTRY();
+  std::printf("[%s:L%d]write_at: %.*s\n", __func__, __LINE__, text == nullptr ? 0 : printable(length),
+              text == nullptr ? "" : text);
+  if (LOG_BAD_ARGUMENTS_AT(931, text == nullptr, length == 0)) return ERR_ARGUMENT;
+  const ssize_t written = write_link(text, length);
+  const int error = errno;
+  std::printf("[%s]write_at return:%d\n", __func__, static_cast<int>(written));
+  LOG_LINE("write_at write_len[%d]", static_cast<int>(written));
+  if (written >= 0) {
+    LOG_LINE("write_at ret_val[%d]", ERR_NONE);
+    LOG_LINE("send ==> %.*s", printable(length), text);
+    return ERR_NONE;
+  }
+  const bool is_to_repair = is_repairable(error);
+  LOG_LINE("write_at ret_val[%d]", is_to_repair ? ERR_SYSTEM : ERR_FAIL);
+  if (!is_to_repair) return ERR_FAIL;
+  const std::int32_t repaired = repair_link();
+  if (repaired != ERR_NONE) return repaired;
+  if (write_link(text, length) != static_cast<ssize_t>(length)) return ERR_FAIL;
+  LOG_LINE("send ==> %.*s", printable(length), text);
+  return ERR_NONE;
+}
+
+std::int32_t read_at(char* buffer, std::uint32_t length, std::uint32_t* read_length) {
+  LOG_ENTRY();
+  if (LOG_BAD_ARGUMENTS_AT(1045, buffer == nullptr, length == 0, read_length == nullptr)) return ERR_ARGUMENT;
+  *read_length = 0;
+  std::printf("[%s]read_at\n", __func__);
+  const ssize_t count = read_link(buffer, length);
+  const int error = errno;
+  const int shown = count > 0 ? printable(static_cast<std::uint32_t>(count)) : 0;
+  std::printf("[%s]read_at return:%.*s\n", __func__, shown, buffer);
+  LOG_LINE("read_at read_len_ptr[%d] buf_ptr[%.*s]", static_cast<int>(count), shown, buffer);
+  if (count >= 0) return finish_read(buffer, count, read_length);
+
+  if (!is_repairable(error)) return ERR_FAIL;
+  const std::int32_t repaired = repair_link();
+  if (repaired != ERR_NONE) return repaired;
+  const ssize_t again = read_link(buffer, length);
+  return again > 0 ? finish_read(buffer, again, read_length) : static_cast<std::int32_t>(ERR_FAIL);
+}

@@ -1,0 +1,47 @@
+// The context: every channel's descriptors, threads and buffers, and the request registry. One object.
+//
+// The request and response records are shared by the PC reader and the APP reader; only one of the two ever runs.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+
+#include "amt/amt-convert/frame.h"
+#include "pub/pty/pty.h"
+#include "pub/util/thread.h"
+
+enum amt_link_en : std::uint8_t { AMT_LINK_PC = 1, AMT_LINK_APP = 2 };
+
+// A request handler: the link the request came on, the request (a bare frame), the record to build the answer in.
+// 0: handled and answered. ERR_NOT_HANDLED: the modem's business. Anything else: the caller sends the error frame.
+using amt_handle_func = std::int32_t (*)(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+
+inline constexpr std::uint32_t AMT_HANDLER_COUNT = 255;  // ids 0..254; 255 can never be registered
+inline constexpr std::size_t AMT_READ_LIMIT = 4095;      // bytes read into a record: it stays zero-terminated
+
+struct handle_context_st {
+  pub_thread_st m_app_thread;
+  pub_thread_st m_pc_thread;
+  pub_thread_st m_modem_thread;
+  pub_thread_st m_usb_thread;
+  pub_pty_st m_pty_app;
+  std::atomic<int> m_fd_pc;     // PC link; 0 = closed, like the two below
+  std::atomic<int> m_fd_at;     // modem AT command link
+  std::atomic<int> m_fd_modem;  // modem data link
+  amt_message_st m_request;     // received and not yet handled
+  amt_message_st m_response;
+  amt_message_st m_request_copy;   // the PC's request, unwrapped; what frame handlers read
+  amt_message_st m_modem_receive;  // received from the modem data link
+  std::array<amt_handle_func, AMT_HANDLER_COUNT> m_handle_pc_func_a;
+  std::array<amt_handle_func, AMT_HANDLER_COUNT> m_handle_app_func_a;
+};
+
+extern handle_context_st g_handle_context;
+
+// Everything to zero. Only before any reader runs.
+void amt_handle_clear_context();
+
+inline void amt_message_clear(amt_message_st& message) {
+  message = {};
+}

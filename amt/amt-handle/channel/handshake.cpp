@@ -1,0 +1,121 @@
+#include "amt/amt-handle/channel/handshake.h"
+
+#include <cstring>
+
+#include "amt/amt-device/battery.h"
+#include "amt/amt-handle/channel/lifetime.h"
+#include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/channel/timer.h"
+#include "amt/amt-handle/pc/amt1-flag.h"
+#include "amt/amt-screen/banner.h"
+#include "pub/result.h"
+#include "pub/util/io.h"
+#include "pub/util/thread.h"
+
+namespace {
+
+constexpr std::int32_t USB_ENUM_SECONDS = 20;
+constexpr std::int32_t HANDSHAKE_SECONDS = 5;
+constexpr int FORWARDING_POLLS = 1000;
+constexpr std::uint32_t FORWARDING_POLL_US = 20;
+constexpr char USB_STATE_FILE[] = "/sys/class/android_usb/android0/state";
+
+pub_thread_st g_banner_thread;
+
+// A timer's thread may start just as the timer is deleted because its aim was reached: then there is nothing to do.
+void usb_enum_timed_out(union sigval) {
+  if (!amt_timer_expire(g_usbEnumTimer)) return;
+  LOG_LINE("usb enum timeout. time:%d seconds.", USB_ENUM_SECONDS);
+  amt_handle_exit_refused();
+}
+
+void handshake_timed_out(union sigval) {
+  if (!amt_timer_expire(g_handShakeTimer)) return;
+  LOG_LINE("timeout. time:%d seconds.", HANDSHAKE_SECONDS);
+  amt_handle_exit_refused();
+}
+
+// The modem reader may just be between forwarding and its own half: let it finish, but never keep the PC waiting.
+void wait_for_modem_half() {
+  for (int poll = 0; poll < FORWARDING_POLLS; ++poll) {
+    if (g_modem_is_forwarding == 0) return;
+    pub_util_sleep_us(FORWARDING_POLL_US);
+  }
+  LOG_LINE("index is over 1000. ");
+  g_modem_is_forwarding = 0;
+}
+
+void show_banner() {
+  amt_handle_load_image_for_handshake();
+  pub_util_clear_thread(g_banner_thread);
+}
+
+void start_banner() {
+  const int error = pub_util_start_thread(g_banner_thread, show_banner);
+  if (error != 0) {
+    pub_log_failure(k_log, 4350, "amt_handle_read_pc_loop", ERR_SYSTEM);
+    LOG_LINE("pthread_create() amt_handle_load_image_for_handshake: %d - %s", error, std::strerror(error));
+  } else {
+    LOG_LINE("pthread_create() amt_handle_load_image_for_handshake success.");
+  }
+}
+
+void complete() {
+  g_handshake_done = 1;
+  if (!amt_timer_delete(g_handShakeTimer)) return;  // too late by a hair: the timer's action is ending the service
+  LOG_LINE("handshake success.");
+  start_banner();
+  const std::int32_t charge = g_amt_mode == AMT_MODE_AMT4 ? 1 : 0;
+  const std::int32_t result = amt_usb_charge_ctrl(charge);
+  LOG_LINE("call amt_usb_charge_ctrl. return:%d, current amt mode:%d, usb_charge_mode:%d.", result,
+           std::int32_t{g_amt_mode}, charge);
+}
+
+void look_for_configured_usb() {
+  char state[AMT_CONTENT_SIZE];
+  if (amt_read_data_from_file(state, USB_STATE_FILE) != ERR_NONE) return;
+  LOG_LINE("readed success from file(%s). value: %s.", USB_STATE_FILE, state);
+  if (std::strstr(state, "CONFIGURED") != nullptr) amt_handshake_usb_configured();
+}
+
+}  // namespace
+
+void amt_handshake_reset() {
+  g_handshake_done = 0;
+  g_usb_enumerated = 0;
+  g_handShakeTimer.m_id = AMT_NO_TIMER;
+  g_usbEnumTimer.m_id = AMT_NO_TIMER;
+}
+
+void amt_handshake_start_usb_timer() {
+  amt_timer_create(g_usbEnumTimer, usb_enum_timed_out);
+  amt_timer_set(g_usbEnumTimer, USB_ENUM_SECONDS * 1000);
+}
+
+void amt_handshake_pc_spoke() {
+  if (g_handshake_done == 0) wait_for_modem_half();
+  if (g_usb_enumerated == 0) amt_handshake_usb_configured();
+  if (g_handshake_done == 0 && g_handShakeTimer.m_id != AMT_NO_TIMER) complete();
+}
+
+void amt_handshake_modem_spoke() {
+  if (g_handshake_done == 0) g_modem_is_forwarding = 1;
+  if (g_usb_enumerated == 0) look_for_configured_usb();
+  // The timer is looked at before the flag: who sees it deleted by a completed handshake sees the flag set as well.
+  if (g_usb_enumerated != 0 && g_handShakeTimer.m_id == AMT_NO_TIMER && g_handshake_done == 0) {
+    LOG_LINE("will create timer.");
+    amt_timer_create(g_handShakeTimer, handshake_timed_out);
+    amt_timer_set(g_handShakeTimer, HANDSHAKE_SECONDS * 1000);
+  }
+  g_modem_is_forwarding = 0;
+}
+
+void amt_handshake_usb_configured() {
+  amt_timer_delete(g_usbEnumTimer);
+  g_usb_enumerated = 1;
+}
+
+void amt_handshake_usb_disconnected() {
+  g_usb_enumerated = 0;
+}

@@ -1,0 +1,16 @@
+// The handshake of a start on USB insertion (-u), both halves. It succeeds when the PC sends anything within 5 seconds
+// of the first modem output that was forwarded to it over an enumerated USB link; else a timer ends the service.
+#pragma once
+
+// Forgets everything: the start of an admission.
+void amt_handshake_reset();
+// Arms the 20 seconds within which the USB link must be enumerated.
+void amt_handshake_start_usb_timer();
+
+// The PC has sent something.
+void amt_handshake_pc_spoke();
+// A block of modem output has gone to the PC.
+void amt_handshake_modem_spoke();
+// The kernel reported the USB gadget configured, or disconnected.
+void amt_handshake_usb_configured();
+void amt_handshake_usb_disconnected();

@@ -1,0 +1,82 @@
+#include "amt/amt-handle/channel/lifetime.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+
+#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/channel/timer.h"
+#include "amt/amt-handle/pc/amt1-flag.h"
+#include "pub/util/io.h"
+#include "pub/util/signals.h"
+
+namespace {
+
+std::atomic<bool> g_is_ending;       // a thread has taken the end of the process upon itself
+std::atomic<bool> g_is_deinit_done;  // the tear-down has been run, or runs
+std::atomic<bool> g_is_refusal_reported;
+
+void report_refusal_once() {
+  if (!g_is_refusal_reported.exchange(true)) amt_set_handshake_permission();
+}
+
+void stop_thread(pub_thread_st& thread) {
+  if (thread.m_tid == 0) return;
+  pub_util_kill_thread(&thread);
+  pub_util_clear_thread(thread);
+}
+
+// The calling thread ends the process: it alone goes on, and nothing may stop it half-way.
+void take_the_end() {
+  if (g_is_ending.exchange(true)) pub_util_sleep_forever();
+  pub_util_keep_signals_out();
+}
+
+}  // namespace
+
+void amt_deinit_resource() {
+  if (!g_is_deinit_done.exchange(true)) amt_handle_deinit();
+}
+
+std::int32_t amt_handle_deinit() {
+  g_is_deinit_done = true;
+  LOG_ENTRY();
+  auto& context = g_handle_context;
+  stop_thread(context.m_modem_thread);
+  stop_thread(context.m_pc_thread);
+  stop_thread(context.m_usb_thread);
+  stop_thread(context.m_app_thread);
+  const std::int32_t result = pub_pty_close(&context.m_pty_app);
+  pub_util_close(context.m_fd_pc);
+  pub_util_close(context.m_fd_at);
+  pub_util_close(context.m_fd_modem);
+  amt_timer_delete(g_usbEnumTimer);
+  amt_timer_delete(g_handShakeTimer);
+  if (g_usb_activate != 0) report_refusal_once();
+  return result;
+}
+
+void amt_handle_end_service(int status) {
+  take_the_end();
+  amt_deinit_resource();
+  std::exit(status);
+}
+
+void signal_treatment(int signo) {
+  LOG_ENTRY();
+  LOG_LINE("receive signal: %d - %s", signo, pub_util_signal_name(signo));
+  LOG_ENTRY_OF("amt_deinit_resource");
+  amt_handle_end_service(EXIT_SUCCESS);
+}
+
+void amt_handle_exit_refused() {
+  report_refusal_once();
+  amt_timer_delete(g_usbEnumTimer);
+  amt_timer_delete(g_handShakeTimer);
+  kill(getpid(), SIGTERM);
+  pub_util_sleep_ms(0);  // the signal acts here, before the caller goes on as if its start had only failed
+}

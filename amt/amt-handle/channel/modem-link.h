@@ -1,0 +1,8 @@
+// The modem data link: everything the modem says goes to the PC unchanged.
+#pragma once
+
+// Whether the modem data device is a real UART ("/dev/ttyS..."), whose line speed is set.
+bool amt_modem_is_uart();
+
+// Thread entry of the data link's reader. Its end is the end of the service.
+void amt_handle_read_modem_loop();

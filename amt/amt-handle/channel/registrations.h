@@ -1,0 +1,16 @@
+// The list of every handler that the service registers.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "amt/amt-handle/channel/handle-context.h"
+
+struct amt_registration_st {
+  amt_link_en m_link;
+  std::uint8_t m_request_id;
+  amt_handle_func m_handler;
+};
+
+// In the order in which they are registered.
+std::span<const amt_registration_st> amt_handle_registrations();

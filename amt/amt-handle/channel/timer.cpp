@@ -1,0 +1,103 @@
+#include "amt/amt-handle/channel/timer.h"
+
+#include <signal.h>
+
+#include <cerrno>
+#include <cstring>
+#include <semaphore>
+
+#include "amt/amt-handle/channel/log-module.h"
+#include "pub/result.h"
+
+amt_timer_st g_usbEnumTimer;
+amt_timer_st g_handShakeTimer;
+
+namespace {
+
+constexpr int EXPIRY_VALUE = 111;
+
+// The one lock of the service. There is no wait point inside it, so no thread is ever stopped while it holds it; it is
+// never destroyed, because a timer's thread may ask for it while the process ends.
+std::binary_semaphore g_timer_lock(1);
+
+class timer_lock_guard {
+ public:
+  timer_lock_guard() { g_timer_lock.acquire(); }
+  ~timer_lock_guard() { g_timer_lock.release(); }
+  timer_lock_guard(const timer_lock_guard&) = delete;
+  timer_lock_guard& operator=(const timer_lock_guard&) = delete;
+};
+
+// timer_t is a pointer or a number, depending on the C library; a handle holds its bits.
+static_assert(sizeof(timer_t) <= sizeof(std::int64_t));
+
+std::int64_t to_handle(timer_t id) {
+  std::int64_t handle = 0;
+  std::memcpy(&handle, &id, sizeof id);
+  return handle;
+}
+
+timer_t to_id(std::int64_t handle) {
+  timer_t id;
+  std::memcpy(&id, &handle, sizeof id);
+  return id;
+}
+
+int printable(std::int64_t handle) {
+  return static_cast<int>(handle);
+}
+
+}  // namespace
+
+void amt_timer_create(amt_timer_st& timer, amt_timer_action action) {
+  if (timer.m_id != AMT_NO_TIMER) amt_timer_delete(timer);
+  sigevent event = {};
+  event.sigev_notify = SIGEV_THREAD;
+  event.sigev_signo = SIGRTMIN;
+  event.sigev_value.sival_int = EXPIRY_VALUE;
+  event.sigev_notify_function = action;
+  timer_t id;
+  if (timer_create(CLOCK_REALTIME, &event, &id) != 0) {
+    const int error = errno;
+    LOG_FAILURE(ERR_SYSTEM);
+    LOG_LINE("timer_create, error: %d - %s", error, std::strerror(error));
+    return;
+  }
+  timer.m_is_expired = false;
+  timer.m_id = to_handle(id);
+  LOG_LINE("createTimer success, timerId[%d]", printable(timer.m_id));
+}
+
+void amt_timer_set(amt_timer_st& timer, std::int32_t milliseconds) {
+  const std::int64_t handle = timer.m_id;
+  if (handle == AMT_NO_TIMER) {
+    LOG_LINE("invalid parameter.timerId:%d; timeMSec:%d.", printable(handle), milliseconds);
+    return;
+  }
+  itimerspec once = {};
+  once.it_value = {milliseconds / 1000, (milliseconds % 1000) * 1000000L};
+  if (timer_settime(to_id(handle), 0, &once, nullptr) != 0) {
+    const int error = errno;
+    LOG_LINE("timer_settime errorr: %d - %s", error, std::strerror(error));
+  }
+  LOG_LINE("setTimer success, timerId[%d], timeMSec:%d. ", printable(handle), milliseconds);
+}
+
+bool amt_timer_delete(amt_timer_st& timer) {
+  const timer_lock_guard guard;
+  const std::int64_t handle = timer.m_id;
+  if (handle != AMT_NO_TIMER) {
+    LOG_LINE("delete timer.timerId:%d.", printable(handle));
+    timer_delete(to_id(handle));
+    timer.m_id = AMT_NO_TIMER;
+  }
+  LOG_LINE("deleteTimer success, timerId[%d]", printable(timer.m_id));
+  return handle != AMT_NO_TIMER && !timer.m_is_expired;
+}
+
+bool amt_timer_expire(amt_timer_st& timer) {
+  const timer_lock_guard guard;
+  if (timer.m_id == AMT_NO_TIMER) return false;
+  timer.m_is_expired = true;
+  return true;
+}

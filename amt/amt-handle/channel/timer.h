@@ -1,0 +1,28 @@
+// One-shot timers whose expiry runs an action on a thread of its own.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <csignal>
+
+inline constexpr std::int64_t AMT_NO_TIMER = -1;
+
+// -1 = no timer. Any other value, negative ones included, is the system's.
+struct amt_timer_st {
+  std::atomic<std::int64_t> m_id{AMT_NO_TIMER};
+  bool m_is_expired = false;  // under the timer lock
+};
+
+extern amt_timer_st g_usbEnumTimer;    // 20 s for the USB link to be enumerated
+extern amt_timer_st g_handShakeTimer;  // 5 s for the PC to answer the first modem output
+
+using amt_timer_action = void (*)(union sigval);
+
+// Creates the timer, deleting an existing one first.
+void amt_timer_create(amt_timer_st& timer, amt_timer_action action);
+// Arms it once.
+void amt_timer_set(amt_timer_st& timer, std::int32_t milliseconds);
+// Deletes it, under the timer lock. True when that came before its expiry: the action then does nothing.
+bool amt_timer_delete(amt_timer_st& timer);
+// What an action asks first, under the timer lock: false when the timer was deleted just as it expired.
+bool amt_timer_expire(amt_timer_st& timer);

@@ -1,0 +1,13 @@
+// Version queries: request 45, answered by 46.
+#pragma once
+
+#include <cstdint>
+
+#include "amt/amt-handle/channel/handle-context.h"
+
+// The name of a module code, "(undefined)" for an unknown one.
+const char* amt_get_module_name(std::uint32_t module);
+
+// PC request 45. It sends the pre-response itself, for the modules it answers. ERR_NOT_HANDLED, with nothing sent, for
+// the two that the modem knows; ERR_FAIL for unknown ones.
+std::int32_t handle_amt_pc_req_version(std::uint8_t link, amt_message_st* request, amt_message_st* response);

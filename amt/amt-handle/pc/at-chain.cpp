@@ -1,0 +1,28 @@
+#include "amt/amt-handle/pc/at-chain.h"
+
+#include "amt/amt-handle/pc/amt1-flag.h"
+#include "amt/amt-handle/pc/boot-download.h"
+#include "amt/amt-handle/pc/software-version.h"
+#include "pub/result.h"
+
+namespace {
+
+// A link gives ERR_NOT_HANDLED when the text does not hold its command. The order decides which command is answered
+// when a text holds several.
+using at_link = std::int32_t (*)();
+constexpr at_link AT_CHAIN[] = {
+    handle_amt_sw_version_at,            // AT^DSVER\r
+    handle_amt_power_off_at,             // AT^DAMTOFF\r
+    handle_amt_not_permit_handshake_at,  // AT^DAMT1=
+    handle_amt_boot_dl_fin_read_at,      // AT^DBOOTDLFIN
+};
+
+}  // namespace
+
+std::int32_t handle_amt_pc_req_at() {
+  for (const at_link link : AT_CHAIN) {
+    const std::int32_t result = link();
+    if (result != ERR_NOT_HANDLED) return result;
+  }
+  return ERR_NOT_HANDLED;
+}

@@ -1,0 +1,116 @@
+#include "amt/amt-handle/pc/dispatch.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "amt/amt-cfg.h"
+#include "amt/amt-convert/amt-convert.h"
+#include "amt/amt-handle/channel/command-names.h"
+#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/channel/modem-link.h"
+#include "amt/amt-handle/channel/registry.h"
+#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/modem/version.h"
+#include "amt/amt-handle/pc/at-chain.h"
+#include "amt/amt-handle/pc/capture.h"
+#include "pub/result.h"
+#include "pub/util/device.h"
+#include "pub/util/io.h"
+
+namespace {
+
+constexpr std::uint8_t AT_TEXT_ID = 255;  // stands for the command id of a block that is no frame
+constexpr std::uint32_t REOPEN_TRIES = 60;
+constexpr std::uint32_t REOPEN_PAUSE_MS = 1000;
+constexpr std::uint32_t FAILED_WRITE_PAUSE_MS = 20;
+
+// Handlers that decide themselves whether the PC gets the pre-response.
+constexpr amt_handle_func WITHOUT_PRE_RESPONSE[] = {handle_amt_pc_req_version};
+
+// Unwraps a copy of the block. The command id of the frame, or 255 for AT text.
+std::uint8_t take_frame() {
+  auto& context = g_handle_context;
+  context.m_request_copy = context.m_request;
+  if (amt_convert_pc_2_app(&context.m_request_copy) != ERR_NONE) return AT_TEXT_ID;
+
+  const std::uint8_t id = amt_frame_command_id(&context.m_request_copy.m_buf_a);
+  LOG_LINE("receive command id: %d(0x%02X) - %s", id, id, amt_command_name(id));
+  if (g_amt_mode != AMT_MODE_AMT1) {
+    g_amt_mode = AMT_MODE_AMT1;
+    LOG_LINE("mark to enter amt1");
+  }
+  return id;
+}
+
+std::int32_t run_frame_handler(std::uint8_t id) {
+  auto& context = g_handle_context;
+  const amt_handle_func handler = id < AMT_HANDLER_COUNT ? context.m_handle_pc_func_a[id] : nullptr;
+  if (handler == nullptr) {
+    LOG_LINE("handle_context_st.m_handle_pc_func_a[%d] =%p", id, static_cast<void*>(nullptr));
+    return ERR_NOT_HANDLED;
+  }
+  if (std::find(std::begin(WITHOUT_PRE_RESPONSE), std::end(WITHOUT_PRE_RESPONSE), handler) ==
+      std::end(WITHOUT_PRE_RESPONSE)) {
+    amt_handle_send_pre_rsp_for_pc(AMT_LINK_PC, &context.m_response);
+  }
+  return handler(AMT_LINK_PC, &context.m_request_copy, &context.m_response);
+}
+
+// The modem's device was reset: open it anew. The block is lost, its sender has to repeat it.
+std::int32_t reopen_modem() {
+  auto& fd = g_handle_context.m_fd_modem;
+  const std::int32_t result =
+      pub_util_try_to_reopen_device(&fd, g_amt_cfg.m_tty_modem_a, O_RDWR, REOPEN_TRIES, REOPEN_PAUSE_MS);
+  LOG_LINE("pub_util_try_to_open_device, handle_context_st.m_fd_modem  = %d, amt_cfg_st.m_tty_modem_a = %s\n",
+           fd.load(), g_amt_cfg.m_tty_modem_a);
+  if (fd > 0 && amt_modem_is_uart()) pub_util_set_serial_dev_attr(fd, g_amt_cfg.m_modem_uart_amt_baudrate);
+  return result;
+}
+
+std::int32_t judge_modem_write(ssize_t written, int error) {
+  const auto& request = g_handle_context.m_request;
+  if (written == static_cast<ssize_t>(request.m_buf_len)) return ERR_NONE;
+  std::int32_t result = ERR_FAIL;
+  if (written < 0 && (error == EIO || error == EBADF)) {
+    LOG_LINE("write error 1, errno[%d]", error);
+    result = reopen_modem();
+  } else if (written < 0) {
+    LOG_LINE("write error 2, errno[%d]", error);
+  }
+  pub_util_sleep_ms(FAILED_WRITE_PAUSE_MS);
+  return result;
+}
+
+// Writes the block, as it came, to the modem.
+std::int32_t pass_to_modem() {
+  const auto& request = g_handle_context.m_request;
+  const ssize_t written = pub_util_write(g_handle_context.m_fd_modem, request.m_buf_a.data(), request.m_buf_len);
+  const std::int32_t result = judge_modem_write(written, errno);
+  const auto shown = static_cast<std::size_t>(std::max<ssize_t>(written, 0));
+  if (written < 0) {
+    LOG_LINE("%s: (data_len = %d) -- %s", "write to modem: ", static_cast<int>(written), "");
+  } else {
+    LOG_DUMP("write to modem: ", std::span(request.m_buf_a).first(shown));
+  }
+  return result;
+}
+
+}  // namespace
+
+std::int32_t handle_amt_pc_req() {
+  LOG_ENTRY();
+  auto& context = g_handle_context;
+  if (LOG_BAD_ARGUMENTS(false, false, context.m_request.m_buf_len == 0, false)) return ERR_ARGUMENT;
+
+  const std::uint8_t id = take_frame();
+  std::int32_t result = run_frame_handler(id);
+  handle_amt_imei_and_sn(id);
+  if (result == ERR_NOT_HANDLED) result = handle_amt_pc_req_at();
+  if (result == ERR_NOT_HANDLED) result = pass_to_modem();
+  if (result == ERR_NONE) return ERR_NONE;
+  return amt_handle_send_rsp_err(AMT_LINK_PC, &context.m_response, static_cast<std::uint8_t>(id + 1), 1);
+}

@@ -1,0 +1,101 @@
+#include "amt/amt-handle/pc/serial-setup.h"
+
+#include <fcntl.h>
+#include <termios.h>
+
+#include <cstring>
+
+#include "amt/amt-cfg.h"
+#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/channel/handshake.h"
+#include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/channel/modem-link.h"
+#include "amt/amt-handle/channel/pc-link.h"
+#include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/channel/usb-monitor.h"
+#include "pub/result.h"
+#include "pub/util/device.h"
+#include "pub/util/io.h"
+
+namespace {
+
+constexpr std::uint32_t OPEN_TRIES = 60;
+constexpr std::uint32_t OPEN_PAUSE_MS = 1000;
+constexpr std::uint32_t SETTLE_MS = 1000;
+
+std::int32_t fail_terminal_call(const char* call) {
+  LOG_SYS_CALL(call);
+  LOG_FAILURE(ERR_WRITE);
+  return ERR_WRITE;
+}
+
+// The PC line is always 115200, raw; control flags and characters stay as they are.
+std::int32_t set_serial_dev_attr(int fd) {
+  LOG_ENTRY();
+  termios attributes = {};
+  if (tcgetattr(fd, &attributes) != 0) return fail_terminal_call("tcgetattr");
+  if (cfsetispeed(&attributes, B115200) != 0) return fail_terminal_call("cfsetispeed");
+  if (cfsetospeed(&attributes, B115200) != 0) return fail_terminal_call("cfsetospeed");
+  attributes.c_iflag &= ~static_cast<tcflag_t>(IXON | ICRNL | INLCR);
+  attributes.c_oflag &= ~static_cast<tcflag_t>(OPOST);
+  attributes.c_lflag = 0;
+  if (tcsetattr(fd, TCSANOW, &attributes) != 0) return fail_terminal_call("tcsetattr");
+  return ERR_NONE;
+}
+
+std::int32_t open_pc_link() {
+  auto& fd = g_handle_context.m_fd_pc;
+  const std::int32_t result = pub_util_try_to_open_device(&fd, g_amt_cfg.m_tty_pc_a, O_RDWR, OPEN_TRIES, OPEN_PAUSE_MS);
+  pub_util_sleep_ms(SETTLE_MS);
+  return result == ERR_NONE ? set_serial_dev_attr(fd) : result;
+}
+
+std::int32_t open_modem_link() {
+  auto& fd = g_handle_context.m_fd_modem;
+  const std::int32_t result =
+      pub_util_try_to_open_device(&fd, g_amt_cfg.m_tty_modem_a, O_RDWR, OPEN_TRIES, OPEN_PAUSE_MS);
+  LOG_LINE("pub_util_try_to_open_device, handle_context_st.m_fd_modem  = %d, amt_cfg_st.m_tty_modem_a = %s\n",
+           fd.load(), g_amt_cfg.m_tty_modem_a);
+  if (fd > 0 && amt_modem_is_uart()) pub_util_set_serial_dev_attr(fd, g_amt_cfg.m_modem_uart_amt_baudrate);
+  return result;
+}
+
+std::int32_t start_thread(pub_thread_st& thread, void (*entry)()) {
+  const int error = pub_util_start_thread(thread, entry);
+  if (error == 0) return ERR_NONE;
+  LOG_FAILURE(ERR_SYSTEM);
+  LOG_LINE("pthread_create(): %d - %s", error, std::strerror(error));
+  return ERR_SYSTEM;
+}
+
+std::int32_t start_threads() {
+  auto& context = g_handle_context;
+  std::int32_t result = start_thread(context.m_pc_thread, amt_handle_read_pc_loop);
+  if (result == ERR_NONE) result = start_thread(context.m_modem_thread, amt_handle_read_modem_loop);
+  if (result != ERR_NONE) return result;
+  g_usb_state = AMT_USB_UNKNOWN;
+  return start_thread(context.m_usb_thread, amt_handle_monitor_usb_loop);
+}
+
+void clean_up() {
+  auto& context = g_handle_context;
+  g_usb_state = AMT_USB_UNKNOWN;
+  for (pub_thread_st* thread : {&context.m_modem_thread, &context.m_pc_thread, &context.m_usb_thread}) {
+    if (thread->m_tid != 0) pub_util_kill_thread(thread);
+    pub_util_clear_thread(*thread);
+  }
+  pub_util_close(context.m_fd_modem);
+  pub_util_close(context.m_fd_pc);
+}
+
+}  // namespace
+
+std::int32_t init_for_amt_1_4() {
+  LOG_ENTRY();
+  if (g_usb_activate != 0) amt_handshake_start_usb_timer();
+  std::int32_t result = open_pc_link();
+  if (result == ERR_NONE) result = open_modem_link();
+  if (result == ERR_NONE) result = start_threads();
+  if (result != ERR_NONE) clean_up();
+  return result;
+}

@@ -1,0 +1,8 @@
+// The set-up in which the PC talks to the service directly: PC tty, modem tty, and the three threads that serve them.
+#pragma once
+
+#include <cstdint>
+
+// 0; ERR_WRITE when a terminal call failed; ERR_SYSTEM when a device could not be opened or a thread not started.
+// After a failure nothing that was opened or started is left.
+std::int32_t init_for_amt_1_4();

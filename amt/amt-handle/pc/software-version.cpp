@@ -1,0 +1,128 @@
+#include "amt/amt-handle/pc/software-version.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/pc/parameters.h"
+#include "platform/power.h"
+#include "platform/property.h"
+#include "pub/result.h"
+#include "pub/util/io.h"
+
+namespace {
+
+constexpr std::uint32_t POWER_OFF_PAUSE_MS = 2000;
+constexpr int BRAND_ROOM = 94;  // characters left of 99 behind the brand word
+
+bool property_equals(const char* name, const char* wanted) {
+  char value[PROPERTY_VALUE_MAX];
+  property_get(name, value, "null");
+  return strcasecmp(value, wanted) == 0;
+}
+
+bool is_customer_brand() {
+  return property_equals("ro.build.customer", "ORVITO") || property_equals("ro.product.manufacturer", "Orvito");
+}
+
+// Reads a property that must give something; ERR_FAIL, logged, when it gives nothing.
+std::int32_t read_property(const char* name, char (&value)[PROPERTY_VALUE_MAX]) {
+  if (property_get(name, value, " ") > 0) return ERR_NONE;
+  LOG_FAILURE(ERR_FAIL);
+  LOG_LINE("read %s error", name);
+  return ERR_FAIL;
+}
+
+// A text that never grows past its buffer. A limit of 0 or less appends nothing.
+class version_text {
+ public:
+  void append(std::string_view piece, int limit) {
+    if (limit <= 0) return;
+    const std::size_t count = std::min({piece.size(), static_cast<std::size_t>(limit), sizeof m_text - 1 - m_length});
+    std::copy_n(piece.begin(), count, m_text + m_length);
+    m_length += count;
+  }
+  const char* text() const { return m_text; }
+  std::size_t length() const { return m_length; }
+
+ private:
+  char m_text[AMT_VERSION_TEXT_SIZE] = {};
+  std::size_t m_length = 0;
+};
+
+std::int32_t compose_plain(version_text& text) {
+  char value[PROPERTY_VALUE_MAX];
+  const std::int32_t result = read_property("ro.build.display.id", value);
+  if (result == ERR_NONE) text.append(value, AMT_VERSION_TEXT_SIZE - 1);
+  return result;
+}
+
+std::int32_t compose_brand(version_text& text) {
+  text.append("TELU ", AMT_VERSION_TEXT_SIZE - 1);
+  char value[PROPERTY_VALUE_MAX];
+  const std::int32_t result = read_property("ro.build.version.incremental", value);
+  if (result != ERR_NONE) return result;
+  const int version_length = static_cast<int>(std::strlen(value));
+  text.append(value, BRAND_ROOM);
+
+  if (property_get("ro.build.display.vx.id", value, " ") <= 0) return ERR_NONE;
+  const int id_length = static_cast<int>(std::strlen(value));
+  text.append("(", BRAND_ROOM - version_length);
+  text.append(value, BRAND_ROOM - 1 - version_length);
+  text.append(")", BRAND_ROOM - 1 - version_length - id_length);
+  return ERR_NONE;
+}
+
+}  // namespace
+
+std::int32_t get_ap_sw_version(char* buffer, std::uint32_t* length) {
+  LOG_ENTRY();
+  if (buffer == nullptr || length == nullptr) {
+    LOG_FAILURE(ERR_ARGUMENT);
+    LOG_LINE(" %d, %d", buffer == nullptr ? 1 : 0, length == nullptr ? 1 : 0);
+    return ERR_ARGUMENT;
+  }
+  *length = 0;
+  version_text text;
+  const std::int32_t result = is_customer_brand() ? compose_brand(text) : compose_plain(text);
+  if (result != ERR_NONE) return result;
+  LOG_LINE("getted sw-module: %s", text.text());
+
+  std::size_t count = text.length();
+  if (count > AMT_VERSION_TEXT_SIZE) {
+    LOG_LINE("buf's len(%d) is smaller than sw's len(%d). data will be discard", AMT_VERSION_TEXT_SIZE,
+             static_cast<int>(count));
+    count = AMT_VERSION_TEXT_SIZE;
+  }
+  std::copy_n(text.text(), count, buffer);
+  *length = static_cast<std::uint32_t>(count);
+  return ERR_NONE;
+}
+
+std::int32_t handle_amt_sw_version_at() {
+  LOG_ENTRY();
+  if (!handle_amt_text_behind("AT^DSVER\r")) return ERR_NOT_HANDLED;
+  auto& response = g_handle_context.m_response;
+  char version[AMT_VERSION_TEXT_SIZE + 1] = {};
+  std::uint32_t length = 0;
+  if (get_ap_sw_version(version, &length) != ERR_NONE) {
+    return amt_handle_send_at_rsp(&response, "\r\n+CME ERROR: 100\r\n");
+  }
+  char reply[AMT_VERSION_TEXT_SIZE + 32];
+  const int reply_length = std::snprintf(reply, sizeof reply, "\r\n^DSVER: %s\r\n\r\nOK\r\n", version);
+  return amt_handle_send_at_rsp(&response, {reply, static_cast<std::size_t>(reply_length)});
+}
+
+std::int32_t handle_amt_power_off_at() {
+  LOG_ENTRY();
+  if (!handle_amt_text_behind("AT^DAMTOFF\r")) return ERR_NOT_HANDLED;
+  const std::int32_t result = amt_handle_send_at_rsp(&g_handle_context.m_response, "\r\nOK\r\n");
+  pub_util_sleep_ms(POWER_OFF_PAUSE_MS);  // the PC has the reply before the power goes
+  if (platform_power_off() != 0) LOG_SYS_CALL("reboot");
+  return result;
+}
