@@ -48,6 +48,7 @@ struct modem_switches {
 
 class modem {
  public:
+  // The loop must not run any more when the modem goes away.
   explicit modem(event_loop& loop);
   ~modem();
   modem(const modem&) = delete;
