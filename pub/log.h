@@ -42,6 +42,8 @@ void pub_log_dump(const pub_log_module_st& module, const char* label, std::span<
   } while (false)
 #define LOG_SYS_CALL(call) pub_log_sys_call(k_log, call)
 #define LOG_FAILURE(code) pub_log_failure(k_log, __LINE__, __func__, code)
+// For a private helper, which logs under the name of the function it works for.
+#define LOG_FAILURE_OF(function, code) pub_log_failure(k_log, __LINE__, function, code)
 // With the site number that field tools look for.
 #define LOG_FAILURE_AT(line, code) pub_log_failure(k_log, line, __func__, code)
 #define LOG_BAD_ARGUMENTS(...) pub_log_bad_arguments(k_log, __LINE__, __func__, {__VA_ARGS__})

@@ -11,7 +11,7 @@ std::int32_t amt_usb_charge_ctrl(std::int32_t type) {
     LOG_LINE("parameter type(%d) is not valid.", type);
     return ERR_ARGUMENT;
   }
-  return amt_device_call_misc<int(int)>("amt_usb_charger_enable", [type](auto* enable) {
+  return amt_device_call_misc<int(int)>(__func__, "amt_usb_charger_enable", [type](auto* enable) {
     LOG_LINE("will call amt_usb_charger_enable.");
     const int result = enable(type);
     LOG_LINE("stop call amt_usb_charger_enable. return value:%d.", result);
@@ -23,7 +23,7 @@ std::int32_t amt_usb_charge_ctrl(std::int32_t type) {
 std::int32_t amt_get_charge_mode(std::int32_t* mode) {
   *mode = 0;
   LOG_ENTRY();
-  return amt_device_call_misc<int()>("IsChargeState", [mode](auto* is_charge_state) {
+  return amt_device_call_misc<int()>(__func__, "IsChargeState", [mode](auto* is_charge_state) {
     LOG_LINE("will call IsChargeState.");
     *mode = is_charge_state();
     LOG_LINE("stop call IsChargeState. return value:%d.", *mode);
@@ -34,7 +34,7 @@ std::int32_t amt_get_charge_mode(std::int32_t* mode) {
 std::int32_t amt_boot_dl_fin_read(std::int32_t* flag) {
   *flag = 0;
   LOG_LINE("amt_boot_dl_fin_read start.");
-  return amt_device_call_misc<int()>("amt_check_system_sanity", [flag](auto* check) {
+  return amt_device_call_misc<int()>(__func__, "amt_check_system_sanity", [flag](auto* check) {
     LOG_LINE("will call amt_check_system_sanity.");
     *flag = check();
     LOG_LINE("stop call amt_check_system_sanity. return value:%d.", *flag);

@@ -41,11 +41,11 @@ const char* amt_device_audio_library_path() {
   return g_audio_path_a;
 }
 
-amt_misc_operation::amt_misc_operation(const char* name)
+amt_misc_operation::amt_misc_operation(const char* caller, const char* name)
     : m_library(dlopen(g_misc_path_a, RTLD_LAZY)), m_address(m_library == nullptr ? nullptr : dlsym(m_library, name)) {
   if (m_address != nullptr) return;
   const char* error = dlerror();
-  LOG_FAILURE(ERR_SYSTEM);
+  LOG_FAILURE_OF(caller, ERR_SYSTEM);
   LOG_LINE("call dlopen fail: - %s", error == nullptr ? name : error);
 }
 

@@ -16,7 +16,7 @@ const char* amt_device_audio_library_path();
 // One opened operation of the misc library; the library is closed with it.
 class amt_misc_operation {
  public:
-  explicit amt_misc_operation(const char* name);
+  amt_misc_operation(const char* caller, const char* name);
   ~amt_misc_operation();
   amt_misc_operation(const amt_misc_operation&) = delete;
   amt_misc_operation& operator=(const amt_misc_operation&) = delete;
@@ -28,11 +28,11 @@ class amt_misc_operation {
   void* m_address;
 };
 
-// Calls an operation of the misc library: `use` gets the function, logs, calls, and gives the result. ERR_SYSTEM when
-// the library or the operation is missing.
+// Calls an operation of the misc library for `caller`, a function's name for the log: `use` gets the function, logs,
+// calls, and gives the result. ERR_SYSTEM when the library or the operation is missing.
 template <typename Function, typename Use>
-std::int32_t amt_device_call_misc(const char* name, Use use) {
-  const amt_misc_operation operation(name);
+std::int32_t amt_device_call_misc(const char* caller, const char* name, Use use) {
+  const amt_misc_operation operation(caller, name);
   if (operation.address() == nullptr) return ERR_SYSTEM;
   return use(reinterpret_cast<Function*>(operation.address()));
 }

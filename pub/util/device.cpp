@@ -36,7 +36,7 @@ const line_speed_st& line_speed(std::int32_t speed) {
 
 void log_open_failure(const char* path, int error) {
   errno = error;
-  LOG_FAILURE(ERR_SYSTEM);
+  LOG_FAILURE_OF("pub_util_try_to_open_device", ERR_SYSTEM);
   LOG_LINE("open device \"%s\" fail: %d - %s", path, error, std::strerror(error));
 }
 
@@ -64,12 +64,12 @@ int open_with_tries(const char* path, int flags, std::uint32_t tries, std::uint3
 bool set_speed(termios& attributes, speed_t speed) {
   if (cfsetispeed(&attributes, speed) != 0) {
     LOG_SYS_CALL("cfsetispeed");
-    LOG_FAILURE(ERR_WRITE);
+    LOG_FAILURE_OF("pub_util_set_serial_dev_attr", ERR_WRITE);
     return false;
   }
   if (cfsetospeed(&attributes, speed) != 0) {
     LOG_SYS_CALL("cfsetospeed");
-    LOG_FAILURE(ERR_WRITE);
+    LOG_FAILURE_OF("pub_util_set_serial_dev_attr", ERR_WRITE);
     return false;
   }
   return true;

@@ -40,14 +40,14 @@ bool contains(std::string_view text, std::string_view word) {
 std::int32_t write_link_status_off(int fd) {
   const int ready = pub_util_wait(fd, POLLOUT, ANSWER_SECONDS * 1000);
   if (ready == 0) {
-    LOG_FAILURE(ERR_TIMEOUT);
+    LOG_FAILURE_OF("disable_unsolicited_code", ERR_TIMEOUT);
     LOG_LINE("wait %d seconds to write time out", static_cast<int>(ANSWER_SECONDS));
     return ERR_TIMEOUT;
   }
   const ssize_t written = ready < 0 ? -1 : pub_util_write(fd, LINK_STATUS_OFF.data(), LINK_STATUS_OFF.size());
   if (written < 0) {
     LOG_SYS_CALL(ready < 0 ? "select" : "write");
-    LOG_FAILURE(ERR_SYSTEM);
+    LOG_FAILURE_OF("disable_unsolicited_code", ERR_SYSTEM);
     return ERR_SYSTEM;
   }
   if (static_cast<std::size_t>(written) < LINK_STATUS_OFF.size()) {
@@ -69,7 +69,7 @@ std::int32_t read_confirmation(int fd, int index) {
   gettimeofday(&end, nullptr);
   if (ready < 0 || count < 0) {
     LOG_SYS_CALL(ready < 0 ? "select" : "read");
-    LOG_FAILURE(ERR_SYSTEM);
+    LOG_FAILURE_OF("disable_unsolicited_code", ERR_SYSTEM);
     return ERR_SYSTEM;
   }
   if (contains(answer, FINAL_OK)) return ERR_NONE;

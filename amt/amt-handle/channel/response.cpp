@@ -24,7 +24,7 @@ std::int32_t write_response(int fd, const amt_message_st& response) {
   const ssize_t written = pub_util_write(fd, response.m_buf_a.data(), response.m_buf_len);
   if (written < 0) {
     LOG_SYS_CALL("write");
-    LOG_FAILURE(ERR_WRITE);
+    LOG_FAILURE_OF("amt_handle_send_rsp", ERR_WRITE);
     return ERR_SYSTEM;
   }
   if (static_cast<std::uint32_t>(written) != response.m_buf_len) {

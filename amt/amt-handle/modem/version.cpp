@@ -74,8 +74,8 @@ std::int32_t set_ap_sw_version_rsp(amt_message_st* response) {
   return ERR_NONE;
 }
 
-std::int32_t fail_unknown(std::uint32_t code) {
-  LOG_FAILURE(ERR_FAIL);
+std::int32_t fail_unknown(const char* function, std::uint32_t code) {
+  LOG_FAILURE_OF(function, ERR_FAIL);
   LOG_LINE("unknown version type: 0x%02x", code);
   return ERR_FAIL;
 }
@@ -93,7 +93,7 @@ std::int32_t handle_amt_pc_req_version(std::uint8_t link, amt_message_st* reques
   const std::uint32_t code = amt_frame_get_int(&request->m_buf_a, ATOM_MODULE);
   LOG_LINE("version type: 0x%02x - %s", code, amt_get_module_name(code));
   const module_st* module = find_module(code);
-  if (module == nullptr) return fail_unknown(code);
+  if (module == nullptr) return fail_unknown(__func__, code);
   if (module->m_answered_by == answered_by::MODEM) return ERR_NOT_HANDLED;
 
   amt_handle_send_pre_rsp_for_pc(link, response);

@@ -24,9 +24,9 @@ constexpr int LINE_LIMIT = 98;
 constexpr std::int32_t OPERATION_READ = 2;
 
 // Why an attempt on a file failed, in the line that every record reader and writer shares.
-void log_file_failure(const char* what, const char* path) {
+void log_file_failure(const char* function, const char* what, const char* path) {
   const int error = errno;
-  LOG_FAILURE(ERR_SYSTEM);
+  LOG_FAILURE_OF(function, ERR_SYSTEM);
   if (path != nullptr) {
     LOG_LINE("%s(\"%s\") fail: %d - %s", what, path, error, std::strerror(error));
   } else {
@@ -38,7 +38,7 @@ std::int32_t amt_write_content_to_file_sync(const char* content) {
   if (LOG_BAD_ARGUMENTS(content == nullptr, content != nullptr && *content == '\0')) return ERR_ARGUMENT;
   pub_file file = pub_util_fopen(AMT_FLAG_FILE, "w+");
   if (!file) {
-    log_file_failure("open", AMT_FLAG_FILE);
+    log_file_failure(__func__, "open", AMT_FLAG_FILE);
     return ERR_SYSTEM;
   }
   // The text reaches the file with the flush: a full file system shows there.
@@ -46,7 +46,7 @@ std::int32_t amt_write_content_to_file_sync(const char* content) {
   if (is_written) {
     LOG_LINE("write content: %s", content);
   } else {
-    log_file_failure("fputs", nullptr);
+    log_file_failure(__func__, "fputs", nullptr);
   }
   file.reset();
   amt_flush_records();
@@ -57,7 +57,7 @@ std::int32_t write_flag(std::int32_t flag) {
   char content[AMT_CONTENT_SIZE] = {};
   std::snprintf(content, sizeof content, "%d", flag);
   if (amt_write_content_to_file_sync(content) != ERR_NONE) {
-    LOG_FAILURE(ERR_FAIL);
+    LOG_FAILURE_OF("handle_amt_damt1_operation", ERR_FAIL);
     LOG_LINE("write error to do-not-permit-handshake file.");
     return ERR_FAIL;
   }
@@ -84,11 +84,11 @@ std::int32_t amt_read_data_from_file(char (&content)[AMT_CONTENT_SIZE], const ch
   std::memset(content, 0, sizeof content);
   const pub_file file = pub_util_fopen(path, "r");
   if (!file) {
-    log_file_failure("open", path);
+    log_file_failure(__func__, "open", path);
     return ERR_SYSTEM;
   }
   if (std::fgets(content, LINE_LIMIT + 1, file.get()) == nullptr) {
-    log_file_failure("read", nullptr);
+    log_file_failure(__func__, "read", nullptr);
     return ERR_SYSTEM;
   }
   LOG_LINE("read content: %s", content);

@@ -25,7 +25,7 @@ constexpr std::uint32_t SETTLE_MS = 1000;
 
 std::int32_t fail_terminal_call(const char* call) {
   LOG_SYS_CALL(call);
-  LOG_FAILURE(ERR_WRITE);
+  LOG_FAILURE_OF("set_serial_dev_attr", ERR_WRITE);
   return ERR_WRITE;
 }
 
@@ -63,7 +63,7 @@ std::int32_t open_modem_link() {
 std::int32_t start_thread(pub_thread_st& thread, void (*entry)()) {
   const int error = pub_util_start_thread(thread, entry);
   if (error == 0) return ERR_NONE;
-  LOG_FAILURE(ERR_SYSTEM);
+  LOG_FAILURE_OF("init_for_amt_1_4", ERR_SYSTEM);
   LOG_LINE("pthread_create(): %d - %s", error, std::strerror(error));
   return ERR_SYSTEM;
 }

@@ -33,7 +33,7 @@ bool is_customer_brand() {
 // Reads a property that must give something; ERR_FAIL, logged, when it gives nothing.
 std::int32_t read_property(const char* name, char (&value)[PROPERTY_VALUE_MAX]) {
   if (property_get(name, value, " ") > 0) return ERR_NONE;
-  LOG_FAILURE(ERR_FAIL);
+  LOG_FAILURE_OF("get_ap_sw_version", ERR_FAIL);
   LOG_LINE("read %s error", name);
   return ERR_FAIL;
 }
