@@ -274,4 +274,6 @@ static_assert(all_set());
 
 }  // namespace
 
-const char* amt_command_name(std::uint8_t command_id) { return COMMAND_NAMES[command_id]; }
+const char* amt_command_name(std::uint8_t command_id) {
+  return COMMAND_NAMES[command_id];
+}

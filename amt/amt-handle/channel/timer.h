@@ -2,8 +2,8 @@
 #pragma once
 
 #include <atomic>
-#include <cstdint>
 #include <csignal>
+#include <cstdint>
 
 inline constexpr std::int64_t AMT_NO_TIMER = -1;
 
