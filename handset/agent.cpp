@@ -28,6 +28,8 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <set>
@@ -201,14 +203,20 @@ void reap() {
   }
 }
 
-// The agent keeps the one capability that sending a kernel event takes; nothing that it starts inherits it.
-void keep_capability_to_itself() {
+// Leaves the agent with the given capabilities, and whatever it starts with none.
+bool keep_capabilities(std::uint32_t kept) {
   ::prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_CLEAR_ALL, 0, 0, 0);
   __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
   std::array<__user_cap_data_struct, 2> data{};
-  if (::syscall(SYS_capget, &header, data.data()) != 0) return;
-  for (auto& word : data) word.inheritable = 0;
-  ::syscall(SYS_capset, &header, data.data());
+  data[0].effective = kept;
+  data[0].permitted = kept;
+  return ::syscall(SYS_capset, &header, data.data()) == 0;
+}
+
+// A network of the phone's own, owned by this user namespace, so that CAP_NET_ADMIN counts in it: sending a kernel
+// event takes that.
+bool make_network() {
+  return ::unshare(CLONE_NEWNET) == 0 && keep_capabilities(1u << CAP_NET_ADMIN);
 }
 
 int watch_children() {
@@ -224,7 +232,10 @@ int watch_children() {
 int main() {
   ::fcntl(SOCKET, F_SETFD, FD_CLOEXEC);
   ::umask(022);
-  keep_capability_to_itself();
+  if (!make_network()) {
+    std::fprintf(stderr, "handset-agent: cannot make a network namespace: %s\n", std::strerror(errno));
+    return 1;
+  }
   const unique_fd children(watch_children());
   handset::send_message(SOCKET, {"hello"});
   for (;;) {

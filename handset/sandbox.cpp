@@ -43,9 +43,11 @@ void add_system(std::vector<std::string>& arguments) {
 
 std::vector<std::string> bwrap_arguments(const phone_tree& tree, const std::vector<bind_mount>& binds) {
   std::vector<std::string> arguments = {
-      "bwrap", "--unshare-user", "--unshare-pid", "--unshare-net", "--unshare-ipc", "--die-with-parent", "--as-pid-1",
-      // Sending a kernel event takes this one in the sandbox's own network. The agent keeps it to itself.
-      "--cap-drop", "ALL", "--cap-add", "CAP_NET_ADMIN", "--uid", "1000", "--gid", "1001", "--clearenv"};
+      "bwrap", "--unshare-user", "--unshare-pid", "--unshare-ipc", "--die-with-parent", "--as-pid-1", "--clearenv"};
+  add(arguments, {"--uid", "1000", "--gid", "1001"});
+  // For the agent alone, which makes the phone's network namespace and sends kernel events in it. Bubblewrap's own
+  // --unshare-net would not do: it belongs to a user namespace above the one that the agent ends up in.
+  add(arguments, {"--cap-drop", "ALL", "--cap-add", "CAP_SYS_ADMIN", "--cap-add", "CAP_NET_ADMIN"});
   add(arguments, {"--bind", tree.root().string(), "/"});
   add_system(arguments);
   add(arguments, {"--proc", "/proc", "--dev", "/dev"});
