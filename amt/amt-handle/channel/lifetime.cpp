@@ -24,10 +24,22 @@ void report_refusal_once() {
   if (!g_is_refusal_reported.exchange(true)) amt_set_handshake_permission();
 }
 
-void stop_thread(pub_thread_st& thread) {
-  if (thread.m_tid == 0) return;
+// Stops a worker. False when it has not left: it is inside a call that lets no signal in, or is the calling thread.
+bool stop_thread(pub_thread_st& thread) {
+  if (thread.m_tid == 0) return true;
   pub_util_kill_thread(&thread);
   pub_util_clear_thread(thread);
+  return thread.m_is_ended;
+}
+
+// Closes a link. One that a worker may still use is only cleared, so that its number cannot become another file under
+// that worker; the process ends at once, and closes it then.
+void close_link(std::atomic<int>& fd, bool is_unused) {
+  if (is_unused) {
+    pub_util_close(fd);
+  } else {
+    fd = 0;
+  }
 }
 
 // The calling thread ends the process: it alone goes on, and nothing may stop it half-way.
@@ -46,14 +58,15 @@ std::int32_t amt_handle_deinit() {
   g_is_deinit_done = true;
   LOG_ENTRY();
   auto& context = g_handle_context;
-  stop_thread(context.m_modem_thread);
-  stop_thread(context.m_pc_thread);
+  const bool modem_has_left = stop_thread(context.m_modem_thread);
+  const bool pc_has_left = stop_thread(context.m_pc_thread);
   stop_thread(context.m_usb_thread);
-  stop_thread(context.m_app_thread);
-  const std::int32_t result = pub_pty_close(&context.m_pty_app);
-  pub_util_close(context.m_fd_pc);
-  pub_util_close(context.m_fd_at);
-  pub_util_close(context.m_fd_modem);
+  const bool app_has_left = stop_thread(context.m_app_thread);
+  const std::int32_t result =
+      app_has_left ? pub_pty_close(&context.m_pty_app) : pub_pty_delete_mapping(&context.m_pty_app);
+  close_link(context.m_fd_pc, modem_has_left && pc_has_left);
+  close_link(context.m_fd_at, app_has_left && pc_has_left);
+  close_link(context.m_fd_modem, modem_has_left && pc_has_left);
   amt_timer_delete(g_usbEnumTimer);
   amt_timer_delete(g_handShakeTimer);
   if (g_usb_activate != 0) report_refusal_once();
