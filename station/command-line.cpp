@@ -69,7 +69,8 @@ void add_word(CLI::App* app, const station_word_st& word, options_st* options) {
     command->add_option(usage.substr(0, usage.find(' ')), options->m_arguments.m_words, usage)
         ->required(word.m_least != 0)
         ->expected(static_cast<int>(std::max<std::size_t>(word.m_least, 1)), static_cast<int>(word.m_most))
-        ->type_name("");
+        ->type_name("")
+        ->allow_extra_args(word.m_most > word.m_least);  // where it is on, the parser takes "[a,b]" apart
   }
   if (word.m_can_be_raw) command->add_flag("--raw", options->m_arguments.m_is_raw, "Send the text without a CR");
   if (word.m_build != nullptr) command->add_flag("--no-wait", options->m_no_wait, "Send and wait for nothing");

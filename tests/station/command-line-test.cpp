@@ -1,0 +1,255 @@
+#include "station/command-line.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/eventfd.h>
+
+#include <fstream>
+#include <functional>
+#include <set>
+#include <sstream>
+#include <thread>
+
+#include "station/exit-code.h"
+#include "station/words.h"
+#include "tests/station/phone-line.h"
+
+namespace {
+
+using testing::ContainsRegex;
+using testing::HasSubstr;
+
+struct outcome_st {
+  int m_status;
+  std::string m_out;
+  std::string m_err;
+};
+
+outcome_st run(const std::vector<std::string>& arguments, int stop_fd = -1) {
+  std::ostringstream out;
+  std::ostringstream err;
+  const int status = station_run(arguments, {&out, &err, false, stop_fd});
+  return {status, out.str(), err.str()};
+}
+
+// A phone that waits for a request and answers it; what it received is checked against the request.
+class CommandLine : public testing::Test {
+ protected:
+  outcome_st run_with_phone(std::vector<std::string> arguments, const wire_bytes& request, const wire_bytes& answer) {
+    std::jthread phone([&] {
+      EXPECT_EQ(m_phone.receive(request.size()), request);
+      m_phone.send(answer);
+    });
+    return run_on_port(std::move(arguments));
+  }
+
+  outcome_st run_on_port(std::vector<std::string> arguments, int stop_fd = -1) {
+    arguments.insert(arguments.begin(), {"--port", m_phone.path()});
+    return run(arguments, stop_fd);
+  }
+
+  phone_line_st m_phone;
+};
+
+TEST_F(CommandLine, Frame_IsSentWrappedAndItsAnswerShown) {
+  const auto got = run_with_phone({"frame", "45", "19:int=64"}, VERSION_REQUEST, PRE_RESPONSE + VERSION_OK);
+  EXPECT_EQ(got.m_status, 0);
+  EXPECT_THAT(got.m_out, ContainsRegex("^[0-9:.]{12} -> frame 45 \\(0x2D\\) AMT_VERSION_CMD 19:int=64\n"
+                                       "[0-9:.]{12} <- pre-response\n"
+                                       "[0-9:.]{12} <- frame 46 \\(0x2E\\) AMT_VERSION_RSPCMD 19:int=64 1:int=0\n$"));
+  EXPECT_EQ(got.m_err, "");
+}
+
+TEST_F(CommandLine, ErrorAnswer_IsStatusSeven) {
+  const auto got = run_with_phone({"frame", "45", "19:int=64"}, VERSION_REQUEST, VERSION_ERROR);
+  EXPECT_EQ(got.m_status, 7);
+  EXPECT_EQ(got.m_err, "amt-station: error answer\n");
+}
+
+TEST_F(CommandLine, BadChecksum_IsStatusSix) {
+  wire_bytes bad = VERSION_OK;
+  bad.back() ^= 1;
+  EXPECT_EQ(run_with_phone({"frame", "45", "19:int=64"}, VERSION_REQUEST, bad).m_status, 6);
+}
+
+TEST_F(CommandLine, NoAnswer_IsStatusFive) {
+  const auto got = run_on_port({"frame", "45", "--timeout", "30"});
+  EXPECT_EQ(got.m_status, 5);
+  EXPECT_EQ(got.m_err, "amt-station: no answer in the time given\n");
+}
+
+TEST_F(CommandLine, PhoneHangsUp_IsStatusEight) {
+  std::jthread phone([&] {
+    m_phone.receive(VERSION_REQUEST.size());
+    m_phone.hang_up();
+  });
+  const auto got = run_on_port({"version", "whole"});
+  EXPECT_EQ(got.m_status, 8);
+  EXPECT_THAT(got.m_err, HasSubstr("the port went away"));
+}
+
+TEST_F(CommandLine, PortInUse_IsStatusFour) {
+  std::jthread phone([&] {
+    m_phone.receive(1);
+    EXPECT_EQ(run({"--port", m_phone.path(), "at", "AT"}).m_status, 4);
+    m_phone.send(from_text("OK\r\n"));
+  });
+  EXPECT_EQ(run_on_port({"at", "AT"}).m_status, 0);
+}
+
+TEST_F(CommandLine, NoPort_IsStatusThree) {
+  EXPECT_EQ(run({"--port", "/dev/there-is-no-such-port", "at", "AT"}).m_status, 3);
+}
+
+TEST_F(CommandLine, AtText_GetsItsCarriageReturn) {
+  const auto got =
+      run_with_phone({"at", "AT^DSVER"}, from_text("AT^DSVER\r"), from_text("\r\n^DSVER: 7\r\n\r\nOK\r\n"));
+  EXPECT_EQ(got.m_status, 0);
+  EXPECT_THAT(got.m_out, ContainsRegex("-> text \"AT\\^DSVER\\\\r\"\n.* <- text \\^DSVER: 7\n.* <- text OK\n$"));
+}
+
+TEST_F(CommandLine, RawAtText_IsSentAsItIs) {
+  EXPECT_EQ(run_with_phone({"at", "--raw", "[a,b]"}, from_text("[a,b]"), from_text("OK\r\n")).m_status, 0);
+}
+
+TEST_F(CommandLine, AtTextThatEndsInCarriageReturn_GetsNoSecondOne) {
+  EXPECT_EQ(run_with_phone({"at", "AT\r"}, from_text("AT\r"), from_text("OK\r\n")).m_status, 0);
+}
+
+TEST_F(CommandLine, AtTextThatLooksLikeAnOption_IsSentBehindTwoDashes) {
+  EXPECT_EQ(run_with_phone({"at", "--", "--json"}, from_text("--json\r"), from_text("OK\r\n")).m_status, 0);
+}
+
+TEST_F(CommandLine, ErrorFrameForText_IsStatusSeven) {
+  EXPECT_EQ(run_with_phone({"at", "AT^DAMT1=\"5\""}, from_text("AT^DAMT1=\"5\"\r"), TEXT_ERROR).m_status, 7);
+}
+
+TEST_F(CommandLine, Version_ShowsItsTextLast) {
+  const wire_bytes request = from_hex("AABBCCDD 17000000 02000000 0F00BB2D0900 EE1301040010000000");
+  const auto got = run_with_phone({"version", "software"}, request, PRE_RESPONSE + VERSION_TEXT);
+  EXPECT_EQ(got.m_status, 0);
+  EXPECT_THAT(got.m_out, ContainsRegex("\nversion: V1.0\n$"));
+}
+
+TEST_F(CommandLine, Json_IsOneObjectALineAndAResult) {
+  const auto got = run_with_phone({"version", "64", "--json"}, VERSION_REQUEST, PRE_RESPONSE + VERSION_TEXT);
+  EXPECT_EQ(got.m_status, 0);
+  EXPECT_EQ(std::count(got.m_out.begin(), got.m_out.end(), '\n'), 4);
+  EXPECT_THAT(got.m_out, HasSubstr("\"direction\":\"received\",\"kind\":\"pre-response\",\"hex\":"));
+  EXPECT_THAT(got.m_out, ContainsRegex("\n\\{\"kind\":\"result\",\"exit\":0,\"version\":\"V1.0\"\\}\n$"));
+}
+
+TEST_F(CommandLine, JsonFailure_IsInTheResultToo) {
+  const auto got = run_on_port({"at", "AT", "--timeout", "30", "--json"});
+  EXPECT_EQ(got.m_status, 5);
+  EXPECT_THAT(got.m_out, HasSubstr(R"({"kind":"result","exit":5,"message":"no answer in the time given"})"));
+}
+
+TEST_F(CommandLine, Hex_ShowsTheBytes) {
+  EXPECT_THAT(run_with_phone({"at", "AT", "--hex"}, from_text("AT\r"), from_text("OK\r\n")).m_out,
+              HasSubstr("    0000  41 54 0D                                         |AT.|\n"));
+}
+
+TEST_F(CommandLine, NoWait_EndsOnceSent) {
+  EXPECT_EQ(run_on_port({"frame", "45", "19:int=64", "--no-wait"}).m_status, 0);
+  EXPECT_EQ(m_phone.receive(VERSION_REQUEST.size()), VERSION_REQUEST);
+}
+
+TEST_F(CommandLine, Expect_CountsFramesAndTexts) {
+  const auto got = run_with_phone({"at", "AT", "--expect", "3"}, from_text("AT\r"),
+                                  from_text("OK\r\n") + PRE_RESPONSE + VERSION_OK + from_text("RING\r\n"));
+  EXPECT_EQ(got.m_status, 0);
+  EXPECT_THAT(got.m_out, HasSubstr("<- text RING\n"));
+}
+
+TEST_F(CommandLine, Monitor_ShowsWhatComesForTheTimeGiven) {
+  m_phone.send(from_text("\r\nRING\r\n") + VERSION_ERROR);
+  const auto got = run_on_port({"monitor", "--timeout", "50"});
+  EXPECT_EQ(got.m_status, 0);
+  EXPECT_THAT(got.m_out, HasSubstr("<- text RING\n"));
+  EXPECT_THAT(got.m_out, HasSubstr("AMT_VERSION_RSPCMD 1:int=1\n"));
+}
+
+TEST_F(CommandLine, MonitorThatExpects_FailsWhenLessComes) {
+  m_phone.send(from_text("\r\nRING\r\n"));
+  EXPECT_EQ(run_on_port({"monitor", "--timeout", "50", "--expect", "2"}).m_status, 5);
+}
+
+TEST_F(CommandLine, InterruptedMonitor_EndsWell) {
+  const int stop = ::eventfd(1, EFD_CLOEXEC);
+  EXPECT_EQ(run_on_port({"monitor"}, stop).m_status, 0);
+  EXPECT_FALSE(m_phone.is_exclusive());
+  ::close(stop);
+}
+
+TEST_F(CommandLine, InterruptedRequest_IsStatusOneHundredThirty) {
+  const int stop = ::eventfd(1, EFD_CLOEXEC);
+  EXPECT_EQ(run_on_port({"at", "AT"}, stop).m_status, 130);
+  ::close(stop);
+}
+
+TEST(CommandLine_Usage, WrongArguments_AreStatusTwo) {
+  const std::vector<std::vector<std::string>> rows = {
+      {},
+      {"--port", "x"},
+      {"at", "AT"},
+      {"--port", "x", "dance"},
+      {"--port", "x", "at"},
+      {"--port", "x", "at", "a", "b"},
+      {"--port", "x", "at", "--raw", ""},
+      {"--port", "x", "at", "--loud", "AT"},
+      {"--port", "x", "frame"},
+      {"--port", "x", "frame", "256"},
+      {"--port", "x", "frame", "45", "19:int"},
+      {"--port", "x", "frame", "45", "1:str=" + std::string(5000, 'x')},
+      {"--port", "x", "frame", "45", "1:str=" + std::string(4070, 'x')},
+      {"--port", "x", "version", "soft"},
+      {"--port", "x", "monitor", "AT"},
+      {"--port", "x", "monitor", "--no-wait"},
+      {"--port", "x", "monitor", "--timeout", "0"},
+      {"--port", "x", "monitor", "--timeout", "-1"},
+      {"--port", "x", "monitor", "--timeout", "soon"},
+      {"--port", "x", "monitor", "--expect", "0"},
+      {"--port", "x", "monitor", "--baud", "12345"},
+      {"--port", "x", "at", "AT", "--no-wait", "--expect", "1"},
+  };
+  for (const auto& row : rows) {
+    const auto got = run(row);
+    EXPECT_EQ(got.m_status, 2) << testing::PrintToString(row);
+    EXPECT_NE(got.m_err, "") << testing::PrintToString(row);
+  }
+}
+
+TEST(CommandLine_Usage, LargestFrame_IsNoWrongUsage) {
+  EXPECT_EQ(run({"--port", "/dev/there-is-no-such-port", "frame", "1", "1:str=" + std::string(4069, 'x')}).m_status, 3);
+}
+
+TEST(CommandLine_Help, NamesEveryWordAndEveryExitCode) {
+  const auto got = run({"--help"});
+  EXPECT_EQ(got.m_status, 0);
+  for (const auto& word : station_words()) EXPECT_THAT(got.m_out, HasSubstr(std::string("\n  ") + word.m_name + " "));
+  for (const auto& row : STATION_EXITS) {
+    EXPECT_THAT(got.m_out, HasSubstr(std::to_string(row.m_code) + "  " + row.m_meaning));
+  }
+}
+
+TEST(CommandLine_Manual, NamesEveryWordAndEveryExitCode) {
+  std::ifstream file(STATION_MANUAL);
+  const std::string manual((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  for (const auto& word : station_words()) EXPECT_THAT(manual, HasSubstr(std::string("| `") + word.m_name));
+  for (const auto& row : STATION_EXITS) {
+    EXPECT_THAT(manual, HasSubstr("| " + std::to_string(row.m_code) + " | " + row.m_meaning + " |"));
+  }
+}
+
+TEST(CommandLine_Words, EveryRow_MakesSense) {
+  std::set<std::string> names;
+  for (const auto& word : station_words()) {
+    EXPECT_TRUE(names.insert(word.m_name).second) << word.m_name;
+    EXPECT_NE(std::string(word.m_help), "") << word.m_name;
+    EXPECT_LE(word.m_least, word.m_most) << word.m_name;
+    EXPECT_EQ(word.m_most == 0, std::string(word.m_usage).empty()) << word.m_name;
+  }
+}
+
+}  // namespace

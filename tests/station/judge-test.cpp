@@ -1,0 +1,122 @@
+#include "station/judge.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/station/wire.h"
+
+namespace {
+
+constexpr station_rule_st VERSION_RULE{station_wait_en::FRAME, 46, 0};
+constexpr station_rule_st AT_RULE{station_wait_en::AT_FINAL, 0, 0};
+
+stream_item_st frame(const wire_bytes& bytes, stream_fault_en fault = stream_fault_en::NONE) {
+  return {stream_kind_en::FRAME, fault, bytes};
+}
+
+std::optional<station_exit_en> take_text(station_judge_st* judge, std::string_view line) {
+  const wire_bytes bytes = from_text(line);
+  return judge->take({stream_kind_en::TEXT, stream_fault_en::NONE, bytes});
+}
+
+station_request_st frame_request(std::uint8_t id) {
+  station_request_st request;
+  request.m_is_frame = true;
+  amt_frame_init(&request.m_frame.m_buf_a, id);
+  return request;
+}
+
+TEST(Judge_Rule, Frame_WaitsForTheNextId) {
+  EXPECT_EQ(station_rule_for(frame_request(45), 0).m_wait, station_wait_en::FRAME);
+  EXPECT_EQ(station_rule_for(frame_request(45), 0).m_id, 46);
+  EXPECT_EQ(station_rule_for(frame_request(255), 0).m_id, 0);
+}
+
+TEST(Judge_Rule, Text_WaitsForAFinalResult) {
+  EXPECT_EQ(station_rule_for({false, {}, "AT\r"}, 0).m_wait, station_wait_en::AT_FINAL);
+}
+
+TEST(Judge_Rule, Expect_CountsWhateverTheRequestIs) {
+  EXPECT_EQ(station_rule_for(frame_request(45), 3).m_wait, station_wait_en::COUNT);
+  EXPECT_EQ(station_rule_for(frame_request(45), 3).m_count, 3U);
+}
+
+TEST(Judge_Final, OnlyTheExactResults_AreFinal) {
+  EXPECT_EQ(station_at_final("OK"), STATION_OK);
+  EXPECT_EQ(station_at_final("ERROR"), STATION_ERROR_ANSWER);
+  EXPECT_EQ(station_at_final("+CME ERROR: 100"), STATION_ERROR_ANSWER);
+  EXPECT_EQ(station_at_final("+CMS ERROR: 302"), STATION_ERROR_ANSWER);
+  for (const char* line : {"", "OK.", "ERRORS: 5", "NO ERROR", "+CME", "ok", "^X: OK"}) {
+    EXPECT_EQ(station_at_final(line), std::nullopt) << line;
+  }
+}
+
+TEST(Judge_Frame, PreResponseAndOtherFrames_DoNotEndTheWait) {
+  station_judge_st judge(VERSION_RULE);
+  EXPECT_EQ(judge.take({stream_kind_en::PRE_RESPONSE, stream_fault_en::NONE, PRE_RESPONSE}), std::nullopt);
+  EXPECT_EQ(judge.take(frame(TEXT_ERROR)), std::nullopt);
+  EXPECT_EQ(take_text(&judge, "OK\r\n"), std::nullopt);
+  EXPECT_EQ(judge.give_up(), STATION_NO_ANSWER);
+}
+
+TEST(Judge_Frame, AnswerWithoutError_IsOk) {
+  station_judge_st judge(VERSION_RULE);
+  EXPECT_EQ(judge.take(frame(VERSION_OK)), STATION_OK);
+  EXPECT_EQ(station_judge_st(VERSION_RULE).take(frame(NO_ATOMS)), STATION_OK);
+}
+
+TEST(Judge_Frame, AnswerWithAResultCode_IsAnError) {
+  EXPECT_EQ(station_judge_st(VERSION_RULE).take(frame(VERSION_ERROR)), STATION_ERROR_ANSWER);
+}
+
+TEST(Judge_Frame, DamagedAnswer_IsDamaged) {
+  EXPECT_EQ(station_judge_st(VERSION_RULE).take(frame(VERSION_OK, stream_fault_en::CHECKSUM)), STATION_DAMAGED);
+}
+
+TEST(Judge_Frame, OtherDamagedFrame_IsWaitedOverAndRemembered) {
+  station_judge_st judge(VERSION_RULE);
+  EXPECT_EQ(judge.take(frame(TEXT_ERROR, stream_fault_en::CHECKSUM)), std::nullopt);
+  const wire_bytes start = from_hex("AABBCCDD00000000");
+  EXPECT_EQ(judge.take(frame(start, stream_fault_en::LENGTH)), std::nullopt);
+  EXPECT_EQ(judge.give_up(), STATION_DAMAGED);
+  EXPECT_EQ(judge.take(frame(VERSION_OK)), STATION_OK);
+}
+
+TEST(Judge_Text, FinalResult_EndsTheWaitAndLinesAreKept) {
+  station_judge_st judge(AT_RULE);
+  EXPECT_EQ(take_text(&judge, "\r\n^DSVER: 7\r\n"), std::nullopt);
+  EXPECT_EQ(take_text(&judge, "\r\nOK\r\n"), STATION_OK);
+  EXPECT_EQ(judge.answer().m_lines, (std::vector<std::string>{"^DSVER: 7", "OK"}));
+}
+
+TEST(Judge_Text, ErrorFrameWithIdZero_IsAnError) {
+  EXPECT_EQ(station_judge_st(AT_RULE).take(frame(TEXT_ERROR)), STATION_ERROR_ANSWER);
+  EXPECT_EQ(station_judge_st(AT_RULE).take(frame(VERSION_ERROR)), std::nullopt);
+}
+
+TEST(Judge_Count, WorstOfTheCounted_Decides) {
+  station_judge_st judge({station_wait_en::COUNT, 0, 3});
+  EXPECT_EQ(judge.take({stream_kind_en::PRE_RESPONSE, stream_fault_en::NONE, PRE_RESPONSE}), std::nullopt);
+  EXPECT_EQ(judge.take(frame(VERSION_ERROR)), std::nullopt);
+  EXPECT_EQ(judge.take(frame(VERSION_OK, stream_fault_en::CHECKSUM)), std::nullopt);
+  EXPECT_EQ(take_text(&judge, "ERROR\r\n"), STATION_DAMAGED);
+}
+
+TEST(Judge_Count, AllGood_IsOk) {
+  station_judge_st judge({station_wait_en::COUNT, 0, 2});
+  EXPECT_EQ(take_text(&judge, "x\r\n"), std::nullopt);
+  EXPECT_EQ(judge.take(frame(VERSION_OK)), STATION_OK);
+}
+
+TEST(Judge_Nothing, NeverDecides) {
+  station_judge_st judge({});
+  EXPECT_EQ(judge.take(frame(VERSION_OK)), std::nullopt);
+  EXPECT_EQ(take_text(&judge, "OK\r\n"), std::nullopt);
+}
+
+TEST(Judge_Lines, EndlessChatter_IsKeptInBounds) {
+  station_judge_st judge(AT_RULE);
+  for (int n = 0; n < 1000; ++n) take_text(&judge, "chatter\r\n");
+  EXPECT_EQ(judge.answer().m_lines.size(), 64U);
+}
+
+}  // namespace

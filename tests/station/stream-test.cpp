@@ -1,0 +1,279 @@
+#include "station/stream.h"
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+
+#include "tests/station/wire.h"
+
+namespace {
+
+struct got_st {
+  stream_kind_en m_kind;
+  stream_fault_en m_fault;
+  wire_bytes m_bytes;
+  bool operator==(const got_st&) const = default;
+};
+
+void PrintTo(const got_st& got, std::ostream* out) {
+  *out << "kind " << static_cast<int>(got.m_kind) << " fault " << static_cast<int>(got.m_fault) << " "
+       << testing::PrintToString(got.m_bytes);
+}
+
+using got_items = std::vector<got_st>;
+
+got_st frame(const wire_bytes& bytes, stream_fault_en fault = stream_fault_en::NONE) {
+  return {stream_kind_en::FRAME, fault, bytes};
+}
+got_st text(std::string_view line) {
+  return {stream_kind_en::TEXT, stream_fault_en::NONE, from_text(line)};
+}
+got_st noise(const wire_bytes& bytes) {
+  return {stream_kind_en::NOISE, stream_fault_en::NONE, bytes};
+}
+got_st pre_response() {
+  return {stream_kind_en::PRE_RESPONSE, stream_fault_en::NONE, PRE_RESPONSE};
+}
+
+stream_sink keep(got_items* items) {
+  return [items](const stream_item_st& item) {
+    items->push_back({item.m_kind, item.m_fault, {item.m_bytes.begin(), item.m_bytes.end()}});
+  };
+}
+
+// The items of the bytes, fed `step` at a time; flushed at the end when asked.
+got_items split(const wire_bytes& bytes, std::size_t step, bool is_flushed = false) {
+  stream_splitter_st splitter;
+  got_items items;
+  for (std::size_t at = 0; at < bytes.size(); at += step) {
+    splitter.feed(std::span(bytes).subspan(at, std::min(step, bytes.size() - at)), keep(&items));
+  }
+  if (is_flushed) splitter.flush(keep(&items));
+  return items;
+}
+
+got_items split(const wire_bytes& bytes) {
+  return split(bytes, bytes.size());
+}
+got_items split_all(const wire_bytes& bytes) {
+  return split(bytes, bytes.size(), true);
+}
+
+wire_bytes changed(wire_bytes bytes, std::size_t at, std::uint8_t value) {
+  bytes[at] = value;
+  return bytes;
+}
+
+TEST(Stream_Frame, Whole_IsOneItem) {
+  EXPECT_EQ(split(VERSION_OK), got_items{frame(VERSION_OK)});
+}
+
+TEST(Stream_Frame, FixedEnvelope_IsPreResponse) {
+  EXPECT_EQ(split(PRE_RESPONSE), got_items{pre_response()});
+}
+
+TEST(Stream_Frame, NoAtoms_IsOneItem) {
+  EXPECT_EQ(split(NO_ATOMS), got_items{frame(NO_ATOMS)});
+}
+
+TEST(Stream_Frame, LastByteMissing_IsHeldBack) {
+  wire_bytes part = VERSION_OK;
+  part.pop_back();
+  EXPECT_EQ(split(part), got_items{});
+}
+
+TEST(Stream_Mixed, EveryWayToSplit_GivesTheSameItems) {
+  const wire_bytes all = from_text("\r\n^DSVER: 7\r\n\r\nOK\r\n") + PRE_RESPONSE + VERSION_OK + from_text("AT\r") +
+                         VERSION_ERROR + from_text("half") + NO_ATOMS + from_text("\nERROR\r\n");
+  const got_items expected = {
+      text("\r\n^DSVER: 7\r\n"), text("\r\nOK\r\n"), pre_response(),  frame(VERSION_OK),  text("AT\r"),
+      frame(VERSION_ERROR),      text("half"),       frame(NO_ATOMS), text("\nERROR\r\n")};
+  for (std::size_t step = 1; step <= all.size(); ++step) EXPECT_EQ(split(all, step), expected) << "step " << step;
+}
+
+TEST(Stream_Mixed, EveryCutInTwo_GivesTheSameItems) {
+  const wire_bytes all = from_text("\r\nOK\r\n") + VERSION_OK + PRE_RESPONSE + from_text("x\r\ny\r\n");
+  const got_items expected = {text("\r\nOK\r\n"), frame(VERSION_OK), pre_response(), text("x\r\n"), text("y\r\n")};
+  for (std::size_t cut = 0; cut <= all.size(); ++cut) {
+    stream_splitter_st splitter;
+    got_items items;
+    splitter.feed(std::span(all).first(cut), keep(&items));
+    splitter.feed(std::span(all).subspan(cut), keep(&items));
+    EXPECT_EQ(items, expected) << "cut " << cut;
+  }
+}
+
+TEST(Stream_Checksum, EveryCorruptedPayloadByte_IsReported) {
+  for (std::size_t at = 12; at < VERSION_OK.size(); ++at) {
+    const wire_bytes bad = changed(VERSION_OK, at, static_cast<std::uint8_t>(VERSION_OK[at] ^ 0x10));
+    EXPECT_EQ(split(bad), got_items{frame(bad, stream_fault_en::CHECKSUM)}) << "byte " << at;
+  }
+}
+
+TEST(Stream_Checksum, BadFrameBeforeGoodOne_GoodOneIsFound) {
+  const wire_bytes bad = changed(VERSION_OK, 20, 0x41);
+  EXPECT_EQ(split(bad + VERSION_OK), (got_items{frame(bad, stream_fault_en::CHECKSUM), frame(VERSION_OK)}));
+}
+
+TEST(Stream_Length, OfZero_IsReportedAndTheNextFrameIsFound) {
+  const wire_bytes bad = changed(NO_ATOMS, 4, 0x00);
+  const got_items items = split(bad + VERSION_OK);
+  ASSERT_GE(items.size(), 2U);
+  EXPECT_EQ(items.front(), frame(from_hex("AABBCCDD 00000000"), stream_fault_en::LENGTH));
+  EXPECT_EQ(items.back(), frame(VERSION_OK));
+}
+
+// length field | may be right: the largest wrapped frame is 4096 bytes, 8 more than the field
+TEST(Stream_Length, AtTheBounds_OnlyWhatFitsIsWaitedFor) {
+  struct {
+    const char* m_length;
+    bool m_is_waited_for;
+  } const rows[] = {{"07000000", false}, {"08000000", true},  {"F80F0000", true}, {"F90F0000", false},
+                    {"FFFF0000", false}, {"FFFFFFFF", false}, {"F8FFFFFF", false}};
+  for (const auto& row : rows) {
+    const wire_bytes start = from_hex("AABBCCDD") + from_hex(row.m_length);
+    const got_items expected = row.m_is_waited_for ? got_items{} : got_items{frame(start, stream_fault_en::LENGTH)};
+    EXPECT_EQ(split(start), expected) << row.m_length;
+  }
+}
+
+TEST(Stream_Length, TooLargeByTwo_TheSwallowedFrameIsStillFound) {
+  const wire_bytes bad = changed(VERSION_OK, 4, 0x22);
+  for (const std::size_t step : {std::size_t{1}, std::size_t{7}, std::size_t{500}}) {
+    EXPECT_EQ(split(bad + VERSION_OK, step), (got_items{frame(bad, stream_fault_en::CHECKSUM), frame(VERSION_OK)}));
+  }
+}
+
+TEST(Stream_Length, TooLargeByFar_TheSwallowedFrameIsFoundAtTheFlush) {
+  const wire_bytes bad = changed(VERSION_OK, 5, 0x0F);
+  EXPECT_EQ(split(bad + VERSION_OK), got_items{});
+  EXPECT_EQ(split_all(bad + VERSION_OK), (got_items{frame(bad, stream_fault_en::INCOMPLETE), frame(VERSION_OK)}));
+}
+
+TEST(Stream_Length, TooSmall_IsABadChecksumAndTheNextFrameIsFound) {
+  const wire_bytes bad = changed(VERSION_OK, 4, 0x1E);
+  const got_items items = split(bad + VERSION_OK);
+  ASSERT_EQ(items.size(), 3U);
+  EXPECT_EQ(items[0], frame({bad.begin(), bad.end() - 2}, stream_fault_en::CHECKSUM));
+  EXPECT_EQ(items[1].m_bytes, from_hex("203C"));
+  EXPECT_EQ(items[2], frame(VERSION_OK));
+}
+
+TEST(Stream_Head, RightChecksumOverAWrongHead_IsReported) {
+  const wire_bytes wrong_command_head = from_hex("AABBCCDD 0E000000 02000000 0600BC2E0000 EAF2659D");
+  const wire_bytes five_byte_frame = from_hex("AABBCCDD 0D000000 02000000 0500BB2E00 B39C08FB");
+  const wire_bytes empty_but_no_pre_response = from_hex("AABBCCDD 08000000 02000000 42CC0DC1");
+  for (const auto& bytes : {wrong_command_head, five_byte_frame, empty_but_no_pre_response}) {
+    EXPECT_EQ(split(bytes), got_items{frame(bytes, stream_fault_en::HEAD)});
+  }
+}
+
+TEST(Stream_Text, LineForms_AreCutAtTheirEnds) {
+  EXPECT_EQ(split(from_text("\r\nOK\r\n")), got_items{text("\r\nOK\r\n")});
+  EXPECT_EQ(split(from_text("OK\n")), got_items{text("OK\n")});
+  EXPECT_EQ(split(from_text("AT\rOK\r\n")), (got_items{text("AT\r"), text("OK\r\n")}));
+  EXPECT_EQ(split(from_text("\r\n\r\n\r\nOK\r\n")), got_items{text("\r\n\r\n\r\nOK\r\n")});
+  EXPECT_EQ(split(from_text("a\tb\r\n")), got_items{text("a\tb\r\n")});
+  EXPECT_EQ(split(from_text("gr\xC3\xBC\xC3\x9F\r\n")), got_items{text("gr\xC3\xBC\xC3\x9F\r\n")});
+}
+
+TEST(Stream_Text, LoneCarriageReturn_WaitsForItsLineFeed) {
+  stream_splitter_st splitter;
+  got_items items;
+  splitter.feed(from_text("OK\r"), keep(&items));
+  EXPECT_EQ(items, got_items{});
+  EXPECT_EQ(splitter.pending(), stream_pending_en::LINE_FEED);
+  splitter.flush(keep(&items));
+  EXPECT_EQ(items, got_items{text("OK\r")});
+  EXPECT_EQ(splitter.pending(), stream_pending_en::NOTHING);
+}
+
+TEST(Stream_Text, WithoutEnd_IsPartUntilTheFlush) {
+  stream_splitter_st splitter;
+  got_items items;
+  splitter.feed(from_text("> "), keep(&items));
+  EXPECT_EQ(splitter.pending(), stream_pending_en::PART);
+  splitter.flush(keep(&items));
+  EXPECT_EQ(items, got_items{text("> ")});
+}
+
+TEST(Stream_Text, OnlyLineEnds_ArePendingNothing) {
+  stream_splitter_st splitter;
+  got_items items;
+  splitter.feed(from_text("OK\r\n\r\n"), keep(&items));
+  EXPECT_EQ(splitter.pending(), stream_pending_en::NOTHING);
+}
+
+TEST(Stream_Noise, ControlBytesAndBrokenUtf8_AreNoText) {
+  for (const char* hex : {"000102 0A", "1B5B41 0A", "FF 0A", "C3 0A", "E282 0A", "C080 0A", "80 0A", "7F 0A"}) {
+    EXPECT_EQ(split(from_hex(hex)), got_items{noise(from_hex(hex))}) << hex;
+  }
+}
+
+TEST(Stream_Noise, BeforeAFrame_TheFrameIsFound) {
+  const wire_bytes garbage = from_hex("00 FF AA BB AA BB CC 55 AA");
+  EXPECT_EQ(split(garbage + VERSION_OK), (got_items{noise(garbage), frame(VERSION_OK)}));
+  EXPECT_EQ(split(garbage + VERSION_OK, 1), (got_items{noise(garbage), frame(VERSION_OK)}));
+}
+
+TEST(Stream_Noise, PartOfAMagicAtTheFlush_IsNoise) {
+  EXPECT_EQ(split_all(from_hex("AABBCC")), got_items{noise(from_hex("AABBCC"))});
+  EXPECT_EQ(split_all(from_hex("41AABB")), (got_items{text("A"), noise(from_hex("AABB"))}));
+}
+
+TEST(Stream_Buffer, EndlessLine_IsCutAtTheBuffersSize) {
+  const wire_bytes line(10000, 'x');
+  for (const std::size_t step : {std::size_t{1}, std::size_t{4095}, std::size_t{10000}}) {
+    const got_items items = split(line, step, true);
+    ASSERT_EQ(items.size(), 3U) << "step " << step;
+    EXPECT_EQ(items[0].m_bytes.size(), 4096U);
+    EXPECT_EQ(items[1].m_bytes.size(), 4096U);
+    EXPECT_EQ(items[2].m_bytes.size(), 1808U);
+  }
+}
+
+TEST(Stream_Buffer, LargestFrame_Fits) {
+  wire_bytes start = from_hex("AABBCCDD F80F0000");
+  start.resize(4095);
+  EXPECT_EQ(split(start), got_items{});
+  start.push_back(0);
+  EXPECT_EQ(split(start), got_items{frame(start, stream_fault_en::CHECKSUM)});
+}
+
+TEST(Stream_Any, Bytes_ComeOutOnceWhateverTheSplit) {
+  wire_bytes bytes;
+  std::uint32_t seed = 1;
+  for (int n = 0; n < 20000; ++n) {
+    seed = seed * 1664525 + 1013904223;
+    static constexpr std::uint8_t ALPHABET[] = {0xAA, 0xBB, 0xCC, 0xDD, 0x10, 0x00, '\r', '\n', 'A', 0xEE};
+    bytes.push_back(ALPHABET[(seed >> 16) % sizeof ALPHABET]);
+    if (n % 97 == 0) bytes = bytes + from_hex("AABBCCDD 40000000");
+  }
+  const got_items at_once = split_all(bytes);
+  EXPECT_EQ(split(bytes, 1, true), at_once);
+  EXPECT_EQ(split(bytes, 13, true), at_once);
+  wire_bytes joined;
+  for (const auto& item : at_once) joined = joined + item.m_bytes;
+  EXPECT_EQ(joined, bytes);
+}
+
+TEST(Stream_Payload, OfAWholeFrame_IsWithoutTheChecksum) {
+  const stream_item_st item{stream_kind_en::FRAME, stream_fault_en::NONE, NO_ATOMS};
+  const auto payload = stream_payload(item);
+  EXPECT_EQ(wire_bytes(payload.begin(), payload.end()), from_hex("0600BB2E0000"));
+}
+
+TEST(Stream_Payload, OfACutFrame_IsWhatCame) {
+  const stream_item_st item{stream_kind_en::FRAME, stream_fault_en::INCOMPLETE, std::span(VERSION_OK).first(20)};
+  const auto payload = stream_payload(item);
+  EXPECT_EQ(wire_bytes(payload.begin(), payload.end()), from_hex("1800BB2E1200EE13"));
+}
+
+TEST(Stream_Payload, WithoutAHead_IsEmpty) {
+  for (const std::size_t size : {std::size_t{8}, std::size_t{12}, std::size_t{17}}) {
+    const stream_item_st item{stream_kind_en::FRAME, stream_fault_en::INCOMPLETE, std::span(VERSION_OK).first(size)};
+    EXPECT_TRUE(stream_payload(item).empty()) << size;
+  }
+}
+
+}  // namespace
