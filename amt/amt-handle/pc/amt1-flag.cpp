@@ -1,10 +1,7 @@
 #include "amt/amt-handle/pc/amt1-flag.h"
 
-#include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 #include "amt/amt-handle/channel/handle-context.h"
 #include "amt/amt-handle/channel/log-module.h"
@@ -12,45 +9,17 @@
 #include "amt/amt-handle/channel/response.h"
 #include "amt/amt-handle/channel/state.h"
 #include "amt/amt-handle/pc/parameters.h"
-#include "amt/amt-handle/pc/record.h"
 #include "platform/property.h"
 #include "pub/result.h"
-#include "pub/util/io.h"
 
 namespace {
 
 constexpr char HANDSHAKE_PROPERTY[] = "sys.vx.amt.failure.handshake";
-constexpr int LINE_LIMIT = 98;
 constexpr std::int32_t OPERATION_READ = 2;
-
-// Why an attempt on a file failed, in the line that every record reader and writer shares.
-void log_file_failure(const char* function, const char* what, const char* path) {
-  const int error = errno;
-  LOG_FAILURE_OF(function, ERR_SYSTEM);
-  if (path != nullptr) {
-    LOG_LINE("%s(\"%s\") fail: %d - %s", what, path, error, std::strerror(error));
-  } else {
-    LOG_LINE("%s fail: %d - %s", what, error, std::strerror(error));
-  }
-}
 
 std::int32_t amt_write_content_to_file_sync(const char* content) {
   if (LOG_BAD_ARGUMENTS(content == nullptr, content != nullptr && *content == '\0')) return ERR_ARGUMENT;
-  pub_file file = pub_util_fopen(AMT_FLAG_FILE, "w+");
-  if (!file) {
-    log_file_failure(__func__, "open", AMT_FLAG_FILE);
-    return ERR_SYSTEM;
-  }
-  // The text reaches the file with the flush: a full file system shows there.
-  const bool is_written = std::fputs(content, file.get()) >= 0 && std::fflush(file.get()) == 0;
-  if (is_written) {
-    LOG_LINE("write content: %s", content);
-  } else {
-    log_file_failure(__func__, "fputs", nullptr);
-  }
-  file.reset();
-  amt_flush_records();
-  return is_written ? ERR_NONE : ERR_SYSTEM;
+  return amt_write_record(__func__, "write content", AMT_FLAG_FILE, content);
 }
 
 std::int32_t write_flag(std::int32_t flag) {
@@ -81,18 +50,7 @@ std::int32_t read_flag() {
 
 std::int32_t amt_read_data_from_file(char (&content)[AMT_CONTENT_SIZE], const char* path) {
   LOG_ENTRY();
-  std::memset(content, 0, sizeof content);
-  const pub_file file = pub_util_fopen(path, "r");
-  if (!file) {
-    log_file_failure(__func__, "open", path);
-    return ERR_SYSTEM;
-  }
-  if (std::fgets(content, LINE_LIMIT + 1, file.get()) == nullptr) {
-    log_file_failure(__func__, "read", nullptr);
-    return ERR_SYSTEM;
-  }
-  LOG_LINE("read content: %s", content);
-  return ERR_NONE;
+  return amt_read_record(__func__, "read content", path, content);
 }
 
 bool amt_is_handshake_permitted_by_file() {

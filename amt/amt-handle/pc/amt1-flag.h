@@ -5,9 +5,9 @@
 #include <cstdint>
 
 #include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/pc/record.h"
 
 inline constexpr char AMT_FLAG_FILE[] = "/amt/power_usb_amt.txt";
-inline constexpr std::uint32_t AMT_CONTENT_SIZE = 100;
 
 // The first line of a file (its line end included, at most 98 characters). 0 or ERR_SYSTEM; the buffer is then empty.
 std::int32_t amt_read_data_from_file(char (&content)[AMT_CONTENT_SIZE], const char* path);

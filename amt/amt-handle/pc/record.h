@@ -1,5 +1,33 @@
-// Factory records: small files that must outlive the process and a power cut.
+// Factory records: small text files that must outlive the process and a power cut. Every record is read and replaced
+// through here.
 #pragma once
+
+#include <cstdint>
+
+#include "pub/util/io.h"
+
+inline constexpr std::uint32_t AMT_CONTENT_SIZE = 100;  // room for a record's line
 
 // The end of every record write, after the file was closed: waits 50 ms, runs the platform's sync, and both again.
 void amt_flush_records();
+
+// Writes text into a record that was just opened, closes it and flushes the records, whatever came of the write.
+// `report` is called with the outcome before the file is closed, with errno telling why a write failed.
+template <typename Report>
+bool amt_finish_record(pub_file file, const char* text, Report report) {
+  // The text reaches the file with the flush: a full file system shows there.
+  const bool is_written = std::fputs(text, file.get()) >= 0 && std::fflush(file.get()) == 0;
+  report(is_written);
+  file.reset();
+  amt_flush_records();
+  return is_written;
+}
+
+// Replaces a record by text, without a line end; logs "<label>: <text>". 0, or ERR_SYSTEM when the file cannot be
+// opened or written. function names the caller in the error-trace line.
+std::int32_t amt_write_record(const char* function, const char* label, const char* path, const char* text);
+
+// The first line of a record, its line end included, at most 98 characters; logs "<label>: <line>". 0, or ERR_SYSTEM;
+// the buffer is then empty.
+std::int32_t amt_read_record(const char* function, const char* label, const char* path,
+                             char (&content)[AMT_CONTENT_SIZE]);
