@@ -1,25 +1,18 @@
 #include "handset/modem.h"
 
-#include <unistd.h>
-
-#include <algorithm>
-#include <array>
-#include <cerrno>
 #include <deque>
 #include <optional>
 #include <utility>
 
 #include "handset/event-loop.h"
 #include "handset/modem-brain.h"
+#include "handset/tty-pump.h"
 
 namespace handset {
 
 namespace {
 
 using std::chrono::milliseconds;
-
-constexpr std::size_t MOST_UNSENT = 64 * 1024;  // with so much to send, nothing more is taken in
-constexpr milliseconds REOPEN_CHECK{10};        // nothing tells a master that its slave was opened again
 
 struct timed_bytes {
   milliseconds pause;  // after what went before
@@ -30,32 +23,30 @@ struct timed_bytes {
 
 // Lives on the loop's thread.
 struct modem::inside {
-  explicit inside(event_loop& the_loop) : loop(the_loop) {}
+  explicit inside(event_loop& the_loop) : loop(the_loop), link(the_loop, [this](auto bytes) { receive(bytes); }) {
+    link.on_sent([this] { link.hold_input(false); });
+  }
 
   void attach(unique_fd new_master);
   void detach();
-  void watch();
-  void ready(short events);
-  void check_reopened();
-  bool take_input();
+  void receive(std::string_view bytes);
   void understand(std::string_view bytes);
-  void send(std::string bytes, milliseconds delay);
+  void send(std::string_view bytes, milliseconds delay);
   void send_next();
-  void write_unsent();
+  void write(std::string_view bytes);
   void rearm(std::optional<event_loop::timer_id>& timer, milliseconds delay, void (inside::*action)());
   void stop(std::optional<event_loop::timer_id>& timer);
   void drop_partial() { brain.drop_partial(); }
 
   event_loop& loop;
   unique_fd master;
+  tty_pump link;
   modem_brain brain;
   modem_switches switches;
   text_log received;
   std::deque<timed_bytes> timed;  // what waits for its time
-  std::string unsent;             // what waits for room in the pseudo-terminal
   std::optional<event_loop::timer_id> send_timer;
   std::optional<event_loop::timer_id> patience_timer;
-  std::optional<event_loop::timer_id> reopen_timer;
 };
 
 void modem::inside::rearm(std::optional<event_loop::timer_id>& timer, milliseconds delay, void (inside::*action)()) {
@@ -74,91 +65,53 @@ void modem::inside::stop(std::optional<event_loop::timer_id>& timer) {
 void modem::inside::attach(unique_fd new_master) {
   detach();
   master = std::move(new_master);
-  watch();
+  link.attach(master.get());
 }
 
 void modem::inside::detach() {
-  if (!master) return;
-  loop.forget(master.get());
+  link.detach();
   master.reset();
   stop(send_timer);
   stop(patience_timer);
-  stop(reopen_timer);
   timed.clear();
-  unsent.clear();
   brain.drop_partial();
 }
 
-void modem::inside::watch() {
-  if (!master || reopen_timer) return;
-  const int in = unsent.size() < MOST_UNSENT ? POLLIN : 0;
-  const int out = unsent.empty() ? 0 : POLLOUT;
-  loop.watch(master.get(), static_cast<short>(in | out), [this](short events) { ready(events); });
-}
-
-void modem::inside::ready(short events) {
-  if ((events & POLLOUT) != 0) write_unsent();
-  if ((events & (POLLIN | POLLHUP)) != 0 && !take_input()) {
-    // The service closed its side; polling a hung-up master returns at once, for ever.
-    loop.forget(master.get());
-    rearm(reopen_timer, REOPEN_CHECK, &inside::check_reopened);
-  }
-}
-
-void modem::inside::check_reopened() {
-  pollfd item{master.get(), POLLIN, 0};
-  if (::poll(&item, 1, 0) > 0 && item.revents == POLLHUP) {
-    return rearm(reopen_timer, REOPEN_CHECK, &inside::check_reopened);
-  }
-  watch();
-}
-
-// False when the other side is closed.
-bool modem::inside::take_input() {
-  std::array<char, 4096> buffer;
-  const auto count = ::read(master.get(), buffer.data(), buffer.size());
-  if (count <= 0) return count < 0 && (errno == EAGAIN || errno == EINTR);
-  const std::string_view bytes(buffer.data(), static_cast<std::size_t>(count));
+void modem::inside::receive(std::string_view bytes) {
   received.append(bytes);
   if (!switches.silent) understand(bytes);
-  return true;
 }
 
 void modem::inside::understand(std::string_view bytes) {
-  if (switches.echo) return send(std::string(bytes), switches.delay);
-  for (auto& answer : brain.receive(bytes, switches.refuse)) send(std::move(answer), switches.delay);
+  if (switches.echo) return send(bytes, switches.delay);
+  for (const auto& answer : brain.receive(bytes, switches.refuse)) send(answer, switches.delay);
   stop(patience_timer);
   if (brain.has_partial()) rearm(patience_timer, switches.patience, &inside::drop_partial);
 }
 
 // Cuts what is to be sent as the switches ask and puts it behind what already waits.
-void modem::inside::send(std::string bytes, milliseconds delay) {
+void modem::inside::send(std::string_view bytes, milliseconds delay) {
   const std::size_t piece = switches.split == 0 ? bytes.size() : switches.split;
   for (std::size_t at = 0; at < bytes.size(); at += piece) {
-    timed.push_back({at == 0 ? delay : switches.gap, bytes.substr(at, piece)});
+    timed.push_back({at == 0 ? delay : switches.gap, std::string(bytes.substr(at, piece))});
   }
   if (!send_timer) send_next();
 }
 
+// What has no pause goes at once; the first that has one waits for its timer, which comes here again.
 void modem::inside::send_next() {
-  // What has no pause goes at once; the first that has one waits for its timer, which comes here again.
   while (!timed.empty()) {
     if (const auto pause = std::exchange(timed.front().pause, milliseconds{0}); pause > milliseconds{0}) {
-      rearm(send_timer, pause, &inside::send_next);
-      break;
+      return rearm(send_timer, pause, &inside::send_next);
     }
-    unsent += timed.front().bytes;
+    write(timed.front().bytes);
     timed.pop_front();
   }
-  write_unsent();
 }
 
-void modem::inside::write_unsent() {
-  if (!unsent.empty()) {
-    const auto count = ::write(master.get(), unsent.data(), unsent.size());
-    if (count > 0) unsent.erase(0, static_cast<std::size_t>(count));
-  }
-  watch();
+void modem::inside::write(std::string_view bytes) {
+  link.send(bytes);
+  link.hold_input(link.unsent() >= tty_pump::MOST_UNSENT);
 }
 
 modem::modem(event_loop& loop) : m_inside(std::make_unique<inside>(loop)) {}
@@ -186,10 +139,8 @@ const text_log& modem::received() const {
 
 void modem::say(std::string_view bytes) {
   m_inside->loop.call([&] {
-    if (!m_inside->master) return;
-    if (m_inside->switches.split != 0) return m_inside->send(std::string(bytes), milliseconds{0});
-    m_inside->unsent += bytes;  // not behind answers that are being delayed
-    m_inside->write_unsent();
+    if (m_inside->switches.split != 0) return m_inside->send(bytes, milliseconds{0});
+    m_inside->write(bytes);  // not behind answers that are being delayed
   });
 }
 

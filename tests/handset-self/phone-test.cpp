@@ -195,6 +195,7 @@ TEST(Phone_Tty, ReplugedModem_IsANewTtyUnderTheSameName) {
   EXPECT_TRUE(phone.pc().wait_hangup());
   phone.plug_modem();
   phone.start();
+  ASSERT_TRUE(phone.wait_log("ready"));
   phone.pc().write_all("AT\r");
   EXPECT_EQ(phone.pc().read_until("OK\r\n"), "\r\nOK\r\n");
 }
