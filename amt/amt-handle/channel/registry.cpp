@@ -16,9 +16,9 @@ std::int32_t amt_handle_reg_handle_func(std::uint8_t link, std::uint32_t request
   return ERR_NONE;
 }
 
-bool amt_handle_is_bad_request(std::uint8_t link, const amt_message_st* request, const amt_message_st* response,
-                               int line, const char* function) {
+bool amt_handle_is_bad_request(const pub_log_module_st& module, std::uint8_t link, const amt_message_st* request,
+                               const amt_message_st* response, int line, const char* function) {
   return pub_log_bad_arguments(
-      k_log, line, function,
+      module, line, function,
       {link == 255, request == nullptr, request != nullptr && request->m_buf_len == 0, response == nullptr});
 }
