@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 
 #include "pub/util/io.h"
 #include "pub/util/signals.h"
@@ -29,6 +30,18 @@ int poll_until(pollfd* wanted, steady::time_point deadline) {
   }
 }
 
+// The signals stay let in: after a fork two processes read one terminal, and the other one may have taken what was
+// there. Nothing but the system call is interrupted, as in ppoll.
+ssize_t read_as_wait_point(int fd, void* buffer, std::size_t size) {
+  sigset_t held;
+  pthread_sigmask(SIG_SETMASK, pub_util_wait_mask(), &held);
+  const ssize_t count = read(fd, buffer, size);
+  const int error = errno;
+  pthread_sigmask(SIG_SETMASK, &held, nullptr);
+  errno = error;
+  return count;
+}
+
 }  // namespace
 
 ssize_t pub_util_read(int fd, void* buffer, std::size_t size) {
@@ -43,7 +56,7 @@ ssize_t pub_util_read(int fd, void* buffer, std::size_t size) {
       if (errno == EINTR) continue;
       return -1;
     }
-    const ssize_t count = read(fd, buffer, size);
+    const ssize_t count = read_as_wait_point(fd, buffer, size);
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) continue;
     if (count == 0 && (wanted.revents & (POLLHUP | POLLERR)) != 0) {
       errno = EIO;
