@@ -1,6 +1,7 @@
 #include "pub/log.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 
@@ -21,10 +22,48 @@ class errno_keeper {
   int m_errno;
 };
 
+// How many threads are in the platform's log, and whether they are to stay out of it. No thread is ever stopped inside:
+// there is no wait point.
+std::atomic<int> g_writers;
+std::atomic<bool> g_is_paused;
+
+class log_entrance {
+ public:
+  log_entrance() {
+    while (!enter()) g_is_paused.wait(true);
+  }
+  ~log_entrance() { leave(); }
+  log_entrance(const log_entrance&) = delete;
+  log_entrance& operator=(const log_entrance&) = delete;
+
+ private:
+  static bool enter() {
+    ++g_writers;
+    if (!g_is_paused) return true;
+    leave();
+    return false;
+  }
+  static void leave() {
+    if (--g_writers == 0 && g_is_paused) g_writers.notify_all();
+  }
+};
+
 }  // namespace
+
+void pub_log_pause() {
+  g_is_paused = true;
+  for (int writers = g_writers; writers != 0; writers = g_writers) g_writers.wait(writers);
+}
+
+void pub_log_resume(bool is_child) {
+  if (is_child) g_writers = 0;  // the fork may have caught a thread of the parent on its way out
+  g_is_paused = false;
+  g_is_paused.notify_all();
+}
 
 void pub_log_line(const pub_log_module_st& module, const char* format, ...) {
   const errno_keeper keeper;
+  const log_entrance entrance;
   va_list arguments;
   va_start(arguments, format);
   __android_log_vprint(ANDROID_LOG_DEBUG, module.m_tag, format, arguments);

@@ -19,6 +19,10 @@ inline bool pub_log_enabled(const pub_log_module_st& module) {
 }
 
 void pub_log_line(const pub_log_module_st& module, const char* format, ...) __attribute__((format(printf, 2, 3)));
+// Between the two no other thread is in the platform's log: its locks are free in a child that is forked there. A
+// thread that has something to log waits; the caller must log nothing. The child, which has no other threads, says so.
+void pub_log_pause();
+void pub_log_resume(bool is_child);
 // "FILE-%s, LINE-%d, FUNC-%s(), error_code=%d, errno=%d"
 void pub_log_failure(const pub_log_module_st& module, int line, const char* function, std::int32_t code);
 // The error-trace line (ERR_ARGUMENT) and a line with each flag as 0 or 1, if any flag is set; tells whether one was.

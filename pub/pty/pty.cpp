@@ -17,7 +17,8 @@ constexpr pub_log_module_st k_log{"vx-kro-pub", "pty/pty"};
 std::int32_t pub_pty_close(pub_pty_st* pty) {
   LOG_ENTRY();
   if (LOG_BAD_ARGUMENTS(pty == nullptr, pty != nullptr && pty->m_ptm_fd < 0)) return -1;
-  const std::int32_t result = pub_pty_delete_mapping(pty);
+  const bool is_other_process = pty->m_opener != 0 && pty->m_opener != getpid();
+  const std::int32_t result = is_other_process ? ERR_NONE : pub_pty_delete_mapping(pty);
   LOG_LINE("pub_pty_close pub_pty_delete_mapping ret_val[%d]", result);
   if (result != ERR_NONE) return result;
   std::memset(pty->m_pts_name_a, 0, sizeof pty->m_pts_name_a);

@@ -1,6 +1,8 @@
 // A pseudo-terminal whose slave is reachable under a fixed path, a symbolic link (the mapping).
 #pragma once
 
+#include <sys/types.h>
+
 #include <atomic>
 #include <cstdint>
 
@@ -9,6 +11,7 @@ struct pub_pty_st {
   char m_pts_name_a[40];          // slave device, as the system names it
   char m_pts_mapping_name_a[28];  // the link to it
   std::int32_t m_nonblock_mode;   // non-zero: the master is switched to non-blocking mode
+  pid_t m_opener;                 // the process that made the link, and alone removes it; 0 = any
 };
 
 // Closes the master and removes the link. 0, the code of pub_pty_delete_mapping (the master then stays open), or -1 for

@@ -115,6 +115,14 @@ void pub_util_create_pid_file(const char* name) {
   LOG_LINE("PID of %s: %d", name, getpid());
 }
 
+pid_t pub_util_fork() {
+  LOG_ENTRY();
+  pub_log_pause();
+  const pid_t child = fork();
+  pub_log_resume(child == 0);
+  return child;
+}
+
 void pub_util_raise_process_priority() {
   LOG_ENTRY();
   const int maximum = sched_get_priority_max(SCHED_FIFO);

@@ -42,6 +42,15 @@ void close_link(std::atomic<int>& fd, bool is_unused) {
   }
 }
 
+// A handle that is not the forker's names a thread of the parent.
+void keep_own_thread(pub_thread_st& thread, pid_t forker) {
+  if (thread.m_tid == forker) {
+    thread.m_tid = gettid();
+  } else {
+    pub_util_clear_thread(thread);
+  }
+}
+
 // The calling thread ends the process: it alone goes on, and nothing may stop it half-way.
 void take_the_end() {
   if (g_is_ending.exchange(true)) pub_util_sleep_forever();
@@ -84,6 +93,17 @@ void signal_treatment(int signo) {
   LOG_LINE("receive signal: %d - %s", signo, pub_util_signal_name(signo));
   LOG_ENTRY_OF("amt_deinit_resource");
   amt_handle_end_service(EXIT_SUCCESS);
+}
+
+void amt_handle_become_child(pid_t forker) {
+  auto& context = g_handle_context;
+  keep_own_thread(context.m_modem_thread, forker);
+  keep_own_thread(context.m_pc_thread, forker);
+  keep_own_thread(context.m_usb_thread, forker);
+  keep_own_thread(context.m_app_thread, forker);
+  amt_timer_become_child();
+  g_is_ending = false;
+  g_is_deinit_done = false;
 }
 
 void amt_handle_exit_refused() {

@@ -1,6 +1,8 @@
 // The end of the service. However it comes to its end, there is one tear-down and one exit.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
 
 // Handler of SIGTERM and SIGUSR2: tears down and ends the process with status 0.
@@ -16,6 +18,10 @@ std::int32_t amt_handle_deinit();
 // Ends the process from whichever thread, after the tear-down. When two threads come here, the second waits for the
 // first to end the process.
 [[noreturn]] void amt_handle_end_service(int status);
+
+// What a process does first that a worker (its thread id: forker) has forked from the service: it has this one thread,
+// no timers and a life and end of its own.
+void amt_handle_become_child(pid_t forker);
 
 // The exit helper of a refused or timed-out start: makes the refusal report, deletes the timers, and lets SIGTERM end
 // the process.

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <semaphore>
 
 #include "amt/amt-handle/channel/log-module.h"
@@ -100,4 +101,10 @@ bool amt_timer_expire(amt_timer_st& timer) {
   if (timer.m_id == AMT_NO_TIMER) return false;
   timer.m_is_expired = true;
   return true;
+}
+
+void amt_timer_become_child() {
+  new (&g_timer_lock) std::binary_semaphore(1);
+  g_usbEnumTimer.m_id = AMT_NO_TIMER;
+  g_handShakeTimer.m_id = AMT_NO_TIMER;
 }

@@ -26,3 +26,6 @@ void amt_timer_set(amt_timer_st& timer, std::int32_t milliseconds);
 bool amt_timer_delete(amt_timer_st& timer);
 // What an action asks first, under the timer lock: false when the timer was deleted just as it expired.
 bool amt_timer_expire(amt_timer_st& timer);
+
+// In a forked process: it has no timers, and nobody in it holds the timer lock.
+void amt_timer_become_child();
