@@ -99,7 +99,6 @@ struct phone::inside {
   std::unique_ptr<modem> simulated;
   std::function<void(std::string_view)> on_log;
   std::function<void(std::string_view)> on_out;
-  std::function<void(exit_status)> on_exit;
 };
 
 phone::inside::inside(phone_options the_options) : options(std::move(the_options)) {
@@ -249,7 +248,6 @@ process& phone::start_with(const std::vector<std::string>& arguments) {
   plan.on_err = m_inside->on_log;
   plan.on_out = m_inside->on_out;
   m_inside->service = m_inside->run(plan);
-  if (m_inside->on_exit) m_inside->core->agent.on_ended(m_inside->service->pid(), m_inside->on_exit);
   return *m_inside->service;
 }
 
@@ -290,9 +288,6 @@ void phone::on_log(std::function<void(std::string_view)> listener) {
 }
 void phone::on_out(std::function<void(std::string_view)> listener) {
   m_inside->on_out = std::move(listener);
-}
-void phone::on_exit(std::function<void(exit_status)> listener) {
-  m_inside->on_exit = std::move(listener);
 }
 
 std::shared_ptr<process> phone::run(const std::vector<std::string>& command) {
@@ -357,6 +352,10 @@ void phone::plug_modem() {
     m_inside->simulated->attach(std::move(master));
   else
     m_inside->modem_end.attach(std::move(master));
+}
+
+fs::path phone::folder() const {
+  return m_inside->tree.folder();
 }
 
 fs::path phone::host_path(const fs::path& path) const {

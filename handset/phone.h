@@ -103,8 +103,6 @@ class phone {
   // Called with every piece of the service's log or output as it comes; set before start().
   void on_log(std::function<void(std::string_view)> listener);
   void on_out(std::function<void(std::string_view)> listener);
-  // Called, on a thread of the phone, when the service has ended; set before start().
-  void on_exit(std::function<void(exit_status)> listener);
 
   // Other commands in the phone. run() starts one and returns at once, exec() waits for its end (error when late).
   std::shared_ptr<process> run(const std::vector<std::string>& command);
@@ -121,6 +119,8 @@ class phone {
   void unplug_modem();
   void plug_modem();
 
+  // The phone's own folder on the host, beside its tree: for sockets and the like. It goes with the phone.
+  std::filesystem::path folder() const;
   // The tree. Paths are those of the phone, e.g. "/amt/sn".
   std::filesystem::path host_path(const std::filesystem::path& path) const;
   std::optional<std::string> read_file(const std::filesystem::path& path) const;

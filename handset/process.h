@@ -2,6 +2,8 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
+#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <string>
@@ -34,6 +36,8 @@ class process {
   virtual void send_signal(int signal_number) = 0;
   // None when the time is over. When it has ended, all that it wrote is in out() and err().
   virtual std::optional<exit_status> wait_exit(std::chrono::milliseconds within = DEFAULT_WAIT) = 0;
+  // Called, on a thread of the phone, when it has ended; at once if it has already.
+  virtual void on_exit(std::function<void(exit_status)> listener) = 0;
   virtual const text_log& out() const = 0;
   virtual const text_log& err() const = 0;
 };

@@ -1,0 +1,34 @@
+// The cable of `handset run`: a pseudo-terminal for a station on the host, and a relay between it and the phone's PC
+// tty. While no station has it open, what the phone says is lost, as on a cable that leads nowhere.
+#pragma once
+
+#include <filesystem>
+
+#include "handset/event-loop.h"
+#include "handset/tty-end.h"
+#include "handset/tty-pump.h"
+
+namespace handset {
+
+class cable {
+ public:
+  // name: the link by which a station finds the terminal. It stays; where it leads may change.
+  cable(event_loop& loop, std::filesystem::path name);
+
+  // The phone's end, or none while its tty is unplugged. Borrowed.
+  void connect(const tty_end& phone_end);
+  void disconnect();
+
+ private:
+  void make_outside();
+  void station_left();
+  static void carry(tty_pump& from, tty_pump& to, std::string_view bytes);
+
+  std::filesystem::path m_name;
+  unique_fd m_master;
+  std::string m_slave;
+  tty_pump m_outside;
+  tty_pump m_inside;
+};
+
+}  // namespace handset

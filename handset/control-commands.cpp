@@ -1,0 +1,228 @@
+// The commands of `handset ctl`, one row each.
+#include <fmt/format.h>
+#include <signal.h>
+#include <string.h>
+
+#include <array>
+#include <charconv>
+#include <functional>
+
+#include "handset/cable.h"
+#include "handset/control.h"
+#include "handset/phone.h"
+
+namespace handset {
+
+namespace {
+
+using words = std::vector<std::string>;  // those behind the command's own
+
+std::size_t number_of(const std::string& text) {
+  std::size_t number = 0;
+  const auto [end, failed] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (failed != std::errc{} || end != text.data() + text.size()) throw error(fmt::format("\"{}\" is no number", text));
+  return number;
+}
+
+bool switch_of(const std::string& text) {
+  if (text != "on" && text != "off") throw error(fmt::format("\"{}\" is neither on nor off", text));
+  return text == "on";
+}
+
+int signal_of(const std::string& text) {
+  const std::string name = text.starts_with("SIG") ? text.substr(3) : text;
+  for (int number = 1; number < NSIG; ++number) {
+    const char* known = sigabbrev_np(number);
+    if (known != nullptr && name == known) return number;
+  }
+  return static_cast<int>(number_of(name));
+}
+
+std::string status(control_target& target, const words&) {
+  auto& service = target.the_phone.service();
+  return fmt::format("service: {}\nPC tty: {}\ntree: {}\n",
+                     service.running() ? fmt::format("running, process {} of the phone", service.pid()) : "ended",
+                     target.pc_tty.string(), target.the_phone.host_path("/").string());
+}
+
+std::string stop(control_target& target, const words&) {
+  target.stop();
+  return "";
+}
+
+std::string send_signal(control_target& target, const words& rest) {
+  target.the_phone.send_signal(signal_of(rest[0]));
+  return "";
+}
+
+std::string uevent(control_target& target, const words& rest) {
+  target.the_phone.uevent(rest);
+  return "";
+}
+
+std::string unplug_pc(control_target& target, const words&) {
+  target.the_cable.disconnect();
+  target.the_phone.unplug_pc();
+  return "";
+}
+
+std::string plug_pc(control_target& target, const words&) {
+  if (target.the_phone.pc().plugged()) throw error("it is plugged in");
+  target.the_phone.plug_pc();
+  target.the_cable.connect(target.the_phone.pc());
+  return "";
+}
+
+std::string get_property(control_target& target, const words& rest) {
+  const auto value = target.the_phone.property(rest[0]);
+  if (!value) throw error("there is no property " + rest[0]);
+  return *value + "\n";
+}
+
+std::string set_property(control_target& target, const words& rest) {
+  target.the_phone.set_property(rest[0], rest[1]);
+  return "";
+}
+
+std::string read_file(control_target& target, const words& rest) {
+  const auto content = target.the_phone.read_file(rest[0]);
+  if (!content) throw error("there is no file " + rest[0]);
+  return *content;
+}
+
+std::string write_file(control_target& target, const words& rest) {
+  target.the_phone.write_file(rest[0], rest[1]);
+  return "";
+}
+
+std::string remove_file(control_target& target, const words& rest) {
+  target.the_phone.remove(rest[0]);
+  return "";
+}
+
+std::string modem_report(control_target& target, const words&) {
+  auto& modem = target.the_phone.simulated_modem();
+  const auto state = modem.state();
+  const auto switches = modem.switches();
+  const auto on = [](bool value) { return value ? "on" : "off"; };
+  return fmt::format(
+      "link: {}\nimei: {}\nboard: {}\nchannel: {}\nAT lines: {}\nframes: {}\nnoise bytes: {}\n"
+      "silent: {}\necho: {}\nrefuse: {}\ndelay: {} ms\nsplit: {}\ngap: {} ms\npatience: {} ms\n",
+      modem.attached() ? "up" : "down", state.imei, state.board_number, state.channel, state.at_lines, state.frames,
+      state.noise_bytes, on(switches.silent), on(switches.echo), on(switches.refuse), switches.delay.count(),
+      switches.split, switches.gap.count(), switches.patience.count());
+}
+
+std::string modem_say(control_target& target, const words& rest) {
+  target.the_phone.simulated_modem().say("\r\n" + rest[0] + "\r\n");
+  return "";
+}
+
+std::string modem_hang_up(control_target& target, const words&) {
+  target.the_phone.unplug_modem();
+  return "";
+}
+
+std::string modem_plug(control_target& target, const words&) {
+  if (target.the_phone.simulated_modem().attached()) throw error("it is plugged in");
+  target.the_phone.plug_modem();
+  return "";
+}
+
+// What `modem NAME VALUE` changes.
+struct modem_value {
+  std::string_view name;
+  void (*set)(modem_switches& switches, modem_state& state, const std::string& value);
+};
+constexpr std::array<modem_value, 10> MODEM_VALUES = {{
+    {"silent", [](auto& switches, auto&, auto& value) { switches.silent = switch_of(value); }},
+    {"echo", [](auto& switches, auto&, auto& value) { switches.echo = switch_of(value); }},
+    {"refuse", [](auto& switches, auto&, auto& value) { switches.refuse = switch_of(value); }},
+    {"delay", [](auto& switches, auto&, auto& value) { switches.delay = std::chrono::milliseconds(number_of(value)); }},
+    {"split", [](auto& switches, auto&, auto& value) { switches.split = number_of(value); }},
+    {"gap", [](auto& switches, auto&, auto& value) { switches.gap = std::chrono::milliseconds(number_of(value)); }},
+    {"patience",
+     [](auto& switches, auto&, auto& value) { switches.patience = std::chrono::milliseconds(number_of(value)); }},
+    {"imei", [](auto&, auto& state, auto& value) { state.imei = value; }},
+    {"board", [](auto&, auto& state, auto& value) { state.board_number = value; }},
+    {"channel", [](auto&, auto& state, auto& value) { state.channel = value; }},
+}};
+
+std::string modem_set(control_target& target, const words& rest) {
+  auto& modem = target.the_phone.simulated_modem();
+  for (const auto& known : MODEM_VALUES) {
+    if (known.name != rest[0]) continue;
+    modem.change_switches([&](auto& switches) {
+      modem_state unused;
+      known.set(switches, unused, rest[1]);
+    });
+    modem.change_state([&](auto& state) {
+      modem_switches unused;
+      known.set(unused, state, rest[1]);
+    });
+    return "";
+  }
+  throw error("the modem has no " + rest[0]);
+}
+
+struct control_command {
+  std::string_view name;       // one or two words
+  std::string_view arguments;  // as the help shows them
+  std::string_view help;
+  std::size_t least;  // words behind the name
+  std::size_t most;
+  std::string (*run)(control_target& target, const words& rest);
+};
+
+constexpr std::size_t ANY = 1000;
+
+// A longer name comes before one that it begins with.
+constexpr std::array<control_command, 18> COMMANDS = {{
+    {"status", "", "what runs, and where", 0, 0, status},
+    {"stop", "", "end the phone: the service gets SIGTERM first", 0, 0, stop},
+    {"signal", "NAME", "send the service a signal (TERM, USR2, 9, ...)", 1, 1, send_signal},
+    {"uevent", "STRING...", "send a kernel event, e.g. uevent USB_STATE=DISCONNECTED", 1, ANY, uevent},
+    {"pc unplug", "", "the PC tty hangs up and is gone", 0, 0, unplug_pc},
+    {"pc plug", "", "the PC tty is back, as a new device", 0, 0, plug_pc},
+    {"prop get", "NAME", "print a property", 1, 1, get_property},
+    {"prop set", "NAME VALUE", "set a property", 2, 2, set_property},
+    {"file cat", "PATH", "print a file of the phone", 1, 1, read_file},
+    {"file write", "PATH TEXT", "make or replace a file of the phone", 2, 2, write_file},
+    {"file remove", "PATH", "remove a file or folder of the phone", 1, 1, remove_file},
+    {"modem state", "", "what the modem keeps, has seen and how it behaves", 0, 0, modem_report},
+    {"modem say", "TEXT", "the modem sends an unsolicited line", 1, 1, modem_say},
+    {"modem hangup", "", "the modem's tty hangs up and is gone", 0, 0, modem_hang_up},
+    {"modem plug", "", "the modem's tty is back, as a new device", 0, 0, modem_plug},
+    {"modem", "SWITCH on|off", "silent (takes all, answers nothing), echo (sends all back), refuse", 2, 2, modem_set},
+    {"modem", "VALUE NUMBER", "delay, gap, patience in ms; split: answers in pieces of so many bytes", 2, 2, modem_set},
+    {"modem", "imei|board|channel TEXT", "change what the modem keeps", 2, 2, modem_set},
+}};
+
+words name_words(std::string_view name) {
+  const auto space = name.find(' ');
+  if (space == name.npos) return {std::string(name)};
+  return {std::string(name.substr(0, space)), std::string(name.substr(space + 1))};
+}
+
+}  // namespace
+
+std::string run_control(control_target& target, const words& all) {
+  for (const auto& command : COMMANDS) {
+    const words name = name_words(command.name);
+    if (all.size() < name.size() || !std::equal(name.begin(), name.end(), all.begin())) continue;
+    const words rest(all.begin() + static_cast<std::ptrdiff_t>(name.size()), all.end());
+    if (rest.size() >= command.least && rest.size() <= command.most) return command.run(target, rest);
+    throw error(fmt::format("usage: {} {}", command.name, command.arguments));
+  }
+  throw error(fmt::format("unknown command: {}", fmt::join(all, " ")));
+}
+
+std::string control_help() {
+  std::string help = "Commands:\n";
+  for (const auto& command : COMMANDS) {
+    help += fmt::format("  {:<34} {}\n", fmt::format("{} {}", command.name, command.arguments), command.help);
+  }
+  return help;
+}
+
+}  // namespace handset
