@@ -107,7 +107,6 @@ found_item first_line(bytes_view bytes, bool is_last) {
   for (; at < bytes.size(); ++at) {
     const std::size_t match = magic_match(bytes.subspan(at));
     if (match == MAGIC.size() || (match != 0 && is_last)) return line_item(bytes.first(at));
-    if (match != 0) return std::nullopt;
     if (is_line_end(bytes[at])) {
       const std::size_t end = line_end(bytes, at, is_last);
       return end == 0 ? std::nullopt : found_item(line_item(bytes.first(end)));

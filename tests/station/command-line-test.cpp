@@ -113,7 +113,9 @@ TEST_F(CommandLine, RawAtText_IsSentAsItIs) {
 }
 
 TEST_F(CommandLine, AtTextThatEndsInCarriageReturn_GetsNoSecondOne) {
-  EXPECT_EQ(run_with_phone({"at", "AT\r"}, from_text("AT\r"), from_text("OK\r\n")).m_status, 0);
+  const auto got = run_with_phone({"at", "AT\r"}, from_text("AT\r"), from_text("OK\r\n"));
+  EXPECT_EQ(got.m_status, 0);
+  EXPECT_THAT(got.m_out, HasSubstr("-> text \"AT\\r\"\n"));
 }
 
 TEST_F(CommandLine, AtTextThatLooksLikeAnOption_IsSentBehindTwoDashes) {

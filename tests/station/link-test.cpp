@@ -64,6 +64,10 @@ TEST(Link_Open, RefusedStation_LeavesTheOthersMark) {
 
 TEST(Link_Open, Line_IsRawAtTheGivenSpeedAndStaysRaw) {
   phone_line_st phone;
+  termios cooked = phone.settings();
+  cooked.c_lflag |= ECHO | ICANON | ISIG;
+  cooked.c_oflag |= OPOST;
+  phone.set(cooked);
   {
     station_link_st link;
     ASSERT_EQ(link.open(phone.path(), 230400), STATION_OK);

@@ -76,6 +76,8 @@ class phone_line_st {
     return line;
   }
 
+  void set(const termios& line) const { EXPECT_EQ(::tcsetattr(m_station, TCSANOW, &line), 0); }
+
  private:
   std::string m_path;
   int m_phone = -1;

@@ -99,7 +99,9 @@ TEST_F(Session, FinalResultWithoutLineFeed_DoesNotWaitForTheDeadline) {
   send(from_text("AT\r"));
   m_phone.send(from_text("AT\r"));
   m_phone.send(from_text("\r\nOK\r"));
+  const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(receive(AT_RULE, LONG), STATION_OK);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(LONG));
   ASSERT_EQ(m_shown.size(), 3U);
 }
 

@@ -174,6 +174,8 @@ TEST(Stream_Text, LineForms_AreCutAtTheirEnds) {
   EXPECT_EQ(split(from_text("AT\rOK\r\n")), (got_items{text("AT\r"), text("OK\r\n")}));
   EXPECT_EQ(split(from_text("\r\n\r\n\r\nOK\r\n")), got_items{text("\r\n\r\n\r\nOK\r\n")});
   EXPECT_EQ(split(from_text("a\tb\r\n")), got_items{text("a\tb\r\n")});
+  const wire_bytes longer_characters = from_hex("E0A080 EFBFBD F09F9880 F48FBFBF 0A");
+  EXPECT_EQ(split(longer_characters)[0].m_kind, stream_kind_en::TEXT);
   EXPECT_EQ(split(from_text("gr\xC3\xBC\xC3\x9F\r\n")), got_items{text("gr\xC3\xBC\xC3\x9F\r\n")});
 }
 
