@@ -1,0 +1,195 @@
+// The command line, the run modes, the pid file and the configuration file.
+#include "tests/handset/serial-phone.h"
+
+using namespace handset_test;
+
+namespace {
+
+const std::string USAGE =
+    "\nUsage: /phone/bin/vx-kro-amt [OPTION]\n"
+    "  -h                     Display this help and exit.\n"
+    "  -u                     For usb-insert-enter-amt.\n\n";
+
+std::string usage_of(const std::vector<std::string>& arguments) {
+  auto options = raw_modem();
+  options.arguments = arguments;
+  handset::phone phone(options);
+  phone.start();
+  EXPECT_EQ(phone.wait_exit(), handset::exited(0));
+  return phone.out().text();
+}
+
+int fatal_status(handset::phone& phone) {
+  phone.start();
+  const auto status = phone.wait_exit(90s);
+  EXPECT_TRUE(status.has_value());
+  EXPECT_EQ(phone.log().count("FATAL ERROR!!!"), 1u) << phone.log().text();
+  EXPECT_EQ(phone.log().count("LINE-429, FUNC-main()"), 1u);
+  EXPECT_EQ(phone.log().count("amt_handle_deinit()"), 1u);
+  return status ? static_cast<std::int8_t>(status->value) : 0;
+}
+
+TEST(CommandLine, HelpAlone_PrintsUsageAndExits0) {
+  EXPECT_EQ(usage_of({"-h"}), USAGE);
+}
+
+TEST(CommandLine, HelpWithValue_PrintsUsageAndExits0) {
+  EXPECT_EQ(usage_of({"-h", "x"}), USAGE);
+}
+
+TEST(CommandLine, UnknownOption_PrintsUsageAndExits0) {
+  EXPECT_EQ(usage_of({"-z"}), USAGE);
+}
+
+TEST(CommandLine, HelpBehindU_PrintsUsageAndExits0) {
+  EXPECT_EQ(usage_of({"-u", "-h"}), USAGE);
+}
+
+TEST(CommandLine, NoOption_SimplifiedMode_PrintsItsPaths) {
+  handset::phone phone(raw_modem());
+  start_serving(phone);
+  EXPECT_EQ(phone.out().text(),
+            "g_usb_activate:0.\n"
+            "[vx-kro-amt]command path is \"/phone/bin\"\n"
+            "[vx-kro-amt]run under simplified mode(only with kernel) \n"
+            "[vx-kro-amt]config file is \"/phone/bin/vx-kro-amt.cfg\"\n"
+            "            pid file is \"/phone/bin/vx-kro-amt.pid\"\n"
+            "[vx-kro-amt]config over result=0\n"
+            "[vx-kro-amt]init over result=0\"\n");
+  EXPECT_EQ(phone.log().count("vx-kro-amt, version 001.001"), 1u);
+  EXPECT_EQ(phone.log().count("    Build time: "), 1u);
+  EXPECT_EQ(phone.log().count("run under simplified mode(only with kernel)"), 1u);
+  EXPECT_EQ(phone.log().count("config file[/phone/bin/vx-kro-amt.cfg], pid file[/phone/bin/vx-kro-amt.pid]"), 1u);
+  // The pid file is made under /tmp although the one beside the program is checked.
+  EXPECT_EQ(phone.read_file("/tmp/vx-kro-amt.pid"), std::to_string(phone.service().pid()) + "\n");
+  EXPECT_FALSE(phone.exists("/phone/bin/vx-kro-amt.pid"));
+}
+
+TEST(CommandLine, NormalModeWithSerialProperty_UsesSystemPaths) {
+  auto options = raw_modem();
+  options.mode = handset::run_mode::normal;
+  options.properties["amt.normal.amt.switch_status"] = "1";
+  handset::phone phone(options);
+  start_serving(phone);
+  EXPECT_EQ(phone.out().text(),
+            "g_usb_activate:0.\n"
+            "[vx-kro-amt]command path is \"/system/bin\"\n"
+            "[vx-kro-amt]run under normal mode(with KRO platform) \n"
+            "[vx-kro-amt]config file is \"/system/etc/vx-kro-amt.cfg\"\n"
+            "            pid file is \"/tmp/vx-kro-amt.pid\"\n"
+            "[vx-kro-amt]config over result=0\n"
+            "[vx-kro-amt]init over result=0\"\n");
+  EXPECT_EQ(phone.log().count("property-amt.normal.amt.switch_status value: 1"), 1u);
+  EXPECT_EQ(phone.log().count("will create amt1/4 thread. "), 1u);
+  EXPECT_EQ(phone.log().count("run under normal mode(with KRO platform)"), 1u);
+  end_with(phone, SIGTERM);
+}
+
+TEST(PidFile, SecondCopyInNormalMode_SaysSoAndExits0) {
+  auto options = raw_modem();
+  options.mode = handset::run_mode::normal;
+  options.properties["amt.normal.amt.switch_status"] = "1";
+  handset::phone phone(options);
+  start_serving(phone);
+  const auto copy = phone.start_another();
+  EXPECT_EQ(copy->wait_exit(), handset::exited(0));
+  EXPECT_TRUE(copy->out().text().ends_with("vx-kro-amt already run.\n")) << copy->out().text();
+  EXPECT_EQ(copy->err().count("version 001.001"), 0u);
+  EXPECT_EQ(phone.read_file("/tmp/vx-kro-amt.pid"), std::to_string(phone.service().pid()) + "\n");
+  ASSERT_TRUE(phone.pc().write_all("AT+STILL\r"));
+  EXPECT_EQ(phone.modem_end().read_exactly(9), "AT+STILL\r");
+}
+
+class StalePidFile : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(StalePidFile, DoesNotStopTheStart) {
+  auto options = raw_modem();
+  options.files["/phone/bin/vx-kro-amt.pid"] = GetParam();
+  handset::phone phone(options);
+  start_serving(phone);
+  end_with(phone, SIGTERM);
+}
+
+INSTANTIATE_TEST_SUITE_P(Contents, StalePidFile,
+                         ::testing::Values("99999\n", "1\n", "", "junk", "-5", "99999999999999999999999", "\xFF\xFE\0"s,
+                                           std::string(5000, '7')));
+
+TEST(Configuration, Missing_FailsWithMinus118) {
+  auto options = raw_modem();
+  options.has_config = false;
+  handset::phone phone(options);
+  EXPECT_EQ(fatal_status(phone), -118);
+  EXPECT_EQ(phone.log().count("fail to open file: /phone/bin/vx-kro-amt.cfg"), 1u);
+  EXPECT_EQ(phone.log().count("error_code=-118"), 2u);  // the reader's and main's
+  EXPECT_TRUE(phone.out().text().ends_with("[vx-kro-amt]config over result=-118\n"));
+}
+
+TEST(Configuration, Empty_FailsAtTheFirstDevice) {
+  auto options = raw_modem();
+  options.config = "";
+  handset::phone phone(options);
+  EXPECT_EQ(fatal_status(phone), -101);
+}
+
+TEST(Configuration, Binary_FailsAtTheFirstDeviceWithoutHarm) {
+  auto options = raw_modem();
+  std::string noise;
+  for (int index = 0; index < 20000; ++index) noise += static_cast<char>(index * 31 + index / 7);
+  options.config = noise;
+  handset::phone phone(options);
+  EXPECT_EQ(fatal_status(phone), -101);
+}
+
+TEST(Configuration, PcDeviceIsAFolder_FailsAfterAMinute) {
+  auto options = raw_modem();
+  options.config = "vx.tty.pc=/data\nvx.tty.modem=/dev/ttyMODEM\n";
+  handset::phone phone(options);
+  EXPECT_EQ(fatal_status(phone), -118);
+  EXPECT_EQ(phone.log().count("try to open device \"/data\""), 60u);
+  EXPECT_EQ(phone.log().count("(59/60)try to open device \"/data\""), 1u);
+  EXPECT_EQ(phone.log().count("open device \"/data\" fail: 21 - Is a directory"), 61u);
+}
+
+TEST(Configuration, PcDeviceIsNoTerminal_FailsWithMinus1) {
+  auto options = raw_modem();
+  options.config = "vx.tty.pc=/dev/null\nvx.tty.modem=/dev/ttyMODEM\n";
+  handset::phone phone(options);
+  EXPECT_EQ(fatal_status(phone), -1);
+  EXPECT_EQ(phone.log().count("sys call: tcgetattr() failed! errno = 25"), 1u);
+}
+
+TEST(Start, DevicesComeLate_IsServedAllTheSame) {
+  auto options = raw_modem();
+  options.pc_plugged = false;
+  options.modem_plugged = false;
+  handset::phone phone(options);
+  phone.start();
+  ASSERT_TRUE(phone.wait_log("(1/60)try to open device \"/dev/ttyPC\""));
+  phone.plug_pc();
+  ASSERT_TRUE(phone.wait_log("(1/60)try to open device \"/dev/ttyMODEM\""));
+  phone.plug_modem();
+  wait_serving(phone);
+  ASSERT_TRUE(phone.pc().write_all("AT+LATE\r"));
+  EXPECT_EQ(phone.modem_end().read_exactly(8), "AT+LATE\r");
+}
+
+TEST(Start, RecordFolders_AreMadeForTheRadioGroup) {
+  handset::phone phone(raw_modem());
+  start_serving(phone);
+  EXPECT_TRUE(phone.exists("/amt/BT"));
+  EXPECT_TRUE(phone.exists("/amt/WIFI"));
+  EXPECT_EQ(phone.exec({"/usr/bin/stat", "-c", "%a %G", "/amt/BT"}).out, "766 radio\n");
+  EXPECT_EQ(phone.log().count("amt_make_folder mkdir(/amt/BT) successfully"), 1u);
+}
+
+TEST(Start, BtFolderCannotBeMade_WifiFolderIsNotTried) {
+  auto options = raw_modem();
+  handset::phone phone(options);
+  phone.remove("/amt");
+  phone.write_file("/amt", "not a folder");
+  start_serving(phone);
+  EXPECT_EQ(phone.log().count("amt_make_folder mkdir(/amt/BT) faild errno[20] strerror[Not a directory]"), 1u);
+  EXPECT_EQ(phone.log().count("/amt/WIFI does not exist"), 0u);
+}
+
+}  // namespace

@@ -1,0 +1,129 @@
+// Whole sessions, kept as text: what each side says and hears, and what the service logs about it. A file holds the
+// steps ("pc>" the PC says, "modem>" the modem says) and behind each what came of it ("pc<", "modem<", "log"). The test
+// plays the steps and compares everything else. With TRANSCRIPT_WRITE set the files are written anew: a change of one
+// is a change of behaviour, and its commit says why.
+#include <cstdlib>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+#include "tests/handset/serial-phone.h"
+
+using namespace handset_test;
+
+namespace {
+
+std::string quote(std::string_view bytes) {
+  std::ostringstream text;
+  for (const char byte : bytes) {
+    if (byte == '\r') {
+      text << "\\r";
+    } else if (byte == '\n') {
+      text << "\\n";
+    } else if (byte >= 0x20 && byte < 0x7F && byte != '\\') {
+      text << byte;
+    } else {
+      text << "\\x" << to_hex(std::string_view(&byte, 1));
+    }
+  }
+  return text.str();
+}
+
+std::string unquote(std::string_view text) {
+  std::string bytes;
+  while (!text.empty()) {
+    if (text.starts_with("\\r") || text.starts_with("\\n")) {
+      bytes += text[1] == 'r' ? '\r' : '\n';
+      text.remove_prefix(2);
+    } else if (text.starts_with("\\x")) {
+      bytes += hex(text.substr(2, 2));
+      text.remove_prefix(4);
+    } else {
+      bytes += text.front();
+      text.remove_prefix(1);
+    }
+  }
+  return bytes;
+}
+
+// Times, process and thread ids, descriptors and source lines differ from run to run and from change to change.
+std::string mask(const std::string& line) {
+  static const std::regex prefix(R"(^(\S*) D \d\d-\d\d \d\d:\d\d:\d\d +\d+ +\d+ )");
+  static const std::regex number(R"((m_fd_pc=|m_fd_modem=|m_fd_modem  = |LINE-|thread )\d+)");
+  return std::regex_replace(std::regex_replace(line, prefix, "$1: "), number, "$1N");
+}
+
+class transcript {
+ public:
+  explicit transcript(handset::phone& phone) : m_phone(phone), m_mark(phone.log().size()) {}
+
+  void play(const std::string& line) {
+    const auto bytes = unquote(line.substr(line.find(' ') + 1));
+    const bool is_pc = line.starts_with("pc> ");
+    const std::string_view done = is_pc ? "read_pc_loop, read ready" : "read_modem_loop, read ready";
+    const auto rounds = m_phone.log().count(done);
+    m_text << "\n" << line << "\n";
+    ASSERT_TRUE((is_pc ? m_phone.pc() : m_phone.modem_end()).write_all(bytes));
+    ASSERT_TRUE(m_phone.log().wait_count(done, rounds + 1)) << line;
+    take("modem< ", m_phone.modem_end());
+    take("pc< ", m_phone.pc());
+    take_log();
+  }
+  void end(int signal_number) {
+    end_with(m_phone, signal_number);
+    m_text << "\nends\n";
+  }
+  std::string text() const { return m_text.str(); }
+
+ private:
+  void take(const char* label, handset::tty_end& tty) {
+    // What the service has written before it waited again is there already.
+    const std::string bytes = tty.read_pending();
+    if (!bytes.empty()) m_text << label << quote(bytes) << "\n";
+  }
+  void take_log() {
+    const std::string all = m_phone.log().text();
+    std::istringstream lines(all.substr(m_mark));
+    m_mark = all.size();
+    for (std::string line; std::getline(lines, line);) m_text << "  log " << mask(line) << "\n";
+  }
+
+  handset::phone& m_phone;
+  std::size_t m_mark;
+  std::ostringstream m_text;
+};
+
+class Transcript : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(Transcript, Session_IsAsKept) {
+  const std::string path = std::string(TRANSCRIPT_FOLDER) + "/" + GetParam() + ".txt";
+  std::ifstream file(path);
+  ASSERT_TRUE(file.is_open()) << "no transcript " << path;
+  std::ostringstream kept;
+  kept << file.rdbuf();
+
+  auto options = raw_modem();
+  options.properties["ro.build.display.id"] = "VX5210-4.2";
+  handset::phone phone(options);
+  start_serving(phone);
+  transcript session(phone);
+  std::string title;
+  std::istringstream lines(kept.str());
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with("# ")) title += line + "\n";
+    if (line.starts_with("pc> ") || line.starts_with("modem> ")) session.play(line);
+    if (HasFatalFailure()) return;
+  }
+  session.end(SIGTERM);
+  const std::string actual = title + session.text();
+  if (std::getenv("TRANSCRIPT_WRITE") != nullptr) {
+    std::ofstream(path) << actual;
+  } else {
+    EXPECT_EQ(actual, kept.str()) << path;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Kept, Transcript, ::testing::Values("first-session", "errors"),
+                         [](const auto& session) { return std::regex_replace(session.param, std::regex("-"), "_"); });
+
+}  // namespace

@@ -1,0 +1,60 @@
+// Kernel events about the USB gadget, in a start without -u.
+#include "tests/handset/serial-phone.h"
+
+using namespace handset_test;
+
+namespace {
+
+const std::vector<std::string> PULLED = {"change@/devices/virtual/android_usb/android0", "ACTION=change",
+                                         "USB_STATE=DISCONNECTED", "SEQNUM=7"};
+
+std::vector<std::string> usb_state(const std::string& state) {
+  return {"change@/devices/virtual", "USB_STATE=" + state};
+}
+
+TEST(UsbMonitor, Disconnected_EndsTheService) {
+  handset::phone phone(raw_modem());
+  start_serving(phone);
+  phone.uevent(PULLED);
+  expect_clean_end(phone);
+  EXPECT_EQ(phone.log().count("uevent:[ACTION=change] nLen:13"), 1u);
+  EXPECT_EQ(phone.log().count("usb_status:[USB_STATE=DISCONNECTED]"), 1u);
+  EXPECT_EQ(phone.log().count("uevent:[SEQNUM=7]"), 0u);  // nothing behind the state is looked at
+  EXPECT_EQ(phone.log().count("get usb disconnect event, will exit amt service"), 1u);
+}
+
+TEST(UsbMonitor, Configured_ServiceGoesOn) {
+  handset::phone phone(raw_modem());
+  start_serving(phone);
+  phone.uevent(usb_state("CONFIGURED"));
+  ASSERT_TRUE(phone.wait_log("get usb CONFIGURED event"));
+  phone.uevent(usb_state("CONNECTED"));
+  ASSERT_TRUE(phone.wait_log("get usb other status event"));
+  EXPECT_TRUE(phone.service().running());
+  end_with(phone, SIGTERM);
+}
+
+TEST(UsbMonitor, EventWithoutState_IsLoggedAndIgnored) {
+  handset::phone phone(raw_modem());
+  start_serving(phone);
+  phone.uevent({"add@/devices/x", "SUBSYSTEM=usb"});
+  ASSERT_TRUE(phone.wait_log("uevent:[SUBSYSTEM=usb] nLen:13"));
+  EXPECT_EQ(phone.log().count("usb_status"), 0u);
+  end_with(phone, SIGTERM);
+}
+
+TEST(UsbMonitor, HostileEvents_DoNoHarm) {
+  handset::phone phone(raw_modem());
+  start_serving(phone);
+  phone.uevent_raw(std::string(1, '\0'));
+  phone.uevent_raw(std::string(600, '\0'));
+  phone.uevent_raw(std::string(600, 'x'));
+  phone.uevent_raw("%s%n%s%n USB_STATX"s);
+  phone.uevent_raw("USB_STATE=no end");
+  ASSERT_TRUE(phone.wait_log("usb_status:[USB_STATE=no end]"));
+  EXPECT_TRUE(phone.service().running());
+  phone.uevent(PULLED);
+  expect_clean_end(phone);
+}
+
+}  // namespace
