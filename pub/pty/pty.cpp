@@ -1,18 +1,187 @@
 #include "pub/pty/pty.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 #include "pub/log.h"
 #include "pub/result.h"
+#include "pub/util/device.h"
 #include "pub/util/io.h"
 
 namespace {
 
 constexpr pub_log_module_st k_log{"vx-kro-pub", "pty/pty"};
 
+constexpr char PTMX[] = "/dev/ptmx";
+constexpr mode_t MAPPING_MODE = 0660;
+constexpr uid_t MAPPING_OWNER = 1000;  // system
+constexpr gid_t MAPPING_GROUP = 1001;  // radio
+constexpr std::size_t SLAVE_NAME_ROOM = 128;
+
+const char* existence(const char* path) {
+  return access(path, F_OK) == 0 ? "exists" : "not exists";
+}
+
+// The last lines of a mapping that cannot be made.
+std::int32_t fail_mapping(pub_pty_st& pty) {
+  LOG_LINE("create_pts_mapping m_pts_mapping_name_a[%s] ret_val[%d]", pty.m_pts_mapping_name_a, ERR_SYSTEM);
+  pub_pty_delete_mapping(&pty);
+  return ERR_SYSTEM;
+}
+
+std::int32_t find_slave_name(pub_pty_st& pty) {
+  char name[SLAVE_NAME_ROOM] = {};
+  const bool is_named = ptsname_r(pty.m_ptm_fd, name, sizeof name) == 0;
+  LOG_LINE("create_pts_mapping pts_name_ptr[%s]", name);
+  if (!is_named) {
+    LOG_SYS_CALL("ptsname");
+    LOG_FAILURE_OF("create_pts_mapping", ERR_SYSTEM);
+    LOG_LINE("create_pts_mapping m_pts_name_a[%s] ret_val[%d]", pty.m_pts_name_a, ERR_SYSTEM);
+    return ERR_SYSTEM;
+  }
+  constexpr std::size_t limit = sizeof pty.m_pts_name_a - 1;
+  const std::size_t length = std::strlen(name);
+  if (length > limit) LOG_WARNING("[PTY]%d > %d", static_cast<int>(length), static_cast<int>(limit));
+  std::memset(pty.m_pts_name_a, 0, sizeof pty.m_pts_name_a);
+  std::copy_n(name, std::min(length, limit), pty.m_pts_name_a);
+  LOG_LINE("create_pts_mapping m_pts_name_a[%s] ret_val[%d]", pty.m_pts_name_a, ERR_NONE);
+  return ERR_NONE;
+}
+
+// A link that an earlier run left behind. That there is none is no error.
+void remove_stale_link(const char* mapping) {
+  const int result = unlink(mapping);
+  LOG_LINE("create_pts_mapping unlink(%s) ret_val[%d]", mapping, result);
+  if (result == 0) LOG_LINE("create_pts_mapping \"%s\" %s", mapping, existence(mapping));
+}
+
+std::int32_t link_to_slave(const pub_pty_st& pty) {
+  const char* mapping = pty.m_pts_mapping_name_a;
+  remove_stale_link(mapping);
+  const int result = symlink(pty.m_pts_name_a, mapping);
+  LOG_LINE("create_pts_mapping symlink(%s, %s) ret_val[%d]", pty.m_pts_name_a, mapping, result);
+  if (result == 0) return ERR_NONE;
+  LOG_SYS_CALL("symlink");
+  LOG_FAILURE_OF("create_pts_mapping", ERR_WRITE);
+  LOG_FAILURE_OF("create_pts_mapping", ERR_SYSTEM);
+  LOG_LINE("[PTY]map %s -> %s failed", pty.m_pts_name_a, mapping);
+  return ERR_SYSTEM;
+}
+
+// The application may not be root: the slave is given to its user and group. Whether that worked is its own to find
+// out.
+std::int32_t give_to_application(const char* mapping) {
+  const int mode_result = chmod(mapping, MAPPING_MODE);
+  LOG_LINE("create_pts_mapping chmod(%s, %d) ret_val[%d]", mapping, static_cast<int>(MAPPING_MODE), mode_result);
+  if (mode_result != 0) {
+    LOG_SYS_CALL("chmod");
+    LOG_FAILURE_OF("create_pts_mapping", ERR_SYSTEM);
+  }
+  const int owner_result = chown(mapping, MAPPING_OWNER, MAPPING_GROUP);
+  const std::int32_t result = mode_result == 0 ? ERR_NONE : ERR_SYSTEM;
+  LOG_LINE("create_pts_mapping chown(%s, %d, %d) ret_val[%d]", mapping, static_cast<int>(MAPPING_OWNER),
+           static_cast<int>(MAPPING_GROUP), result);
+  if (result != ERR_NONE && owner_result != 0) LOG_SYS_CALL("chown");
+  return result;
+}
+
+std::int32_t create_pts_mapping(pub_pty_st& pty) {
+  LOG_ENTRY();
+  const bool is_closed = pty.m_ptm_fd < 0;
+  const bool is_unnamed = pty.m_pts_mapping_name_a[0] == '\0';
+  if (is_closed || is_unnamed) {
+    LOG_FAILURE(ERR_ARGUMENT);
+    LOG_LINE("[PTY]%d, %d, %d", 0, is_closed ? 1 : 0, is_unnamed ? 1 : 0);
+    return ERR_ARGUMENT;
+  }
+  std::int32_t result = find_slave_name(pty);
+  if (result == ERR_NONE) result = link_to_slave(pty);
+  if (result == ERR_NONE) result = give_to_application(pty.m_pts_mapping_name_a);
+  if (result != ERR_NONE) return fail_mapping(pty);
+  LOG_LINE("create_pts_mapping m_pts_mapping_name_a[%s] ret_val[%d]", pty.m_pts_mapping_name_a, ERR_NONE);
+  return ERR_NONE;
+}
+
+// One step of the terminal's settings: its line, and why it failed.
+std::int32_t judge_attr_step(const char* call, int fd, int result) {
+  LOG_LINE("set_ptm_attr %s(%d) ret_val[%d]", call, fd, result);
+  if (result == 0) return ERR_NONE;
+  LOG_SYS_CALL(call);
+  LOG_FAILURE_OF("set_ptm_attr", ERR_SYSTEM);
+  return ERR_SYSTEM;
+}
+
+// Raw enough for frames. ONLCR stays as it was: without OPOST it does nothing.
+std::int32_t make_raw(int fd) {
+  termios attributes = {};
+  const std::int32_t result = judge_attr_step("tcgetattr", fd, tcgetattr(fd, &attributes));
+  if (result != ERR_NONE) return result;
+  attributes.c_iflag = 0;
+  attributes.c_oflag &= ~static_cast<tcflag_t>(OPOST | OLCUC | OCRNL | ONOCR | ONLRET);
+  attributes.c_lflag &= ~static_cast<tcflag_t>(ISIG | ICANON | ECHO | ECHOE);
+  return judge_attr_step("tcsetattr", fd, tcsetattr(fd, TCSANOW, &attributes));
+}
+
+std::int32_t set_ptm_attr(int fd) {
+  LOG_ENTRY();
+  LOG_LINE("set_ptm_attr fd[%d]", fd);
+  if (fd < 0) {
+    LOG_FAILURE(ERR_ARGUMENT);
+    return ERR_ARGUMENT;
+  }
+  std::int32_t result = make_raw(fd);
+  if (result == ERR_NONE) result = judge_attr_step("grantpt", fd, grantpt(fd));
+  if (result == ERR_NONE) result = judge_attr_step("unlockpt", fd, unlockpt(fd));
+  LOG_LINE("set_ptm_attr fd[%d] ret_val[%d]", fd, result);
+  return result;
+}
+
+// What makes an opened master usable. The link is made before the slave is unlocked: on purpose, who waits for the link
+// cannot open it too early.
+std::int32_t set_up_master(pub_pty_st& pty) {
+  std::int32_t result = create_pts_mapping(pty);
+  if (result == ERR_NONE) result = set_ptm_attr(pty.m_ptm_fd);
+  if (result == ERR_NONE && pty.m_nonblock_mode != 0) {
+    result = pub_util_set_fd_mode(pty.m_ptm_fd, pty.m_nonblock_mode != 0);
+  }
+  return result;
+}
+
 }  // namespace
+
+std::int32_t pub_pty_open(pub_pty_st* pty) {
+  LOG_ENTRY();
+  if (pty == nullptr) {
+    LOG_FAILURE(ERR_ARGUMENT);
+    return ERR_ARGUMENT;
+  }
+  LOG_LINE("pub_pty_open m_ptm_fd[%d]", pty->m_ptm_fd.load());
+  if (pty->m_ptm_fd > 0) pub_pty_close(pty);
+
+  pty->m_ptm_fd = pub_util_open(PTMX, O_RDWR);
+  LOG_LINE("pub_pty_open m_ptm_fd[%d]", pty->m_ptm_fd.load());
+  if (pty->m_ptm_fd < 0) {
+    LOG_SYS_CALL("open");
+    LOG_FAILURE(ERR_SYSTEM);
+    return ERR_SYSTEM;
+  }
+  pty->m_opener = getpid();
+  const std::int32_t result = set_up_master(*pty);
+  if (result != ERR_NONE) {
+    pub_pty_close(pty);
+    return result;
+  }
+  LOG_LINE("pub_pty_open \"%s\" %s", pty->m_pts_mapping_name_a, existence(pty->m_pts_mapping_name_a));
+  LOG_LINE("pub_pty_open m_ptm_fd[%d]; m_pts_name_a[%s] m_pts_mapping_name_a[%s]", pty->m_ptm_fd.load(),
+           pty->m_pts_name_a, pty->m_pts_mapping_name_a);
+  return ERR_NONE;
+}
 
 std::int32_t pub_pty_close(pub_pty_st* pty) {
   LOG_ENTRY();

@@ -14,6 +14,12 @@ struct pub_pty_st {
   pid_t m_opener;                 // the process that made the link, and alone removes it; 0 = any
 };
 
+// Opens a master, makes the link to its slave (mode 0660, user 1000, group 1001), makes the terminal raw and unlocks
+// the slave. An open record is closed first, a link left by an earlier run is replaced. 0; ERR_ARGUMENT for a null
+// record or an empty mapping name; ERR_SYSTEM, or the code of pub_util_set_fd_mode, when a step failed: the record is
+// then closed.
+std::int32_t pub_pty_open(pub_pty_st* pty);
+
 // Closes the master and removes the link. 0, the code of pub_pty_delete_mapping (the master then stays open), or -1 for
 // a null record or a master of -1: not the -101 that the log shows, callers test only for non-zero.
 std::int32_t pub_pty_close(pub_pty_st* pty);

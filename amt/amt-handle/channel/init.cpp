@@ -15,6 +15,7 @@
 #include "amt/amt-handle/channel/handshake.h"
 #include "amt/amt-handle/channel/lifetime.h"
 #include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/channel/platform-setup.h"
 #include "amt/amt-handle/channel/registrations.h"
 #include "amt/amt-handle/channel/registry.h"
 #include "amt/amt-handle/channel/state.h"
@@ -89,14 +90,6 @@ bool is_serial_setup_wanted(std::int32_t normal_mode) {
   if (std::strcmp(value, "1") != 0) return false;
   LOG_LINE("will create amt1/4 thread. ");
   return true;
-}
-
-// The set-up that serves the phone's test application is not part of this build yet.
-std::int32_t init_for_amt_2_3() {
-  LOG_ENTRY();
-  LOG_FAILURE(ERR_FAIL);
-  LOG_LINE("the APP link is not supported; set the property %s to 1 for the serial set-up", SWITCH_PROPERTY);
-  return ERR_FAIL;
 }
 
 void run_on_folder(const char* command_format, const char* path) {

@@ -1,0 +1,66 @@
+#include "amt/amt-handle/channel/platform-setup.h"
+
+#include <fcntl.h>
+
+#include "amt/amt-cfg.h"
+#include "amt/amt-handle/channel/app-link.h"
+#include "amt/amt-handle/channel/at-link.h"
+#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/channel/state.h"
+#include "pub/pty/pty.h"
+#include "pub/result.h"
+#include "pub/util/device.h"
+#include "pub/util/io.h"
+#include "pub/util/thread.h"
+
+namespace {
+
+constexpr std::uint32_t OPEN_TRIES = 30;
+constexpr std::uint32_t OPEN_PAUSE_MS = 1000;
+
+// Any answer to the silencing, an error too, comes from a modem.
+bool is_modem_there() {
+  auto& fd = g_handle_context.m_fd_at;
+  if (pub_util_try_to_open_device(&fd, g_amt_cfg.m_tty_at_mux_a, O_RDWR, OPEN_TRIES, OPEN_PAUSE_MS) != ERR_NONE) {
+    return false;
+  }
+  return disable_unsolicited_code(fd) != ERR_TIMEOUT;
+}
+
+void open_modem() {
+  if (is_modem_there()) return;
+  g_no_modem = 1;
+  LOG_WARNING("The AT device is not opened with modem.");
+}
+
+std::int32_t start_reader() {
+  const int error = pub_util_start_thread(g_handle_context.m_app_thread, amt_handle_read_app_loop);
+  if (error == 0) return ERR_NONE;
+  LOG_FAILURE_OF("init_for_amt_2_3", ERR_SYSTEM);
+  LOG_LINE("pthread_create() fail: %d", error);
+  return ERR_SYSTEM;
+}
+
+// The reader is started last: where this runs, there is none to stop.
+void clean_up() {
+  pub_util_close(g_handle_context.m_fd_at);
+  pub_pty_close(&g_handle_context.m_pty_app);
+}
+
+}  // namespace
+
+std::int32_t init_for_amt_2_3() {
+  LOG_ENTRY();
+  std::int32_t result = pub_pty_open(&g_handle_context.m_pty_app);
+  if (result == ERR_NONE) {
+    open_modem();
+    result = start_reader();
+  }
+  if (result != ERR_NONE) {
+    clean_up();
+    return result;
+  }
+  g_amt_mode = AMT_MODE_PLATFORM;
+  return ERR_NONE;
+}
