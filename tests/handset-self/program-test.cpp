@@ -1,0 +1,291 @@
+// The program `handset` from outside: what it prints, how it ends, and what it leaves behind.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+
+#include "handset/process.h"
+#include "handset/sandbox.h"
+#include "handset/tty-end.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using handset::exited;
+using handset::killed;
+using handset::tty_end;
+using handset::unique_fd;
+using testing::HasSubstr;
+using testing::StartsWith;
+using words = std::vector<std::string>;
+
+const std::string HANDSET = handset::program_folder() / "handset";
+const std::string STAND_IN = handset::program_folder() / "handset-stand-in";
+
+// A program with its output in one pipe.
+class child {
+ public:
+  explicit child(words command, const std::string& path = std::getenv("PATH")) {
+    int ends[2];
+    EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+    // The helper for ttys reads any descriptor.
+    ::fcntl(ends[0], F_SETFL, O_NONBLOCK);
+    m_output.attach(unique_fd(ends[0]));
+    const unique_fd write_end(ends[1]);
+    std::vector<char*> arguments;
+    for (auto& word : command) arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    std::string path_entry = "PATH=" + path;
+    std::string temporary = "TMPDIR=" + testing::TempDir();
+    std::vector<char*> environment = {path_entry.data(), temporary.data()};
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+      if (std::string_view(*entry).find("SAN_OPTIONS=") != std::string_view::npos) environment.push_back(*entry);
+    }
+    environment.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, write_end.get(), 1);
+    posix_spawn_file_actions_adddup2(&actions, write_end.get(), 2);
+    EXPECT_EQ(::posix_spawnp(&m_pid, arguments[0], &actions, nullptr, arguments.data(), environment.data()), 0);
+    posix_spawn_file_actions_destroy(&actions);
+  }
+  ~child() {
+    if (m_pid == 0) return;
+    send_signal(SIGKILL);
+    wait();
+  }
+  child(const child&) = delete;
+  child& operator=(const child&) = delete;
+
+  void send_signal(int number) const { ::kill(m_pid, number); }
+  handset::exit_status wait() {
+    int status = 0;
+    ::waitpid(std::exchange(m_pid, 0), &status, 0);
+    return WIFSIGNALED(status) ? killed(WTERMSIG(status)) : exited(WEXITSTATUS(status));
+  }
+  // Up to and with text, or what there was.
+  std::string read_until(std::string_view text) { return m_output.read_until(text); }
+  // All until nobody has the pipe any more.
+  std::string rest() { return m_output.read_exactly(std::string::npos); }
+  bool abandoned() { return m_output.wait_hangup(); }
+
+ private:
+  tty_end m_output;
+  pid_t m_pid = 0;
+};
+
+struct outcome {
+  handset::exit_status status;
+  std::string output;
+};
+outcome run(const words& command) {
+  child program(command);
+  std::string output = program.rest();
+  return {program.wait(), std::move(output)};
+}
+
+TEST(Program_Exec, Status_IsTheCommands) {
+  EXPECT_EQ(run({HANDSET, "exec", "--", "sh", "-c", "exit 9"}).status, exited(9));
+  EXPECT_EQ(run({HANDSET, "exec", "--", "sh", "-c", "kill -9 $$"}).status, exited(128 + 9));
+  EXPECT_EQ(run({HANDSET, "exec", "--", "no-such-command"}).status, exited(127));
+  EXPECT_EQ(run({HANDSET, "exec"}).status, exited(2));
+}
+
+TEST(Program_Exec, ProgramOfTheBuildTree_RunsAtItsPlace) {
+  const auto result = run({HANDSET, "exec", STAND_IN, "caps"});
+  EXPECT_THAT(result.output, HasSubstr("uid 1000 gid 1001\n"));
+  EXPECT_EQ(result.status, exited(0));
+}
+
+TEST(Program_Exec, BoundFolder_IsWritable) {
+  std::string name = testing::TempDir() + "bound-XXXXXX";
+  ASSERT_NE(::mkdtemp(name.data()), nullptr);
+  EXPECT_EQ(run({HANDSET, "exec", "--bind", name, "--", "touch", name + "/made"}).status, exited(0));
+  EXPECT_TRUE(fs::exists(name + "/made"));
+  EXPECT_EQ(run({HANDSET, "exec", "--ro-bind", name, "--", "touch", name + "/not"}).status, exited(1));
+  fs::remove_all(name);
+}
+
+TEST(Program_Exec, Killed_TakesEverythingAlong) {
+  child program({HANDSET, "exec", "--", "sh", "-c", "setsid sleep 1000 & echo ready; exec sleep 1000"});
+  ASSERT_EQ(program.read_until("ready\n"), "ready\n");
+  program.send_signal(SIGKILL);
+  EXPECT_EQ(program.wait(), killed(SIGKILL));
+  EXPECT_TRUE(program.abandoned());  // its pipe has no holder left
+}
+
+TEST(Program_Exec, KilledOnesTree_IsRemovedByTheNext) {
+  child program({HANDSET, "exec", "--", "sh", "-c", "echo ready; exec sleep 1000"});
+  ASSERT_EQ(program.read_until("ready\n"), "ready\n");
+  program.send_signal(SIGKILL);
+  program.wait();
+  ASSERT_TRUE(program.abandoned());
+  // Other tests run at the same time, so the folder is found by its process's absence: nobody holds its lock.
+  EXPECT_EQ(run({HANDSET, "exec", "true"}).status, exited(0));
+  EXPECT_EQ(run({"sh", "-c",
+                 "for d in $TMPDIR/handset-$(id -u)/phone-*; do [ ! -d $d ] || ! flock -n $d true || echo left; done"})
+                .output,
+            "");
+}
+
+TEST(Program_Exec, Interrupted_EndsWithItsStatusAndNothingLeft) {
+  child program({HANDSET, "exec", "--", "sh", "-c", "echo ready; exec sleep 1000"});
+  ASSERT_EQ(program.read_until("ready\n"), "ready\n");
+  program.send_signal(SIGINT);
+  EXPECT_EQ(program.wait(), exited(128 + SIGINT));
+  EXPECT_TRUE(program.abandoned());
+}
+
+TEST(Program_Exec, OrdinaryUser_SeesTheSamePhone) {
+  if (::geteuid() != 0) GTEST_SKIP() << "this is an ordinary user already";
+  // nobody: may it reach the program at all?
+  const words as_nobody = {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
+  words probe = as_nobody;
+  probe.insert(probe.end(), {"test", "-x", HANDSET});
+  if (run(probe).status != exited(0)) GTEST_SKIP() << "the build tree is closed to other users";
+  words command = as_nobody;
+  command.insert(command.end(), {HANDSET, "exec", STAND_IN, "caps"});
+  const auto result = run(command);
+  EXPECT_THAT(result.output, HasSubstr("CapEff:\t0000000000000000\n"));
+  EXPECT_THAT(result.output, HasSubstr("uid 1000 gid 1001\n"));
+  EXPECT_EQ(result.status, exited(0));
+}
+
+TEST(Program_Sandbox, NoBubblewrap_IsSaid) {
+  child program({HANDSET, "exec", "true"}, "/nowhere");
+  EXPECT_THAT(program.rest(), HasSubstr("bubblewrap is not installed"));
+  EXPECT_EQ(program.wait(), exited(3));
+}
+
+TEST(Program_Sandbox, Refused_TellsWhatBubblewrapSaid) {
+  std::string folder = testing::TempDir() + "bin-XXXXXX";
+  ASSERT_NE(::mkdtemp(folder.data()), nullptr);
+  std::ofstream(folder + "/bwrap") << "#!/bin/sh\necho 'bwrap: No permissions to create new namespace' >&2\nexit 1\n";
+  fs::permissions(folder + "/bwrap", fs::perms::owner_all);
+  child program({HANDSET, "exec", "true"}, folder + ":/usr/bin:/bin");
+  EXPECT_THAT(program.rest(),
+              HasSubstr("no sandbox can be made here\nbwrap: No permissions to create new namespace\n"));
+  EXPECT_EQ(program.wait(), exited(3));
+  fs::remove_all(folder);
+}
+
+// `handset run` with the stand-in for the service.
+class Program_Run : public testing::Test {
+ protected:
+  void start(const words& more = {}) {
+    words command = {HANDSET, "run", "--service", STAND_IN};
+    command.insert(command.end(), more.begin(), more.end());
+    m_program.emplace(command);
+    m_program->read_until("PC tty:  ");
+    m_tty = m_program->read_until("\n");
+    m_program->read_until("control: ");
+    m_socket = m_program->read_until("\n");
+    ASSERT_THAT(m_tty, testing::EndsWith("/ttyPC\n"));
+    m_tty.pop_back();
+    m_socket.pop_back();
+    m_program->read_until("ready\n");
+  }
+  outcome ctl(const words& command) {
+    words all = {HANDSET, "ctl", "--socket", m_socket};
+    all.insert(all.end(), command.begin(), command.end());
+    return run(all);
+  }
+  tty_end station() {
+    tty_end end;
+    end.attach(unique_fd(::open(m_tty.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)));
+    return end;
+  }
+
+  std::optional<child> m_program;
+  std::string m_tty;
+  std::string m_socket;
+};
+
+TEST_F(Program_Run, StationAfterStation_ReachesTheModem) {
+  start();
+  for (int round = 0; round < 3; ++round) {
+    auto end = station();
+    end.write_all("AT\r");
+    EXPECT_EQ(end.read_exactly(6), "\r\nOK\r\n");
+  }
+}
+
+TEST_F(Program_Run, StationThatLockedItsTtyAndDied_DoesNotLockTheNextOut) {
+  start();
+  {
+    auto end = station();
+    end.write_all("AT\r");
+    EXPECT_EQ(end.read_exactly(6), "\r\nOK\r\n");
+    ASSERT_EQ(::ioctl(end.fd(), TIOCEXCL), 0);
+  }
+  // Until the old terminal is replaced, opening it is refused; root would get in anyway.
+  const auto deadline = std::chrono::steady_clock::now() + handset::DEFAULT_WAIT;
+  auto next = station();
+  while (!next.plugged() && std::chrono::steady_clock::now() < deadline) next = station();
+  next.write_all("AT\r");
+  EXPECT_EQ(next.read_exactly(6), "\r\nOK\r\n");
+}
+
+TEST_F(Program_Run, ControlCommands_ReachThePhone) {
+  start();
+  EXPECT_THAT(ctl({"status"}).output, StartsWith("service: running"));
+  EXPECT_EQ(ctl({"prop", "set", "a.b", "c"}).status, exited(0));
+  EXPECT_EQ(ctl({"prop", "get", "a.b"}).output, "c\n");
+  EXPECT_EQ(ctl({"file", "write", "/amt/x", "y"}).status, exited(0));
+  EXPECT_EQ(ctl({"file", "cat", "/amt/x"}).output, "y");
+  EXPECT_EQ(ctl({"modem", "board", "B9"}).status, exited(0));
+  EXPECT_THAT(ctl({"modem", "state"}).output, HasSubstr("board: B9\n"));
+  EXPECT_EQ(ctl({"modem", "silent", "perhaps"}).status, exited(1));
+  EXPECT_EQ(ctl({"uevent"}).output, "usage: uevent STRING...\n");
+  EXPECT_EQ(ctl({"nonsense"}).status, exited(1));
+  auto end = station();
+  end.write_all("AT\r");
+  EXPECT_EQ(end.read_exactly(6), "\r\nOK\r\n");
+  EXPECT_EQ(ctl({"modem", "say", "RING"}).status, exited(0));
+  EXPECT_EQ(end.read_exactly(8), "\r\nRING\r\n");
+}
+
+TEST_F(Program_Run, ModemHangup_EndsTheServiceAndTheProgram) {
+  start();
+  EXPECT_EQ(ctl({"modem", "hangup"}).status, exited(0));
+  EXPECT_EQ(m_program->rest(), "hung up MODEM\nservice: exit status 0\n");
+  EXPECT_EQ(m_program->wait(), exited(0));
+  EXPECT_EQ(ctl({"status"}).status, exited(1));
+}
+
+TEST_F(Program_Run, Uevent_ReachesTheService) {
+  start({"--", "uevent"});
+  EXPECT_EQ(ctl({"uevent", "change@x", "USB_STATE=DISCONNECTED"}).status, exited(0));
+  EXPECT_EQ(m_program->read_until("|\n"), "event change@x|USB_STATE=DISCONNECTED|\n");
+}
+
+TEST_F(Program_Run, StopOrInterrupt_EndsTheServiceByTerm) {
+  start({"--", "wait"});
+  EXPECT_EQ(ctl({"stop"}).status, exited(0));
+  EXPECT_EQ(m_program->wait(), exited(128 + SIGTERM));
+  start({"--", "wait"});
+  m_program->send_signal(SIGINT);
+  EXPECT_EQ(m_program->wait(), exited(128 + SIGTERM));
+  EXPECT_FALSE(fs::exists(m_tty));
+}
+
+TEST_F(Program_Run, Killed_TakesTheServiceAlong) {
+  start();
+  m_program->send_signal(SIGKILL);
+  m_program->wait();
+  auto end = station();
+  EXPECT_FALSE(end.plugged());
+}
+
+}  // namespace
