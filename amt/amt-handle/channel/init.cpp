@@ -20,7 +20,9 @@
 #include "amt/amt-handle/channel/registry.h"
 #include "amt/amt-handle/channel/state.h"
 #include "amt/amt-handle/pc/amt1-flag.h"
+#include "amt/amt-handle/pc/capture.h"
 #include "amt/amt-handle/pc/serial-setup.h"
+#include "amt/amt-wifi.h"
 #include "platform/property.h"
 #include "pub/result.h"
 #include "pub/util/io.h"
@@ -110,8 +112,9 @@ std::int32_t amt_handle_init(std::int32_t normal_mode) {
     const std::int32_t admission = admit_handshake();
     if (admission != ERR_NONE) return admission;
   }
-  g_cur_treat_cmd_type = 0;
+  handle_amt_clear_capture();
   make_record_folders();
+  amt_write_wifi_to_nvram_file();
   reset_context();
   register_handlers();
   g_no_modem = 0;

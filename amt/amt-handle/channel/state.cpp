@@ -2,7 +2,7 @@
 
 relaxed<std::int32_t> g_usb_activate;
 relaxed<std::int32_t> g_amt_mode;
-relaxed<std::uint8_t> g_cur_treat_cmd_type;
+std::atomic<std::uint8_t> g_cur_treat_cmd_type;
 relaxed<std::int32_t> g_power_supply_is_ac;
 relaxed<std::int32_t> g_usb_enumerated;
 relaxed<std::int32_t> g_handshake_done;

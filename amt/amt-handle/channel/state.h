@@ -27,9 +27,11 @@ class relaxed {
   std::atomic<Value> m_value;
 };
 
-extern relaxed<std::int32_t> g_usb_activate;         // 1: started with -u
-extern relaxed<std::int32_t> g_amt_mode;             // amt_mode_en
-extern relaxed<std::uint8_t> g_cur_treat_cmd_type;   // identity write that awaits the modem: 0 none, 1 IMEI, 2 board
+extern relaxed<std::int32_t> g_usb_activate;  // 1: started with -u
+extern relaxed<std::int32_t> g_amt_mode;      // amt_mode_en
+// The identity write that awaits the modem: 0 none, 1 IMEI, 2 board serial number. It publishes the captured value: set
+// with release, read with acquire.
+extern std::atomic<std::uint8_t> g_cur_treat_cmd_type;
 extern relaxed<std::int32_t> g_power_supply_is_ac;   // 1: a -u start found an AC charger
 extern relaxed<std::int32_t> g_usb_enumerated;       // the USB gadget was seen configured, or the PC has spoken
 extern relaxed<std::int32_t> g_handshake_done;       // set once, never cleared

@@ -18,3 +18,18 @@ std::optional<std::string_view> handle_amt_next_field(std::string_view& rest);
 // The decimal value of a field, by the rules of atoi: blanks skipped, a sign, digits up to the first other character;
 // 0 when there are none.
 std::int32_t handle_amt_field_value(std::string_view field);
+
+inline constexpr std::uint32_t AMT_PARAMETER_LIMIT = 20;  // characters of a parameter; more are cut off
+
+// Copies the parameter behind the first occurrence of prefix in the received text: leading blanks skipped, up to the
+// first carriage return of the whole text (a parameter that would end before it starts is empty), or to the end of what
+// was received. out holds at least AMT_PARAMETER_LIMIT bytes and is cleared by the caller: no terminator is written.
+// Quotes, commas and trailing blanks are kept. 0; ERR_ARGUMENT when nothing was received or an argument is null;
+// ERR_FAIL when the prefix is not in the text.
+std::int32_t handle_amt_get_at_para(const char* prefix, char* out, std::uint32_t* out_length);
+
+// A parameter with its terminator.
+using amt_parameter_text = char[AMT_PARAMETER_LIMIT + 1];
+
+// handle_amt_get_at_para into a buffer that it clears, and the log line that tells what was found.
+std::int32_t handle_amt_take_at_para(const char* prefix, amt_parameter_text& text);

@@ -13,13 +13,6 @@ constexpr char SYNC_COMMAND[] = "/system/bin/sync";
 constexpr std::uint32_t PAUSE_MS = 50;
 constexpr int LINE_LIMIT = 98;
 
-std::int32_t fail_open(const char* function, const char* path) {
-  const int error = errno;
-  LOG_FAILURE_OF(function, ERR_SYSTEM);
-  LOG_LINE("open(\"%s\") fail: %d - %s", path, error, std::strerror(error));
-  return ERR_SYSTEM;
-}
-
 std::int32_t fail_transfer(const char* function, const char* what) {
   const int error = errno;
   LOG_FAILURE_OF(function, ERR_SYSTEM);
@@ -36,9 +29,18 @@ void amt_flush_records() {
   }
 }
 
+pub_file amt_open_record(const char* function, const char* path, const char* mode) {
+  pub_file file = pub_util_fopen(path, mode);
+  if (file) return file;
+  const int error = errno;
+  LOG_FAILURE_OF(function, ERR_SYSTEM);
+  LOG_LINE("open(\"%s\") fail: %d - %s", path, error, std::strerror(error));
+  return nullptr;
+}
+
 std::int32_t amt_write_record(const char* function, const char* label, const char* path, const char* text) {
-  pub_file file = pub_util_fopen(path, "w+");
-  if (!file) return fail_open(function, path);
+  pub_file file = amt_open_record(function, path, "w+");
+  if (!file) return ERR_SYSTEM;
   const bool is_written = amt_finish_record(std::move(file), text, [=](bool is_done) {
     if (is_done) {
       LOG_LINE("%s: %s", label, text);
@@ -52,8 +54,8 @@ std::int32_t amt_write_record(const char* function, const char* label, const cha
 std::int32_t amt_read_record(const char* function, const char* label, const char* path,
                              char (&content)[AMT_CONTENT_SIZE]) {
   std::memset(content, 0, sizeof content);
-  const pub_file file = pub_util_fopen(path, "r");
-  if (!file) return fail_open(function, path);
+  const pub_file file = amt_open_record(function, path, "r");
+  if (!file) return ERR_SYSTEM;
   if (std::fgets(content, LINE_LIMIT + 1, file.get()) == nullptr) return fail_transfer(function, "read");
   LOG_LINE("%s: %s", label, content);
   return ERR_NONE;

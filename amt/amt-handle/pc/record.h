@@ -11,6 +11,10 @@ inline constexpr std::uint32_t AMT_CONTENT_SIZE = 100;  // room for a record's l
 // The end of every record write, after the file was closed: waits 50 ms, runs the platform's sync, and both again.
 void amt_flush_records();
 
+// Opens a record; null, with the failure logged, when that does not work. function names the caller in the error-trace
+// line.
+pub_file amt_open_record(const char* function, const char* path, const char* mode);
+
 // Writes text into a record that was just opened, closes it and flushes the records, whatever came of the write.
 // `report` is called with the outcome before the file is closed, with errno telling why a write failed.
 template <typename Report>
@@ -24,7 +28,7 @@ bool amt_finish_record(pub_file file, const char* text, Report report) {
 }
 
 // Replaces a record by text, without a line end; logs "<label>: <text>". 0, or ERR_SYSTEM when the file cannot be
-// opened or written. function names the caller in the error-trace line.
+// opened or written.
 std::int32_t amt_write_record(const char* function, const char* label, const char* path, const char* text);
 
 // The first line of a record, its line end included, at most 98 characters; logs "<label>: <line>". 0, or ERR_SYSTEM;

@@ -1,0 +1,211 @@
+#include "amt/amt-wifi.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "amt/amt-handle/pc/record.h"
+#include "pub/log.h"
+#include "pub/result.h"
+#include "pub/util/io.h"
+
+namespace {
+
+constexpr pub_log_module_st k_log{"vx-kro-amt", "amt/amt-wifi"};
+
+constexpr char NVRAM_SOURCE[] = "/system/etc/wifi/nvram.txt";
+constexpr char NVRAM_SECOND_SOURCE[] = "/system/etc/wifi/bcmdhd.cal";
+constexpr char NVRAM_COPY[] = "/data/misc/wifi/nvram.txt";
+constexpr char PATCH[] = "amt_write_wifi_to_nvram_file";
+constexpr std::string_view ADDRESS_KEY = "macaddr=";
+constexpr int LINE_SIZE = 99;
+constexpr int LINE_COUNT_LIMIT = 100;
+
+using address_text = char[AMT_WIFI_ADDRESS_SIZE];
+
+void copy_address(address_text& address, std::string_view text) {
+  const std::size_t count = std::min(text.size(), sizeof address - 1);
+  std::copy_n(text.begin(), count, address);
+  address[count] = '\0';
+}
+
+// The recorded address with its line end; empty when there is none. A record that is missing is no failure, one that
+// holds nothing is: ERR_FAIL.
+std::int32_t read_factory_address(address_text& address) {
+  copy_address(address, "");
+  const pub_file file = pub_util_fopen(AMT_WIFI_ADDRESS_FILE, "r");
+  if (!file) {
+    LOG_LINE("open  %s fail", AMT_WIFI_ADDRESS_FILE);
+    return ERR_NONE;
+  }
+  char line[LINE_SIZE];
+  if (std::fgets(line, sizeof line, file.get()) == nullptr) {
+    LOG_FAILURE_OF(PATCH, ERR_FAIL);
+    LOG_LINE("read  %s fail", AMT_WIFI_ADDRESS_FILE);
+    return ERR_FAIL;
+  }
+  copy_address(address, line);
+  return ERR_NONE;
+}
+
+void log_missing(const char* path) {
+  LOG_FAILURE_OF(PATCH, ERR_FAIL);
+  LOG_LINE("open  %s fail", path);
+}
+
+struct nvram_files_st {
+  pub_file m_source;
+  pub_file m_copy;
+};
+
+// The copy is emptied before the source is known to exist: on purpose, a driver text without its source is no good.
+bool open_files(nvram_files_st& files) {
+  files.m_source = pub_util_fopen(NVRAM_SOURCE, "r");
+  files.m_copy = pub_util_fopen(NVRAM_COPY, "w+");
+  if (!files.m_source) {
+    LOG_LINE("File \"%s\" not exist, so we try to open file \"%s\"", NVRAM_SOURCE, NVRAM_SECOND_SOURCE);
+    files.m_source = pub_util_fopen(NVRAM_SECOND_SOURCE, "r");
+  }
+  if (!files.m_source) {
+    log_missing(NVRAM_SECOND_SOURCE);
+    return false;
+  }
+  if (!files.m_copy) log_missing(NVRAM_COPY);
+  return files.m_copy != nullptr;
+}
+
+// What stands behind the key in an address line; null for any other line. A comment, or other text before the key,
+// makes it another line; blanks do not.
+const char* find_old_address(const char* line) {
+  if (*line == '#') return nullptr;
+  line += std::strspn(line, " ");
+  return std::string_view(line).starts_with(ADDRESS_KEY) ? line + ADDRESS_KEY.size() : nullptr;
+}
+
+void write_address(std::FILE* copy, const char* address) {
+  std::fputs(ADDRESS_KEY.data(), copy);
+  std::fputs(address, copy);
+}
+
+// Copies the source line by line with the address in place. A piece of a line that is longer than the buffer counts as
+// a line of its own. ERR_FAIL when the limit of copied lines is reached: the rest is dropped.
+std::int32_t copy_lines(const nvram_files_st& files, const char* address, bool& is_replaced) {
+  char line[LINE_SIZE];
+  int count = 0;
+  while (std::fgets(line, sizeof line, files.m_source.get()) != nullptr) {
+    const char* old_address = *address == '\0' ? nullptr : find_old_address(line);
+    if (old_address != nullptr) {
+      address_text nvram_address;
+      copy_address(nvram_address, old_address);
+      LOG_LINE("wifi_addr_nvram: %s", nvram_address);
+      write_address(files.m_copy.get(), address);
+      is_replaced = true;
+      continue;
+    }
+    std::fputs(line, files.m_copy.get());
+    if (++count == LINE_COUNT_LIMIT) {
+      LOG_FAILURE_OF(PATCH, ERR_FAIL);
+      return ERR_FAIL;
+    }
+  }
+  return ERR_NONE;
+}
+
+// Fills the copy; ERR_FAIL, too, when not all of it could be written.
+std::int32_t patch(const nvram_files_st& files, const char* address) {
+  bool is_replaced = false;
+  std::int32_t result = copy_lines(files, address, is_replaced);
+  if (!is_replaced && *address != '\0') {
+    std::fseek(files.m_copy.get(), 0, SEEK_END);
+    write_address(files.m_copy.get(), address);
+    LOG_LINE("new wifi_addr_nvram: %s", address);
+  }
+  if (std::fflush(files.m_copy.get()) != 0 || std::ferror(files.m_copy.get()) != 0) {
+    LOG_SYS_CALL("fputs");
+    LOG_FAILURE_OF(PATCH, ERR_FAIL);
+    result = ERR_FAIL;
+  }
+  return result;
+}
+
+// The WiFi driver's own user must be able to write the copy.
+void open_copy_to_all() {
+  const pub_fd copy(pub_util_open(NVRAM_COPY, O_RDONLY));
+  if (copy.get() < 0) {
+    LOG_LINE("open %s failed", NVRAM_COPY);
+  } else if (fchmod(copy.get(), 0666) == 0) {
+    LOG_LINE("fchmod  %s successfully", NVRAM_COPY);
+  } else {
+    LOG_LINE("fchmod  %s failed, %s", NVRAM_COPY, std::strerror(errno));
+  }
+}
+
+}  // namespace
+
+std::int32_t amt_read_wifi_address(char* buffer, std::size_t size) {
+  LOG_ENTRY();
+  if (LOG_BAD_ARGUMENTS(buffer == nullptr, size == 0)) return ERR_FAIL;
+  *buffer = '\0';
+  const pub_file file = pub_util_fopen(AMT_WIFI_ADDRESS_FILE, "r");
+  if (!file) {
+    LOG_FAILURE(ERR_FAIL);
+    LOG_LINE("open %s fail", AMT_WIFI_ADDRESS_FILE);
+    return ERR_FAIL;
+  }
+  char line[LINE_SIZE];
+  if (std::fgets(line, sizeof line, file.get()) == nullptr) {
+    LOG_FAILURE(ERR_FAIL);
+    LOG_LINE("read fail");
+    return ERR_FAIL;
+  }
+  const std::size_t length = std::strlen(line);
+  LOG_LINE("wifi_addr_len: %d", static_cast<int>(length));
+  const std::size_t count = std::min(length == 0 ? 0 : length - 1, size - 1);
+  std::copy_n(line, count, buffer);
+  buffer[count] = '\0';
+  return ERR_NONE;
+}
+
+std::int32_t amt_write_wifi_address(const char* address) {
+  LOG_ENTRY();
+  if (address == nullptr || *address == '\0') {
+    LOG_FAILURE(ERR_ARGUMENT);
+    return ERR_ARGUMENT;
+  }
+  pub_file file = pub_util_fopen(AMT_WIFI_ADDRESS_FILE, "w+");
+  if (!file) {
+    LOG_FAILURE(ERR_FAIL);
+    LOG_LINE("open %s fail", AMT_WIFI_ADDRESS_FILE);
+    return ERR_FAIL;
+  }
+  const std::string line = std::string(address) + "\n";
+  const bool is_written = amt_finish_record(std::move(file), line.c_str(), [address](bool is_done) {
+    if (is_done) {
+      LOG_LINE("write BT address: %s", address);  // names Bluetooth on purpose: field tools look for it
+      return;
+    }
+    LOG_SYS_CALL("fputs");
+    LOG_FAILURE_OF("amt_write_wifi_address", ERR_SYSTEM);
+  });
+  return is_written ? ERR_NONE : ERR_SYSTEM;
+}
+
+std::int32_t amt_write_wifi_to_nvram_file() {
+  LOG_ENTRY();
+  address_text address;
+  std::int32_t result = read_factory_address(address);
+  LOG_LINE("wifi_addr_amt: %s", address);
+  nvram_files_st files;
+  if (!open_files(files)) return ERR_FAIL;
+  if (patch(files, address) != ERR_NONE) result = ERR_FAIL;
+  files.m_copy.reset();
+  amt_flush_records();
+  open_copy_to_all();
+  return result;
+}
