@@ -112,8 +112,8 @@ void phone_run::announce() const {
 }
 
 int phone_run::run() {
-  auto& service = m_phone.start();
   announce();
+  auto& service = m_phone.start();
   service.on_exit([this](exit_status) { m_loop.stop(); });
   m_loop.run();
   const exit_status status = service.wait_exit().value();
