@@ -107,7 +107,7 @@ std::uint16_t amt_frame_data_length(const amt_frame_st* frame) {
 }
 
 std::optional<amt_atom_st> amt_frame_atom_at(const amt_frame_st* frame, std::size_t offset) {
-  if (frame == nullptr || offset + AMT_ATOM_HEAD_SIZE > AMT_FRAME_SIZE) return std::nullopt;
+  if (frame == nullptr || offset > AMT_FRAME_SIZE - AMT_ATOM_HEAD_SIZE) return std::nullopt;
   const std::uint8_t* atom = frame->data() + offset;
   if (atom[0] != AMT_ATOM_HEAD) return std::nullopt;
   const std::uint16_t length = amt_read_u16(atom + 3);
