@@ -3,11 +3,24 @@
 
 #include <cstdint>
 
+#include "amt/amt-handle/channel/handle-context.h"
+
 enum amt_charge_mode_en : std::int32_t {
   AMT_CHARGE_NOT_VALID = 0,  // or any other value: the supply cannot be told yet
   AMT_CHARGE_AC = 1,         // wall supply
   AMT_CHARGE_USB = 2,        // a USB host
 };
+
+// Request 9 of the test application: answered with the voltage, in the unit of the battery driver.
+std::int32_t amt_device_battery_voltage(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+// PC requests 224, which reads the battery's ADC, and 226, which calibrates it.
+std::int32_t amt_device_battery_voltage_check(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+
+// The ADC value of the battery, which the driver is first asked to prepare. 0 or ERR_FAIL.
+std::int32_t amt_read_adc(std::uint32_t* value);
+// Keeps four calibration values in their record. 0 or ERR_FAIL.
+std::int32_t amt_write_adc_diff_value(std::int32_t value1, std::int32_t value2, std::int32_t value3,
+                                      std::int32_t value4);
 
 // Charges from USB (1) or not (0). The board library's result; ERR_ARGUMENT for a negative type; ERR_SYSTEM when the
 // library cannot be used.

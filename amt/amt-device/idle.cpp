@@ -2,6 +2,9 @@
 
 #include "amt/amt-device/log-module.h"
 #include "amt/amt-device/misc-library.h"
+#include "amt/amt-handle/channel/registry.h"
+#include "amt/amt-handle/channel/response.h"
+#include "pub/result.h"
 
 std::int32_t amt_make_ue_enter_idle() {
   LOG_ENTRY();
@@ -12,4 +15,13 @@ std::int32_t amt_make_ue_enter_idle() {
     if (result == 0) LOG_LINE("enter_idle return OK.");
     return result;
   });
+}
+
+std::int32_t amt_enter_idle(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  LOG_ENTRY();
+  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
+  const std::int32_t result = amt_make_ue_enter_idle();
+  if (result != ERR_NONE) return result;
+  LOG_LINE("enter_idle return OK.");
+  return amt_handle_send_rsp_ok(link, response, 241);
 }

@@ -1,11 +1,20 @@
 #include "amt/amt-device/shell.h"
 
 #include <cerrno>
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
 
 #include "amt/amt-device/log-module.h"
 #include "pub/result.h"
 #include "pub/util/io.h"
+
+amt_device_command::amt_device_command(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(m_text_a, sizeof m_text_a, format, arguments);
+  va_end(arguments);
+}
 
 std::int32_t amt_device_do_command(const char* command) {
   constexpr int TRIES = 5;

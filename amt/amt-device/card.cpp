@@ -1,0 +1,53 @@
+#include "amt/amt-device/card.h"
+
+#include <cstdio>
+
+#include "amt/amt-device/device.h"
+#include "amt/amt-device/log-module.h"
+#include "amt/amt-handle/channel/registry.h"
+#include "amt/amt-handle/channel/response.h"
+#include "pub/result.h"
+#include "pub/util/device.h"
+#include "pub/util/io.h"
+
+namespace {
+
+constexpr char STORAGE_CONFIG[] = "/data/etc/storage.config";
+constexpr int CARD_IS_FIRST = 1;  // the card, and not the phone's own storage, is the first of the two folders
+constexpr char FIRST_STORAGE[] = "/storage/sdcard0";
+constexpr char SECOND_STORAGE[] = "/storage/sdcard1";
+
+constexpr std::uint8_t RESPONSE_ID = 138;
+constexpr std::uint8_t ATOM_CAPACITY = 55;
+
+const char* find_card() {
+  LOG_LINE("amt_device_tf_card--->will open storage config file: %s", STORAGE_CONFIG);
+  int choice = 0;
+  const pub_file config = pub_util_fopen(STORAGE_CONFIG, "r");
+  if (config && std::fscanf(config.get(), "%d", &choice) == 1) {
+    LOG_LINE("amt_device_tf_card--->getted storage config value: %d", choice);
+  }
+  LOG_LINE("amt_device_tf_card--->storage config value: %d", choice);
+  const char* path = choice == CARD_IS_FIRST ? FIRST_STORAGE : SECOND_STORAGE;
+  LOG_LINE("amt_device_tf_card--->external sd card path: %s", path);
+  return path;
+}
+
+std::uint32_t capacity_kb(const char* path) {
+  pub_fs_info_st info{};
+  if (pub_util_get_mount_fs_info(path, &info) != ERR_NONE) return 0;
+  LOG_LINE("external tf card capability: %ld KB", static_cast<long>(info.m_total_kb));
+  return info.m_total_kb;
+}
+
+}  // namespace
+
+std::int32_t amt_device_tf_card(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  LOG_ENTRY();
+  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
+  const std::uint32_t capacity = capacity_kb(find_card());
+  LOG_LINE("tf card capability: %ld KB", static_cast<long>(capacity));
+  amt_device_start_rsp(response, RESPONSE_ID);
+  amt_frame_add_int(&response->m_buf_a, ATOM_CAPACITY, capacity);
+  return amt_handle_finish_rsp(link, response);
+}

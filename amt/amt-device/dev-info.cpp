@@ -1,0 +1,34 @@
+#include "amt/amt-device/dev-info.h"
+
+#include "amt/amt-device/device.h"
+#include "amt/amt-device/log-module.h"
+#include "amt/amt-device/misc-library.h"
+#include "amt/amt-handle/channel/registry.h"
+#include "pub/result.h"
+
+namespace {
+
+constexpr std::uint8_t RESPONSE_ID = 239;
+constexpr std::uint8_t ATOM_TEXT = 200;
+constexpr int TEXT_LIMIT = 4055;
+
+}  // namespace
+
+std::int32_t amt_read_dev_info(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  LOG_ENTRY();
+  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
+  amt_device_start_rsp(response, RESPONSE_ID);
+  char text[TEXT_LIMIT + 1] = {};
+  const std::int32_t result =
+      amt_device_call_misc<int(char*, int)>(__func__, "create_devinfo", [&text](auto* create_devinfo) {
+        LOG_LINE("will call create_devinfo.");
+        const int returned = create_devinfo(text, TEXT_LIMIT);
+        LOG_LINE("stop call create_devinfo. return value:%d.", returned);
+        return returned;
+      });
+  if (result != ERR_NONE) return result;
+  text[TEXT_LIMIT] = '\0';
+  LOG_LINE("create_devinfo return OK. %s", text);
+  amt_frame_add_string(&response->m_buf_a, ATOM_TEXT, text);
+  return amt_device_finish_bare_rsp(link, response);
+}

@@ -1,0 +1,21 @@
+// What the device tests share. A handler checks its request, reads its atoms, works and answers: with the OK reply
+// (amt_handle_send_rsp_ok) or with a data reply, which is started here, filled, and finished and sent with
+// amt_handle_finish_rsp. A handler that fails sends nothing: its caller answers with the error frame.
+#pragma once
+
+#include <cstdint>
+
+#include "amt/amt-convert/frame.h"
+
+// Starts a data reply; nothing that an unsent answer left in the record stays.
+void amt_device_start_rsp(amt_message_st* response, std::uint8_t response_id);
+// As amt_handle_finish_rsp, for the handlers that answer with a bare frame on every link.
+std::int32_t amt_device_finish_bare_rsp(std::uint8_t link, amt_message_st* response);
+
+// One decimal number in a file, as the kernel's device files hold it. 0 or ERR_SYSTEM, logged as a failure of
+// `function`; *value is then as it was.
+std::int32_t amt_device_read_number(const char* function, const char* path, std::int32_t* value);
+std::int32_t amt_device_write_number(const char* function, const char* path, std::int32_t value);
+
+// Logs "sys call: %s() failed! errno = %d" and the error-trace line for `function`; gives ERR_FAIL.
+std::int32_t amt_device_fail_sys_call(const char* function, const char* call);
