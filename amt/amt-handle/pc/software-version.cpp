@@ -8,6 +8,7 @@
 
 #include "amt/amt-handle/channel/handle-context.h"
 #include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/channel/registry.h"
 #include "amt/amt-handle/channel/response.h"
 #include "amt/amt-handle/pc/parameters.h"
 #include "platform/power.h"
@@ -18,6 +19,7 @@
 namespace {
 
 constexpr std::uint32_t POWER_OFF_PAUSE_MS = 2000;
+constexpr std::uint8_t POWER_OFF_RESPONSE_ID = 237;
 constexpr int BRAND_ROOM = 94;  // characters left of 99 behind the brand word
 
 bool property_equals(const char* name, const char* wanted) {
@@ -78,6 +80,11 @@ std::int32_t compose_brand(version_text& text) {
   return ERR_NONE;
 }
 
+void switch_phone_off() {
+  pub_util_sleep_ms(POWER_OFF_PAUSE_MS);  // the PC has the reply before the power goes
+  if (platform_power_off() != 0) LOG_SYS_CALL("reboot");
+}
+
 }  // namespace
 
 std::int32_t get_ap_sw_version(char* buffer, std::uint32_t* length) {
@@ -122,7 +129,14 @@ std::int32_t handle_amt_power_off_at() {
   LOG_ENTRY();
   if (!handle_amt_text_behind("AT^DAMTOFF\r")) return ERR_NOT_HANDLED;
   const std::int32_t result = amt_handle_send_at_rsp(&g_handle_context.m_response, "\r\nOK\r\n");
-  pub_util_sleep_ms(POWER_OFF_PAUSE_MS);  // the PC has the reply before the power goes
-  if (platform_power_off() != 0) LOG_SYS_CALL("reboot");
+  switch_phone_off();
+  return result;
+}
+
+std::int32_t amt_handle_power_off(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  LOG_ENTRY();
+  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
+  const std::int32_t result = amt_handle_send_rsp_ok(link, response, POWER_OFF_RESPONSE_ID);
+  switch_phone_off();
   return result;
 }
