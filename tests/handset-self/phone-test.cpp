@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <atomic>
 #include <thread>
 
 #include "handset/sandbox.h"
@@ -138,7 +139,6 @@ TEST(Phone_Service, PausedLog_HoldsTheServiceUp) {
   auto options = stand_in({"flood"});
   options.log_pipe_size = 4096;
   phone phone(options);
-  std::atomic<bool> go{false};
   phone.start();
   phone.pause_log();
   EXPECT_EQ(phone.wait_exit(50ms), std::nullopt);
