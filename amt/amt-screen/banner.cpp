@@ -1,3 +1,21 @@
 #include "amt/amt-screen/banner.h"
 
-void amt_handle_load_image_for_handshake() {}
+#include "amt/amt-screen/log-module.h"
+#include "amt/amt-screen/screen.h"
+#include "pub/util/io.h"
+
+namespace {
+
+constexpr std::uint32_t SETTLE_MS = 3000;  // for what the phone itself shows on insertion
+
+}  // namespace
+
+void amt_handle_load_image_for_handshake() {
+  LOG_ENTRY();
+  if (screen_init() != 0) {
+    LOG_LINE("screen_init return error, not update screen.");
+    return;
+  }
+  pub_util_sleep_ms(SETTLE_MS);
+  screen_update();
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "pub/log.h"
+
+inline constexpr pub_log_module_st k_log{"vx-kro-amt", "amt/amt-screen"};
+// The framebuffer's messages carry no tag and those of the picture one of their own: field tools look for them so.
+inline constexpr pub_log_module_st k_framebuffer_log{nullptr, "amt/amt-screen"};
+inline constexpr pub_log_module_st k_image_log{"CHARGE_ONLY_MODE", "amt/amt-screen"};
+
+inline void log_message(const pub_log_module_st& module, const char* text) {
+  if (pub_log_enabled(module)) pub_log_line(module, "%s", text);
+}
