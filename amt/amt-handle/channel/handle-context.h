@@ -6,6 +6,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <string_view>
 
 #include "amt/amt-convert/frame.h"
 #include "pub/pty/pty.h"
@@ -20,6 +21,14 @@ using amt_handle_func = std::int32_t (*)(std::uint8_t link, amt_message_st* requ
 inline constexpr std::uint32_t AMT_HANDLER_COUNT = 255;  // ids 0..254; 255 can never be registered
 inline constexpr std::size_t AMT_READ_LIMIT = 4095;      // bytes read into a record: it stays zero-terminated
 
+// Text of the AT link: how many characters of m_buf_a count, and the characters.
+struct amt_at_text_st {
+  std::uint32_t m_buf_len;
+  std::array<char, AMT_FRAME_SIZE> m_buf_a;
+
+  std::string_view view() const { return {m_buf_a.data(), m_buf_len}; }
+};
+
 struct handle_context_st {
   pub_thread_st m_app_thread;
   pub_thread_st m_pc_thread;
@@ -33,6 +42,10 @@ struct handle_context_st {
   amt_message_st m_response;
   amt_message_st m_request_copy;   // the PC's request, unwrapped; what frame handlers read
   amt_message_st m_modem_receive;  // received from the modem data link
+  amt_message_st m_at_request;     // a radio request as AT data
+  amt_at_text_st m_at_command;     // sent to the modem's AT link
+  amt_at_text_st m_at_receive;     // read from it since the command
+  amt_message_st m_at_response;    // a radio response as AT data
   std::array<amt_handle_func, AMT_HANDLER_COUNT> m_handle_pc_func_a;
   std::array<amt_handle_func, AMT_HANDLER_COUNT> m_handle_app_func_a;
 };

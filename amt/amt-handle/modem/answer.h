@@ -1,0 +1,39 @@
+// What the modem says on its AT link: an information line and a final result, for example
+//
+//   \r\n^DGSN: 860001020304050\r\n\r\nOK\r\n
+//
+// Pure parsers; any text is safe, what does not fit the expected form is "none".
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+
+inline constexpr std::string_view AMT_LINE_END = "\r\n";
+
+// What ends an answer.
+bool amt_answer_is_ok(std::string_view answer);     // "\r\nOK\r\n"
+bool amt_answer_is_error(std::string_view answer);  // "\r\n+CME ERROR", "\r\n+CMS ERROR" or "\r\nERROR\r\n"
+
+// What stands behind a prefix and any blanks after it; none when the prefix is not in the text.
+std::optional<std::string_view> amt_answer_behind(std::string_view answer, std::string_view prefix);
+
+// The value of a text that amt_answer_behind gave: up to the final OK, less the line ends in front of that. Of these,
+// as many stay as leave at least `kept` characters in front of each one taken off. None without an OK.
+std::optional<std::string_view> amt_answer_value(std::string_view behind, std::size_t kept = 0);
+
+// A version value, "<field>,<hexadecimal text>", for example "17,0D56312E300A0A" = "V1.0": the carriage return that
+// opens the text and what follows the first line feed of its padding do not count. Writes the bytes (at most half as
+// many as the value has characters) and gives their count; none when there is no comma.
+std::optional<std::size_t> amt_answer_version(std::string_view value, std::span<std::uint8_t> bytes);
+
+// "^DATOMR: 12,1,RF pass": a station, its result, a description; each may be missing.
+struct amt_station_result_st {
+  std::int32_t m_station;
+  std::int32_t m_result;
+  std::string_view m_description;
+};
+
+// Reads a line's text into result; what is missing stays as it was there.
+void amt_answer_station_result(std::string_view line, amt_station_result_st& result);

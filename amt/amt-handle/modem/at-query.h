@@ -1,0 +1,66 @@
+// The one exchange with the modem's AT link: a command, then reads until a final result. Every modem-backed request is
+// one or two of these, with its differences as arguments.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/modem/answer.h"
+#include "pub/result.h"
+
+inline constexpr std::uint32_t AMT_ERROR_MODEM = 10;  // atom 1 of an error response
+
+// Whether there is a modem to ask; logs when there is none.
+bool amt_modem_is_missing();
+
+// What every modem-backed request is refused for, logged under the handler's line and name: ERR_ARGUMENT (see
+// amt_handle_is_bad_request), ERR_NO_MODEM; else 0.
+std::int32_t amt_modem_check_request(std::uint8_t link, const amt_message_st* request, const amt_message_st* response,
+                                     int line, const char* function);
+#define AMT_CHECK_MODEM_REQUEST(link, request, response) \
+  amt_modem_check_request(link, request, response, __LINE__, __func__)
+
+// Clears the AT buffers and formats the command.
+void amt_modem_prepare(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// Sends the command. Codes of write_at.
+std::int32_t amt_modem_send();
+
+// Reads once behind what was received. Codes of read_at; ERR_FAIL when the record is full: an answer that long has no
+// final result any more.
+std::int32_t amt_modem_receive();
+
+// What was received since the command.
+inline std::string_view amt_modem_answer() {
+  return g_handle_context.m_at_receive.view();
+}
+
+// The result that a received text settles; ERR_NOT_HANDLED when the modem has not come to an end.
+using amt_modem_judge = std::int32_t (*)(std::string_view answer);
+std::int32_t amt_judge_ok_first(std::string_view answer);
+std::int32_t amt_judge_error_first(std::string_view answer);  // for an answer that holds both
+
+// A whole exchange. after_read(result, answer) is called after each read, also a failed one. 0 when the modem said OK;
+// ERR_FAIL when it reported an error; codes of the link.
+template <typename AfterRead>
+std::int32_t amt_modem_exchange(AfterRead after_read, amt_modem_judge judge = amt_judge_ok_first) {
+  std::int32_t result = amt_modem_send();
+  while (result == ERR_NONE) {
+    result = amt_modem_receive();
+    after_read(result, amt_modem_answer());
+    if (result != ERR_NONE) break;
+    const std::int32_t final_result = judge(amt_modem_answer());
+    if (final_result != ERR_NOT_HANDLED) return final_result;
+  }
+  return result;
+}
+
+// The after_read of an exchange that logs "<name> :<answer>", and of one that logs nothing.
+inline auto amt_log_answer_as(const char* name) {
+  return [name](std::int32_t, std::string_view answer) {
+    LOG_LINE("%s :%.*s", name, static_cast<int>(answer.size()), answer.data());
+  };
+}
+inline void amt_log_no_answer(std::int32_t, std::string_view) {}
