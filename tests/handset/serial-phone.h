@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -22,11 +24,29 @@ inline handset::phone_options raw_modem() {
   return options;
 }
 
-// The serial set-up is up when its three threads wait.
+// Whether somebody in the phone listens to kernel events.
+inline bool has_event_listener(handset::phone& phone) {
+  std::istringstream sockets(phone.exec({"/bin/cat", "/proc/net/netlink"}).out);
+  for (std::string line; std::getline(sockets, line);) {
+    std::istringstream columns(line);
+    std::string address;
+    std::string protocol;
+    std::string port;
+    std::string groups;
+    columns >> address >> protocol >> port >> groups;
+    if (protocol == "15" && groups == "00000001") return true;
+  }
+  return false;
+}
+
+// The serial set-up is up when its three threads wait and main has said so. The USB monitor logs nothing once it
+// listens: that is seen from outside.
 inline void wait_serving(handset::phone& phone) {
   ASSERT_TRUE(phone.wait_log("read_pc_loop, read ready"));
   ASSERT_TRUE(phone.wait_log("read_modem_loop, read ready"));
-  ASSERT_TRUE(phone.wait_log("amt_handle_monitor_usb_loop()"));
+  ASSERT_TRUE(phone.out().wait_for("init over result=0"));
+  const auto deadline = std::chrono::steady_clock::now() + handset::DEFAULT_WAIT;
+  while (!has_event_listener(phone)) ASSERT_LT(std::chrono::steady_clock::now(), deadline);
 }
 
 inline void start_serving(handset::phone& phone) {
