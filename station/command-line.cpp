@@ -165,7 +165,7 @@ class run_st {
       if (!value.empty()) result[m_options.m_word->m_name] = value;
       *m_io.m_out << result.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << std::endl;
     } else if (!value.empty()) {
-      *m_io.m_out << m_options.m_word->m_name << ": " << value << std::endl;
+      *m_io.m_out << m_options.m_word->m_name << ": " << station_escape(value) << std::endl;
     }
     return code;
   }

@@ -51,8 +51,8 @@ bool is_cut(const amt_atom_st& atom) {
 }
 
 const char* type_name(const amt_atom_st& atom) {
-  static constexpr std::array<const char*, 5> NAMES = {"?", "int", "str", "bytes", "flag"};
-  return NAMES[atom.m_type < NAMES.size() ? atom.m_type : 0];
+  static constexpr const char* NAMES[] = {"?", "int", "str", "bytes", "flag"};
+  return NAMES[atom.m_type < std::size(NAMES) ? atom.m_type : 0];
 }
 
 bool is_number(const amt_atom_st& atom) {
@@ -96,8 +96,7 @@ std::string atom_text(const amt_atom_st& atom) {
 }
 
 const char* fault_text(stream_fault_en fault) {
-  static constexpr std::array<const char*, 5> TEXTS = {"", "bad checksum", "bad length", "bad frame head",
-                                                       "incomplete"};
+  static constexpr const char* TEXTS[] = {"", "bad checksum", "bad length", "bad frame head", "incomplete"};
   return TEXTS[static_cast<std::size_t>(fault)];
 }
 
@@ -202,29 +201,33 @@ void add_frame_json(const stream_item_st& item, json* object) {
 }
 
 const char* kind_name(stream_kind_en kind) {
-  static constexpr std::array<const char*, 4> NAMES = {"frame", "pre-response", "text", "noise"};
+  static constexpr const char* NAMES[] = {"frame", "pre-response", "text", "noise"};
   return NAMES[static_cast<std::size_t>(kind)];
 }
 
 }  // namespace
 
 std::string station_quote(std::string_view text) {
-  std::string quoted = "\"";
+  return fmt::format("\"{}\"", station_escape(text));
+}
+
+std::string station_escape(std::string_view text) {
+  std::string escaped;
   for (const char character : text) {
     const auto byte = static_cast<std::uint8_t>(character);
     if (character == '\r') {
-      quoted += "\\r";
+      escaped += "\\r";
     } else if (character == '\n') {
-      quoted += "\\n";
+      escaped += "\\n";
     } else if (character == '"' || character == '\\') {
-      quoted += {'\\', character};
+      escaped += {'\\', character};
     } else if (byte < 0x20 || byte >= 0x7F) {
-      quoted += fmt::format("\\x{:02X}", byte);
+      escaped += fmt::format("\\x{:02X}", byte);
     } else {
-      quoted += character;
+      escaped += character;
     }
   }
-  return quoted + '"';
+  return escaped;
 }
 
 std::string station_render_text(const station_entry_st& entry, const station_style_st& style) {

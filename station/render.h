@@ -27,5 +27,6 @@ std::string station_render_text(const station_entry_st& entry, const station_sty
 // A frame has id, name, atoms [{id, type, value}]; a damaged one has fault; text has text; every one has hex.
 std::string station_render_json(const station_entry_st& entry);
 
-// The text in double quotes, with what is not printable escaped (\r, \n, \x07).
+// The text with what is not printable ASCII escaped (\r, \n, \x07), so that no terminal acts on it; the same in quotes.
+std::string station_escape(std::string_view text);
 std::string station_quote(std::string_view text);

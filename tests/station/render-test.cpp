@@ -96,6 +96,10 @@ TEST_F(Render, ReceivedText_IsShownWithoutLineEnds) {
   EXPECT_EQ(line(stream_kind_en::TEXT, from_text("\r\n^DSVER: 7.1\r\n")), "12:34:56.789 <- text ^DSVER: 7.1");
 }
 
+TEST_F(Render, Escape_LeavesNothingThatATerminalActsOn) {
+  EXPECT_EQ(station_escape("a\"\\\r\n\x1b[2J\x7f\xc2"), R"(a\"\\\r\n\x1B[2J\x7F\xC2)");
+}
+
 TEST_F(Render, Noise_IsShownInHexadecimal) {
   EXPECT_EQ(line(stream_kind_en::NOISE, from_hex("00FF0A")), "12:34:56.789 <- noise, 3 bytes 00FF0A");
 }
