@@ -1,0 +1,261 @@
+#include "amt/amt-handle/channel/at-link.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+#include "pub/result.h"
+#include "tests/unit/links.h"
+
+namespace {
+
+class AtLink : public context_test {
+ protected:
+  AtLink() { set_link(g_handle_context.m_fd_at, m_at.service_end()); }
+  // The link is a terminal whose other side is gone, and m_at's device is what a reopening finds. (One that finds
+  // nothing takes 30 seconds, and a modem that says nothing 25: no test here goes that way.)
+  void reset_link() {
+    pty_link dead;
+    set_link(g_handle_context.m_fd_at, dead.service_end());
+    dead.hang_up();
+    m_keeper = m_at.service_end();
+    set_device(g_amt_cfg.m_tty_at_mux_a, m_at.name());
+  }
+  ~AtLink() override {
+    if (m_keeper > 0) close(m_keeper);
+  }
+  std::int32_t write_text(const std::string& text) {
+    return write_at(text.data(), static_cast<std::uint32_t>(text.size()));
+  }
+
+  pty_link m_at;
+  int m_keeper = 0;  // holds the terminal, and that it is raw, while nobody else does
+  std::uint32_t m_length = 99;
+  char m_buffer[64] = {};
+};
+
+TEST_F(AtLink, Write_WholeText_IsSent) {
+  EXPECT_EQ(write_text("AT^DMSN\r"), 0);
+  EXPECT_EQ(m_at.received(), "AT^DMSN\r");
+  EXPECT_EQ(m_log.texts(), (std::vector<std::string>{"write_at()", "write_at write_len[8]", "write_at ret_val[0]",
+                                                     "send ==> AT^DMSN\r"}));
+}
+
+TEST_F(AtLink, Write_Prints_WhatItDoes) {
+  testing::internal::CaptureStdout();
+  write_text("AT\r");
+  std::fflush(stdout);
+  const std::string printed = testing::internal::GetCapturedStdout();
+  EXPECT_EQ(printed.rfind("[write_at:L", 0), 0u) << printed;
+  EXPECT_NE(printed.find("]write_at: AT\r\n[write_at]write_at return:3\n"), std::string::npos) << printed;
+}
+
+TEST_F(AtLink, Write_NothingOrNull_IsRefused) {
+  EXPECT_EQ(write_at(nullptr, 3), -101);
+  EXPECT_TRUE(m_log.has("1, 0"));
+  EXPECT_EQ(write_at("AT\r", 0), -101);
+  EXPECT_TRUE(m_log.has("0, 1"));
+  EXPECT_EQ(write_at(nullptr, 0), -101);
+  EXPECT_TRUE(m_log.has("1, 1"));
+  EXPECT_TRUE(m_log.contains("FILE-amt/amt-handle, LINE-931, FUNC-write_at(), error_code=-101, errno="));
+  EXPECT_EQ(m_at.received(), "");
+}
+
+// The driver takes what it can; that counts as sent.
+TEST_F(AtLink, Write_TenBytesOfWhichFourAreTaken_CountsAsSent) {
+  set_link(g_handle_context.m_fd_at, open_sink_with_room(4));
+  EXPECT_EQ(write_text("0123456789"), 0);
+  EXPECT_TRUE(m_log.has_in_a_row({"write_at write_len[4]", "write_at ret_val[0]", "send ==> 0123456789"}));
+}
+
+TEST_F(AtLink, Write_TextOf2000_IsShownTo1023) {
+  const std::string text(2000, 'a');
+  socket_link link;
+  set_link(g_handle_context.m_fd_at, link.service_end());
+  EXPECT_EQ(write_text(text), 0);
+  EXPECT_EQ(link.received(), text);
+  const std::string shown = m_log.texts().back();
+  EXPECT_EQ(shown.rfind("send ==> aaa", 0), 0u);
+  EXPECT_LE(std::count(shown.begin(), shown.end(), 'a'), 1023);
+}
+
+TEST_F(AtLink, Write_OtherErrorThanEio_FailsAtOnce) {
+  set_link(g_handle_context.m_fd_at, open_full_device());
+  EXPECT_EQ(write_text("AT\r"), -100);
+  EXPECT_EQ(m_log.texts(),
+            (std::vector<std::string>{"write_at()", "write_at write_len[-1]", "write_at ret_val[-100]"}));
+}
+
+TEST_F(AtLink, Write_ClosedLink_FailsAtOnce) {
+  set_link(g_handle_context.m_fd_at, 0);
+  EXPECT_EQ(write_text("AT\r"), -100);
+}
+
+TEST_F(AtLink, Write_ResetLinkWithoutModem_IsNotRepaired) {
+  reset_link();
+  g_no_modem = 1;
+  EXPECT_EQ(write_text("AT\r"), -100);
+  EXPECT_TRUE(m_log.has("write_at ret_val[-100]"));
+  EXPECT_EQ(m_at.received(), "");
+}
+
+TEST_F(AtLink, Write_ResetLink_IsReopenedSilencedAndTheTextSentAgain) {
+  reset_link();
+  m_at.send("\r\nOK\r\n");
+  EXPECT_EQ(write_text("AT^DMSN\r"), 0);
+  EXPECT_EQ(m_at.received(), "AT^DLKS=0\rAT^DMSN\r");
+  EXPECT_TRUE(m_log.has_in_a_row({"write_at write_len[-1]", "write_at ret_val[-118]"}));
+  EXPECT_TRUE(m_log.has("(0/30)try to open device \"" + m_at.name() + "\""));
+  EXPECT_EQ(m_log.texts().back(), "send ==> AT^DMSN\r");
+}
+
+TEST_F(AtLink, Write_ModemRefusesTheSilencing_TextIsSentAgainAllTheSame) {
+  reset_link();
+  m_at.send("\r\nERROR\r\n");
+  EXPECT_EQ(write_text("AT^DMSN\r"), 0);
+  EXPECT_EQ(m_at.received(), "AT^DLKS=0\rAT^DMSN\r");
+}
+
+TEST_F(AtLink, Write_ModemTalksPastTheSilencing_IsATimeOut) {
+  reset_link();
+  m_at.send(std::string(5 * 18, 'n'));
+  EXPECT_EQ(write_text("AT^DMSN\r"), -113);
+  EXPECT_EQ(m_at.received(), "AT^DLKS=0\r");
+  EXPECT_FALSE(m_log.contains("send ==> "));
+}
+
+TEST_F(AtLink, Read_WhatIsThere_IsGivenOnce) {
+  m_at.send("\r\nOK\r\n");
+  EXPECT_EQ(read_at(m_buffer, sizeof m_buffer, &m_length), 0);
+  EXPECT_EQ(m_length, 6u);
+  EXPECT_STREQ(m_buffer, "\r\nOK\r\n");
+  EXPECT_EQ(m_log.texts(), (std::vector<std::string>{"read_at()", "read_at read_len_ptr[6] buf_ptr[\r\nOK\r\n]",
+                                                     "read_at ret_val[0]", "receive <== \r\nOK\r\n"}));
+}
+
+TEST_F(AtLink, Read_Prints_WhatItReads) {
+  m_at.send("\r\nOK\r\n");
+  testing::internal::CaptureStdout();
+  read_at(m_buffer, sizeof m_buffer, &m_length);
+  std::fflush(stdout);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "[read_at]read_at\n[read_at]read_at return:\r\nOK\r\n\n");
+}
+
+TEST_F(AtLink, Read_MoreThanFits_IsLeftForTheNext) {
+  m_at.send("abcdef");
+  EXPECT_EQ(read_at(m_buffer, 4, &m_length), 0);
+  EXPECT_EQ(std::string(m_buffer, m_length), "abcd");
+  EXPECT_EQ(read_at(m_buffer, 4, &m_length), 0);
+  EXPECT_EQ(std::string(m_buffer, m_length), "ef");
+}
+
+// Final result codes are the caller's business.
+TEST_F(AtLink, Read_AnErrorOfTheModem_IsAnAnswerLikeAnyOther) {
+  m_at.send("\r\nERROR\r\n");
+  EXPECT_EQ(read_at(m_buffer, sizeof m_buffer, &m_length), 0);
+  EXPECT_EQ(m_length, 9u);
+}
+
+TEST_F(AtLink, Read_EndOfFile_IsNoBytesAndNoFailure) {
+  set_link(g_handle_context.m_fd_at, open("/dev/null", O_RDWR | O_CLOEXEC));
+  EXPECT_EQ(read_at(m_buffer, sizeof m_buffer, &m_length), 0);
+  EXPECT_EQ(m_length, 0u);
+  EXPECT_TRUE(m_log.has("read_at read_len_ptr[0] buf_ptr[]"));
+}
+
+TEST_F(AtLink, Read_BadArguments_AreRefused) {
+  EXPECT_EQ(read_at(nullptr, 4, &m_length), -101);
+  EXPECT_TRUE(m_log.has("1, 0, 0"));
+  EXPECT_EQ(read_at(m_buffer, 0, &m_length), -101);
+  EXPECT_TRUE(m_log.has("0, 1, 0"));
+  EXPECT_EQ(read_at(m_buffer, 4, nullptr), -101);
+  EXPECT_TRUE(m_log.has("0, 0, 1"));
+  EXPECT_TRUE(m_log.contains("FILE-amt/amt-handle, LINE-1045, FUNC-read_at(), error_code=-101, errno="));
+}
+
+TEST_F(AtLink, Read_ClosedLink_Fails) {
+  set_link(g_handle_context.m_fd_at, 0);
+  EXPECT_EQ(read_at(m_buffer, sizeof m_buffer, &m_length), -100);
+  EXPECT_EQ(m_length, 0u);
+}
+
+TEST_F(AtLink, Read_ResetLinkWithoutModem_IsNotRepaired) {
+  reset_link();
+  g_no_modem = 1;
+  EXPECT_EQ(read_at(m_buffer, sizeof m_buffer, &m_length), -100);
+  EXPECT_EQ(m_at.received(), "");
+}
+
+TEST_F(AtLink, Read_ResetLink_IsReopenedSilencedAndReadAgain) {
+  reset_link();
+  m_at.send("123456789012\r\nOK\r\n");  // 18 characters: what one look at the confirmation takes
+  m_at.send("\r\n^DMSN: 7\r\n");
+  EXPECT_EQ(read_at(m_buffer, sizeof m_buffer, &m_length), 0);
+  EXPECT_EQ(std::string(m_buffer, m_length), "\r\n^DMSN: 7\r\n");
+  EXPECT_EQ(m_at.received(), "AT^DLKS=0\r");
+  EXPECT_EQ(m_log.texts().back(), "receive <== \r\n^DMSN: 7\r\n");
+}
+
+TEST_F(AtLink, Read_ModemTalksPastTheSilencing_IsATimeOut) {
+  reset_link();
+  m_at.send(std::string(5 * 18, 'n'));
+  EXPECT_EQ(read_at(m_buffer, sizeof m_buffer, &m_length), -113);
+}
+
+TEST_F(AtLink, Silence_Confirmed_Succeeds) {
+  m_at.send("\r\nOK\r\n");
+  EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), 0);
+  EXPECT_EQ(m_at.received(), "AT^DLKS=0\r");
+}
+
+TEST_F(AtLink, Silence_EachErrorOfTheModem_Fails) {
+  for (const char* answer : {"\r\nERROR\r\n", "\r\n+CME ERROR: 4", "\r\n+CMS ERROR: 30"}) {
+    m_at.send(answer);
+    EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), -100) << answer;
+    EXPECT_EQ(m_at.received(), "AT^DLKS=0\r");
+  }
+}
+
+// Only the whole result code counts.
+TEST_F(AtLink, Silence_LookAlikesBeforeTheAnswer_AreTriesOfTheirOwn) {
+  m_at.send("\r\nERRORS: 5\r\n.....");  // 18 characters each
+  m_at.send("\r\n+CME ERROR:9\r\n..");
+  m_at.send("OK.......... \r\nOK\r");
+  m_at.send("\n\r\nOK\r\n");
+  EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), 0);
+  EXPECT_TRUE(m_log.has("(0/5)tries. buf_a: \"\r\nERRORS: 5\r\n.....\""));
+  EXPECT_TRUE(m_log.has("(1/5)tries. buf_a: \"\r\n+CME ERROR:9\r\n..\""));
+  EXPECT_TRUE(m_log.has("(2/5)tries. buf_a: \"OK.......... \r\nOK\r\""));
+  EXPECT_FALSE(m_log.contains("(3/5)tries."));
+}
+
+TEST_F(AtLink, Silence_FiveAnswersWithoutAResult_IsATimeOut) {
+  m_at.send(std::string(5 * 18, 'n') + "\r\nOK\r\n");
+  EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), -113);
+  EXPECT_TRUE(m_log.has("(4/5)tries. buf_a: \"nnnnnnnnnnnnnnnnnn\""));
+  EXPECT_FALSE(m_log.contains("(5/5)tries."));
+}
+
+TEST_F(AtLink, Silence_NoDescriptor_IsRefused) {
+  for (const int fd : {0, -1}) {
+    m_log.clear();
+    EXPECT_EQ(disable_unsolicited_code(fd), -101);
+    EXPECT_TRUE(m_log.contains("LINE-636, FUNC-disable_unsolicited_code(), error_code=-101, errno="));
+    EXPECT_TRUE(m_log.has("1"));
+  }
+}
+
+TEST_F(AtLink, Silence_HungUpLink_IsASystemFailure) {
+  m_at.hang_up();
+  EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), -118);
+  EXPECT_TRUE(m_log.contains("FUNC-disable_unsolicited_code(), error_code=-118, errno=5"));
+}
+
+TEST_F(AtLink, Silence_OnlyAPartWritten_IsIncomplete) {
+  set_link(g_handle_context.m_fd_at, open_sink_with_room(4));
+  EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), -119);
+  EXPECT_TRUE(m_log.has_in_a_row({"WARNING !", "write not completed: to write(10) != written(4)"}));
+}
+
+}  // namespace

@@ -1,0 +1,143 @@
+#include "amt/amt-handle/channel/handshake.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "amt/amt-handle/channel/timer.h"
+#include "tests/unit/links.h"
+
+namespace {
+
+constexpr char STATE_FILE[] = "/sys/class/android_usb/android0/state";
+
+void time_out(union sigval) {
+  ADD_FAILURE() << "the timer of a test ran out";
+}
+
+class Handshake : public context_test {
+ protected:
+  Handshake() {
+    std::filesystem::create_directories("/sys/class/android_usb/android0");
+    std::filesystem::remove(STATE_FILE);
+    amt_handshake_reset();
+    g_usb_activate = 1;
+    amt_timer_create(g_usbEnumTimer, time_out);
+    amt_timer_set(g_usbEnumTimer, 60000);
+    m_log.clear();
+  }
+  ~Handshake() override {
+    amt_timer_delete(g_usbEnumTimer);
+    amt_timer_delete(g_handShakeTimer);
+  }
+  static void set_usb_state(const char* state) { std::ofstream(STATE_FILE) << state; }
+  static bool waits_for_usb() { return g_usbEnumTimer.m_id != AMT_NO_TIMER; }
+  static bool waits_for_pc() { return g_handShakeTimer.m_id != AMT_NO_TIMER; }
+};
+
+TEST_F(Handshake, Reset_Everything_IsForgotten) {
+  g_handshake_done = 1;
+  g_usb_enumerated = 1;
+  amt_timer_delete(g_usbEnumTimer);
+  amt_handshake_reset();
+  EXPECT_EQ(g_handshake_done, 0);
+  EXPECT_EQ(g_usb_enumerated, 0);
+  EXPECT_FALSE(waits_for_usb());
+  EXPECT_FALSE(waits_for_pc());
+}
+
+TEST_F(Handshake, PcSpeaksFirst_CountsAsUsbButNotAsHandshake) {
+  amt_handshake_pc_spoke();
+  EXPECT_EQ(g_usb_enumerated, 1);
+  EXPECT_FALSE(waits_for_usb());
+  EXPECT_EQ(g_handshake_done, 0);
+  EXPECT_FALSE(m_log.has("handshake success."));
+}
+
+TEST_F(Handshake, ModemSpeaks_WithoutStateFile_ArmsNothing) {
+  amt_handshake_modem_spoke();
+  EXPECT_EQ(g_usb_enumerated, 0);
+  EXPECT_TRUE(waits_for_usb());
+  EXPECT_FALSE(waits_for_pc());
+  EXPECT_EQ(g_modem_is_forwarding, 0);
+}
+
+TEST_F(Handshake, ModemSpeaks_UsbOnlyConnected_ArmsNothing) {
+  set_usb_state("CONNECTED\n");
+  amt_handshake_modem_spoke();
+  EXPECT_TRUE(m_log.has("readed success from file(/sys/class/android_usb/android0/state). value: CONNECTED\n."));
+  EXPECT_TRUE(waits_for_usb());
+  EXPECT_FALSE(waits_for_pc());
+  EXPECT_EQ(g_modem_is_forwarding, 0);
+}
+
+TEST_F(Handshake, ModemSpeaks_UsbConfigured_WaitsForThePc) {
+  set_usb_state("CONFIGURED\n");
+  amt_handshake_modem_spoke();
+  EXPECT_EQ(g_usb_enumerated, 1);
+  EXPECT_FALSE(waits_for_usb());
+  EXPECT_TRUE(waits_for_pc());
+  EXPECT_TRUE(m_log.has("will create timer."));
+  EXPECT_TRUE(m_log.contains("], timeMSec:5000. "));
+  EXPECT_EQ(g_modem_is_forwarding, 0);
+}
+
+TEST_F(Handshake, ModemSpeaksAgain_KeepsTheFirstTimer) {
+  set_usb_state("CONFIGURED\n");
+  amt_handshake_modem_spoke();
+  m_log.clear();
+  amt_handshake_modem_spoke();
+  EXPECT_FALSE(m_log.has("will create timer."));
+  EXPECT_TRUE(waits_for_pc());
+}
+
+TEST_F(Handshake, PcAnswersTheModem_IsTheHandshake) {
+  set_usb_state("CONFIGURED\n");
+  amt_handshake_modem_spoke();
+  amt_handshake_pc_spoke();
+  EXPECT_EQ(g_handshake_done, 1);
+  EXPECT_FALSE(waits_for_pc());
+  EXPECT_TRUE(m_log.has("handshake success."));
+  EXPECT_TRUE(m_log.has("pthread_create() amt_handle_load_image_for_handshake success."));
+  EXPECT_TRUE(m_log.has("will call amt_usb_charger_enable , type:0."));
+  EXPECT_TRUE(m_log.has("call amt_usb_charge_ctrl. return:-118, current amt mode:1, usb_charge_mode:0."));
+}
+
+TEST_F(Handshake, PcAnswersInAmt4_ChargesFromUsb) {
+  g_amt_mode = AMT_MODE_AMT4;
+  g_usb_enumerated = 1;
+  amt_handshake_modem_spoke();
+  amt_handshake_pc_spoke();
+  EXPECT_TRUE(m_log.has("will call amt_usb_charger_enable , type:1."));
+  EXPECT_TRUE(m_log.has("call amt_usb_charge_ctrl. return:-118, current amt mode:4, usb_charge_mode:1."));
+}
+
+TEST_F(Handshake, BothSpeakAfterwards_NothingIsArmedAgain) {
+  set_usb_state("CONFIGURED\n");
+  amt_handshake_modem_spoke();
+  amt_handshake_pc_spoke();
+  m_log.clear();
+  amt_handshake_modem_spoke();
+  amt_handshake_pc_spoke();
+  EXPECT_FALSE(waits_for_pc());
+  EXPECT_FALSE(m_log.has("will create timer."));
+  EXPECT_FALSE(m_log.has("handshake success."));
+}
+
+TEST_F(Handshake, PcSpeaksWhileTheModemHalfHangs_WaitsABoundedTime) {
+  g_modem_is_forwarding = 1;
+  amt_handshake_pc_spoke();
+  EXPECT_TRUE(m_log.has("index is over 1000. "));
+  EXPECT_EQ(g_modem_is_forwarding, 0);
+}
+
+TEST_F(Handshake, KernelReports_FollowTheCable) {
+  amt_handshake_usb_configured();
+  EXPECT_EQ(g_usb_enumerated, 1);
+  EXPECT_FALSE(waits_for_usb());
+  amt_handshake_usb_disconnected();
+  EXPECT_EQ(g_usb_enumerated, 0);
+}
+
+}  // namespace

@@ -1,0 +1,72 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "amt/amt-handle/channel/init.h"
+#include "tests/unit/log-capture.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class MakeFolder : public testing::Test {
+ protected:
+  MakeFolder() {
+    fs::remove_all("/amt/new");
+    fs::create_directories("/amt");
+  }
+  static unsigned mode_of(const char* path) {
+    struct stat status = {};
+    EXPECT_EQ(stat(path, &status), 0);
+    return status.st_mode & 07777;
+  }
+
+  log_capture m_log;
+};
+
+TEST_F(MakeFolder, Missing_IsMadeAndOpenedToItsUsers) {
+  EXPECT_EQ(amt_make_folder("/amt/new"), 0);
+  EXPECT_TRUE(fs::is_directory("/amt/new"));
+  EXPECT_EQ(mode_of("/amt/new"), 0766u);
+  EXPECT_TRUE(m_log.has("amt_make_folder: /amt/new does not exist.\r\n"));
+  EXPECT_TRUE(m_log.has("amt_make_folder mkdir(/amt/new) successfully"));
+}
+
+TEST_F(MakeFolder, Existing_IsLeftAsItIs) {
+  ASSERT_EQ(mkdir("/amt/new", 0700), 0);
+  EXPECT_EQ(amt_make_folder("/amt/new"), 0);
+  EXPECT_EQ(mode_of("/amt/new"), 0700u);
+  EXPECT_TRUE(m_log.has("amt_make_folder: /amt/new exist.\r\n"));
+}
+
+// Only that something is there is looked at.
+TEST_F(MakeFolder, FileOfThatName_PassesForTheFolder) {
+  std::ofstream("/amt/new") << "x";
+  EXPECT_EQ(amt_make_folder("/amt/new"), 0);
+  EXPECT_TRUE(m_log.has("amt_make_folder: /amt/new exist.\r\n"));
+}
+
+TEST_F(MakeFolder, NoParent_Fails) {
+  EXPECT_EQ(amt_make_folder("/amt/new/deeper"), -118);
+  EXPECT_TRUE(m_log.has("amt_make_folder mkdir(/amt/new/deeper) faild errno[2] strerror[No such file or directory]"));
+  EXPECT_FALSE(m_log.contains("successfully"));
+}
+
+TEST_F(MakeFolder, ParentIsAFile_Fails) {
+  std::ofstream("/amt/new") << "x";
+  EXPECT_EQ(amt_make_folder("/amt/new/deeper"), -118);
+  EXPECT_TRUE(m_log.has("amt_make_folder mkdir(/amt/new/deeper) faild errno[20] strerror[Not a directory]"));
+}
+
+TEST_F(MakeFolder, PathLongerThanItsCommands_IsMadeAllTheSame) {
+  const std::string parent = "/amt/new/" + std::string(100, 'p');
+  fs::create_directories(parent);
+  EXPECT_EQ(amt_make_folder((parent + "/folder").c_str()), 0);
+  EXPECT_TRUE(fs::is_directory(parent + "/folder"));
+}
+
+}  // namespace
