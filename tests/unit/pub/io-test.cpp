@@ -1,0 +1,406 @@
+#include "pub/util/io.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <thread>
+
+#include "pub/util/signals.h"
+#include "tests/unit/pub/signal-scope.h"
+#include "tests/unit/pub/terminals.h"
+#include "tests/unit/temp-folder.h"
+#include "tests/unit/wait-for.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+struct pipe_st {
+  pipe_st() {
+    int ends[2] = {-1, -1};
+    EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    m_read = ends[0];
+    m_write = ends[1];
+  }
+  ~pipe_st() {
+    close(m_read);
+    close_write();
+  }
+  pipe_st(const pipe_st&) = delete;
+  pipe_st& operator=(const pipe_st&) = delete;
+  void close_write() {
+    if (m_write >= 0) close(m_write);
+    m_write = -1;
+  }
+  int m_read;
+  int m_write;
+};
+
+// --- reading
+
+TEST(Read, DataThere_IsGivenInOnePiece) {
+  const pipe_st pipe;
+  ASSERT_EQ(write(pipe.m_write, "abcdef", 6), 6);
+  char buffer[4] = "";
+  EXPECT_EQ(pub_util_read(pipe.m_read, buffer, 4), 4);
+  EXPECT_EQ(std::memcmp(buffer, "abcd", 4), 0);
+  EXPECT_EQ(pub_util_read(pipe.m_read, buffer, 4), 2);
+}
+
+TEST(Read, NothingThere_WaitsForIt) {
+  const pipe_st pipe;
+  std::thread writer([&pipe] { EXPECT_EQ(write(pipe.m_write, "x", 1), 1); });
+  char byte = 0;
+  EXPECT_EQ(pub_util_read(pipe.m_read, &byte, 1), 1);
+  EXPECT_EQ(byte, 'x');
+  writer.join();
+}
+
+TEST(Read, NonBlockingDescriptor_WaitsToo) {
+  const pipe_st pipe;
+  ASSERT_EQ(fcntl(pipe.m_read, F_SETFL, O_NONBLOCK), 0);
+  std::thread writer([&pipe] { EXPECT_EQ(write(pipe.m_write, "x", 1), 1); });
+  char byte = 0;
+  EXPECT_EQ(pub_util_read(pipe.m_read, &byte, 1), 1);
+  writer.join();
+}
+
+TEST(Read, NoRoom_IsZeroAtOnce) {
+  const pipe_st pipe;  // nothing to read in it: a wait would never end
+  char byte = 0;
+  EXPECT_EQ(pub_util_read(pipe.m_read, &byte, 0), 0);
+  EXPECT_EQ(pub_util_read(-1, &byte, 0), 0);
+}
+
+TEST(Read, TerminalThatHungUp_IsAnIoError) {
+  terminal_pair pair;
+  pair.hang_up();
+  char byte = 0;
+  for (int again = 0; again < 3; ++again) {
+    errno = 0;
+    EXPECT_EQ(pub_util_read(pair.slave(), &byte, 1), -1);
+    EXPECT_EQ(errno, EIO);
+  }
+}
+
+TEST(Read, TerminalThatHangsUpDuringTheWait_IsAnIoError) {
+  terminal_pair pair;
+  std::thread unplug([&pair] { pair.hang_up(); });
+  char byte = 0;
+  EXPECT_EQ(pub_util_read(pair.slave(), &byte, 1), -1);
+  EXPECT_EQ(errno, EIO);
+  unplug.join();
+}
+
+TEST(Read, MasterWhoseSlaveIsClosed_IsAnIoError) {
+  const pub_fd master(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+  char name[64];
+  ASSERT_EQ(grantpt(master.get()) | unlockpt(master.get()) | ptsname_r(master.get(), name, sizeof name), 0);
+  close(open(name, O_RDWR | O_NOCTTY | O_CLOEXEC));
+  char byte = 0;
+  EXPECT_EQ(pub_util_read(master.get(), &byte, 1), -1);
+  EXPECT_EQ(errno, EIO);
+}
+
+TEST(Read, WriterGone_GivesTheRestAndThenAnIoError) {
+  pipe_st pipe;
+  ASSERT_EQ(write(pipe.m_write, "ab", 2), 2);
+  pipe.close_write();
+  char buffer[8];
+  EXPECT_EQ(pub_util_read(pipe.m_read, buffer, sizeof buffer), 2);
+  EXPECT_EQ(pub_util_read(pipe.m_read, buffer, sizeof buffer), -1);
+  EXPECT_EQ(errno, EIO);
+}
+
+TEST(Read, EndOfAFile_IsZero) {
+  const temp_folder folder;
+  const pub_fd fd(pub_util_open(folder.write("f", "a").c_str(), O_RDONLY));
+  char buffer[8];
+  EXPECT_EQ(pub_util_read(fd.get(), buffer, sizeof buffer), 1);
+  EXPECT_EQ(pub_util_read(fd.get(), buffer, sizeof buffer), 0);
+}
+
+TEST(Read, ClosedDescriptor_IsABadDescriptor) {
+  char byte = 0;
+  for (const int fd : {-1, 1000000}) {
+    errno = 0;
+    EXPECT_EQ(pub_util_read(fd, &byte, 1), -1) << fd;
+    EXPECT_EQ(errno, EBADF) << fd;
+  }
+}
+
+TEST(Read, Folder_FailsWithItsError) {
+  const temp_folder folder;
+  const pub_fd fd(open(folder.path("").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  char byte = 0;
+  EXPECT_EQ(pub_util_read(fd.get(), &byte, 1), -1);
+  EXPECT_EQ(errno, EISDIR);
+}
+
+// --- signals at wait points
+
+std::atomic<int> g_handled = 0;
+std::atomic<int> g_answer_fd = -1;
+
+void count_signal(int) {
+  ++g_handled;
+  if (g_answer_fd >= 0 && write(g_answer_fd, "s", 1) != 1) std::abort();
+}
+
+class Signals : public testing::Test {
+ protected:
+  Signals() {
+    g_handled = 0;
+    g_answer_fd = -1;
+    for (const int signo : {SIGTERM, SIGUSR2, SIGUSR1}) pub_util_install_handler(signo, count_signal);
+  }
+  signal_scope m_scope;
+};
+
+void raise_here(int signo) {
+  ASSERT_EQ(syscall(SYS_tgkill, getpid(), gettid(), signo), 0);
+}
+
+char state_of_thread(pid_t tid) {
+  const std::string stat = read_whole_file("/proc/self/task/" + std::to_string(tid) + "/stat");
+  const auto bracket = stat.rfind(')');
+  return bracket == std::string::npos || bracket + 2 >= stat.size() ? '?' : stat[bracket + 2];
+}
+
+TEST_F(Signals, WhileCodeRuns_AreHeld) {
+  raise_here(SIGTERM);
+  raise_here(SIGUSR2);
+  EXPECT_EQ(g_handled, 0);
+  EXPECT_EQ(pub_util_wait(-1, 0, 0), 0);
+  EXPECT_EQ(g_handled, 2);
+}
+
+TEST_F(Signals, DuringARead_ActAndTheReadGoesOn) {
+  const pipe_st pipe;
+  g_answer_fd = pipe.m_write;
+  const pid_t reader = gettid();
+  std::thread sender([reader] {
+    EXPECT_TRUE(wait_for([reader] { return state_of_thread(reader) == 'S'; }));
+    EXPECT_EQ(syscall(SYS_tgkill, getpid(), reader, SIGTERM), 0);
+  });
+  char byte = 0;
+  EXPECT_EQ(pub_util_read(pipe.m_read, &byte, 1), 1);
+  EXPECT_EQ(byte, 's');  // what the handler wrote
+  EXPECT_EQ(g_handled, 1);
+  sender.join();
+}
+
+TEST_F(Signals, DuringASleep_DoNotShortenIt) {
+  raise_here(SIGTERM);
+  const auto start = steady_clock::now();
+  pub_util_sleep_ms(30);
+  EXPECT_GE(steady_clock::now() - start, milliseconds(30));
+  EXPECT_EQ(g_handled, 1);
+}
+
+TEST_F(Signals, StopSignalOutsideAWorker_IsHeldEvenInAWait) {
+  raise_here(SIGUSR1);
+  EXPECT_EQ(pub_util_wait(-1, 0, 0), 0);
+  EXPECT_EQ(g_handled, 0);
+}
+
+TEST_F(Signals, StopSignalInAWorker_ActsInAWait) {
+  std::thread([] {
+    pub_util_let_thread_signal_in();
+    raise_here(SIGUSR1);
+    EXPECT_EQ(g_handled, 0);
+    EXPECT_EQ(pub_util_wait(-1, 0, 0), 0);
+    EXPECT_EQ(g_handled, 1);
+  }).join();
+}
+
+TEST_F(Signals, KeptOut_DoNotActInAWait) {
+  std::thread([] {
+    pub_util_let_thread_signal_in();
+    pub_util_keep_signals_out();
+    for (const int signo : {SIGTERM, SIGUSR2, SIGUSR1}) raise_here(signo);
+    EXPECT_EQ(pub_util_wait(-1, 0, 0), 0);
+  }).join();
+  EXPECT_EQ(g_handled, 0);
+}
+
+TEST_F(Signals, NewThread_InheritsTheBlock) {
+  std::thread([] {
+    sigset_t mask;
+    ASSERT_EQ(pthread_sigmask(SIG_SETMASK, nullptr, &mask), 0);
+    for (const int signo : {SIGTERM, SIGUSR2, SIGUSR1}) EXPECT_EQ(sigismember(&mask, signo), 1) << signo;
+    EXPECT_EQ(sigismember(&mask, SIGINT), 0);
+  }).join();
+}
+
+int g_held_in_handler = 0;
+
+void look_at_mask(int) {
+  sigset_t mask;
+  pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+  for (const int signo : {SIGTERM, SIGUSR2, SIGUSR1}) g_held_in_handler += sigismember(&mask, signo);
+}
+
+TEST_F(Signals, InAHandler_AllThreeAreHeld) {
+  g_held_in_handler = 0;
+  pub_util_install_handler(SIGUSR2, look_at_mask);
+  raise_here(SIGUSR2);
+  EXPECT_EQ(pub_util_wait(-1, 0, 0), 0);
+  EXPECT_EQ(g_held_in_handler, 3);
+}
+
+// --- waiting and sleeping
+
+TEST(Wait, DataThere_IsReady) {
+  const pipe_st pipe;
+  ASSERT_EQ(write(pipe.m_write, "x", 1), 1);
+  EXPECT_EQ(pub_util_wait(pipe.m_read, POLLIN, 10000), 1);
+  EXPECT_EQ(pub_util_wait(pipe.m_write, POLLOUT, 10000), 1);
+}
+
+TEST(Wait, NothingThere_TimesOut) {
+  const pipe_st pipe;
+  const auto start = steady_clock::now();
+  EXPECT_EQ(pub_util_wait(pipe.m_read, POLLIN, 20), 0);
+  EXPECT_GE(steady_clock::now() - start, milliseconds(20));
+}
+
+TEST(Wait, NegativeDescriptor_IsNeverReady) {
+  EXPECT_EQ(pub_util_wait(-1, POLLIN, 1), 0);
+}
+
+TEST(Sleep, Time_IsSleptWhole) {
+  auto start = steady_clock::now();
+  pub_util_sleep_ms(20);
+  EXPECT_GE(steady_clock::now() - start, milliseconds(20));
+  start = steady_clock::now();
+  pub_util_sleep_us(1500);
+  EXPECT_GE(steady_clock::now() - start, std::chrono::microseconds(1500));
+}
+
+// --- writing
+
+TEST(Write, OpenDescriptor_TakesTheBytes) {
+  const pipe_st pipe;
+  EXPECT_EQ(pub_util_write(pipe.m_write, "abc", 3), 3);
+  char buffer[4] = "";
+  EXPECT_EQ(read(pipe.m_read, buffer, 4), 3);
+}
+
+TEST(Write, FullNonBlockingPipe_GivesWhatWasTaken) {
+  const pipe_st pipe;
+  ASSERT_EQ(fcntl(pipe.m_write, F_SETFL, O_NONBLOCK), 0);
+  const std::string data(1 << 20, 'x');
+  const ssize_t taken = pub_util_write(pipe.m_write, data.data(), data.size());
+  EXPECT_GT(taken, 0);
+  EXPECT_LT(taken, static_cast<ssize_t>(data.size()));
+  EXPECT_EQ(pub_util_write(pipe.m_write, "y", 1), -1);
+  EXPECT_EQ(errno, EAGAIN);
+}
+
+TEST(Write, ClosedLink_IsABadDescriptor) {
+  for (const int fd : {0, -1}) {
+    errno = 0;
+    EXPECT_EQ(pub_util_write(fd, "x", 1), -1) << fd;
+    EXPECT_EQ(errno, EBADF) << fd;
+  }
+}
+
+// --- owning and closing
+
+TEST(Close, OpenDescriptor_IsClosedAndCleared) {
+  std::atomic<int> fd = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  const int number = fd;
+  pub_util_close(fd);
+  EXPECT_EQ(fd, 0);
+  EXPECT_EQ(fcntl(number, F_GETFD), -1);
+}
+
+TEST(Close, NothingOpen_StaysAsItIs) {
+  for (const int value : {0, -1}) {
+    std::atomic<int> fd = value;
+    pub_util_close(fd);
+    EXPECT_EQ(fd, value);
+  }
+}
+
+TEST(OwnedDescriptor, EndOfScope_ClosesUnlessReleased) {
+  const int number = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  {
+    pub_fd first(number);
+    const pub_fd second(std::move(first));
+    EXPECT_EQ(second.get(), number);
+  }
+  EXPECT_EQ(fcntl(number, F_GETFD), -1);
+
+  const int kept = pub_fd(open("/dev/null", O_RDONLY | O_CLOEXEC)).release();
+  EXPECT_GE(fcntl(kept, F_GETFD), 0);
+  close(kept);
+}
+
+TEST(Open, Descriptor_IsClosedOnExec) {
+  const pub_fd fd(pub_util_open("/dev/null", O_RDWR));
+  EXPECT_EQ(fcntl(fd.get(), F_GETFD), FD_CLOEXEC);
+}
+
+TEST(Open, MissingFile_GivesErrno) {
+  EXPECT_EQ(pub_util_open("/no/such/file", O_RDONLY), -1);
+  EXPECT_EQ(errno, ENOENT);
+}
+
+TEST(Fopen, File_IsClosedOnExec) {
+  const temp_folder folder;
+  const pub_file file = pub_util_fopen(folder.path("f").c_str(), "w+");
+  ASSERT_TRUE(file);
+  EXPECT_EQ(fcntl(fileno(file.get()), F_GETFD), FD_CLOEXEC);
+}
+
+TEST(Fopen, MissingFileOrStrangeMode_GivesErrno) {
+  EXPECT_FALSE(pub_util_fopen("/no/such/file", "r"));
+  EXPECT_EQ(errno, ENOENT);
+  EXPECT_FALSE(pub_util_fopen("/dev/null", "r+very-long-mode"));
+  EXPECT_EQ(errno, EINVAL);
+}
+
+// --- commands
+
+TEST(RunCommand, ExitStatus_IsTheShells) {
+  EXPECT_EQ(pub_util_run_command("true"), 0);
+  const int status = pub_util_run_command("exit 7");
+  EXPECT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 7);
+}
+
+TEST(RunCommand, KilledShell_IsSeenInTheStatus) {
+  const int status = pub_util_run_command("kill -9 $$");
+  EXPECT_TRUE(WIFSIGNALED(status));
+  EXPECT_EQ(WTERMSIG(status), SIGKILL);
+}
+
+TEST(RunCommand, UnknownCommand_Is127) {
+  EXPECT_EQ(WEXITSTATUS(pub_util_run_command("no-such-command-here 2>/dev/null")), 127);
+}
+
+TEST(RunCommand, BlockedSignals_AreFreeInTheCommand) {
+  const signal_scope scope;
+  const temp_folder folder;
+  ASSERT_EQ(pub_util_run_command(("grep SigBlk /proc/self/status >" + folder.path("mask")).c_str()), 0);
+  EXPECT_EQ(read_whole_file(folder.path("mask")), "SigBlk:\t0000000000000000\n");
+}
+
+TEST(RunCommand, OpenDescriptors_DoNotReachTheCommand) {
+  const pub_fd fd(pub_util_open("/dev/null", O_RDONLY));
+  EXPECT_NE(pub_util_run_command(("test -e /proc/self/fd/" + std::to_string(fd.get())).c_str()), 0);
+}
+
+}  // namespace

@@ -1,0 +1,163 @@
+#include "pub/log.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <string>
+#include <vector>
+
+#include "tests/unit/failure-line.h"
+#include "tests/unit/log-capture.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr pub_log_module_st k_log{"a-tag", "a/module"};
+
+class Log : public testing::Test {
+ protected:
+  log_capture m_log;
+};
+
+TEST_F(Log, Line_HasTagAndDebugPriority) {
+  LOG_LINE("%d-%s", 7, "x");
+  ASSERT_EQ(m_log.lines().size(), 1u);
+  EXPECT_EQ(m_log.lines()[0].m_priority, ANDROID_LOG_DEBUG);
+  EXPECT_EQ(m_log.lines()[0].m_tag, "a-tag");
+  EXPECT_EQ(m_log.lines()[0].m_text, "7-x");
+}
+
+TEST_F(Log, Entry_IsTheFunctionsName) {
+  LOG_ENTRY();
+  LOG_ENTRY_OF("parse_amt_cfg");
+  EXPECT_THAT(m_log.texts(), ElementsAre("TestBody()", "parse_amt_cfg()"));
+}
+
+TEST_F(Log, Warning_IsTwoLines) {
+  LOG_WARNING("%s is late", "it");
+  EXPECT_THAT(m_log.texts(), ElementsAre("WARNING !", "it is late"));
+}
+
+TEST_F(Log, Failure_IsTheErrorTraceLine) {
+  errno = 13;
+  LOG_FAILURE_AT(429, -118);
+  LOG_FAILURE(-1);
+  LOG_FAILURE_OF("worked_for", -100);
+  EXPECT_THAT(m_log.texts(), ElementsAre("FILE-a/module, LINE-429, FUNC-TestBody(), error_code=-118, errno=13",
+                                         failure_line("a/module", "TestBody", -1, "13"),
+                                         failure_line("a/module", "worked_for", -100, "13")));
+}
+
+TEST_F(Log, SysCall_NamesTheCallAndErrno) {
+  errno = 2;
+  LOG_SYS_CALL("fopen");
+  EXPECT_THAT(m_log.texts(), ElementsAre("sys call: fopen() failed! errno = 2"));
+}
+
+TEST_F(Log, BadArguments_AreTheTraceAndTheFlags) {
+  errno = 0;
+  EXPECT_TRUE(LOG_BAD_ARGUMENTS_AT(231, true));
+  EXPECT_TRUE(LOG_BAD_ARGUMENTS_AT(5, false, true, false));
+  EXPECT_TRUE(LOG_BAD_ARGUMENTS_AT(6, true, true, true, true, true, true));
+  EXPECT_THAT(m_log.texts(),
+              ElementsAre("FILE-a/module, LINE-231, FUNC-TestBody(), error_code=-101, errno=0", "1",
+                          "FILE-a/module, LINE-5, FUNC-TestBody(), error_code=-101, errno=0", "0, 1, 0",
+                          "FILE-a/module, LINE-6, FUNC-TestBody(), error_code=-101, errno=0", "1, 1, 1, 1, 1, 1"));
+}
+
+TEST_F(Log, GoodArguments_WriteNothing) {
+  EXPECT_FALSE(LOG_BAD_ARGUMENTS(false, false, false));
+  EXPECT_THAT(m_log.lines(), IsEmpty());
+}
+
+TEST_F(Log, MoreFlagsThanALineHolds_StayInTheLine) {
+  pub_log_bad_arguments(k_log, 1, "f",
+                        {true,  false, false, false, false, false, false, false, false, false, false, false, false,
+                         false, false, false, false, false, false, false, false, false, false, false, true});
+  const std::string flags = m_log.texts().at(1);
+  EXPECT_EQ(flags.substr(0, 10), "1, 0, 0, 0");
+  EXPECT_LT(flags.size(), 64u);
+}
+
+TEST_F(Log, Dump_IsLabelCountAndHexadecimal) {
+  const std::vector<std::uint8_t> bytes = {0x00, 0x0A, 0xBB, 0xFF};
+  LOG_DUMP("handle PC req data: ", bytes);
+  EXPECT_THAT(m_log.texts(), ElementsAre("handle PC req data: : (data_len = 4) -- 000ABBFF"));
+}
+
+TEST_F(Log, DumpOfNothing_HasNoDigits) {
+  LOG_DUMP("x", std::span<const std::uint8_t>());
+  EXPECT_THAT(m_log.texts(), ElementsAre("x: (data_len = 0) -- "));
+}
+
+std::string repeated(const char* piece, int times) {
+  std::string text;
+  for (int n = 0; n < times; ++n) text += piece;
+  return text;
+}
+
+TEST_F(Log, DumpOf250Bytes_IsWhole) {
+  LOG_DUMP("x", std::vector<std::uint8_t>(250, 0xA5));
+  EXPECT_THAT(m_log.texts(), ElementsAre("x: (data_len = 250) -- " + repeated("A5", 250)));
+}
+
+TEST_F(Log, DumpOf251Bytes_IsCutAndMarked) {
+  LOG_DUMP("x", std::vector<std::uint8_t>(251, 0xA5));
+  EXPECT_THAT(m_log.texts(), ElementsAre("x: (data_len = 251) -- " + repeated("A5", 250) + "..."));
+}
+
+TEST_F(Log, DumpOfAFullRecord_IsCutAndMarked) {
+  LOG_DUMP("x", std::vector<std::uint8_t>(4096, 0x01));
+  EXPECT_THAT(m_log.texts(), ElementsAre("x: (data_len = 4096) -- " + repeated("01", 250) + "..."));
+}
+
+void logger_that_breaks_errno(const __android_logger_data*, const char*) {
+  errno = 99;
+}
+
+TEST_F(Log, EveryKind_KeepsErrno) {
+  __android_log_set_logger(logger_that_breaks_errno);
+  const std::vector<std::uint8_t> bytes = {1};
+  errno = 17;
+  LOG_LINE("x");
+  EXPECT_EQ(errno, 17);
+  LOG_ENTRY();
+  EXPECT_EQ(errno, 17);
+  LOG_WARNING("x");
+  EXPECT_EQ(errno, 17);
+  LOG_FAILURE(-1);
+  EXPECT_EQ(errno, 17);
+  LOG_SYS_CALL("open");
+  EXPECT_EQ(errno, 17);
+  EXPECT_TRUE(LOG_BAD_ARGUMENTS(true));
+  EXPECT_EQ(errno, 17);
+  LOG_DUMP("x", bytes);
+  EXPECT_EQ(errno, 17);
+}
+
+TEST(LogBelowPriority, EveryKind_IsSilentAndFormatsNothing) {
+  log_capture log(ANDROID_LOG_INFO);
+  int formatted = 0;
+  const auto count = [&formatted] { return ++formatted; };
+  EXPECT_FALSE(pub_log_enabled(k_log));
+  LOG_LINE("%d", count());
+  LOG_WARNING("%d", count());
+  LOG_ENTRY();
+  LOG_FAILURE(-1);
+  LOG_SYS_CALL("open");
+  LOG_DUMP("x", std::vector<std::uint8_t>(3, 1));
+  EXPECT_EQ(formatted, 0);
+  EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST(LogBelowPriority, BadArguments_AreStillFound) {
+  log_capture log(ANDROID_LOG_INFO);
+  EXPECT_TRUE(LOG_BAD_ARGUMENTS(false, true));
+  EXPECT_FALSE(LOG_BAD_ARGUMENTS(false, false));
+  EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+}  // namespace

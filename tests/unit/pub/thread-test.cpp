@@ -1,0 +1,236 @@
+#include "pub/util/thread.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+
+#include "pub/result.h"
+#include "pub/util/io.h"
+#include "pub/util/signals.h"
+#include "tests/unit/failure-line.h"
+#include "tests/unit/log-capture.h"
+#include "tests/unit/pub/signal-scope.h"
+#include "tests/unit/wait-for.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+// What the workers of these tests use; a worker takes no argument.
+int g_left_fd = -1;  // readable once the worker has left its function
+int g_pipe[2] = {-1, -1};
+std::atomic<bool> g_is_running = false;
+std::atomic<bool> g_may_wait = false;
+pub_thread_st g_thread;
+
+class leave_mark {
+ public:
+  leave_mark() = default;
+  ~leave_mark() { eventfd_write(g_left_fd, 1); }
+  leave_mark(const leave_mark&) = delete;
+  leave_mark& operator=(const leave_mark&) = delete;
+};
+
+void sleep_for_ever() {
+  const leave_mark mark;
+  pub_util_sleep_forever();
+}
+
+void read_for_ever() {
+  const leave_mark mark;
+  char byte = 0;
+  pub_util_read(g_pipe[0], &byte, 1);
+}
+
+void run_then_wait() {
+  const leave_mark mark;
+  g_is_running = true;
+  while (!g_may_wait) {
+  }
+  pub_util_sleep_forever();
+}
+
+void return_at_once() {
+  const leave_mark mark;
+}
+
+void clear_own_handle() {
+  const leave_mark mark;
+  pub_util_clear_thread(g_thread);
+}
+
+class Thread : public testing::Test {
+ protected:
+  Thread() {
+    g_left_fd = eventfd(0, EFD_CLOEXEC);
+    g_is_running = false;
+    g_may_wait = false;
+    g_thread.m_tid = 0;
+    g_thread.m_is_ended = false;
+    EXPECT_EQ(pipe2(g_pipe, O_CLOEXEC), 0);
+    pub_util_install_handler(SIGUSR1, pub_util_handle_thread_signal);
+  }
+  ~Thread() override {
+    for (const int fd : {g_left_fd, g_pipe[0], g_pipe[1]}) close(fd);
+  }
+
+  // Starts a worker and gives its id.
+  static pid_t start(void (*entry)()) {
+    EXPECT_EQ(pub_util_start_thread(g_thread, entry), 0);
+    return g_thread.m_tid;
+  }
+  static bool has_left(int within_ms = 20000) {
+    pollfd left = {g_left_fd, POLLIN, 0};
+    return poll(&left, 1, within_ms) == 1;
+  }
+  // Until nothing of the thread can touch the handle any more.
+  static bool is_gone(pid_t tid) {
+    return wait_for([tid] { return syscall(SYS_tgkill, getpid(), tid, 0) != 0; });
+  }
+
+  signal_scope m_scope;
+  log_capture m_log;
+};
+
+TEST_F(Thread, Start_FillsTheHandleBeforeItReturns) {
+  const pid_t tid = start(sleep_for_ever);
+  EXPECT_GT(tid, 0);
+  EXPECT_NE(tid, gettid());
+  EXPECT_FALSE(g_thread.m_is_ended);
+  EXPECT_EQ(pub_util_kill_thread(&g_thread), 0);
+  EXPECT_TRUE(is_gone(tid));
+}
+
+TEST_F(Thread, KillSleepingThread_EndsItAndClearsTheHandle) {
+  const pid_t tid = start(sleep_for_ever);
+  const auto start_time = std::chrono::steady_clock::now();
+  EXPECT_EQ(pub_util_kill_thread(&g_thread), 0);
+  EXPECT_GE(std::chrono::steady_clock::now() - start_time, std::chrono::milliseconds(10));
+  EXPECT_EQ(g_thread.m_tid, 0);
+  EXPECT_TRUE(has_left());
+  EXPECT_TRUE(is_gone(tid));
+  EXPECT_TRUE(m_log.has("pub_util_handle_thread_signal()"));
+  EXPECT_TRUE(m_log.has("thread " + std::to_string(tid) + " will be end"));
+  EXPECT_EQ(m_log.texts().front(), "pub_util_kill_thread()");
+}
+
+TEST_F(Thread, KillReadingThread_EndsIt) {
+  const pid_t tid = start(read_for_ever);
+  EXPECT_EQ(pub_util_kill_thread(&g_thread), 0);
+  EXPECT_TRUE(has_left());
+  EXPECT_TRUE(is_gone(tid));
+  EXPECT_TRUE(m_log.has("thread " + std::to_string(tid) + " will be end"));
+}
+
+TEST_F(Thread, KillRunningThread_ActsAtItsNextWait) {
+  const pid_t tid = start(run_then_wait);
+  EXPECT_TRUE(wait_for([] { return g_is_running.load(); }));
+  EXPECT_EQ(pub_util_kill_thread(&g_thread), 0);
+  EXPECT_FALSE(has_left(0));
+  g_may_wait = true;
+  EXPECT_TRUE(has_left());
+  EXPECT_TRUE(is_gone(tid));
+}
+
+TEST_F(Thread, KillThreadThatHasEnded_LeavesTheHandleAsItWas) {
+  const pid_t tid = start(return_at_once);
+  EXPECT_TRUE(wait_for([] { return g_thread.m_is_ended.load(); }));
+  EXPECT_TRUE(is_gone(tid));
+  EXPECT_EQ(pub_util_kill_thread(&g_thread), 0);
+  EXPECT_EQ(g_thread.m_tid, tid);
+  EXPECT_TRUE(g_thread.m_is_ended);
+  EXPECT_THAT(m_log.texts(), ElementsAre("pub_util_kill_thread()"));
+}
+
+// The kernel gives ids out again.
+TEST_F(Thread, KillThreadThatHasEnded_SparesTheNextOwnerOfItsId) {
+  const pid_t other = start(sleep_for_ever);
+  pub_thread_st old = {};
+  old.m_tid = other;
+  old.m_is_ended = true;
+  EXPECT_EQ(pub_util_kill_thread(&old), 0);
+  EXPECT_EQ(old.m_tid, other);
+  EXPECT_FALSE(has_left(0));
+  EXPECT_EQ(pub_util_kill_thread(&g_thread), 0);
+  EXPECT_TRUE(is_gone(other));
+}
+
+TEST_F(Thread, KillIdWithoutThread_LeavesTheHandleAsItWas) {
+  g_thread.m_tid = 0x3FFFFFFF;  // above every thread id that Linux gives out
+  EXPECT_EQ(pub_util_kill_thread(&g_thread), 0);
+  EXPECT_EQ(g_thread.m_tid, 0x3FFFFFFF);
+  EXPECT_THAT(m_log.texts(), ElementsAre("pub_util_kill_thread()"));
+}
+
+TEST_F(Thread, KillThreadStoppedByAnother_LeavesTheHandleAsItWas) {
+  const pid_t tid = start(sleep_for_ever);
+  EXPECT_EQ(syscall(SYS_tgkill, getpid(), tid, SIGUSR1), 0);
+  EXPECT_TRUE(wait_for([] { return g_thread.m_is_ended.load(); }));
+  EXPECT_EQ(pub_util_kill_thread(&g_thread), 0);
+  EXPECT_EQ(g_thread.m_tid, tid);
+  EXPECT_TRUE(is_gone(tid));
+}
+
+TEST_F(Thread, KillOwnThread_DoesNothing) {
+  g_thread.m_tid = gettid();
+  EXPECT_EQ(pub_util_kill_thread(&g_thread), 0);
+  EXPECT_EQ(g_thread.m_tid, gettid());
+  sigset_t pending;
+  ASSERT_EQ(sigpending(&pending), 0);
+  EXPECT_EQ(sigismember(&pending, SIGUSR1), 0);
+}
+
+TEST_F(Thread, KillClearHandle_DoesNothing) {
+  EXPECT_EQ(pub_util_kill_thread(&g_thread), 0);
+  EXPECT_EQ(g_thread.m_tid, 0);
+}
+
+TEST_F(Thread, KillNull_IsABadArgument) {
+  EXPECT_EQ(pub_util_kill_thread(nullptr), ERR_ARGUMENT);
+  EXPECT_THAT(m_log.texts(),
+              ElementsAre("pub_util_kill_thread()", failure_line("util/util", "pub_util_kill_thread", -101), "1"));
+}
+
+TEST_F(Thread, SignalThatCannotBeSent_GivesItsErrorNumber) {
+  g_thread.m_tid = -5;
+  EXPECT_EQ(pub_util_kill_thread(&g_thread), EINVAL);
+  EXPECT_EQ(g_thread.m_tid, -5);
+  EXPECT_THAT(m_log.texts(),
+              ElementsAre("pub_util_kill_thread()", failure_line("util/util", "pub_util_kill_thread", -118),
+                          "pthread_kill(): 22 - Invalid argument"));
+}
+
+TEST_F(Thread, ClearedByItself_IsNotMarkedAsEnded) {
+  pub_util_start_thread(g_thread, clear_own_handle);
+  EXPECT_TRUE(has_left());
+  EXPECT_EQ(g_thread.m_tid, 0);
+  EXPECT_FALSE(g_thread.m_is_ended);
+}
+
+TEST_F(Thread, StartAgain_ForgetsTheEndOfTheFirst) {
+  const pid_t first = start(return_at_once);
+  EXPECT_TRUE(wait_for([] { return g_thread.m_is_ended.load(); }));
+  EXPECT_TRUE(is_gone(first));
+  const pid_t second = start(sleep_for_ever);
+  EXPECT_FALSE(g_thread.m_is_ended);
+  EXPECT_EQ(pub_util_kill_thread(&g_thread), 0);
+  EXPECT_EQ(g_thread.m_tid, 0);
+  EXPECT_TRUE(is_gone(second));
+}
+
+TEST_F(Thread, HandlerWithAnotherSignal_LogsItAndGoesOn) {
+  pub_util_handle_thread_signal(SIGUSR2);
+  EXPECT_THAT(m_log.texts(),
+              ElementsAre("pub_util_handle_thread_signal()",
+                          failure_line("util/util", "pub_util_handle_thread_signal", -101), "unknown signal: 12"));
+}
+
+}  // namespace
