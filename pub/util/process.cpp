@@ -17,7 +17,7 @@ void log_open_failure(const char* path) {
   LOG_LINE("Open file \"%s\" fail: %d - %s", path, error, std::strerror(error));
 }
 
-void cmd_line_path(char (&path)[32], std::int64_t pid) {
+void cmd_line_path(char (&path)[40], std::int64_t pid) {
   std::snprintf(path, sizeof path, "/proc/%ld/cmdline", static_cast<long>(pid));
 }
 
@@ -36,7 +36,7 @@ bool read_pid(const char* pid_file, long& pid) {
 }
 
 bool runs_under_name(long pid, const char* name) {
-  char path[32];
+  char path[40];
   cmd_line_path(path, pid);
   const pub_file file = pub_util_fopen(path, "r");
   if (!file) {
@@ -58,7 +58,7 @@ bool runs_under_name(long pid, const char* name) {
 std::int32_t pub_util_get_cmd_line(pid_t pid, char* buffer, std::uint32_t size) {
   LOG_ENTRY();
   if (LOG_BAD_ARGUMENTS(buffer == nullptr, size == 0)) return ERR_ARGUMENT;
-  char path[32];
+  char path[40];
   cmd_line_path(path, pid);
   const pub_file file = pub_util_fopen(path, "r");
   if (!file) {
