@@ -2,4 +2,5 @@
 
 #include "pub/log.h"
 
-inline constexpr pub_log_module_st k_log{"vx-kro-amt", "amt/amt-device"};
+// Its own in every source file (not inline): each room has a k_log, and the linker would keep only one of them.
+constexpr pub_log_module_st k_log{"vx-kro-amt", "amt/amt-device"};
