@@ -80,6 +80,7 @@ bool capture_text() {
 }
 
 void take_atom(std::uint8_t atom_id, amt_parameter_text& text) {
+  std::fill(std::begin(text), std::end(text), '\0');  // a frame without the atom captures nothing
   amt_frame_get_string(&g_handle_context.m_request_copy.m_buf_a, atom_id, text, sizeof text);
   text[sizeof text - 1] = '\0';  // a value that fills the buffer comes without a terminator
 }
