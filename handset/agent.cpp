@@ -16,7 +16,6 @@
 #include <linux/netlink.h>
 #include <poll.h>
 #include <sched.h>
-#include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -203,9 +202,8 @@ void reap() {
   }
 }
 
-// Leaves the agent with the given capabilities, and whatever it starts with none.
+// Leaves the agent with the given capabilities, and whatever it starts with none: nothing is inheritable.
 bool keep_capabilities(std::uint32_t kept) {
-  ::prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_CLEAR_ALL, 0, 0, 0);
   __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
   std::array<__user_cap_data_struct, 2> data{};
   data[0].effective = kept;

@@ -148,6 +148,16 @@ TEST(Phone_Service, PausedLog_HoldsTheServiceUp) {
   EXPECT_EQ(phone.out().text(), "flooded\n");
 }
 
+TEST(Phone_Service, EndedUnderAPausedLog_HasSaidAllByThen) {
+  auto options = stand_in({"flood"});
+  options.log_pipe_size = 1024 * 1024;  // all of it fits
+  phone phone(options);
+  phone.start();
+  phone.pause_log();
+  EXPECT_EQ(phone.wait_exit(), exited(0));
+  EXPECT_EQ(phone.log().size(), 1024u * 1024u);
+}
+
 TEST(Phone_Service, DiscardedLog_LeavesNothing) {
   auto options = stand_in({"flood"});
   options.log = handset::log_sink::discard;
