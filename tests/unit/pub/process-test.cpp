@@ -16,6 +16,7 @@
 #include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
 #include "tests/unit/temp-folder.h"
+#include "tests/unit/wait-for.h"
 
 namespace {
 
@@ -53,6 +54,9 @@ class child_process {
   explicit child_process(std::string name, std::string argument = "60") {
     char* const arguments[] = {name.data(), argument.data(), nullptr};
     EXPECT_EQ(posix_spawn(&m_pid, "/bin/sleep", nullptr, nullptr, arguments, environ), 0);
+    // The new command line is there a little after the new program.
+    const std::string path = "/proc/" + std::to_string(m_pid) + "/cmdline";
+    EXPECT_TRUE(wait_for([&path] { return !read_whole_file(path).empty(); }));
   }
   ~child_process() { end(); }
   child_process(const child_process&) = delete;
@@ -86,7 +90,8 @@ class Process : public testing::Test {
 class CmdLine : public Process {
  protected:
   std::int32_t get(pid_t pid, std::uint32_t size = sizeof m_buffer) {
-    std::memset(m_buffer, '#', sizeof m_buffer);
+    std::memset(m_buffer, '#', sizeof m_buffer - 1);
+    m_buffer[sizeof m_buffer - 1] = '\0';
     return pub_util_get_cmd_line(pid, m_buffer, size);
   }
   char m_buffer[400];
