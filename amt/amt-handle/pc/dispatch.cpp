@@ -14,6 +14,7 @@
 #include "amt/amt-handle/channel/registry.h"
 #include "amt/amt-handle/channel/response.h"
 #include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/modem/test-result.h"
 #include "amt/amt-handle/modem/version.h"
 #include "amt/amt-handle/pc/at-chain.h"
 #include "amt/amt-handle/pc/capture.h"
@@ -29,7 +30,7 @@ constexpr std::uint32_t REOPEN_PAUSE_MS = 1000;
 constexpr std::uint32_t FAILED_WRITE_PAUSE_MS = 20;
 
 // Handlers that decide themselves whether the PC gets the pre-response.
-constexpr amt_handle_func WITHOUT_PRE_RESPONSE[] = {handle_amt_pc_req_version};
+constexpr amt_handle_func WITHOUT_PRE_RESPONSE[] = {handle_amt_pc_req_version, amt_modem_write_pc_test_result};
 
 // Unwraps a copy of the block. The command id of the frame, or 255 for AT text.
 std::uint8_t take_frame() {

@@ -1,0 +1,207 @@
+#include "amt/amt-handle/modem/test-result.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string_view>
+
+#include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/channel/registry.h"
+#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/modem/at-query.h"
+#include "amt/amt-item.h"
+#include "pub/result.h"
+
+namespace {
+
+constexpr std::uint8_t READ_RESPONSE_ID = 90;
+constexpr std::uint8_t WRITE_RESPONSE_ID = 92;
+constexpr std::uint8_t ITEM_READ_RESPONSE_ID = 229;
+constexpr std::uint8_t ITEM_WRITE_RESPONSE_ID = 231;
+constexpr std::uint8_t ATOM_RESULT_OF_STATION = 36;
+constexpr std::uint8_t ATOM_DESCRIPTION = 37;
+constexpr std::uint8_t ATOM_STATION = 39;
+constexpr std::size_t DESCRIPTION_SIZE = 128;
+constexpr std::int32_t ITEM_VALUES = 3;  // what an item can hold is below this
+constexpr std::string_view LINE_PREFIX = "\r\n^DATOMR: ";
+
+std::int32_t get_number(const amt_message_st* request, std::uint8_t atom_id) {
+  return static_cast<std::int32_t>(amt_frame_get_int(&request->m_buf_a, atom_id));
+}
+
+// Into the station result file. A failure never stops the exchange with the modem.
+void record_written_result(const char* function, std::int32_t station, std::int32_t result) {
+  if (saveAmtTestItem(station, result) != ERR_NONE) {
+    LOG_LINE("[%s:L%d] write fail amt station_num: %d, station_result: %d\n", function, __LINE__, station, result);
+  } else {
+    LOG_LINE("write amt_result success amt station_num: %d, station_result: %d.\n", station, result);
+  }
+}
+
+void record_read_result(const char* function, std::int32_t station, std::int32_t result) {
+  const std::int32_t code = saveAmtTestItem(station, result);
+  if (code != ERR_NONE) {
+    LOG_LINE("[%s:L%d] write fail amt station_num: %d, station_result: %d. rtn:%d.\n", function, __LINE__, station,
+             result, code);
+  } else {
+    LOG_LINE("write amt_result success amt station_num: %d, station_result: %d.\n", station, result);
+  }
+}
+
+void log_command(const char* name) {
+  const auto& command = g_handle_context.m_at_command;
+  LOG_LINE("%s m_buf_a[%s] m_buf_len[%d]", name, command.m_buf_a.data(), command.m_buf_len);
+}
+
+void log_read(const char* name, std::int32_t result, std::string_view answer) {
+  LOG_LINE("%s  ret_val[%d] m_buf_a[%.*s]", name, result, static_cast<int>(answer.size()), answer.data());
+}
+
+std::int32_t send_failure(std::uint8_t link, amt_message_st* response, std::uint8_t response_id) {
+  return amt_handle_send_rsp_err(link, response, response_id, AMT_ERROR_MODEM);
+}
+
+std::int32_t send_ok(std::uint8_t link, amt_message_st* response, std::uint8_t response_id) {
+  return amt_handle_send_rsp_ok(link, response, response_id);
+}
+
+void prepare_write(std::int32_t station, std::int32_t result, const char* description) {
+  if (*description != '\0') {
+    amt_modem_prepare("AT^DATOMW=%ld,%ld,%s\r", static_cast<long>(station), static_cast<long>(result), description);
+  } else {
+    amt_modem_prepare("AT^DATOMW=%ld,%ld\r", static_cast<long>(station), static_cast<long>(result));
+  }
+}
+
+std::int32_t judge_write(std::string_view answer) {
+  const std::int32_t result = amt_judge_ok_first(answer);
+  if (result != ERR_NOT_HANDLED) LOG_LINE("amt_modem_write_test_result\tret_val[%d]", result);
+  return result;
+}
+
+// What the modem keeps of a station. The description is a copy: the line stays in the receive record.
+struct read_result_st {
+  std::int32_t m_station;
+  std::int32_t m_result = 0;
+  char m_description[DESCRIPTION_SIZE] = {};
+};
+
+// Takes over what the information line says, once it is whole.
+void take_line(std::string_view answer, read_result_st& known) {
+  const std::size_t at = answer.find(LINE_PREFIX);
+  if (at == std::string_view::npos) return;
+  const std::string_view behind = answer.substr(at + LINE_PREFIX.size());
+  const std::size_t end = behind.find(AMT_LINE_END);
+  if (end == std::string_view::npos) return;
+  LOG_LINE("amt_modem_read_test_result head_ptr[%.*s]", static_cast<int>(behind.size()), behind.data());
+
+  amt_station_result_st line{known.m_station, known.m_result, {}};
+  amt_answer_station_result(behind.substr(0, end), line);
+  known.m_station = line.m_station;
+  known.m_result = line.m_result;
+  LOG_LINE("amt_modem_read_test_result station_num[%d]", known.m_station);
+  LOG_LINE("amt_modem_read_test_result station_result[%d]", known.m_result);
+  const std::size_t length = std::min(line.m_description.size(), DESCRIPTION_SIZE - 1);
+  if (length == 0) return;
+  std::copy_n(line.m_description.begin(), length, known.m_description);
+  LOG_LINE("amt_modem_read_test_result test_description_a[%s]", known.m_description);
+}
+
+void log_outcome(std::int32_t code, const read_result_st& known) {
+  LOG_LINE("amt_modem_read_test_result ret_val[%d] station_num[%d] station_result[%d]", code, known.m_station,
+           known.m_result);
+}
+
+// An answer is looked at after each read, but not one that reports an error.
+std::int32_t query_station(read_result_st& known) {
+  static constexpr char name[] = "amt_modem_read_test_result";
+  amt_modem_prepare("AT^DATOMR=1,%ld\r", static_cast<long>(known.m_station));
+  log_command(name);
+  const std::int32_t result = amt_modem_exchange(
+      [&known](std::int32_t code, std::string_view answer) {
+        log_read(name, code, answer);
+        if (code == ERR_NONE && !amt_answer_is_error(answer)) take_line(answer, known);
+      },
+      amt_judge_error_first);
+  log_outcome(result, known);
+  return result;
+}
+
+}  // namespace
+
+std::int32_t amt_modem_write_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  LOG_ENTRY();
+  const std::int32_t refusal = AMT_CHECK_MODEM_REQUEST(link, request, response);
+  if (refusal != ERR_NONE) return refusal;
+  const std::int32_t station = get_number(request, ATOM_STATION);
+  const std::int32_t result = get_number(request, ATOM_RESULT_OF_STATION);
+  char description[DESCRIPTION_SIZE] = {};
+  amt_frame_get_string(&request->m_buf_a, ATOM_DESCRIPTION, description, sizeof description);
+  description[DESCRIPTION_SIZE - 1] = '\0';  // a value of exactly 128 characters comes without a terminator
+  record_written_result(__func__, station, result);
+
+  prepare_write(station, result, description);
+  log_command(__func__);
+  const char* name = __func__;
+  const std::int32_t code = amt_modem_exchange(
+      [name](std::int32_t read_code, std::string_view answer) { log_read(name, read_code, answer); }, judge_write);
+  return code == ERR_NONE ? send_ok(link, response, WRITE_RESPONSE_ID)
+                          : send_failure(link, response, WRITE_RESPONSE_ID);
+}
+
+std::int32_t amt_modem_read_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  LOG_ENTRY();
+  const std::int32_t refusal = AMT_CHECK_MODEM_REQUEST(link, request, response);
+  if (refusal != ERR_NONE) return refusal;
+  read_result_st known{get_number(request, ATOM_STATION)};
+  if (query_station(known) != ERR_NONE) return send_failure(link, response, READ_RESPONSE_ID);
+  record_read_result(__func__, known.m_station, known.m_result);
+
+  amt_frame_init(&response->m_buf_a, READ_RESPONSE_ID);
+  amt_frame_add_int(&response->m_buf_a, ATOM_STATION, static_cast<std::uint32_t>(known.m_station));
+  amt_frame_add_int(&response->m_buf_a, ATOM_RESULT_OF_STATION, static_cast<std::uint32_t>(known.m_result));
+  amt_frame_add_string(&response->m_buf_a, ATOM_DESCRIPTION, known.m_description);
+  return amt_handle_finish_rsp(link, response);
+}
+
+std::int32_t amt_item_write_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  LOG_ENTRY();
+  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
+  const std::int32_t station = get_number(request, ATOM_STATION);
+  const std::int32_t result = get_number(request, ATOM_RESULT_OF_STATION);
+  LOG_LINE("amt_item_write_test_result station_num[%d] station_result[%d]", station, result);
+  const auto index = static_cast<std::int32_t>(static_cast<std::uint32_t>(station) - 1);
+  if (saveProductTestItem(index, result) != ERR_NONE) {
+    std::printf("[%s:L%d] write fail station_num: %d, station_result: %d\n", __func__, __LINE__, station, result);
+    LOG_LINE("amt_item_write_test_result write_item ret_val[%d]", ERR_INCOMPLETE);
+    return send_failure(link, response, ITEM_WRITE_RESPONSE_ID);
+  }
+  LOG_LINE("amt_item_write_test_result write_item ret_val[%d]", ERR_NONE);
+  return send_ok(link, response, ITEM_WRITE_RESPONSE_ID);
+}
+
+std::int32_t amt_item_read_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  LOG_ENTRY();
+  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
+  const std::int32_t station = get_number(request, ATOM_STATION);
+  const std::int32_t value = readProductTestItem(station);
+  LOG_LINE("amt_item_read_test_result station_num[%d] station_result[%d]", station, value);
+  if (value < 0 || value >= ITEM_VALUES) {
+    LOG_LINE("amt_item_read_test_result read_item ret_val[%d]", ERR_NOT_HANDLED);
+    return send_failure(link, response, ITEM_READ_RESPONSE_ID);
+  }
+  LOG_LINE("amt_item_read_test_result read_item ret_val[%d]", ERR_NONE);
+  amt_frame_init(&response->m_buf_a, ITEM_READ_RESPONSE_ID);
+  amt_frame_add_int(&response->m_buf_a, ATOM_STATION, static_cast<std::uint32_t>(station));
+  amt_frame_add_int(&response->m_buf_a, ATOM_RESULT_OF_STATION, static_cast<std::uint32_t>(value));
+  return amt_handle_finish_rsp(link, response);
+}
+
+std::int32_t amt_modem_write_pc_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  LOG_ENTRY();
+  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_NOT_HANDLED;
+  const std::int32_t station = get_number(request, ATOM_STATION);
+  const std::int32_t result = get_number(request, ATOM_RESULT_OF_STATION);
+  LOG_LINE("amt_modem_write_pc_test_result station_num=%d,station_result=%d", station, result);
+  record_written_result(__func__, station, result);
+  return ERR_NOT_HANDLED;
+}

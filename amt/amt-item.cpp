@@ -1,0 +1,171 @@
+#include "amt/amt-item.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "amt/amt-handle/pc/record.h"
+#include "pub/log.h"
+#include "pub/result.h"
+#include "pub/util/io.h"
+
+namespace {
+
+constexpr pub_log_module_st k_log{"vx-kro-amt", "amt/amt-item"};
+
+constexpr char FOLDER[] = "/amt";
+
+enum item_code_en : std::int32_t {
+  ITEM_UNREADABLE = -1,  // folder or file not accessible
+  ITEM_UNWRITABLE = -2,  // nothing written, or the file cannot be made
+  ITEM_REFUSED = -3,     // no such item, or it was not written
+};
+
+void log_failure(const char* function, const char* what, const char* path) {
+  const int error = errno;
+  LOG_FAILURE_OF(function, ERR_WRITE);
+  if (path != nullptr) {
+    LOG_LINE("%s(%s) failure. errorr: %d - %s", what, path, error, std::strerror(error));
+  } else {
+    LOG_LINE("%s. errorr: %d - %s", what, error, std::strerror(error));
+  }
+}
+
+int seek_item(std::FILE* file, std::int32_t index) {
+  return fseeko(file, static_cast<off_t>(std::int64_t{2} * index), SEEK_SET);
+}
+
+// Closes a file that was written. Whether its text really went out shows only in the flush.
+bool finish_write(const char* function, const char* path, pub_file file) {
+  const bool is_written = std::fflush(file.get()) == 0;
+  if (!is_written) log_failure(function, "write file", path);
+  file.reset();
+  amt_flush_records();
+  return is_written;
+}
+
+const char* digit_of(std::int32_t result) {
+  if (result == 1) return "1";
+  std::printf("[TEST_RESULT] update item for %s\n", result == 2 ? "TEST_FAIL" : "TEST_UNKNOWN");
+  return result == 2 ? "2" : "0";
+}
+
+struct item_file_st {
+  const char* m_path;
+  std::int32_t m_items;
+};
+
+constexpr item_file_st PRODUCT{AMT_PRODUCT_FILE, AMT_PRODUCT_ITEMS};
+constexpr item_file_st RESULT{AMT_RESULT_FILE, AMT_RESULT_ITEMS};
+
+std::int32_t refuse_save(const char* function, const char* why, std::int32_t code) {
+  LOG_FAILURE_OF(function, code);
+  LOG_LINE("Save fail: %s\n", why);
+  return code;
+}
+
+std::int32_t refuse_index(const char* function, std::int32_t index) {
+  LOG_FAILURE_OF(function, ITEM_REFUSED);
+  LOG_LINE("item index error: %d\n", index);
+  return ITEM_REFUSED;
+}
+
+std::int32_t save_item(const char* function, const item_file_st& file, std::int32_t index, std::int32_t result) {
+  if (index >= file.m_items) return refuse_index(function, index);
+  if (access(FOLDER, R_OK | W_OK) != 0) return refuse_save(function, "Directory access deny", ITEM_UNREADABLE);
+  if (access(file.m_path, F_OK) != 0 && initTestFile(file.m_path, file.m_items) != ERR_NONE) {
+    return refuse_save(function, "init result file error", ITEM_UNWRITABLE);
+  }
+  if (updateTestItem(file.m_path, index, result) != ERR_NONE) {
+    return refuse_save(function, "update result error", ITEM_REFUSED);
+  }
+  return ERR_NONE;
+}
+
+// 0 when the product file can be opened; makes it when it is missing.
+std::int32_t provide_product_file() {
+  if (access(FOLDER, R_OK) != 0) {
+    log_failure("readProductTestItem", "access folder", FOLDER);
+    return ITEM_UNREADABLE;
+  }
+  if (access(AMT_PRODUCT_FILE, F_OK) == 0) return ERR_NONE;
+  log_failure("readProductTestItem", "access file", AMT_PRODUCT_FILE);
+  if (initTestFile(AMT_PRODUCT_FILE, AMT_PRODUCT_ITEMS) == ERR_NONE) return ERR_NONE;
+  LOG_LINE("initTestFile fail: init result file error\n");
+  return ITEM_UNWRITABLE;
+}
+
+std::int32_t read_item(std::FILE* file, std::int32_t index) {
+  if (seek_item(file, index) != 0) {
+    log_failure("readProductTestItem", "call fseek failure", nullptr);
+    return ITEM_UNREADABLE;
+  }
+  char digit[2] = {};
+  if (std::fgets(digit, sizeof digit, file) != nullptr) {
+    LOG_LINE("itemIndex = %d, buf= %s\n", index, digit);
+  } else if (std::ferror(file) != 0) {
+    log_failure("readProductTestItem", "call fgets error", nullptr);
+    return ITEM_UNREADABLE;
+  }
+  return std::atoi(digit);
+}
+
+}  // namespace
+
+std::int32_t initTestFile(const char* path, std::int32_t count) {
+  LOG_ENTRY();
+  if (count > AMT_PRODUCT_ITEMS) {
+    LOG_FAILURE(ERR_WRITE);
+    LOG_LINE("test item error: %d\n", count);
+    return ERR_WRITE;
+  }
+  LOG_LINE("initTestFile . path:%s; count: %d\n", path, count);
+  pub_file file = pub_util_fopen(path, "w");
+  if (!file) {
+    log_failure(__func__, "open file", path);
+    return ERR_WRITE;
+  }
+  for (std::int32_t item = 0; item < count; ++item) std::fputs("0\n", file.get());
+  return finish_write(__func__, path, std::move(file)) ? ERR_NONE : ERR_WRITE;
+}
+
+std::int32_t updateTestItem(const char* path, std::int32_t index, std::int32_t result) {
+  LOG_ENTRY();
+  pub_file file = pub_util_fopen(path, "r+");
+  if (!file) {
+    log_failure(__func__, "open file", path);
+    return ITEM_UNREADABLE;
+  }
+  seek_item(file.get(), index);
+  const char* digit = digit_of(result);
+  std::fputs(digit, file.get());
+  if (!finish_write(__func__, path, std::move(file))) return ITEM_UNWRITABLE;
+  LOG_LINE("write item [%d], result= %s\n", index, digit);
+  return ERR_NONE;
+}
+
+std::int32_t saveProductTestItem(std::int32_t index, std::int32_t result) {
+  LOG_ENTRY();
+  return save_item(__func__, PRODUCT, index, result);
+}
+
+std::int32_t saveAmtTestItem(std::int32_t index, std::int32_t result) {
+  LOG_ENTRY();
+  return save_item(__func__, RESULT, index, result);
+}
+
+std::int32_t readProductTestItem(std::int32_t index) {
+  LOG_ENTRY();
+  if (index >= AMT_PRODUCT_ITEMS) return refuse_index(__func__, index);
+  const std::int32_t provided = provide_product_file();
+  if (provided != ERR_NONE) return provided;
+  const pub_file file = pub_util_fopen(AMT_PRODUCT_FILE, "r");
+  if (!file) {
+    log_failure(__func__, "open file", AMT_PRODUCT_FILE);
+    return ITEM_UNREADABLE;
+  }
+  return read_item(file.get(), index);
+}
