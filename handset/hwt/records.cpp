@@ -38,12 +38,13 @@ constexpr state_entry STATE_ENTRIES[] = {
 };
 
 // One write: a line of the log is never mixed with a line that another process of the service writes.
-void write_whole(const char* path, int flags, std::string_view text) {
+bool write_whole(const char* path, int flags, std::string_view text) {
   ::mkdir(FOLDER, 0777);
   const int fd = ::open(path, O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0666);
-  if (fd < 0) return;
-  [[maybe_unused]] const ssize_t written = ::write(fd, text.data(), text.size());
+  if (fd < 0) return false;
+  const ssize_t written = ::write(fd, text.data(), text.size());
   ::close(fd);
+  return written == static_cast<ssize_t>(text.size());
 }
 
 // For a tree in which the file cannot be kept.
@@ -69,14 +70,13 @@ radio_state load_state() {
 }
 
 void save_state(const radio_state& state) {
-  remembered() = state;
   std::string text;
   for (const auto& entry : STATE_ENTRIES) {
     text.append(entry.name).append("=").append(std::to_string(state.*entry.value)).append("\n");
   }
   // A reader finds the old state or the new one.
-  write_whole(NEW_STATE_FILE, O_TRUNC, text);
-  ::rename(NEW_STATE_FILE, STATE_FILE);
+  const bool is_kept = write_whole(NEW_STATE_FILE, O_TRUNC, text) && ::rename(NEW_STATE_FILE, STATE_FILE) == 0;
+  remembered() = is_kept ? radio_state{} : state;
 }
 
 void append_call(std::string_view call, int result) {
