@@ -3,8 +3,6 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -25,7 +23,7 @@ namespace {
 using testing::ElementsAre;
 
 // What the workers of these tests use; a worker takes no argument.
-int g_left_fd = -1;  // readable once the worker has left its function
+std::atomic<bool> g_has_left = false;  // the worker has left its function
 int g_pipe[2] = {-1, -1};
 std::atomic<bool> g_is_running = false;
 std::atomic<bool> g_may_wait = false;
@@ -34,7 +32,7 @@ pub_thread_st g_thread;
 class leave_mark {
  public:
   leave_mark() = default;
-  ~leave_mark() { eventfd_write(g_left_fd, 1); }
+  ~leave_mark() { g_has_left = true; }
   leave_mark(const leave_mark&) = delete;
   leave_mark& operator=(const leave_mark&) = delete;
 };
@@ -70,7 +68,7 @@ void clear_own_handle() {
 class Thread : public testing::Test {
  protected:
   Thread() {
-    g_left_fd = eventfd(0, EFD_CLOEXEC);
+    g_has_left = false;
     g_is_running = false;
     g_may_wait = false;
     g_thread.m_tid = 0;
@@ -79,23 +77,26 @@ class Thread : public testing::Test {
     pub_util_install_handler(SIGUSR1, pub_util_handle_thread_signal);
   }
   ~Thread() override {
-    for (const int fd : {g_left_fd, g_pipe[0], g_pipe[1]}) close(fd);
+    EXPECT_TRUE(has_left() || !m_is_started);
+    for (const int fd : g_pipe) close(fd);
   }
 
   // Starts a worker and gives its id.
-  static pid_t start(void (*entry)()) {
+  pid_t start(void (*entry)()) {
+    m_is_started = true;
+    g_has_left = false;
     EXPECT_EQ(pub_util_start_thread(g_thread, entry), 0);
     return g_thread.m_tid;
   }
-  static bool has_left(int within_ms = 20000) {
-    pollfd left = {g_left_fd, POLLIN, 0};
-    return poll(&left, 1, within_ms) == 1;
+  bool has_left() const {
+    return m_is_started && wait_for([] { return g_has_left.load(); });
   }
   // Until nothing of the thread can touch the handle any more.
   static bool is_gone(pid_t tid) {
     return wait_for([tid] { return syscall(SYS_tgkill, getpid(), tid, 0) != 0; });
   }
 
+  bool m_is_started = false;
   signal_scope m_scope;
   log_capture m_log;
 };
@@ -134,7 +135,7 @@ TEST_F(Thread, KillRunningThread_ActsAtItsNextWait) {
   const pid_t tid = start(run_then_wait);
   EXPECT_TRUE(wait_for([] { return g_is_running.load(); }));
   EXPECT_EQ(pub_util_kill_thread(&g_thread), 0);
-  EXPECT_FALSE(has_left(0));
+  EXPECT_FALSE(g_has_left);
   g_may_wait = true;
   EXPECT_TRUE(has_left());
   EXPECT_TRUE(is_gone(tid));
@@ -158,7 +159,7 @@ TEST_F(Thread, KillThreadThatHasEnded_SparesTheNextOwnerOfItsId) {
   old.m_is_ended = true;
   EXPECT_EQ(pub_util_kill_thread(&old), 0);
   EXPECT_EQ(old.m_tid, other);
-  EXPECT_FALSE(has_left(0));
+  EXPECT_FALSE(g_has_left);
   EXPECT_EQ(pub_util_kill_thread(&g_thread), 0);
   EXPECT_TRUE(is_gone(other));
 }
@@ -209,7 +210,7 @@ TEST_F(Thread, SignalThatCannotBeSent_GivesItsErrorNumber) {
 }
 
 TEST_F(Thread, ClearedByItself_IsNotMarkedAsEnded) {
-  pub_util_start_thread(g_thread, clear_own_handle);
+  start(clear_own_handle);
   EXPECT_TRUE(has_left());
   EXPECT_EQ(g_thread.m_tid, 0);
   EXPECT_FALSE(g_thread.m_is_ended);
