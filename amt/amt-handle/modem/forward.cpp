@@ -70,9 +70,7 @@ void decode_line(const line_st& line) {
 
 void remove_line(const line_st& line) {
   auto& received = g_handle_context.m_at_receive;
-  const auto at = [&received](std::size_t position) {
-    return received.m_buf_a.begin() + static_cast<std::ptrdiff_t>(position);
-  };
+  const auto at = [](std::size_t position) { return received.m_buf_a.begin() + static_cast<std::ptrdiff_t>(position); };
   const auto end = std::copy(at(line.m_end + AMT_LINE_END.size()), at(received.m_buf_len), at(line.m_begin));
   std::fill(end, at(received.m_buf_len), '\0');
   received.m_buf_len = static_cast<std::uint32_t>(end - received.m_buf_a.begin());
