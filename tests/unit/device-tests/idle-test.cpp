@@ -1,0 +1,39 @@
+#include "tests/unit/device-tests/device-test.h"
+#include "tests/unit/device-tests/misc-fake.h"
+
+namespace {
+
+class idle_test : public device_test {
+ protected:
+  idle_test() { g_misc_fake = {}; }
+};
+
+TEST_F(idle_test, Idle_LibraryAgrees_IsAnsweredOnBothLinks) {
+  install_misc_library();
+  EXPECT_EQ(pc(240), 0);
+  EXPECT_EQ(app(240), 0);
+  EXPECT_THAT(g_misc_fake.m_calls, ElementsAre("enter_idle()", "enter_idle()"));
+  EXPECT_EQ(to_pc(), "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB F1 09 00 EE 01 01 04 00 00 00 00 00 6C A0 28 7B");
+  EXPECT_EQ(to_app(), "0F 00 BB F1 09 00 EE 01 01 04 00 00 00 00 00");
+  EXPECT_TRUE(
+      m_log.has_in_a_row({"amt_make_ue_enter_idle()", "will call enter_idle.", "stop call enter_idle. return value:0.",
+                          "enter_idle return OK.", "enter_idle return OK."}));
+}
+
+TEST_F(idle_test, Idle_LibraryRefuses_GivesItsResult) {
+  install_misc_library();
+  g_misc_fake.m_result = 23;
+  EXPECT_EQ(pc(240), 23);
+  EXPECT_EQ(app(240), 23);
+  EXPECT_TRUE(is_silent());
+  EXPECT_FALSE(m_log.has("enter_idle return OK."));
+}
+
+TEST_F(idle_test, Idle_NoLibrary_IsASystemError) {
+  EXPECT_EQ(pc(240), ERR_SYSTEM);
+  EXPECT_EQ(app(240), ERR_SYSTEM);
+  EXPECT_TRUE(is_silent());
+  EXPECT_THAT(log(), Contains(device_failure("amt_make_ue_enter_idle", ERR_SYSTEM)).Times(2));
+}
+
+}  // namespace

@@ -1,0 +1,284 @@
+#include "tests/unit/device-tests/device-test.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+constexpr char NOTES[] = "/data/local/wifi/wifi_dbg_file.txt";
+
+// What the station sends, a byte each or two, low byte first.
+std::string operation(char number) {
+  return bytes_atom(154, std::string(1, number));
+}
+std::string channel(const std::string& bytes) {
+  return bytes_atom(155, bytes);
+}
+std::string rate(const std::string& bytes) {
+  return bytes_atom(156, bytes);
+}
+std::string power(const std::string& bytes) {
+  return bytes_atom(157, bytes);
+}
+
+class wifi_rtx_test : public device_test {
+ protected:
+  void start_wifi() {
+    ASSERT_EQ(app(187, operation(1)), 0);
+    to_app();
+    g_hwt_fake.m_calls.clear();
+    m_log.clear();
+  }
+};
+
+TEST_F(wifi_rtx_test, Start_Asked_SwitchesWifiOnOnce) {
+  EXPECT_EQ(pc(187, operation(1)), 0);
+  EXPECT_EQ(app(187, operation(1)), 0);
+  EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_wifiCtrl(1)"));
+  EXPECT_EQ(to_pc(),
+            "AA BB CC DD 1D 00 00 00 02 00 00 00 15 00 BB BC 0F 00 EE 9A 03 01 00 01 EE 01 01 04 00 00 00 00 00 "
+            "8C 26 E0 65");
+  EXPECT_EQ(to_app(), "15 00 BB BC 0F 00 EE 9A 03 01 00 01 EE 01 01 04 00 00 00 00 00");
+  EXPECT_TRUE(m_log.has_in_a_row({"WIFI-start start", "WIFI-start end. return:0."}));
+}
+
+TEST_F(wifi_rtx_test, Start_LibraryFails_WifiIsNotRunning) {
+  g_hwt_fake.m_results = {{"hwt_wifiCtrl(1)", -1}};
+  EXPECT_EQ(pc(187, operation(1)), ERR_FAIL);
+  EXPECT_EQ(app(187, operation(1)), ERR_FAIL);
+  EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_wifiCtrl(1)", "hwt_wifiCtrl(1)"));
+  EXPECT_TRUE(is_silent());
+  EXPECT_TRUE(m_log.has("WIFI-start error. call hwt_wifiCtrl fail: -1"));
+  EXPECT_EQ(g_wifi_is_running, 0);
+}
+
+TEST_F(wifi_rtx_test, Stop_Running_SwitchesWifiOffOnce) {
+  start_wifi();
+  EXPECT_EQ(pc(187, operation(2)), 0);
+  EXPECT_EQ(app(187, operation(2)), 0);
+  EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_wifiCtrl(0)"));
+  EXPECT_EQ(to_pc(),
+            "AA BB CC DD 1D 00 00 00 02 00 00 00 15 00 BB BC 0F 00 EE 9A 03 01 00 02 EE 01 01 04 00 00 00 00 00 "
+            "81 E5 DC CA");
+  EXPECT_EQ(to_app(), "15 00 BB BC 0F 00 EE 9A 03 01 00 02 EE 01 01 04 00 00 00 00 00");
+  EXPECT_TRUE(m_log.has_in_a_row({"WIFI-stop start", "WIFI-stop end. return:0."}));
+}
+
+TEST_F(wifi_rtx_test, Stop_NotRunning_IsAnsweredWithoutACall) {
+  EXPECT_EQ(app(187, operation(2)), 0);
+  EXPECT_THAT(g_hwt_fake.m_calls, IsEmpty());
+}
+
+TEST_F(wifi_rtx_test, Stop_LibraryFails_WifiIsStillRunning) {
+  start_wifi();
+  g_hwt_fake.m_results = {{"hwt_wifiCtrl(0)", 2}};
+  EXPECT_EQ(pc(187, operation(2)), ERR_FAIL);
+  EXPECT_EQ(app(187, operation(2)), ERR_FAIL);
+  EXPECT_TRUE(is_silent());
+  EXPECT_EQ(m_log.count("WIFI-stop error. call hwt_wifiCtrl fail: 2"), 2u);
+  EXPECT_EQ(g_wifi_is_running, 1);
+}
+
+TEST_F(wifi_rtx_test, Transmit_AllGiven_ReachesTheLibrary) {
+  start_wifi();
+  const std::string atoms = operation(3) + channel("\x0B") + rate("\x6C\x02") + power("\x12\x00"s);
+  EXPECT_EQ(pc(187, atoms), 0);
+  EXPECT_EQ(app(187, atoms), 0);
+  EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_TxTest(1, 18, 620, 11)", "hwt_TxTest(1, 18, 620, 11)"));
+  EXPECT_EQ(to_pc(),
+            "AA BB CC DD 1D 00 00 00 02 00 00 00 15 00 BB BC 0F 00 EE 9A 03 01 00 03 EE 01 01 04 00 00 00 00 00 "
+            "F1 AD 1A A0");
+  EXPECT_EQ(to_app(), "15 00 BB BC 0F 00 EE 9A 03 01 00 03 EE 01 01 04 00 00 00 00 00");
+  EXPECT_TRUE(
+      m_log.has_in_a_row({"WIFI-TX-start start. channel:11; power:18; rate:620", "WIFI-TX-start end. return:0."}));
+}
+
+TEST_F(wifi_rtx_test, Transmit_NegativePower_IsSignExtended) {
+  start_wifi();
+  EXPECT_EQ(app(187, operation(3) + channel("\x01") + rate("\x0A\x00"s) + power("\xF6\xFF")), 0);
+  EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_TxTest(1, -10, 10, 1)"));
+}
+
+TEST_F(wifi_rtx_test, Transmit_LargestRateAndChannel_AreUnsigned) {
+  start_wifi();
+  EXPECT_EQ(app(187, operation(3) + channel("\xFF") + rate("\xFF\xFF") + power("\x00\x80"s)), 0);
+  EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_TxTest(1, -32768, 65535, 255)"));
+}
+
+TEST_F(wifi_rtx_test, Transmit_NumbersOfOneByte_HaveAZeroHighByte) {
+  start_wifi();
+  EXPECT_EQ(app(187, operation(3) + channel("\x01") + rate("\xF0") + power("\xF6")), 0);
+  EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_TxTest(1, 246, 240, 1)"));
+}
+
+TEST_F(wifi_rtx_test, Transmit_LongerNumbers_AreCut) {
+  start_wifi();
+  EXPECT_EQ(app(187, operation(3) + channel("\x01\x02") + rate("\x0A\x00\x09"s) + power("\x05\x00\x09"s)), 0);
+  EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_TxTest(1, 5, 10, 1)"));
+}
+
+TEST_F(wifi_rtx_test, Transmit_AtomAbsentOrEmpty_IsNamed) {
+  start_wifi();
+  const std::pair<std::string, const char*> rows[] = {
+      {rate("\x01") + power("\x01"), "Tx get channel error"},
+      {channel("") + rate("\x01") + power("\x01"), "Tx get channel error"},
+      {channel("\x01") + power("\x01"), "Tx get rate error"},
+      {channel("\x01") + rate("") + power("\x01"), "Tx get rate error"},
+      {channel("\x01") + rate("\x01"), "Tx get power error"},
+      {channel("\x01") + rate("\x01") + power(""), "Tx get power error"},
+  };
+  for (const auto& [atoms, line] : rows) {
+    m_log.clear();
+    EXPECT_EQ(pc(187, operation(3) + atoms), ERR_FAIL);
+    EXPECT_EQ(app(187, operation(3) + atoms), ERR_FAIL);
+    EXPECT_EQ(m_log.count(line), 2u) << line;
+    EXPECT_THAT(log(), Contains(device_failure("amt_device_wifi_rtx_test", ERR_FAIL)).Times(2));
+  }
+  EXPECT_THAT(g_hwt_fake.m_calls, IsEmpty());
+  EXPECT_TRUE(is_silent());
+}
+
+TEST_F(wifi_rtx_test, Transmit_LibraryFails_SendsNothing) {
+  start_wifi();
+  g_hwt_fake.m_results = {{"hwt_TxTest(1, 1, 1, 1)", -6}};
+  const std::string atoms = operation(3) + channel("\x01") + rate("\x01") + power("\x01");
+  EXPECT_EQ(pc(187, atoms), ERR_FAIL);
+  EXPECT_EQ(app(187, atoms), ERR_FAIL);
+  EXPECT_TRUE(is_silent());
+  EXPECT_EQ(m_log.count("WIFI-TX-start error. call hwt_TxTest fail: -6"), 2u);
+}
+
+TEST_F(wifi_rtx_test, TransmitStop_Running_CallsWithZeros) {
+  start_wifi();
+  EXPECT_EQ(pc(187, operation(4)), 0);
+  EXPECT_EQ(app(187, operation(4)), 0);
+  EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_TxTest(0, 0, 0, 0)", "hwt_TxTest(0, 0, 0, 0)"));
+  EXPECT_EQ(to_pc(),
+            "AA BB CC DD 1D 00 00 00 02 00 00 00 15 00 BB BC 0F 00 EE 9A 03 01 00 04 EE 01 01 04 00 00 00 00 00 "
+            "7D 3A 18 9B");
+  EXPECT_EQ(to_app(), "15 00 BB BC 0F 00 EE 9A 03 01 00 04 EE 01 01 04 00 00 00 00 00");
+  EXPECT_TRUE(m_log.has_in_a_row({"WIFI-TX-stop start. ", "WIFI-TX-stop end. return:0."}));
+}
+
+TEST_F(wifi_rtx_test, TransmitStop_LibraryFails_SendsNothing) {
+  start_wifi();
+  g_hwt_fake.m_results = {{"hwt_TxTest(0, 0, 0, 0)", 1}};
+  EXPECT_EQ(pc(187, operation(4)), ERR_FAIL);
+  EXPECT_EQ(app(187, operation(4)), ERR_FAIL);
+  EXPECT_TRUE(is_silent());
+  EXPECT_EQ(m_log.count("WIFI-TX-stop error. call hwt_TxTest fail: 1"), 2u);
+}
+
+TEST_F(wifi_rtx_test, Receive_AllGiven_ReachesTheLibrary) {
+  start_wifi();
+  const std::string atoms = operation(5) + channel("\x0D") + rate("\x0A\x01");
+  EXPECT_EQ(pc(187, atoms), 0);
+  EXPECT_EQ(app(187, atoms), 0);
+  EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_RxTest(1, 13, 266, none)", "hwt_RxTest(1, 13, 266, none)"));
+  EXPECT_EQ(to_pc(),
+            "AA BB CC DD 1D 00 00 00 02 00 00 00 15 00 BB BC 0F 00 EE 9A 03 01 00 05 EE 01 01 04 00 00 00 00 00 "
+            "0D 72 DE F1");
+  EXPECT_EQ(to_app(), "15 00 BB BC 0F 00 EE 9A 03 01 00 05 EE 01 01 04 00 00 00 00 00");
+  EXPECT_TRUE(m_log.has_in_a_row({"WIFI-RX-start start. channel:13; rate:266", "WIFI-RX-start end. return:0."}));
+}
+
+TEST_F(wifi_rtx_test, Receive_AtomAbsentOrEmpty_IsNamed) {
+  start_wifi();
+  const std::pair<std::string, const char*> rows[] = {
+      {rate("\x01"), "Rx get channel error"},
+      {channel("") + rate("\x01"), "Rx get channel error"},
+      {channel("\x01"), "Rx get rate error"},
+      {channel("\x01") + rate(""), "Rx get rate error"},
+  };
+  for (const auto& [atoms, line] : rows) {
+    m_log.clear();
+    EXPECT_EQ(pc(187, operation(5) + atoms), ERR_FAIL);
+    EXPECT_EQ(app(187, operation(5) + atoms), ERR_FAIL);
+    EXPECT_EQ(m_log.count(line), 2u) << line;
+  }
+  EXPECT_THAT(g_hwt_fake.m_calls, IsEmpty());
+  EXPECT_TRUE(is_silent());
+}
+
+TEST_F(wifi_rtx_test, ReceiveStop_AfterAStart_StopsItsChannelAndTellsTheCount) {
+  start_wifi();
+  app(187, operation(5) + channel("\x0D") + rate("\x0A"));
+  to_app();
+  g_hwt_fake.m_calls.clear();
+  g_hwt_fake.m_count = 70000;
+  EXPECT_EQ(pc(187, operation(6)), 0);
+  EXPECT_EQ(app(187, operation(6)), 0);
+  EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_RxTest(0, 13, 0, set)", "hwt_RxTest(0, 13, 0, set)"));
+  EXPECT_EQ(to_pc(),
+            "AA BB CC DD 26 00 00 00 02 00 00 00 1E 00 BB BC 18 00 EE 9A 03 01 00 06 EE 9E 01 04 00 70 11 01 00 "
+            "EE 01 01 04 00 00 00 00 00 D0 81 77 77");
+  EXPECT_EQ(to_app(), "1E 00 BB BC 18 00 EE 9A 03 01 00 06 EE 9E 01 04 00 70 11 01 00 EE 01 01 04 00 00 00 00 00");
+  EXPECT_TRUE(m_log.has_in_a_row({"WIFI-RX-stop start. channel:13", "WIFI-RX-stop end. return:0; cnt:70000."}));
+}
+
+TEST_F(wifi_rtx_test, ReceiveStop_WithoutAStart_StopsChannelSix) {
+  start_wifi();
+  EXPECT_EQ(app(187, operation(6)), 0);
+  EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_RxTest(0, 6, 0, set)"));
+}
+
+TEST_F(wifi_rtx_test, Receive_LibraryFails_KeepsTheChannelOfTheLastStart) {
+  start_wifi();
+  g_hwt_fake.m_results = {{"hwt_RxTest(1, 13, 10, none)", 4}};
+  const std::string atoms = operation(5) + channel("\x0D") + rate("\x0A");
+  EXPECT_EQ(pc(187, atoms), ERR_FAIL);
+  EXPECT_EQ(app(187, atoms), ERR_FAIL);
+  EXPECT_TRUE(is_silent());
+  EXPECT_EQ(m_log.count("WIFI-RX-start error. call hwt_RxTest fail: 4"), 2u);
+  g_hwt_fake.m_calls.clear();
+  app(187, operation(6));
+  EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_RxTest(0, 6, 0, set)"));
+}
+
+TEST_F(wifi_rtx_test, ReceiveStop_LibraryFails_SendsNothing) {
+  start_wifi();
+  g_hwt_fake.m_results = {{"hwt_RxTest(0, 6, 0, set)", 5}};
+  EXPECT_EQ(pc(187, operation(6)), ERR_FAIL);
+  EXPECT_EQ(app(187, operation(6)), ERR_FAIL);
+  EXPECT_TRUE(is_silent());
+  EXPECT_EQ(m_log.count("WIFI-RX-stop error. call hwt_RxTest fail: 5"), 2u);
+}
+
+TEST_F(wifi_rtx_test, Tests_WifiNotRunning_AreRefused) {
+  for (const char number : {3, 4, 5, 6}) {
+    const std::string atoms = operation(number) + channel("\x01") + rate("\x01") + power("\x01");
+    EXPECT_EQ(pc(187, atoms), ERR_FAIL);
+    EXPECT_EQ(app(187, atoms), ERR_FAIL);
+  }
+  EXPECT_EQ(m_log.count("WIFI is not running"), 8u);
+  EXPECT_THAT(log(), Contains(device_failure("amt_device_wifi_rtx_test", ERR_FAIL)).Times(8));
+  EXPECT_THAT(g_hwt_fake.m_calls, IsEmpty());
+  EXPECT_TRUE(is_silent());
+}
+
+TEST_F(wifi_rtx_test, Operation_Unknown_IsRefusedAndNoted) {
+  start_wifi();
+  write_file(NOTES, "");
+  EXPECT_EQ(pc(187, operation(7)), ERR_ARGUMENT);
+  EXPECT_EQ(app(187, operation('\xFF')), ERR_ARGUMENT);
+  EXPECT_TRUE(m_log.has("unknown operation: 7"));
+  EXPECT_TRUE(m_log.has("unknown operation: 255"));
+  EXPECT_THAT(log(), Contains(device_failure("amt_device_wifi_rtx_test", ERR_ARGUMENT)).Times(2));
+  EXPECT_EQ(content_of(NOTES),
+            "the cmd value received from pc is : 7\nthe subcmd is invalid\n"
+            "the cmd value received from pc is : 255\nthe subcmd is invalid\n");
+  EXPECT_TRUE(is_silent());
+}
+
+TEST_F(wifi_rtx_test, Operation_Absent_IsZeroAndRefused) {
+  EXPECT_EQ(pc(187), ERR_ARGUMENT);
+  EXPECT_EQ(app(187), ERR_ARGUMENT);
+  EXPECT_EQ(m_log.count("unknown operation: 0"), 2u);
+}
+
+TEST_F(wifi_rtx_test, Operation_Known_IsNoted) {
+  app(187, operation(1));
+  app(187, operation(2));
+  EXPECT_EQ(content_of(NOTES), "the cmd value received from pc is : 1\nthe cmd value received from pc is : 2\n");
+}
+
+}  // namespace
