@@ -2,11 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-
 #include "amt/amt-handle/channel/timer.h"
 #include "tests/unit/links.h"
+#include "tests/unit/phone-root.h"
 
 namespace {
 
@@ -19,8 +17,7 @@ void time_out(union sigval) {
 class Handshake : public context_test {
  protected:
   Handshake() {
-    std::filesystem::create_directories("/sys/class/android_usb/android0");
-    std::filesystem::remove(STATE_FILE);
+    phone_root::remove(STATE_FILE);
     amt_handshake_reset();
     g_usb_activate = 1;
     amt_timer_create(g_usbEnumTimer, time_out);
@@ -31,7 +28,7 @@ class Handshake : public context_test {
     amt_timer_delete(g_usbEnumTimer);
     amt_timer_delete(g_handShakeTimer);
   }
-  static void set_usb_state(const char* state) { std::ofstream(STATE_FILE) << state; }
+  static void set_usb_state(const char* state) { phone_root::write(STATE_FILE, state); }
   static bool waits_for_usb() { return g_usbEnumTimer.m_id != AMT_NO_TIMER; }
   static bool waits_for_pc() { return g_handShakeTimer.m_id != AMT_NO_TIMER; }
 };

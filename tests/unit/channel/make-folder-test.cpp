@@ -3,11 +3,11 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "amt/amt-handle/channel/init.h"
 #include "tests/unit/log-capture.h"
+#include "tests/unit/phone-root.h"
 
 namespace {
 
@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 class MakeFolder : public testing::Test {
  protected:
   MakeFolder() {
-    fs::remove_all("/amt/new");
+    phone_root::remove("/amt/new");
     fs::create_directories("/amt");
   }
   static unsigned mode_of(const char* path) {
@@ -45,7 +45,7 @@ TEST_F(MakeFolder, Existing_IsLeftAsItIs) {
 
 // Only that something is there is looked at.
 TEST_F(MakeFolder, FileOfThatName_PassesForTheFolder) {
-  std::ofstream("/amt/new") << "x";
+  phone_root::write("/amt/new", "x");
   EXPECT_EQ(amt_make_folder("/amt/new"), 0);
   EXPECT_TRUE(m_log.has("amt_make_folder: /amt/new exist.\r\n"));
 }
@@ -57,7 +57,7 @@ TEST_F(MakeFolder, NoParent_Fails) {
 }
 
 TEST_F(MakeFolder, ParentIsAFile_Fails) {
-  std::ofstream("/amt/new") << "x";
+  phone_root::write("/amt/new", "x");
   EXPECT_EQ(amt_make_folder("/amt/new/deeper"), -118);
   EXPECT_TRUE(m_log.has("amt_make_folder mkdir(/amt/new/deeper) faild errno[20] strerror[Not a directory]"));
 }

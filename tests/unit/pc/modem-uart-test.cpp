@@ -1,0 +1,57 @@
+// A modem behind a real UART: its device's name says so, and its line speed is set.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "amt/amt-handle/channel/modem-link.h"
+#include "amt/amt-handle/pc/dispatch.h"
+#include "tests/unit/links.h"
+#include "tests/unit/phone-root.h"
+
+namespace {
+
+constexpr char UART[] = "/dev/ttyS77";
+
+class ModemUart : public context_test {
+ protected:
+  ModemUart() {
+    phone_root::remove(UART);
+    std::filesystem::create_symlink(m_line.name(), UART);
+    set_device(g_amt_cfg.m_tty_modem_a, UART);
+    set_link(g_handle_context.m_fd_modem, 0);
+    set_message(g_handle_context.m_request, "ATI\r");
+  }
+  ~ModemUart() override { close(m_line.service_end()); }
+  speed_t speed() const {
+    termios attributes = {};
+    EXPECT_EQ(tcgetattr(m_line.service_end(), &attributes), 0);
+    return cfgetospeed(&attributes);
+  }
+
+  pty_link m_line;
+};
+
+TEST_F(ModemUart, Name_TellsAUart) {
+  EXPECT_TRUE(amt_modem_is_uart());
+  for (const char* name : {"/dev/ttyMODEM", "/dev/ttys0", "/dev/tty", "", "ttyS0"}) {
+    set_device(g_amt_cfg.m_tty_modem_a, name);
+    EXPECT_FALSE(amt_modem_is_uart()) << name;
+  }
+}
+
+TEST_F(ModemUart, Reopened_GetsTheSpeedOfFrames) {
+  g_amt_cfg.m_modem_uart_amt_baudrate = 460800;
+  EXPECT_EQ(handle_amt_pc_req(), 0);
+  EXPECT_EQ(speed(), static_cast<speed_t>(B460800));
+  EXPECT_TRUE(m_log.has("convert speed 460800 -> B460800"));
+}
+
+TEST_F(ModemUart, NotReopened_KeepsItsSpeed) {
+  g_amt_cfg.m_modem_uart_amt_baudrate = 460800;
+  socket_link modem;
+  set_link(g_handle_context.m_fd_modem, modem.service_end());
+  EXPECT_EQ(handle_amt_pc_req(), 0);
+  EXPECT_EQ(speed(), static_cast<speed_t>(B38400));
+}
+
+}  // namespace
