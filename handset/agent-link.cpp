@@ -95,7 +95,7 @@ std::optional<exit_status> agent_link::wait_ended(int pid, std::chrono::millisec
   return m_gone ? std::optional(killed(SIGKILL)) : std::nullopt;
 }
 
-void agent_link::on_ended(int pid, std::function<void(exit_status)> listener) {
+void agent_link::on_ended(int pid, const std::function<void(exit_status)>& listener) {
   std::optional<exit_status> already;
   {
     const std::lock_guard lock(m_mutex);

@@ -35,7 +35,7 @@ class agent_link {
   // How a started process ended; none when it still runs after that time. When the agent is gone, so is the process.
   std::optional<exit_status> wait_ended(int pid, std::chrono::milliseconds within);
   // Called on the loop's thread when that process has ended, or now if it has.
-  void on_ended(int pid, std::function<void(exit_status)> listener);
+  void on_ended(int pid, const std::function<void(exit_status)>& listener);
 
  private:
   void receive();

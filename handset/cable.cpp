@@ -42,7 +42,8 @@ void cable::make_outside() {
   tcsetattr(m_master.get(), TCSANOW, &attributes);
   m_slave = name.data();
   // Opened and closed once, it reads as hung up until a station opens it: then "nobody there" can be told.
-  unique_fd(::open(m_slave.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+  unique_fd once(::open(m_slave.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+  once.reset();
   const std::filesystem::path aside = m_name.string() + ".new";
   std::filesystem::create_symlink(m_slave, aside);
   std::filesystem::rename(aside, m_name);

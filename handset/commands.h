@@ -22,6 +22,7 @@ struct run_command {
   std::filesystem::path log;
   bool quiet = false;
   std::string modem_device = "/dev/ttyMODEM";
+  std::string screen = "720x1280";       // or "none"
   std::vector<std::string> properties;   // "NAME=VALUE"
   std::vector<std::string> environment;  // "NAME=VALUE"
   std::vector<std::string> arguments;    // of the service; none: what the mode asks for

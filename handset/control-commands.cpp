@@ -9,7 +9,9 @@
 
 #include "handset/cable.h"
 #include "handset/control.h"
+#include "handset/devices.h"
 #include "handset/phone.h"
+#include "handset/screenshot.h"
 
 namespace handset {
 
@@ -100,6 +102,37 @@ std::string remove_file(control_target& target, const words& rest) {
   return "";
 }
 
+std::string screenshot(control_target& target, const words& rest) {
+  const bool both = rest.size() > 1;
+  if (both && rest[1] != "both") throw error(fmt::format("\"{}\" is not \"both\"", rest[1]));
+  const auto devices = target.the_phone.devices();
+  write_png(both ? look_at_both_halves(devices) : look_at_screen(devices), rest[0]);
+  return "";
+}
+
+std::string device_report(control_target& target, const words&) {
+  return fmt::format("{}\n", fmt::join(device_calls(target.the_phone.devices()), "\n"));
+}
+
+int errno_of(const std::string& name) {
+  for (int number = 1; number < 200; ++number) {
+    const char* known = strerrorname_np(number);
+    if (known != nullptr && name == known) return number;
+  }
+  return static_cast<int>(number_of(name));
+}
+
+std::string device_fail(control_target& target, const words& rest) {
+  fail_device_call(target.the_phone.devices(), fmt::format("{}", fmt::join(rest.begin() + 1, rest.end(), " ")),
+                   errno_of(rest[0]));
+  return "";
+}
+
+std::string device_heal(control_target& target, const words&) {
+  heal_device_calls(target.the_phone.devices());
+  return "";
+}
+
 std::string modem_report(control_target& target, const words&) {
   auto& modem = target.the_phone.simulated_modem();
   const auto state = modem.state();
@@ -177,7 +210,7 @@ struct control_command {
 constexpr std::size_t ANY = 1000;
 
 // A longer name comes before one that it begins with.
-constexpr std::array<control_command, 18> COMMANDS = {{
+constexpr std::array<control_command, 22> COMMANDS = {{
     {"status", "", "what runs, and where", 0, 0, status},
     {"stop", "", "end the phone: the service gets SIGTERM first", 0, 0, stop},
     {"signal", "NAME", "send the service a signal (TERM, USR2, 9, ...)", 1, 1, send_signal},
@@ -189,6 +222,11 @@ constexpr std::array<control_command, 18> COMMANDS = {{
     {"file cat", "PATH", "print a file of the phone", 1, 1, read_file},
     {"file write", "PATH TEXT", "make or replace a file of the phone", 2, 2, write_file},
     {"file remove", "PATH", "remove a file or folder of the phone", 1, 1, remove_file},
+    {"screenshot", "FILE.png [both]", "what the screen shows; both: the framebuffer's two halves", 1, 2, screenshot},
+    {"device calls", "", "what was asked of framebuffer and console so far", 0, 0, device_report},
+    {"device fail", "ERRNO CALL...", "such calls fail, e.g. device fail EIO fb0 FBIOGET_FSCREENINFO", 2, ANY,
+     device_fail},
+    {"device heal", "", "no call fails any more", 0, 0, device_heal},
     {"modem state", "", "what the modem keeps, has seen and how it behaves", 0, 0, modem_report},
     {"modem say", "TEXT", "the modem sends an unsolicited line", 1, 1, modem_say},
     {"modem hangup", "", "the modem's tty hangs up and is gone", 0, 0, modem_hang_up},

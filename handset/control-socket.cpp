@@ -28,7 +28,7 @@ bool with_address(const fs::path& name, Action action) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   if (name.native().size() >= sizeof address.sun_path) return false;
-  std::strcpy(address.sun_path, name.c_str());
+  name.native().copy(address.sun_path, sizeof address.sun_path - 1);
   const void* pointer = &address;
   return action(static_cast<const sockaddr*>(pointer), sizeof address) == 0;
 }
@@ -59,6 +59,7 @@ std::vector<fs::path> sockets_of_user() {
   }
   std::sort(found.rbegin(), found.rend());
   std::vector<fs::path> sockets;
+  sockets.reserve(found.size());
   for (auto& [time, socket] : found) sockets.push_back(std::move(socket));
   return sockets;
 }
@@ -99,7 +100,7 @@ void control_server::serve() {
   }
 }
 
-control_answer ask_control(fs::path socket, const std::vector<std::string>& words) {
+control_answer ask_control(const fs::path& socket, const std::vector<std::string>& words) {
   const unique_fd connection = connect_to_any(socket);
   if (!send_message(connection.get(), words)) throw error(std::string("cannot ask: ") + std::strerror(errno));
   const auto answer = receive_message(connection.get());

@@ -45,6 +45,6 @@ struct control_answer {
   bool done;
   std::string text;
 };
-control_answer ask_control(std::filesystem::path socket, const std::vector<std::string>& words);
+control_answer ask_control(const std::filesystem::path& socket, const std::vector<std::string>& words);
 
 }  // namespace handset

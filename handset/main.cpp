@@ -4,9 +4,11 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 
 #include "handset/commands.h"
 #include "handset/control.h"
+#include "handset/devices.h"
 #include "handset/error.h"
 
 namespace {
@@ -39,6 +41,11 @@ CLI::App* add_run(CLI::App& app, run_command& command) {
   run->add_option("--log", command.log, "Write the service's log and output to a file (usual: standard error)")
       ->excludes(quiet);
   run->add_option("--modem-device", command.modem_device, "Name of the modem's tty; /dev/ttyS... makes it a UART")
+      ->capture_default_str();
+  run->add_option("--screen", command.screen, "Size of the screen; none: the phone has no framebuffer and no console")
+      ->check([](const std::string& text) {
+        return text == "none" || read_screen_size(text) ? "" : "neither WIDTHxHEIGHT nor none";
+      })
       ->capture_default_str();
   run->add_option("--prop", command.properties, "Set a property first: NAME=VALUE")
       ->take_all()
@@ -96,7 +103,10 @@ int parse_and_run(int argc, char** argv) {
 }  // namespace
 
 int handset::ctl(const ctl_command& command) {
-  const auto answer = ask_control(command.socket, command.words);
+  auto words = command.words;
+  // The phone runs in another folder than the one who names a file here.
+  if (words.size() > 1 && words[0] == "screenshot") words[1] = std::filesystem::absolute(words[1]);
+  const auto answer = ask_control(command.socket, words);
   std::FILE* stream = answer.done ? stdout : stderr;
   fmt::print(stream, "{}{}", answer.text, answer.done ? "" : "\n");
   return answer.done ? STATUS_DONE : STATUS_FAILED;

@@ -12,8 +12,8 @@
 
 namespace handset {
 
-inline constexpr std::size_t MESSAGE_SIZE = 128 * 1024;  // the largest packet
-inline constexpr std::size_t MESSAGE_FDS = 4;            // the most descriptors in one
+inline constexpr std::size_t MESSAGE_SIZE = std::size_t{128} * 1024;  // the largest packet
+inline constexpr std::size_t MESSAGE_FDS = 4;                         // the most descriptors in one
 
 struct message {
   std::vector<std::string> fields;

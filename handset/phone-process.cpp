@@ -110,8 +110,8 @@ std::optional<exit_status> phone_process::wait_exit(std::chrono::milliseconds wi
   return m_core->agent.wait_ended(m_pid, within);
 }
 
-void phone_process::on_exit(std::function<void(exit_status)> listener) {
-  m_core->agent.on_ended(m_pid, std::move(listener));
+void phone_process::on_exit(const std::function<void(exit_status)>& listener) {
+  m_core->agent.on_ended(m_pid, listener);
 }
 
 }  // namespace handset

@@ -66,7 +66,7 @@ class phone_process : public process {
   bool running() const override;
   void send_signal(int signal_number) override;
   std::optional<exit_status> wait_exit(std::chrono::milliseconds within) override;
-  void on_exit(std::function<void(exit_status)> listener) override;
+  void on_exit(const std::function<void(exit_status)>& listener) override;
   const text_log& out() const override { return m_out.log; }
   const text_log& err() const override { return m_err.log; }
 

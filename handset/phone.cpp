@@ -26,6 +26,7 @@ constexpr const char* NAME = "vx-kro-amt";
 constexpr const char* PATH = "PATH=/system/bin:/usr/bin:/bin:/usr/sbin:/sbin";
 constexpr const char* PROPERTIES = "/data/property";
 constexpr const char* SYNC_CALLS = "/handset/sync-calls";
+constexpr const char* DEVICES = "/handset/devices";
 
 // What a command in the phone inherits from whoever runs it: what tells a sanitizer's runtime what to do.
 std::vector<std::string> inherited_environment() {
@@ -161,6 +162,10 @@ fs::path phone::inside::config_path() const {
 
 std::vector<bind_mount> phone::inside::binds() const {
   std::vector<bind_mount> binds = options.binds;
+  if (options.screen) {
+    const auto devices = device_binds(tree.host_path(DEVICES));
+    binds.insert(binds.end(), devices.begin(), devices.end());
+  }
   std::error_code ignored;
   if (!fs::is_regular_file(options.service, ignored)) return binds;
   const fs::path binary = fs::canonical(options.service);
@@ -180,6 +185,7 @@ void phone::inside::write_files() {
   for (const auto& [name, value] : options.properties) {
     write_whole_file(tree.host_path(PROPERTIES) / name, value);
   }
+  if (options.screen) make_devices(tree.host_path(DEVICES), *options.screen);
   for (const auto& [path, content] : options.files) write_whole_file(tree.host_path(path), content);
 }
 
@@ -194,6 +200,7 @@ process_plan phone::inside::service_plan(const std::vector<std::string>& argumen
   plan.arguments = {service_path()};
   plan.arguments.insert(plan.arguments.end(), arguments.begin(), arguments.end());
   plan.environment = inherited_environment();
+  if (options.screen) plan.environment.push_back("LD_PRELOAD=" + preload_inside());
   plan.environment.insert(plan.environment.end(), options.environment.begin(), options.environment.end());
   plan.discard_err = options.log == log_sink::discard;
   plan.err_pipe_size = options.log_pipe_size;
@@ -399,6 +406,10 @@ void phone::uevent(const std::vector<std::string>& strings) {
 
 void phone::uevent_raw(std::string_view message) {
   m_inside->core->agent.request("uevent", {std::string(message)});
+}
+
+fs::path phone::devices() const {
+  return host_path(DEVICES);
 }
 
 const phone_options& phone::options() const {

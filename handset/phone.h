@@ -23,6 +23,7 @@
 #include <string_view>
 #include <vector>
 
+#include "handset/devices.h"
 #include "handset/error.h"
 #include "handset/modem.h"
 #include "handset/process.h"
@@ -63,6 +64,9 @@ struct phone_options {
   std::map<std::string, std::string> properties;  // name -> value, set before anything starts
   std::map<std::string, std::string> files;       // absolute path in the phone -> content, likewise
   std::vector<bind_mount> binds;
+  // The framebuffer and the console, played by a library that is preloaded into the service; none: there are no such
+  // devices and nothing is preloaded. (A service built with a sanitizer needs one whose runtime is linked statically.)
+  std::optional<screen_size> screen = screen_size{};
 };
 
 // The configuration that a phone gets unless the options bring one. It names the options' devices.
@@ -134,6 +138,9 @@ class phone {
   // A kernel event, as the listeners of netlink group 1 in the phone get it: the strings, each with its NUL.
   void uevent(const std::vector<std::string>& strings);
   void uevent_raw(std::string_view message);
+
+  // The files of the played devices, for the functions of devices.h and screenshot.h.
+  std::filesystem::path devices() const;
 
   const phone_options& options() const;
   // The service's argv[0] in the phone and the configuration file that it reads.

@@ -37,7 +37,7 @@ class process {
   // None when the time is over. When it has ended, all that it wrote is in out() and err().
   virtual std::optional<exit_status> wait_exit(std::chrono::milliseconds within = DEFAULT_WAIT) = 0;
   // Called, on a thread of the phone, when it has ended; at once if it has already.
-  virtual void on_exit(std::function<void(exit_status)> listener) = 0;
+  virtual void on_exit(const std::function<void(exit_status)>& listener) = 0;
   virtual const text_log& out() const = 0;
   virtual const text_log& err() const = 0;
 };

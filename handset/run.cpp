@@ -41,6 +41,7 @@ phone_options options_of(const run_command& command) {
   if (!command.config.empty()) options.config = read_whole(command.config);
   options.service = command.service;
   options.modem_device = command.modem_device;
+  options.screen = read_screen_size(command.screen);  // none: no screen
   options.environment = command.environment;
   if (!command.arguments.empty()) options.arguments = command.arguments;
   if (command.quiet) options.log = log_sink::discard;

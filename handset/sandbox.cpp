@@ -62,6 +62,7 @@ std::vector<std::string> bwrap_arguments(const phone_tree& tree, const std::vect
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
   std::vector<char*> result;
+  result.reserve(texts.size() + 1);
   for (auto& text : texts) result.push_back(text.data());
   result.push_back(nullptr);
   return result;

@@ -88,8 +88,8 @@ void copy_top_links(const fs::path& root) {
 fs::path user_folder() {
   const char* runtime = std::getenv("XDG_RUNTIME_DIR");
   const bool has_runtime = runtime != nullptr && ::access(runtime, W_OK | X_OK) == 0;
-  const fs::path folder = has_runtime ? fs::path(runtime) / "handset"
-                                      : fs::temp_directory_path() / ("handset-" + std::to_string(::geteuid()));
+  fs::path folder = has_runtime ? fs::path(runtime) / "handset"
+                                : fs::temp_directory_path() / ("handset-" + std::to_string(::geteuid()));
   if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
     throw error("cannot make " + folder.string() + ": " + std::strerror(errno));
   }

@@ -14,7 +14,8 @@ namespace handset {
 
 class tty_pump {
  public:
-  static constexpr std::size_t MOST_UNSENT = 64 * 1024;  // with so much to send, better take nothing more in
+  static constexpr std::size_t MOST_UNSENT =
+      std::size_t{64} * 1024;  // with so much to send, better take nothing more in
 
   tty_pump(event_loop& loop, std::function<void(std::string_view)> on_input)
       : m_loop(loop), m_on_input(std::move(on_input)) {}

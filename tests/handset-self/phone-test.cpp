@@ -241,6 +241,7 @@ TEST(Phone_Uevent, Listener_GetsTheStrings) {
 
 TEST(Phone_Many, AtTheSameTime_DoNotMeet) {
   std::vector<std::thread> threads;
+  threads.reserve(8);
   std::atomic<int> right{0};
   for (int number = 0; number < 8; ++number) {
     threads.emplace_back([&, number] {

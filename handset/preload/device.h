@@ -1,0 +1,35 @@
+// A device that is played by this library: a path, and the requests that it understands. A regular file lies under the
+// path, so that it can be opened and mapped as it is; what a file cannot do is here.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <span>
+
+namespace preload {
+
+using call_text = std::array<char, 160>;
+
+struct request {
+  unsigned long number;
+  const char* name;
+  // Adds to the name what tells two such calls apart; null: nothing does.
+  void (*describe)(call_text& text, unsigned long argument);
+  // Does it. Gives 0 or an errno.
+  int (*run)(unsigned long argument);
+};
+
+struct device {
+  const char* path;
+  const char* name;
+  std::span<const request> requests;
+};
+
+extern const device FRAMEBUFFER;
+extern const device CONSOLE;
+
+void append(call_text& text, const char* format, ...) __attribute__((format(printf, 2, 3)));
+// For requests with an argument by value.
+void describe_number(call_text& text, unsigned long argument);
+
+}  // namespace preload
