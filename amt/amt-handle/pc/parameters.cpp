@@ -9,6 +9,16 @@
 
 namespace {
 
+std::string_view received() {
+  const auto& request = g_handle_context.m_request;
+  return {reinterpret_cast<const char*>(request.m_buf_a.data()),
+          std::min<std::size_t>(request.m_buf_len, request.m_buf_a.size())};
+}
+
+std::string_view up_to_nul(std::string_view text) {
+  return text.substr(0, text.find('\0'));
+}
+
 bool is_argument_missing(const char* prefix, const char* out, const std::uint32_t* out_length) {
   const bool is_empty = g_handle_context.m_request.m_buf_len == 0;
   if (!is_empty && prefix != nullptr && out != nullptr && out_length != nullptr) return false;
@@ -20,28 +30,35 @@ bool is_argument_missing(const char* prefix, const char* out, const std::uint32_
 // The parameter that starts at `start` of the received data. A carriage return anywhere in front of it ends it there,
 // before it has begun: on purpose, the whole text is searched.
 std::string_view cut_parameter(std::string_view text, std::size_t start) {
-  const auto& request = g_handle_context.m_request;
-  const std::size_t received = std::min<std::size_t>(request.m_buf_len, request.m_buf_a.size());
   start = std::min(text.find_first_not_of(' ', start), text.size());
-  const std::size_t end = std::min(text.find('\r'), received);
+  const std::size_t end = std::min(text.find('\r'), received().size());
   const std::size_t length = end > start ? std::min<std::size_t>(end - start, AMT_PARAMETER_LIMIT) : 0;
   return {text.data() + start, length};
+}
+
+// The first occurrence of a command. Its '^' hardly occurs in what is not a command, other than its letters, of which
+// hexadecimal data is full: the whole chain is searched at the price of a few looks for one character.
+std::size_t find_command(std::string_view text, std::string_view command) {
+  const std::size_t mark = command.find('^');
+  if (mark == std::string_view::npos) return text.find(command);
+  for (std::size_t at = text.find('^', mark); at != std::string_view::npos; at = text.find('^', at + 1)) {
+    if (text.substr(at - mark).starts_with(command)) return at - mark;
+  }
+  return std::string_view::npos;
 }
 
 }  // namespace
 
 std::string_view handle_amt_request_text() {
-  const auto& request = g_handle_context.m_request;
-  const auto end = std::find(request.m_buf_a.begin(), request.m_buf_a.end(), 0);
-  return {reinterpret_cast<const char*>(request.m_buf_a.data()),
-          static_cast<std::size_t>(end - request.m_buf_a.begin())};
+  return up_to_nul(received());
 }
 
 std::optional<std::string_view> handle_amt_text_behind(std::string_view command) {
-  const std::string_view text = handle_amt_request_text();
-  const std::size_t at = text.find(command);
-  if (at == std::string_view::npos) return std::nullopt;
-  return text.substr(at + command.size());
+  const std::string_view data = received();
+  const std::size_t at = find_command(data, command);
+  // Only now is the text's end looked for: most commands are not in it.
+  if (at == std::string_view::npos || up_to_nul(data.substr(0, at)).size() != at) return std::nullopt;
+  return up_to_nul(data.substr(at + command.size()));
 }
 
 std::optional<std::string_view> handle_amt_next_field(std::string_view& rest) {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-// The received text: the request record up to its first NUL byte.
+// The received text: the request record's data up to its first NUL byte.
 std::string_view handle_amt_request_text();
 
 // What stands behind the first occurrence of a command in the received text; none when it is not in it.
