@@ -38,14 +38,12 @@ TEST_F(hwt_library, Radios_KeepWhatTheyWereTold) {
   hwt_wifiCtrl(1);
   hwt_TxTest(1, -10, 54, 11);
   EXPECT_EQ(read(STATE),
-            "bt=1\nwifi=1\ngps=0\ntx=1\ntx_channel=11\ntx_rate=54\ntx_power=-10\nrx=0\nrx_channel=0\n"
-            "rx_rate=0\n");
+            "bt=1\ngps=0\nrx=0\nrx_channel=0\nrx_rate=0\ntx=1\ntx_channel=11\ntx_power=-10\ntx_rate=54\nwifi=1\n");
   hwt_TxTest(0, 0, 0, 0);
   hwt_wifiCtrl(0);
   hwt_RxTest(1, 9, 11, nullptr);
   EXPECT_EQ(read(STATE),
-            "bt=1\nwifi=0\ngps=0\ntx=0\ntx_channel=0\ntx_rate=0\ntx_power=0\nrx=1\nrx_channel=9\n"
-            "rx_rate=11\n");
+            "bt=1\ngps=0\nrx=1\nrx_channel=9\nrx_rate=11\ntx=0\ntx_channel=0\ntx_power=0\ntx_rate=0\nwifi=0\n");
 }
 
 TEST_F(hwt_library, GpsThatIsOff_HearsNothing) {
