@@ -1,0 +1,157 @@
+// SIM card, factory date, battery temperature.
+#include "amt/amt-handle/modem/checks.h"
+
+#include <filesystem>
+
+#include "tests/unit/modem/modem-test.h"
+#include "tests/unit/temp-folder.h"
+
+namespace {
+
+constexpr char CHECK_SIM[] = "06 00 BB 63 00 00";
+constexpr char READ_DATE[] = "06 00 BB 41 00 00";
+constexpr char READ_TEMPERATURE[] = "06 00 BB 37 00 00";
+constexpr char SIM_FAILURE[] = "0F 00 BB 64 09 00 EE 01 01 04 00 0A 00 00 00";
+constexpr char DATE_FAILURE[] = "0F 00 BB 42 09 00 EE 01 01 04 00 0A 00 00 00";
+constexpr char TEMPERATURE_FAILURE[] = "0F 00 BB 38 09 00 EE 01 01 04 00 0A 00 00 00";
+
+class checks : public modem_test {};
+
+struct sim_row {
+  const char* m_name;
+  const char* m_value;
+  const char* m_flag;
+};
+
+class sim_type : public checks, public testing::WithParamInterface<sim_row> {};
+
+TEST_P(sim_type, OfTheModem_IsAFlagWithoutAResult) {
+  modem_says({"\r\n^DTOC: " + std::string(GetParam().m_value) + "\r\n\r\nOK\r\n"});
+  EXPECT_EQ(run(amt_dtoc_checkSIM, CHECK_SIM), ERR_NONE);
+  EXPECT_EQ(to_modem(), "AT^DTOC\r");
+  EXPECT_EQ(to_app(), "0C 00 BB 64 06 00 EE 29 04 01 00 " + std::string(GetParam().m_flag));
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, sim_type,
+                         testing::Values(sim_row{"Zero", "0", "00"}, sim_row{"One", "1", "01"},
+                                         sim_row{"Two", "2", "01"}, sim_row{"Three", "3", "00"},
+                                         sim_row{"Twelve", "12", "00"}, sim_row{"Negative", "-1", "00"},
+                                         sim_row{"NoNumber", "none", "00"}, sim_row{"Empty", "", "00"},
+                                         sim_row{"NumberAndText", "2,1", "01"}),
+                         [](const auto& row) { return row.param.m_name; });
+
+TEST_F(checks, Sim_LogsWhatItReads) {
+  modem_says({"\r\n^DTOC: 1\r\n", "\r\nOK\r\n"});
+  EXPECT_EQ(run(amt_dtoc_checkSIM, CHECK_SIM), ERR_NONE);
+  EXPECT_TRUE(m_log.has("amt_dtoc_checkSIM :\r\n^DTOC: 1\r\n"));
+  EXPECT_TRUE(m_log.has_in_a_row(
+      {"amt_dtoc_checkSIM head_ptr=1\r\n\r\nOK\r\n", "amt_dtoc_checkSIM board_a=1", "amt_dtoc_checkSIM simtype=1"}));
+}
+
+struct failure_row {
+  const char* m_name;
+  std::string m_answer;
+};
+
+class sim_failure : public checks, public testing::WithParamInterface<failure_row> {};
+
+TEST_P(sim_failure, OfTheModem_IsAnsweredWithAnErrorResponse) {
+  modem_says({GetParam().m_answer});
+  EXPECT_EQ(run(amt_dtoc_checkSIM, CHECK_SIM), ERR_NONE);
+  EXPECT_EQ(to_app(), SIM_FAILURE);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, sim_failure,
+    testing::Values(failure_row{"OkOnly", "\r\nOK\r\n"}, failure_row{"Error", "\r\nERROR\r\n"},
+                    failure_row{"Cme", "\r\n+CME ERROR: 3\r\n"}, failure_row{"Cms", "\r\n+CMS ERROR: 3\r\n"},
+                    failure_row{"TooLong", "\r\n^DTOC: " + std::string(39, '1') + "\r\n\r\nOK\r\n"}),
+    [](const auto& row) { return row.param.m_name; });
+
+TEST_F(checks, SimLineMissing_IsLoggedAllTheSame) {
+  modem_says({"\r\nOK\r\n"});
+  run(amt_dtoc_checkSIM, CHECK_SIM);
+  EXPECT_TRUE(
+      m_log.has_in_a_row({"amt_dtoc_checkSIM head_ptr=", "amt_dtoc_checkSIM board_a=", "amt_dtoc_checkSIM simtype=0"}));
+}
+
+TEST_F(checks, SimValueOf38Characters_IsTaken) {
+  modem_says({"\r\n^DTOC: 1" + std::string(37, ' ') + "\r\n\r\nOK\r\n"});
+  run(amt_dtoc_checkSIM, CHECK_SIM);
+  EXPECT_EQ(to_app(), "0C 00 BB 64 06 00 EE 29 04 01 00 01");
+}
+
+TEST_F(checks, Date_IsAnsweredAsText) {
+  modem_says({"\r\n^DMFD: 20130121123059\r\n\r\nOK\r\n"});
+  EXPECT_EQ(run(amt_modem_handle_read_outdate, READ_DATE), ERR_NONE);
+  EXPECT_EQ(to_modem(), "AT^DMFD??\r");
+  EXPECT_EQ(to_app(),
+            "22 00 BB 42 1C 00 EE 1B 02 0E 00 32 30 31 33 30 31 32 31 31 32 33 30 35 39 EE 01 01 04 00 00 00 00 00");
+}
+
+TEST_F(checks, EmptyDate_IsAnsweredAsSuch) {
+  modem_says({"\r\n^DMFD:\r\n\r\nOK\r\n"});
+  EXPECT_EQ(run(amt_modem_handle_read_outdate, READ_DATE), ERR_NONE);
+  EXPECT_EQ(to_app(), "14 00 BB 42 0E 00 EE 1B 02 00 00 EE 01 01 04 00 00 00 00 00");
+}
+
+class date_failure : public checks, public testing::WithParamInterface<failure_row> {};
+
+TEST_P(date_failure, OfTheModem_IsAnsweredWithAnErrorResponse) {
+  modem_says({GetParam().m_answer});
+  EXPECT_EQ(run(amt_modem_handle_read_outdate, READ_DATE), ERR_NONE);
+  EXPECT_EQ(to_app(), DATE_FAILURE);
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, date_failure,
+                         testing::Values(failure_row{"OkOnly", "\r\nOK\r\n"}, failure_row{"Error", "\r\nERROR\r\n"},
+                                         failure_row{"FifteenCharacters", "\r\n^DMFD: 201301211230590\r\n\r\nOK\r\n"},
+                                         failure_row{"NeverWritten", "\r\n^DMFD: \xFF\xFF\r\n\r\nOK\r\n"}),
+                         [](const auto& row) { return row.param.m_name; });
+
+TEST_F(checks, BadArguments_AreRefused) {
+  expect_refusals(amt_dtoc_checkSIM, "amt_dtoc_checkSIM");
+  expect_refusals(amt_modem_handle_read_outdate, "amt_modem_handle_read_outdate");
+}
+
+TEST_F(checks, NoModem_IsRefused) {
+  expect_refusal_without_modem(amt_dtoc_checkSIM);
+  expect_refusal_without_modem(amt_modem_handle_read_outdate);
+}
+
+// The driver's file is looked for below the working folder.
+class temperature : public checks {
+ protected:
+  temperature() { std::filesystem::current_path(m_folder.path("")); }
+  ~temperature() override { std::filesystem::current_path(m_before); }
+  void write_temperature(std::string_view content) {
+    std::filesystem::create_directories("sys/class/power_supply/battery");
+    m_folder.write("sys/class/power_supply/battery/temp", content);
+  }
+  std::filesystem::path m_before = std::filesystem::current_path();
+  temp_folder m_folder;
+};
+
+TEST_F(temperature, OfTheBattery_IsAnsweredWithoutAModem) {
+  g_no_modem = 1;
+  write_temperature("298\n");
+  EXPECT_EQ(run(amt_modem_handle_temperature, READ_TEMPERATURE), ERR_NONE);
+  EXPECT_EQ(to_app(), "18 00 BB 38 12 00 EE 16 01 04 00 2A 01 00 00 EE 01 01 04 00 00 00 00 00");
+  EXPECT_TRUE(m_log.has("Battery temperature: 298"));
+  EXPECT_EQ(to_modem(), "");
+}
+
+TEST_F(temperature, FileMissing_IsAnsweredWithAnErrorResponse) {
+  EXPECT_EQ(run(amt_modem_handle_temperature, READ_TEMPERATURE), ERR_NONE);
+  EXPECT_EQ(to_app(), TEMPERATURE_FAILURE);
+  EXPECT_TRUE(has_failure("amt_modem_handle_temperature", ERR_SYSTEM, "fopen error: errno=2"));
+}
+
+TEST_F(temperature, NoNumber_IsAnsweredWithAnErrorResponse) {
+  write_temperature("warm\n");
+  EXPECT_EQ(run(amt_modem_handle_temperature, READ_TEMPERATURE), ERR_NONE);
+  EXPECT_EQ(to_app(), TEMPERATURE_FAILURE);
+  EXPECT_TRUE(m_log.contains("fscanf error: errno="));
+}
+
+}  // namespace

@@ -1,0 +1,126 @@
+// What changes no file and ends nothing: the support query and the channel switch.
+#include "amt/amt-handle/modem/mode.h"
+
+#include "tests/unit/modem/modem-test.h"
+
+namespace {
+
+constexpr char QUERY_SUPPORT[] = "06 00 BB C5 00 00";
+constexpr char SUPPORT_FAILURE[] = "0F 00 BB C6 09 00 EE 01 01 04 00 0A 00 00 00";
+
+class support : public modem_test {};
+
+TEST_F(support, FourFields_AnswerTheLast) {
+  modem_says({"\r\n^DMCC: 2,2,1,258\r\n", "\r\nOK\r\n"});
+  EXPECT_EQ(run(amt_query_amt_support, QUERY_SUPPORT), ERR_NONE);
+  EXPECT_EQ(to_modem(), "AT^DMCC?\r");
+  EXPECT_EQ(to_app(), "18 00 BB C6 12 00 EE CA 01 04 00 02 01 00 00 EE 01 01 04 00 00 00 00 00");
+  EXPECT_TRUE(m_log.has("amt_query_amt_support :\r\n^DMCC: 2,2,1,258\r\n"));
+  EXPECT_TRUE(m_log.has_in_a_row({"amt_query_amt_support head_ptr=2,2,1,258\r\n\r\nOK\r\n",
+                                  "amt_query_amt_support parameter=2,2,1,258", "getted nstandby0_rat:258."}));
+}
+
+TEST_F(support, MoreFields_AreLeftOut) {
+  modem_says({"\r\n^DMCC: 1,1,1,3,9\r\n\r\nOK\r\n"});
+  EXPECT_EQ(run(amt_query_amt_support, QUERY_SUPPORT), ERR_NONE);
+  EXPECT_EQ(to_app(), "18 00 BB C6 12 00 EE CA 01 04 00 03 00 00 00 EE 01 01 04 00 00 00 00 00");
+}
+
+struct support_row {
+  const char* m_name;
+  std::string m_answer;
+  const char* m_line;  // in the log, if any
+};
+
+class support_failure : public support, public testing::WithParamInterface<support_row> {};
+
+TEST_P(support_failure, OfTheModem_IsAnsweredWithAnErrorResponse) {
+  modem_says({GetParam().m_answer});
+  EXPECT_EQ(run(amt_query_amt_support, QUERY_SUPPORT), ERR_NONE);
+  EXPECT_EQ(to_app(), SUPPORT_FAILURE);
+  EXPECT_TRUE(GetParam().m_line == nullptr || m_log.has(GetParam().m_line));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, support_failure,
+    testing::Values(support_row{"NoField", "\r\n^DMCC:\r\n\r\nOK\r\n", "sim_num is null!!!"},
+                    support_row{"OneField", "\r\n^DMCC: 1\r\n\r\nOK\r\n", "standby_num is null!!!"},
+                    support_row{"TwoFields", "\r\n^DMCC: 1,1\r\n\r\nOK\r\n", "rf_set_num is null!!!"},
+                    support_row{"ThreeFields", "\r\n^DMCC: 1,1,1\r\n\r\nOK\r\n", "standby0_rat is null!!!"},
+                    support_row{"EmptyFieldsDoNotCount", "\r\n^DMCC: 1,,1,1\r\n\r\nOK\r\n", "standby0_rat is null!!!"},
+                    support_row{"OkOnly", "\r\nOK\r\n", nullptr}, support_row{"Error", "\r\nERROR\r\n", nullptr},
+                    support_row{"TooLong", "\r\n^DMCC: 1,1,1," + std::string(33, '1') + "\r\n\r\nOK\r\n", nullptr}),
+    [](const auto& row) { return row.param.m_name; });
+
+TEST_F(support, BadArgumentsAndNoModem_AreRefused) {
+  expect_refusals(amt_query_amt_support, "amt_query_amt_support");
+  expect_refusal_without_modem(amt_query_amt_support);
+}
+
+class channel_switch : public modem_test {};
+
+TEST_F(channel_switch, OneDigit_GoesOutWithItsReturn) {
+  modem_says({"\r\nOK\r\n"});
+  EXPECT_EQ(run(amt_at_to_modem, "0F 00 BB E8 09 00 EE 9F 01 04 00 05 00 00 00"), ERR_NONE);
+  EXPECT_EQ(to_modem(), "AT^DMPCHN=5\r");
+  EXPECT_EQ(to_app(), "0F 00 BB E9 09 00 EE 01 01 04 00 00 00 00 00");
+}
+
+TEST_F(channel_switch, TwoDigits_LoseTheReturn) {
+  modem_says({"OK"});
+  EXPECT_EQ(run(amt_at_to_modem, "0F 00 BB E8 09 00 EE 9F 01 04 00 0C 00 00 00"), ERR_NONE);
+  EXPECT_EQ(to_modem(), "AT^DMPCHN=12");
+  EXPECT_EQ(to_app(), "0F 00 BB E9 09 00 EE 01 01 04 00 00 00 00 00");
+}
+
+TEST_F(channel_switch, LongNumber_IsCutAtTwelveBytes) {
+  modem_says({"OK"});
+  run(amt_at_to_modem, "0F 00 BB E8 09 00 EE 9F 01 04 00 40 E2 01 00");
+  EXPECT_EQ(to_modem(), "AT^DMPCHN=12");
+}
+
+TEST_F(channel_switch, NoAtom_IsChannelZero) {
+  modem_says({"OK"});
+  run(amt_at_to_modem, "06 00 BB E8 00 00");
+  EXPECT_EQ(to_modem(), "AT^DMPCHN=0\r");
+}
+
+TEST_F(channel_switch, OneReadDecides) {
+  modem_says({"\r\nO", "K\r\n"});
+  EXPECT_EQ(run(amt_at_to_modem, "06 00 BB E8 00 00"), ERR_FAIL);
+  EXPECT_TRUE(has_failure("amt_channel_switch", ERR_FAIL, "\r\nO"));
+  EXPECT_EQ(to_app(), "");
+}
+
+TEST_F(channel_switch, OkBehindOneHundredBytes_IsNotSeen) {
+  modem_says({std::string(99, 'x') + "OK"});
+  EXPECT_EQ(run(amt_at_to_modem, "06 00 BB E8 00 00"), ERR_FAIL);
+}
+
+TEST_F(channel_switch, ToThePc_IsWrapped) {
+  modem_says({"OK"});
+  EXPECT_EQ(run(amt_channel_switch, "06 00 BB E8 00 00", AMT_LINK_PC), ERR_NONE);
+  EXPECT_EQ(to_pc().substr(0, 36 + 44),
+            "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB E9 09 00 EE 01 01 04 00 00 00 00 00");
+}
+
+TEST_F(channel_switch, FailedLink_GivesItsCode) {
+  set_link(g_handle_context.m_fd_at, 0);
+  EXPECT_EQ(run(amt_at_to_modem, "06 00 BB E8 00 00"), ERR_FAIL);
+  EXPECT_EQ(to_app(), "");
+}
+
+TEST_F(channel_switch, NoModem_IsRefused) {
+  expect_refusal_without_modem(amt_channel_switch);
+}
+
+TEST_F(channel_switch, OtherId_IsTakenWithoutAnAnswer) {
+  EXPECT_EQ(run(amt_at_to_modem, "06 00 BB E7 00 00"), ERR_NONE);
+  EXPECT_EQ(to_modem() + to_app(), "");
+}
+
+TEST_F(channel_switch, BadArguments_AreRefused) {
+  expect_refusals(amt_at_to_modem, "amt_at_to_modem");
+}
+
+}  // namespace
