@@ -50,7 +50,7 @@ TEST_F(PcLink, Probe_LowerCase_BecomesLinkStatusCommandAndEntersAmt4Once) {
     EXPECT_EQ(modem_gets(LINK_STATUS_ON.size()), LINK_STATUS_ON);
   }
   expect_logged("mark to enter amt4", 1);
-  expect_logged("call amt_usb_charge_ctrl for amt4. return:-118, current amt mode:4.", 1);
+  expect_logged("call amt_usb_charge_ctrl for amt4. return:0, current amt mode:4.", 1);
   EXPECT_TRUE(phone().log().text().find("convert speed") == std::string::npos);
 }
 
