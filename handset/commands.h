@@ -23,6 +23,8 @@ struct run_command {
   bool quiet = false;
   std::string modem_device = "/dev/ttyMODEM";
   std::string screen = "720x1280";       // or "none"
+  std::string board = "present";         // or "absent", "empty"
+  std::vector<std::string> files;        // "PATH=TEXT"
   std::vector<std::string> properties;   // "NAME=VALUE"
   std::vector<std::string> environment;  // "NAME=VALUE"
   std::vector<std::string> arguments;    // of the service; none: what the mode asks for

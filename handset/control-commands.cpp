@@ -133,6 +133,25 @@ std::string device_heal(control_target& target, const words&) {
   return "";
 }
 
+// The folder of a simulated library's files.
+std::filesystem::path library_folder(const std::string& library) {
+  if (library != "board" && library != "hwt") throw error(fmt::format("\"{}\" is neither board nor hwt", library));
+  return "/data/" + library;
+}
+
+std::string library_report(control_target& target, const words& rest) {
+  const auto folder = library_folder(rest[0]);
+  return fmt::format("{}{}", target.the_phone.read_file(folder / "state").value_or(""),
+                     target.the_phone.read_file(folder / "calls").value_or(""));
+}
+
+std::string library_set(control_target& target, const words& rest) {
+  const auto control = library_folder(rest[0]) / "control";
+  const auto older = target.the_phone.read_file(control).value_or("");
+  target.the_phone.write_file(control, fmt::format("{} = {}\n{}", rest[1], rest[2], older));
+  return "";
+}
+
 std::string modem_report(control_target& target, const words&) {
   auto& modem = target.the_phone.simulated_modem();
   const auto state = modem.state();
@@ -210,7 +229,7 @@ struct control_command {
 constexpr std::size_t ANY = 1000;
 
 // A longer name comes before one that it begins with.
-constexpr std::array<control_command, 22> COMMANDS = {{
+constexpr std::array<control_command, 24> COMMANDS = {{
     {"status", "", "what runs, and where", 0, 0, status},
     {"stop", "", "end the phone: the service gets SIGTERM first", 0, 0, stop},
     {"signal", "NAME", "send the service a signal (TERM, USR2, 9, ...)", 1, 1, send_signal},
@@ -227,6 +246,10 @@ constexpr std::array<control_command, 22> COMMANDS = {{
     {"device fail", "ERRNO CALL...", "such calls fail, e.g. device fail EIO fb0 FBIOGET_FSCREENINFO", 2, ANY,
      device_fail},
     {"device heal", "", "no call fails any more", 0, 0, device_heal},
+    {"library calls", "board|hwt", "what a simulated library was asked, and what the hardware now does", 1, 1,
+     library_report},
+    {"library set", "board|hwt CALL RESULT", "what a call gives, e.g. library set board IsChargeState 1", 3, 3,
+     library_set},
     {"modem state", "", "what the modem keeps, has seen and how it behaves", 0, 0, modem_report},
     {"modem say", "TEXT", "the modem sends an unsolicited line", 1, 1, modem_say},
     {"modem hangup", "", "the modem's tty hangs up and is gone", 0, 0, modem_hang_up},

@@ -47,6 +47,13 @@ CLI::App* add_run(CLI::App& app, run_command& command) {
         return text == "none" || read_screen_size(text) ? "" : "neither WIDTHxHEIGHT nor none";
       })
       ->capture_default_str();
+  run->add_option("--board", command.board, "The board library; empty: it lacks every operation")
+      ->check(CLI::IsMember({"present", "absent", "empty"}))
+      ->capture_default_str();
+  run->add_option("--file", command.files,
+                  "Make a file first: PATH=TEXT, e.g. --file \"/data/board/control=IsChargeState = 1\"")
+      ->take_all()
+      ->allow_extra_args(false);
   run->add_option("--prop", command.properties, "Set a property first: NAME=VALUE")
       ->take_all()
       ->allow_extra_args(false);

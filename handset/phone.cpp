@@ -25,6 +25,7 @@ namespace {
 constexpr const char* NAME = "vx-kro-amt";
 constexpr const char* PATH = "PATH=/system/bin:/usr/bin:/bin:/usr/sbin:/sbin";
 constexpr const char* PROPERTIES = "/data/property";
+constexpr const char* USB_STATE = "/sys/class/android_usb/android0/state";
 constexpr const char* SYNC_CALLS = "/handset/sync-calls";
 constexpr const char* DEVICES = "/handset/devices";
 
@@ -78,6 +79,7 @@ struct phone::inside {
   void start_sandbox();
   void stop();
   std::vector<bind_mount> binds() const;
+  void install_board_library();
   void write_files();
   fs::path service_path() const;
   fs::path config_path() const;
@@ -178,7 +180,19 @@ std::vector<bind_mount> phone::inside::binds() const {
   return binds;
 }
 
+void phone::inside::install_board_library() {
+  if (options.board == board_library::absent) return;
+  const fs::path folder = program_folder().parent_path() / "lib/board";
+  const fs::path library = options.board == board_library::empty ? "amt.empty.misc.so" : "amt.vx5210.misc.so";
+  const fs::path target = tree.host_path("/system/lib64/hw");
+  fs::create_directories(target);
+  std::error_code missing;  // a program of another build may lie alone
+  fs::copy_file(folder / library, target / "amt.vx5210.misc.so", missing);
+}
+
 void phone::inside::write_files() {
+  install_board_library();
+  write_whole_file(tree.host_path(USB_STATE), "CONFIGURED\n");
   if (options.has_config) {
     write_whole_file(tree.host_path(config_path()), options.config.value_or(default_config(options)));
   }

@@ -47,6 +47,12 @@ struct bind_mount {
   bool writable = false;
 };
 
+// The board library under /system/lib64/hw.
+//   present  simulated; watched and steered through the files of handset/hwt/call-files.h in /data/board
+//   absent   no such file
+//   empty    a library that lacks every operation
+enum class board_library { present, absent, empty };
+
 struct phone_options {
   run_mode mode = run_mode::simplified;
   std::optional<std::string> config;                  // text of the configuration file; none: default_config()
@@ -66,6 +72,7 @@ struct phone_options {
   std::vector<bind_mount> binds;
   // The framebuffer and the console, played by a library that is preloaded into the service; none: there are no such
   // devices and nothing is preloaded. (A service built with a sanitizer needs one whose runtime is linked statically.)
+  board_library board = board_library::present;
   std::optional<screen_size> screen = screen_size{};
 };
 

@@ -29,6 +29,14 @@ constexpr std::chrono::milliseconds END_PATIENCE{3000};  // with a service that 
 const std::map<std::string, run_mode> MODES = {
     {"simplified", run_mode::simplified}, {"usb", run_mode::usb}, {"normal", run_mode::normal}};
 
+const std::map<std::string, board_library> BOARDS = {
+    {"present", board_library::present}, {"absent", board_library::absent}, {"empty", board_library::empty}};
+
+std::pair<std::string, std::string> split_at_equals(const std::string& text) {
+  const auto equals = text.find('=');
+  return {text.substr(0, equals), equals == text.npos ? "" : text.substr(equals + 1)};
+}
+
 std::string read_whole(const fs::path& path) {
   std::ifstream stream(path, std::ios::binary);
   if (!stream) throw error("cannot read " + path.string());
@@ -45,10 +53,9 @@ phone_options options_of(const run_command& command) {
   options.environment = command.environment;
   if (!command.arguments.empty()) options.arguments = command.arguments;
   if (command.quiet) options.log = log_sink::discard;
-  for (const auto& property : command.properties) {
-    const auto equals = property.find('=');
-    options.properties[property.substr(0, equals)] = equals == property.npos ? "" : property.substr(equals + 1);
-  }
+  options.board = BOARDS.at(command.board);
+  for (const auto& property : command.properties) options.properties.insert(split_at_equals(property));
+  for (const auto& file : command.files) options.files.insert(split_at_equals(file));
   return options;
 }
 
