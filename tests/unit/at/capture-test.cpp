@@ -1,6 +1,9 @@
 // Identity writes on their way to the modem, and what is kept of them once it has answered.
 #include "amt/amt-handle/pc/capture.h"
 
+#include <atomic>
+#include <thread>
+
 #include "tests/unit/at/phone-test.h"
 
 namespace {
@@ -365,6 +368,28 @@ TEST_F(capture, Cleared_ForgetsValuesTypeAndChannel) {
   send("AT^DMSN=SN2\r");
   say("\r\nOK\r\n");
   EXPECT_EQ(read("/amt/sn.txt"), "SN2");
+}
+
+TEST_F(capture, CapturesWhileTheModemConfirms_NeverSaveAMixture) {
+  __android_log_set_minimum_priority(ANDROID_LOG_ERROR);  // the log's lock would hide a race
+  std::atomic<bool> is_over = false;
+  std::thread station([&is_over] {
+    for (char letter = 'A'; !is_over; letter = letter == 'A' ? 'B' : 'A') {
+      set_message(g_handle_context.m_request, "AT^DCGSNW=" + std::string(20, letter) + "\r");
+      handle_amt_imei_and_sn(255);
+    }
+  });
+  int saved = 0;
+  while (saved < 5) {
+    say("\r\nOK\r\n");
+    const auto imei = read("/amt/imei.txt");
+    if (!imei) continue;
+    EXPECT_TRUE(imei == std::string(20, 'A') || imei == std::string(20, 'B')) << *imei;
+    fs::remove("/amt/imei.txt");
+    ++saved;
+  }
+  is_over = true;
+  station.join();
 }
 
 TEST_F(capture, SaveOfAnUnknownType_IsRefused) {
