@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <cerrno>
 #include <string>
@@ -151,6 +152,14 @@ TEST(LogBelowPriority, EveryKind_IsSilentAndFormatsNothing) {
   LOG_DUMP("x", std::vector<std::uint8_t>(3, 1));
   EXPECT_EQ(formatted, 0);
   EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST(LogBelowPriority, Dump_DoesNotEvenReadTheBytes) {
+  log_capture log(ANDROID_LOG_INFO);
+  void* unreadable = mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  ASSERT_NE(unreadable, MAP_FAILED);
+  pub_log_dump(k_log, "x", {static_cast<const std::uint8_t*>(unreadable), 4096});
+  munmap(unreadable, 4096);
 }
 
 TEST(LogBelowPriority, BadArguments_AreStillFound) {
