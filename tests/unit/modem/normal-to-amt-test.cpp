@@ -1,0 +1,144 @@
+// From normal mode into factory test, and the AMT1 flag.
+#include <csignal>
+
+#include "amt/amt-handle/modem/mode.h"
+#include "tests/unit/modem/modem-test.h"
+#include "tests/unit/phone-root.h"
+
+namespace {
+
+constexpr char TO_AMT_4[] = "0F 00 BB C3 09 00 EE C9 01 04 00 04 00 00 00";
+constexpr char TO_AMT_FAILURE[] = "0F 00 BB C4 09 00 EE 01 01 04 00 0A 00 00 00";
+constexpr char SWITCH_PROPERTY[] = "amt.normal.amt.switch_status";
+
+volatile std::sig_atomic_t g_ends;
+
+class normal_to_amt : public modem_test {
+ protected:
+  normal_to_amt() {
+    phone_root::remove_properties();
+    g_ends = 0;
+    m_before = std::signal(SIGTERM, [](int) { g_ends = g_ends + 1; });
+  }
+  ~normal_to_amt() override { std::signal(SIGTERM, m_before); }
+  void (*m_before)(int);
+};
+
+TEST_F(normal_to_amt, ModemSwitched_AnswersSetsThePropertiesAndEnds) {
+  modem_says({"\r\nOK\r\n", "\r\nOK\r\n"});
+  EXPECT_EQ(run(amt_handle_normal_to_amt, TO_AMT_4), ERR_NONE);
+  EXPECT_EQ(to_modem(), "AT^DMPCHN=0\rAT^DSWAMT=4\r");
+  EXPECT_EQ(to_app(), "0F 00 BB C4 09 00 EE 01 01 04 00 00 00 00 00");
+  EXPECT_EQ(phone_root::get_property(SWITCH_PROPERTY), "1");
+  EXPECT_EQ(phone_root::get_property("sys.usb.config"), "serial,adb");
+  EXPECT_EQ(phone_root::get_property("ctl.stop"), "vx-kro-mla0");
+  EXPECT_EQ(g_ends, 1);
+}
+
+TEST_F(normal_to_amt, Steps_ComeInTheirOrder) {
+  modem_says({"\r\nOK\r\n", "\r\nOK\r\n"});
+  run(amt_handle_normal_to_amt, TO_AMT_4);
+  std::vector<std::string> seen;
+  for (const auto& line : m_log.texts()) {
+    for (const char* start : {"amt_handle_normal_to_amt ", "amt_change_band", "set property", "send APP rsp data",
+                              "property-", "will ", "stop "}) {
+      if (line.starts_with(start)) seen.push_back(line);
+    }
+  }
+  EXPECT_THAT(seen,
+              testing::ElementsAre("amt_handle_normal_to_amt amt_mode:4", "amt_change_band()", "amt_change_band band:0",
+                                   "amt_change_band :\r\nOK\r\n", "amt_handle_normal_to_amt :\r\nOK\r\n",
+                                   "set property(amt.normal.amt.switch_status) to 1.",
+                                   "send APP rsp data: : (data_len = 15) -- 0F00BBC40900EE0101040000000000",
+                                   "property-sys.usb.config value: @#no_set_config#@",
+                                   "will set property(sys.usb.config) to serial,adb.", "will exit program.",
+                                   "stop vx-kro-mla return: 0"));
+}
+
+TEST_F(normal_to_amt, UsbWithSerial_IsLeftAsItIs) {
+  phone_root::set_property("sys.usb.config", "mtp,serial");
+  modem_says({"\r\nOK\r\n", "\r\nOK\r\n"});
+  run(amt_handle_normal_to_amt, TO_AMT_4);
+  EXPECT_EQ(phone_root::get_property("sys.usb.config"), "mtp,serial");
+  EXPECT_TRUE(m_log.has("already activate serial, do not reset. "));
+}
+
+TEST_F(normal_to_amt, UsbWithoutSerial_GetsIt) {
+  phone_root::set_property("sys.usb.config", "mtp,adb");
+  modem_says({"\r\nOK\r\n", "\r\nOK\r\n"});
+  run(amt_handle_normal_to_amt, TO_AMT_4);
+  EXPECT_EQ(phone_root::get_property("sys.usb.config"), "serial,adb");
+}
+
+TEST_F(normal_to_amt, NoModeAtom_IsModeZero) {
+  modem_says({"\r\nOK\r\n", "\r\nOK\r\n"});
+  run(amt_handle_normal_to_amt, "06 00 BB C3 00 00");
+  EXPECT_EQ(to_modem(), "AT^DMPCHN=0\rAT^DSWAMT=0\r");
+}
+
+TEST_F(normal_to_amt, ApplicationGone_EndsAllTheSame) {
+  set_link(g_handle_context.m_pty_app.m_ptm_fd, 0);
+  modem_says({"\r\nOK\r\n", "\r\nOK\r\n"});
+  EXPECT_EQ(run(amt_handle_normal_to_amt, TO_AMT_4), ERR_FAIL);
+  EXPECT_EQ(g_ends, 1);
+}
+
+TEST_F(normal_to_amt, BandRefused_NothingElseIsSentOrSet) {
+  modem_says({"\r\nERROR\r\n"});
+  EXPECT_EQ(run(amt_handle_normal_to_amt, TO_AMT_4), ERR_NONE);
+  EXPECT_EQ(to_modem(), "AT^DMPCHN=0\r");
+  EXPECT_EQ(to_app(), TO_AMT_FAILURE);
+  EXPECT_EQ(phone_root::get_property(SWITCH_PROPERTY), "");
+  EXPECT_EQ(g_ends, 0);
+}
+
+TEST_F(normal_to_amt, ModeRefused_NothingIsSetOrEnded) {
+  modem_says({"\r\nOK\r\n", "\r\n+CME ERROR: 3\r\n"});
+  EXPECT_EQ(run(amt_handle_normal_to_amt, TO_AMT_4), ERR_NONE);
+  EXPECT_EQ(to_app(), TO_AMT_FAILURE);
+  EXPECT_EQ(phone_root::get_property(SWITCH_PROPERTY), "");
+  EXPECT_EQ(phone_root::get_property("ctl.stop"), "");
+  EXPECT_EQ(g_ends, 0);
+}
+
+TEST_F(normal_to_amt, BadArgumentsAndNoModem_AreRefused) {
+  expect_refusals(amt_handle_normal_to_amt, "amt_handle_normal_to_amt");
+  expect_refusal_without_modem(amt_handle_normal_to_amt);
+  EXPECT_EQ(g_ends, 0);
+}
+
+class app_amt1_flag : public modem_test {
+ protected:
+  app_amt1_flag() { phone_root::write("/amt/power_usb_amt.txt", "1"); }
+};
+
+TEST_F(app_amt1_flag, OperationZero_WritesTheFlag) {
+  EXPECT_EQ(run(amt_handle_damt1_cmd, "0F 00 BB DB 09 00 EE C0 01 04 00 00 00 00 00"), ERR_NONE);
+  EXPECT_EQ(to_app(), "18 00 BB DC 12 00 EE C0 01 04 00 00 00 00 00 EE 01 01 04 00 00 00 00 00");
+  EXPECT_EQ(phone_root::read("/amt/power_usb_amt.txt"), "0");
+  EXPECT_TRUE(m_log.has("amt_handle_damt1_cmd op_type:0"));
+  EXPECT_TRUE(m_log.has("amt_handle_damt1_cmd op_type:0; flag:0; ret_val:0."));
+}
+
+TEST_F(app_amt1_flag, OperationTwo_ReadsTheFlag) {
+  EXPECT_EQ(run(amt_handle_damt1_cmd, "0F 00 BB DB 09 00 EE C0 01 04 00 02 00 00 00"), ERR_NONE);
+  EXPECT_EQ(to_app(), "18 00 BB DC 12 00 EE C0 01 04 00 01 00 00 00 EE 01 01 04 00 00 00 00 00");
+}
+
+TEST_F(app_amt1_flag, NoAtom_IsOperationZero) {
+  EXPECT_EQ(run(amt_handle_damt1_cmd, "06 00 BB DB 00 00"), ERR_NONE);
+  EXPECT_EQ(phone_root::read("/amt/power_usb_amt.txt"), "0");
+}
+
+TEST_F(app_amt1_flag, UnknownOperation_IsAnsweredWithAnErrorResponse) {
+  EXPECT_EQ(run(amt_handle_damt1_cmd, "0F 00 BB DB 09 00 EE C0 01 04 00 03 00 00 00"), ERR_NONE);
+  EXPECT_EQ(to_app(), "0F 00 BB DC 09 00 EE 01 01 04 00 0A 00 00 00");
+  EXPECT_TRUE(m_log.has("amt_handle_damt1_cmd op_type:3; flag:0; ret_val:-101."));
+}
+
+TEST_F(app_amt1_flag, BadArgumentsAndNoModem_AreRefused) {
+  expect_refusals(amt_handle_damt1_cmd, "amt_handle_damt1_cmd");
+  expect_refusal_without_modem(amt_handle_damt1_cmd);
+}
+
+}  // namespace
