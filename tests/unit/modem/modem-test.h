@@ -22,6 +22,8 @@ class packet_link : public test_link {
     m_service = ends[0];
     m_test = ends[1];
   }
+  // From now on the service cannot write; it still reads what the test sends.
+  void stop_receiving() { shutdown(m_test, SHUT_RD); }
 };
 
 class modem_test : public context_test {
