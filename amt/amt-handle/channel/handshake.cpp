@@ -11,6 +11,7 @@
 #include "amt/amt-screen/banner.h"
 #include "pub/result.h"
 #include "pub/util/io.h"
+#include "pub/util/signals.h"
 #include "pub/util/thread.h"
 
 namespace {
@@ -25,12 +26,14 @@ pub_thread_st g_banner_thread;
 
 // A timer's thread may start just as the timer is deleted because its aim was reached: then there is nothing to do.
 void usb_enum_timed_out(union sigval) {
+  pub_util_block_signals();  // whatever this platform's timer threads start with
   if (!amt_timer_expire(g_usbEnumTimer)) return;
   LOG_LINE("usb enum timeout. time:%d seconds.", USB_ENUM_SECONDS);
   amt_handle_exit_refused();
 }
 
 void handshake_timed_out(union sigval) {
+  pub_util_block_signals();
   if (!amt_timer_expire(g_handShakeTimer)) return;
   LOG_LINE("timeout. time:%d seconds.", HANDSHAKE_SECONDS);
   amt_handle_exit_refused();

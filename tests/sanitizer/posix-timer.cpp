@@ -1,0 +1,105 @@
+// POSIX timers with thread notification, on threads that the thread sanitizer knows. The C library starts its own
+// notification threads behind the sanitizer's back, and instrumented code crashes on them. Linked in builds with the
+// thread sanitizer only, in front of the C library's; does what the service needs of a timer: one expiry, one thread.
+#include <pthread.h>
+#include <signal.h>
+#include <time.h>
+
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+namespace {
+
+using steady = std::chrono::steady_clock;
+
+struct timer_st {
+  std::mutex m_mutex;
+  std::condition_variable m_changed;
+  steady::time_point m_deadline = steady::time_point::max();
+  bool m_is_deleted = false;
+  void (*m_action)(sigval) = nullptr;
+  sigval m_value = {};
+};
+
+struct timers_st {
+  std::mutex m_mutex;
+  std::unordered_map<long, std::shared_ptr<timer_st>> m_by_id;
+  long m_last_id = 0;
+};
+
+timers_st& timers() {
+  static auto* const all = new timers_st;  // never destroyed: a timer's thread may outlive main
+  return *all;
+}
+
+std::shared_ptr<timer_st> find(timer_t id) {
+  const std::lock_guard lock(timers().m_mutex);
+  const auto found = timers().m_by_id.find(reinterpret_cast<long>(id));
+  return found == timers().m_by_id.end() ? nullptr : found->second;
+}
+
+void* run(void* argument) {
+  const std::unique_ptr<std::shared_ptr<timer_st>> owner(static_cast<std::shared_ptr<timer_st>*>(argument));
+  const auto timer = *owner;
+  {
+    std::unique_lock lock(timer->m_mutex);
+    while (!timer->m_is_deleted && steady::now() < timer->m_deadline) {
+      if (timer->m_deadline == steady::time_point::max()) {
+        timer->m_changed.wait(lock);
+      } else {
+        timer->m_changed.wait_until(lock, timer->m_deadline);
+      }
+    }
+    if (timer->m_is_deleted) return nullptr;
+  }
+  timer->m_action(timer->m_value);
+  return nullptr;
+}
+
+}  // namespace
+
+extern "C" int timer_create(clockid_t, sigevent* event, timer_t* id) {
+  auto timer = std::make_shared<timer_st>();
+  timer->m_action = event->sigev_notify_function;
+  timer->m_value = event->sigev_value;
+  pthread_t thread;
+  if (pthread_create(&thread, nullptr, run, new std::shared_ptr<timer_st>(timer)) != 0) return -1;
+  pthread_detach(thread);
+  const std::lock_guard lock(timers().m_mutex);
+  *id = reinterpret_cast<timer_t>(++timers().m_last_id);
+  timers().m_by_id[timers().m_last_id] = timer;
+  return 0;
+}
+
+extern "C" int timer_settime(timer_t id, int, const itimerspec* value, itimerspec*) {
+  const auto timer = find(id);
+  if (timer == nullptr) {
+    errno = EINVAL;
+    return -1;
+  }
+  const auto after = std::chrono::seconds(value->it_value.tv_sec) + std::chrono::nanoseconds(value->it_value.tv_nsec);
+  const std::lock_guard lock(timer->m_mutex);
+  timer->m_deadline = steady::now() + after;
+  timer->m_changed.notify_all();
+  return 0;
+}
+
+extern "C" int timer_delete(timer_t id) {
+  const auto timer = find(id);
+  if (timer == nullptr) {
+    errno = EINVAL;
+    return -1;
+  }
+  {
+    const std::lock_guard lock(timers().m_mutex);
+    timers().m_by_id.erase(reinterpret_cast<long>(id));
+  }
+  const std::lock_guard lock(timer->m_mutex);
+  timer->m_is_deleted = true;
+  timer->m_changed.notify_all();
+  return 0;
+}
