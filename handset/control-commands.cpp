@@ -111,7 +111,9 @@ std::string screenshot(control_target& target, const words& rest) {
 }
 
 std::string device_report(control_target& target, const words&) {
-  return fmt::format("{}\n", fmt::join(device_calls(target.the_phone.devices()), "\n"));
+  std::string report;
+  for (const auto& call : device_calls(target.the_phone.devices())) report += call + "\n";
+  return report;
 }
 
 int errno_of(const std::string& name) {

@@ -256,6 +256,28 @@ TEST_F(Program_Run, ControlCommands_ReachThePhone) {
   EXPECT_EQ(end.read_exactly(8), "\r\nRING\r\n");
 }
 
+TEST_F(Program_Run, Screenshot_IsWrittenWhereTheCallerIs) {
+  start({"--screen", "48x80"});
+  const fs::path folder = fs::temp_directory_path() / ("screenshot-" + std::to_string(::getpid()));
+  fs::create_directories(folder);
+  EXPECT_EQ(ctl({"screenshot", fs::relative(folder / "one.png")}).status, exited(0));
+  EXPECT_EQ(ctl({"screenshot", folder / "two.png", "both"}).status, exited(0));
+  EXPECT_TRUE(fs::exists(folder / "one.png"));
+  EXPECT_TRUE(fs::exists(folder / "two.png"));
+  EXPECT_EQ(ctl({"screenshot", folder / "three.png", "all"}).status, exited(1));
+  fs::remove_all(folder);
+}
+
+TEST_F(Program_Run, DeviceCommands_SetWhatFailsAndTakeItBack) {
+  start();
+  EXPECT_EQ(ctl({"device", "fail", "EIO", "fb0", "FBIOGET_FSCREENINFO"}).status, exited(0));
+  EXPECT_EQ(ctl({"file", "cat", "/handset/devices/faults"}).output, "5 fb0 FBIOGET_FSCREENINFO\n");
+  EXPECT_EQ(ctl({"device", "fail", "ENONSENSE", "fb0"}).status, exited(1));
+  EXPECT_EQ(ctl({"device", "heal"}).status, exited(0));
+  EXPECT_EQ(ctl({"file", "cat", "/handset/devices/faults"}).status, exited(1));
+  EXPECT_EQ(ctl({"device", "calls"}).output, "");
+}
+
 TEST_F(Program_Run, ModemHangup_EndsTheServiceAndTheProgram) {
   start();
   EXPECT_EQ(ctl({"modem", "hangup"}).status, exited(0));
