@@ -4,7 +4,8 @@
 //   request                                         answer ("ok", seq, ...) or ("fail", seq, reason)
 //   plug    seq NAME                                the master of a new raw pseudo-terminal, NAME leading to its slave
 //   unplug  seq NAME                                NAME is gone
-//   start   seq FOLDER COUNT ARG... NAME=VALUE...   its process id; the message carries the three standard streams
+//   open    seq NAME                                a descriptor of the terminal that NAME leads to, or why there is
+//   none start   seq FOLDER COUNT ARG... NAME=VALUE...   its process id; the message carries the three standard streams
 //   signal  seq PID NUMBER
 //   uevent  seq BYTES                               one kernel event to the listeners of group 1
 //
@@ -88,6 +89,13 @@ void plug(const message& request) {
 void unplug(const message& request) {
   if (::unlink(request.fields.at(2).c_str()) != 0) return fail(request, "cannot remove " + request.fields[2]);
   answer(request, {});
+}
+
+// For the one who plays an application of the phone: the terminals of this sandbox cannot be opened from outside.
+void open_terminal(const message& request) {
+  const unique_fd terminal(::open(request.fields.at(2).c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
+  if (!terminal) return answer(request, {std::strerror(errno)});  // no failure: it may come yet
+  answer(request, {}, {terminal.get()});
 }
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
@@ -177,9 +185,10 @@ struct request_kind {
   std::size_t fields;  // at least
   void (*handle)(const message&);
 };
-constexpr std::array<request_kind, 5> REQUESTS = {{
+constexpr std::array<request_kind, 6> REQUESTS = {{
     {"plug", 3, plug},
     {"unplug", 3, unplug},
+    {"open", 3, open_terminal},
     {"start", 5, start},
     {"signal", 4, send_signal},
     {"uevent", 3, uevent},

@@ -6,13 +6,12 @@
 
 #include "amt/amt-convert/frame.h"
 #include "amt/amt-convert/wrap.h"
+#include "handset/modem-at.h"
 
 namespace handset {
 
 namespace {
 
-constexpr std::string_view OK_TEXT = "\r\nOK\r\n";
-constexpr std::string_view ERROR_TEXT = "\r\nERROR\r\n";
 constexpr std::string_view MAGIC = "\xAA\xBB\xCC\xDD";
 constexpr std::size_t LENGTH_AT = 4;     // of the length field in a wrapped frame
 constexpr std::size_t LENGTH_SKIPS = 8;  // bytes of a wrapped frame that its length does not count
@@ -65,49 +64,6 @@ piece cut(std::string_view input) {
   return {piece_kind::noise, 1};
 }
 
-// AT commands. `rest` is what follows the name; a command without one (takes_rest false) has to be the whole line.
-struct at_command {
-  std::string_view name;
-  bool takes_rest;
-  std::string (*run)(modem_state& state, std::string_view rest);
-};
-
-std::string nothing(modem_state&, std::string_view) {
-  return std::string(OK_TEXT);
-}
-std::string write_imei(modem_state& state, std::string_view rest) {
-  state.imei = rest;
-  return std::string(OK_TEXT);
-}
-std::string write_board(modem_state& state, std::string_view rest) {
-  state.board_number = rest;
-  return std::string(OK_TEXT);
-}
-std::string write_channel(modem_state& state, std::string_view rest) {
-  state.channel = rest;
-  return std::string(OK_TEXT);
-}
-std::string information(std::string_view name, std::string_view value) {
-  return std::string("\r\n^").append(name).append(": ").append(value).append("\r\n").append(OK_TEXT);
-}
-std::string read_imei(modem_state& state, std::string_view) {
-  return information("DGSN", state.imei);
-}
-std::string read_board(modem_state& state, std::string_view) {
-  return information("DMSN", state.board_number);
-}
-
-constexpr std::array<at_command, 8> AT_COMMANDS = {{
-    {"AT", false, nothing},
-    {"AT;^DLKS=1", false, nothing},
-    {"AT^DLKS=0", false, nothing},
-    {"AT^DCGSNW=", true, write_imei},
-    {"AT^DMSN=", true, write_board},
-    {"AT^DMPCHN=", true, write_channel},
-    {"AT^DGSN?", false, read_imei},
-    {"AT^DMSN", false, read_board},
-}};
-
 // Frames that do more than being acknowledged: the atom that is kept or told, and where.
 struct frame_command {
   std::uint8_t id;
@@ -136,19 +92,6 @@ void run_frame_command(modem_state& state, const amt_frame_st& request, amt_fram
 
 }  // namespace
 
-std::string modem_brain::answer_at(std::string_view line, bool refuse) {
-  ++state.at_lines;
-  if (refuse) return std::string(ERROR_TEXT);
-  for (const auto& command : AT_COMMANDS) {
-    const auto name = line.substr(0, command.name.size());
-    const auto same = [](char a, char b) { return std::toupper(static_cast<unsigned char>(a)) == b; };
-    if (!std::equal(name.begin(), name.end(), command.name.begin(), command.name.end(), same)) continue;
-    const auto rest = line.substr(name.size());
-    if (command.takes_rest || rest.empty()) return command.run(state, rest);
-  }
-  return std::string(ERROR_TEXT);
-}
-
 std::string modem_brain::answer_frame(std::string_view wrapped, bool refuse) {
   ++state.frames;
   amt_frame_st request{};
@@ -162,20 +105,28 @@ std::string modem_brain::answer_frame(std::string_view wrapped, bool refuse) {
   return {response.m_buf_a.begin(), response.m_buf_a.begin() + response.m_buf_len};
 }
 
-std::vector<std::string> modem_brain::receive(std::string_view bytes, bool refuse) {
+std::vector<std::string> modem_brain::receive(std::string_view bytes, const modem_switches& switches) {
   m_input += bytes;
   std::vector<std::string> answers;
   std::string_view left = m_input;
   while (!left.empty()) {
     const auto next = cut(left);
     if (next.kind == piece_kind::unfinished) break;
-    if (next.kind == piece_kind::at_line) answers.push_back(answer_at(left.substr(0, next.size - 1), refuse));
-    if (next.kind == piece_kind::frame) answers.push_back(answer_frame(left.substr(0, next.size), refuse));
+    const auto taken = left.substr(0, next.size);
+    if (next.kind == piece_kind::at_line)
+      answers.push_back(answer_at_line(state, switches, taken.substr(0, next.size - 1)));
+    if (next.kind == piece_kind::frame) answers.push_back(answer_frame(taken, switches.refuse));
     if (next.kind == piece_kind::noise) state.noise_bytes += next.size;
     left.remove_prefix(next.size);
   }
   m_input.erase(0, m_input.size() - left.size());
   return answers;
+}
+
+std::vector<std::string> modem_brain::finish(const modem_switches& switches) {
+  if (is_line_without_end(m_input)) return receive("\r", switches);
+  drop_partial();
+  return {};
 }
 
 void modem_brain::drop_partial() {

@@ -1,23 +1,26 @@
-// The simulated modem behind the phone's data link. It answers AT text and wrapped frames out of the state that it
+// The simulated modem behind the phone's two modem ttys. It answers AT text and wrapped frames out of the state that it
 // keeps, and misbehaves when told to. Its work is done on an event loop's thread; these calls may come from any other.
 //
-//   AT                     -> OK                       AT^DCGSNW=<imei>   keeps the IMEI            -> OK
-//   AT;^DLKS=1  AT^DLKS=0  -> OK                       AT^DMSN=<number>   keeps the board number    -> OK
-//   AT^DMPCHN=<n>          -> OK                       AT^DGSN?           "\r\n^DGSN: <imei>\r\n\r\nOK\r\n"
-//   anything else          -> ERROR                    AT^DMSN            "\r\n^DMSN: <number>\r\n\r\nOK\r\n"
+//   AT  AT;^DLKS=1  AT^DLKS=0                 -> OK
+//   AT^DCGSNW=<imei>      keeps the IMEI      AT^DGSN?        "\r\n^DGSN: <imei>\r\n\r\nOK\r\n"
+//   AT^DMSN=<number>      the board number    AT^DMSN         ^DMSN: <number>
+//   AT^DMPCHN=<n>         the channel         AT^DCMR=17|18   ^DCMR: 17,<version of layer 1 or protocol in hexadecimal>
+//   AT^DSWAMT=<n>         the mode            AT^DMCC?        ^DMCC: <SIMs>,<standbys>,<RF sets>,<technology>
+//   AT^DATOMW=<station>,<result>[,<text>]     AT^DTOC         ^DTOC: <SIM type>
+//     what station 1..20 found                AT^DMFD??       ^DMFD: <factory date>
+//   AT^DATOMR=1,<station>                     ^DATOMR: <station>,<result>[,<text>]
+//   AT^DTTEST=<hexadecimal>                   ^DTTEST: <hexadecimal>; handset/modem-radio.h
+//   anything else         -> ERROR
 //
 // A wrapped frame n is answered by frame n + 1 with the result in integer atom 1; 5 writes the IMEI (string atom 21),
 // 87 the board number (string atom 38), 7 and 85 read them back in the same atoms.
 #pragma once
 
-#include <chrono>
-#include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <memory>
-#include <string>
 #include <string_view>
 
+#include "handset/modem-state.h"
 #include "handset/text-log.h"
 #include "handset/unique-fd.h"
 
@@ -25,26 +28,9 @@ namespace handset {
 
 class event_loop;
 
-// What the modem remembers and has seen.
-struct modem_state {
-  std::string imei;
-  std::string board_number;
-  std::string channel;
-  std::uint64_t at_lines = 0;
-  std::uint64_t frames = 0;
-  std::uint64_t noise_bytes = 0;  // bytes that were neither AT text nor part of a frame
-};
-
-// How it behaves. All off: it answers at once and in one piece.
-struct modem_switches {
-  bool silent = false;                      // takes everything in, does and answers nothing
-  bool echo = false;                        // sends every byte back unchanged instead of understanding it
-  bool refuse = false;                      // answers ERROR, or a frame with result 1, and keeps nothing
-  std::chrono::milliseconds delay{0};       // waits so long before each answer
-  std::size_t split = 0;                    // sends answers in pieces of so many bytes; 0: whole
-  std::chrono::milliseconds gap{20};        // the pause between two such pieces
-  std::chrono::milliseconds patience{300};  // an unfinished line or frame that long without more bytes is noise
-};
+// data: the one whose output reaches the PC; wrapped frames and AT text. at: the one for the service's own questions.
+// The modem understands the same on both.
+enum class modem_link { data, at };
 
 class modem {
  public:
@@ -60,13 +46,13 @@ class modem {
   void change_switches(const std::function<void(modem_switches&)>& change);
 
   // Every byte that came from the service.
-  const text_log& received() const;
+  const text_log& received(modem_link link = modem_link::data) const;
   // Sends bytes as they are, on top of what it has to answer.
-  void say(std::string_view bytes);
+  void say(std::string_view bytes, modem_link link = modem_link::data);
   // The link breaks: the service's side gets a hang-up. attach() plugs a new pseudo-terminal's master in.
-  void hang_up();
-  void attach(unique_fd master);
-  bool attached() const;
+  void hang_up(modem_link link = modem_link::data);
+  void attach(unique_fd master, modem_link link = modem_link::data);
+  bool attached(modem_link link = modem_link::data) const;
 
  private:
   struct inside;

@@ -26,6 +26,8 @@ constexpr const char* NAME = "vx-kro-amt";
 constexpr const char* PATH = "PATH=/system/bin:/usr/bin:/bin:/usr/sbin:/sbin";
 constexpr const char* PROPERTIES = "/data/property";
 constexpr const char* USB_STATE = "/sys/class/android_usb/android0/state";
+constexpr const char* APP_LINK = "/dev/ttyAPP";
+constexpr std::chrono::milliseconds APP_LINK_CHECK{5};
 constexpr const char* SYNC_CALLS = "/handset/sync-calls";
 constexpr const char* DEVICES = "/handset/devices";
 
@@ -59,8 +61,9 @@ std::string vector_text(const std::vector<std::string>& strings) {
 std::string default_config(const phone_options& options) {
   return "# The virtual handset's devices.\n"
          "vx.tty.pc = " +
-         options.pc_device + "\nvx.tty.app = /dev/ttyAPP\nvx.tty.modem = " + options.modem_device +
-         "\nvx.tty.at.mux = /dev/ttyAT\n"
+         options.pc_device + "\nvx.tty.app = " + APP_LINK + "\nvx.tty.modem = " + options.modem_device +
+         "\nvx.tty.at.mux = " + options.at_device +
+         "\n"
          "vx.audio.file = /system/media/amt-loop.pcm\n"
          "vx.audio.sample.rate = 44100\n"
          "vx.audio.format = 1\n"
@@ -84,6 +87,9 @@ struct phone::inside {
   fs::path service_path() const;
   fs::path config_path() const;
   unique_fd plug(const std::string& device);
+  void plug_link(const std::string& device, modem_link link, tty_end& played_end);
+  void unplug_link(const std::string& device, modem_link link, tty_end& played_end);
+  bool open_app();
   process_plan service_plan(const std::vector<std::string>& arguments) const;
   std::shared_ptr<phone_process> run(const process_plan& plan);
   void forget(const std::shared_ptr<phone_process>& process);
@@ -99,6 +105,8 @@ struct phone::inside {
   std::shared_ptr<phone_process> service;
   tty_end pc;
   tty_end modem_end;
+  tty_end at_end;
+  tty_end app;
   std::unique_ptr<modem> simulated;
   std::function<void(std::string_view)> on_log;
   std::function<void(std::string_view)> on_out;
@@ -209,6 +217,27 @@ unique_fd phone::inside::plug(const std::string& device) {
   return std::move(answer.fds.front());
 }
 
+void phone::inside::plug_link(const std::string& device, modem_link link, tty_end& played_end) {
+  unique_fd master = plug(device);
+  if (simulated)
+    simulated->attach(std::move(master), link);
+  else
+    played_end.attach(std::move(master));
+}
+
+void phone::inside::unplug_link(const std::string& device, modem_link link, tty_end& played_end) {
+  core->agent.request("unplug", {device});
+  if (simulated) simulated->hang_up(link);
+  played_end.detach();
+}
+
+bool phone::inside::open_app() {
+  message answer = core->agent.request("open", {APP_LINK});
+  if (answer.fds.empty()) return false;
+  app.attach(std::move(answer.fds.front()));
+  return true;
+}
+
 process_plan phone::inside::service_plan(const std::vector<std::string>& arguments) const {
   process_plan plan;
   plan.arguments = {service_path()};
@@ -249,6 +278,7 @@ phone_process& phone::inside::current() {
 
 phone::phone(phone_options options) : m_inside(std::make_unique<inside>(std::move(options))) {
   if (m_inside->options.modem_plugged) plug_modem();
+  if (m_inside->options.at_plugged) plug_at();
 }
 
 phone::~phone() = default;
@@ -362,17 +392,41 @@ tty_end& phone::modem_end() {
 }
 
 void phone::unplug_modem() {
-  m_inside->core->agent.request("unplug", {m_inside->options.modem_device});
-  if (m_inside->simulated) m_inside->simulated->hang_up();
-  m_inside->modem_end.detach();
+  m_inside->unplug_link(m_inside->options.modem_device, modem_link::data, m_inside->modem_end);
 }
 
 void phone::plug_modem() {
-  unique_fd master = m_inside->plug(m_inside->options.modem_device);
-  if (m_inside->simulated)
-    m_inside->simulated->attach(std::move(master));
-  else
-    m_inside->modem_end.attach(std::move(master));
+  m_inside->plug_link(m_inside->options.modem_device, modem_link::data, m_inside->modem_end);
+}
+
+tty_end& phone::at_end() {
+  if (m_inside->simulated) throw error("the modem is simulated");
+  return m_inside->at_end;
+}
+
+void phone::unplug_at() {
+  m_inside->unplug_link(m_inside->options.at_device, modem_link::at, m_inside->at_end);
+}
+
+void phone::plug_at() {
+  m_inside->plug_link(m_inside->options.at_device, modem_link::at, m_inside->at_end);
+}
+
+bool phone::open_app(std::chrono::milliseconds within) {
+  const auto deadline = std::chrono::steady_clock::now() + within;
+  while (!m_inside->open_app()) {
+    if (std::chrono::steady_clock::now() >= deadline) return false;
+    std::this_thread::sleep_for(APP_LINK_CHECK);
+  }
+  return true;
+}
+
+tty_end& phone::app() {
+  return m_inside->app;
+}
+
+void phone::close_app() {
+  m_inside->app.detach();
 }
 
 fs::path phone::folder() const {

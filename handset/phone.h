@@ -62,9 +62,11 @@ struct phone_options {
   std::vector<std::string> environment;               // "NAME=value", on top of PATH and sanitizer options
   std::string pc_device = "/dev/ttyPC";
   std::string modem_device = "/dev/ttyMODEM";  // a name like /dev/ttyS1 makes it a UART to the service
-  bool pc_plugged = true;                      // false: the device is missing until plug_pc()
-  bool modem_plugged = true;                   // false: the device is missing until plug_modem()
-  bool simulated_modem = true;                 // false: the test plays the modem on modem_end()
+  std::string at_device = "/dev/ttyAT";
+  bool pc_plugged = true;       // false: the device is missing until plug_pc()
+  bool modem_plugged = true;    // false: the device is missing until plug_modem()
+  bool at_plugged = true;       // false: the device is missing until plug_at()
+  bool simulated_modem = true;  // false: the test plays the modem on modem_end() and at_end()
   log_sink log = log_sink::capture;
   int log_pipe_size = 0;                          // bytes that fit between service and log reader; 0: the usual 64 KiB
   std::map<std::string, std::string> properties;  // name -> value, set before anything starts
@@ -129,6 +131,17 @@ class phone {
   tty_end& modem_end();      // error when the modem is simulated
   void unplug_modem();
   void plug_modem();
+  tty_end& at_end();  // the modem's AT link; error when the modem is simulated
+  void unplug_at();
+  void plug_at();
+
+  // The phone's own test application: its end of the APP link, a terminal that the service makes when it starts in the
+  // platform set-up and makes anew when the application has closed it. open_app() waits for one; false: there was none
+  // in time. Between close_app() and open_app() wait for the service's log line about the new terminal, or the old one
+  // is opened once more. On app(), wait_hangup() tells that the service has let go of that terminal.
+  bool open_app(std::chrono::milliseconds within = DEFAULT_WAIT);
+  tty_end& app();
+  void close_app();
 
   // The phone's own folder on the host, beside its tree: for sockets and the like. It goes with the phone.
   std::filesystem::path folder() const;

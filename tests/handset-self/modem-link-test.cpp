@@ -122,6 +122,13 @@ TEST_F(Modem_Link, UnfinishedLine_IsNoiseAfterItsPatience) {
   EXPECT_EQ(m_service.read_exactly(6), OK);
 }
 
+TEST_F(Modem_Link, ChannelSwitchWithoutItsEnd_IsDoneAfterItsPatience) {
+  set([](auto& switches) { switches.patience = 20ms; });
+  m_service.write_all("AT^DMPCHN=12");
+  EXPECT_EQ(m_service.read_exactly(6), OK);
+  EXPECT_EQ(m_modem.state().channel, "12");
+}
+
 TEST_F(Modem_Link, HangUp_IsSeenAndANewLinkWorks) {
   m_modem.hang_up();
   EXPECT_TRUE(m_service.wait_hangup());

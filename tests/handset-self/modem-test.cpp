@@ -4,12 +4,21 @@
 
 namespace {
 
-using handset::modem_brain;
+using handset::modem_switches;
 using namespace std::string_literals;
 using answers = std::vector<std::string>;
 
-constexpr bool OBEY = false;
-constexpr bool REFUSE = true;
+const modem_switches OBEY{};
+const modem_switches REFUSE{.refuse = true};
+
+struct knowledge {
+  handset::modem_state known;
+};
+// A modem with one link.
+struct modem_brain : private knowledge, handset::modem_brain {
+  modem_brain() : handset::modem_brain(known) {}
+};
+
 const std::string OK = "\r\nOK\r\n";
 
 // Request 5 with string atom 21 "1234": the wrapped form, its checksum unlooked at by the modem.
