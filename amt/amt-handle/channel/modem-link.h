@@ -4,5 +4,8 @@
 // Whether the modem data device is a real UART ("/dev/ttyS..."), whose line speed is set.
 bool amt_modem_is_uart();
 
+// What follows an attempt to open the modem data device: its log line and, if it is open and a real UART, its speed.
+void amt_modem_finish_opening();
+
 // Thread entry of the data link's reader. Its end is the end of the service.
 void amt_handle_read_modem_loop();

@@ -54,9 +54,7 @@ std::int32_t open_modem_link() {
   auto& fd = g_handle_context.m_fd_modem;
   const std::int32_t result =
       pub_util_try_to_open_device(&fd, g_amt_cfg.m_tty_modem_a, O_RDWR, OPEN_TRIES, OPEN_PAUSE_MS);
-  LOG_LINE("pub_util_try_to_open_device, handle_context_st.m_fd_modem  = %d, amt_cfg_st.m_tty_modem_a = %s\n",
-           fd.load(), g_amt_cfg.m_tty_modem_a);
-  if (fd > 0 && amt_modem_is_uart()) pub_util_set_serial_dev_attr(fd, g_amt_cfg.m_modem_uart_amt_baudrate);
+  amt_modem_finish_opening();
   return result;
 }
 
