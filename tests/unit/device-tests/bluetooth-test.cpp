@@ -93,6 +93,17 @@ TEST_F(bluetooth_test, On_InTheChild_LogsItsSteps) {
   EXPECT_EQ(status, 0);
 }
 
+TEST_F(bluetooth_test, On_InTheChild_ForgetsTheParentsThreads) {
+  const pid_t self = getpid();
+  g_handle_context.m_modem_thread.m_tid = 1111;
+  pc(170);
+  if (getpid() != self) _exit(g_handle_context.m_modem_thread.m_tid == 0 ? 0 : 1);
+  int status = 0;
+  wait(&status);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(g_handle_context.m_modem_thread.m_tid, 1111);
+}
+
 TEST_F(bluetooth_test, Address_Read_IsAnsweredOnBothLinks) {
   write_file(RECORD, "00:11:22:33:44:55\n");
   EXPECT_EQ(pc(172, int_atom(110, 1)), 0);
