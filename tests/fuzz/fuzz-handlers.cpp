@@ -2,6 +2,7 @@
 // Forking, switching off and ending the service come to nothing here.
 #include <algorithm>
 
+#include "amt/amt-device/wifi.h"
 #include "amt/amt-handle/channel/registrations.h"
 #include "pub/result.h"
 #include "tests/fuzz/phone.h"
@@ -9,6 +10,7 @@
 namespace {
 
 constexpr std::uint8_t WRONG_LENGTH = 1;  // the head's lengths are the input's, not those of the data
+constexpr std::uint8_t WIFI_RUNS = 2;     // an earlier request has started WiFi
 
 void fill_request(amt_message_st& request, std::uint8_t id, std::uint8_t how, fuzz_bytes atoms) {
   amt_frame_init(&request.m_buf_a, id);
@@ -32,6 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::uint8_t how = input.byte();
   fuzz_phone phone(faults, input.block());
   phone.answer(input.block(), AMT_FRAME_SIZE);
+  g_wifi_is_running = (how & WIFI_RUNS) != 0 ? 1 : 0;
   auto& context = g_handle_context;
   auto& request = row.m_link == AMT_LINK_PC ? context.m_request_copy : context.m_request;
   fill_request(request, row.m_request_id, how, input.rest());

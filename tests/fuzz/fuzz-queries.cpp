@@ -2,47 +2,38 @@
 // application gets whole frames.
 #include <algorithm>
 
-#include "amt/amt-handle/modem/checks.h"
-#include "amt/amt-handle/modem/forward.h"
-#include "amt/amt-handle/modem/identity.h"
-#include "amt/amt-handle/modem/mode.h"
-#include "amt/amt-handle/modem/test-result.h"
-#include "amt/amt-handle/modem/version.h"
+#include "amt/amt-handle/channel/at-link.h"
 #include "pub/result.h"
 #include "tests/fuzz/phone.h"
 
 namespace {
 
-struct query_st {
-  std::uint8_t m_id;
-  amt_handle_func m_handler;
-};
+constexpr std::uint8_t REOPENED = 0;  // no request: what a link that was opened anew is asked
+constexpr std::uint8_t IDS[] = {REOPENED, 1, 151, 7, 85, 234, 45, 89, 91, 99, 65, 197, 232, 195, 219};
 
-constexpr query_st QUERIES[] = {
-    {1, amt_modem_handle_req},           {151, amt_modem_handle_req},       {7, amt_modem_handle_read_imei},
-    {85, amt_modem_handle_read_board},   {234, amt_read_serial_number},     {45, handle_amt_req_version},
-    {89, amt_modem_read_test_result},    {91, amt_modem_write_test_result}, {99, amt_dtoc_checkSIM},
-    {65, amt_modem_handle_read_outdate}, {197, amt_query_amt_support},      {232, amt_at_to_modem},
-    {195, amt_handle_normal_to_amt},     {219, amt_handle_damt1_cmd},
-};
+std::int32_t ask(std::uint8_t id) {
+  auto& context = g_handle_context;
+  if (id == REOPENED) return disable_unsolicited_code(context.m_fd_at);
+  return context.m_handle_app_func_a[id](AMT_LINK_APP, &context.m_request, &context.m_response);
+}
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz_input input(data, size);
-  const query_st& query = QUERIES[input.byte() % std::size(QUERIES)];
+  const std::uint8_t id = IDS[input.byte() % std::size(IDS)];
   fuzz_phone phone(input.byte(), {});
+  fuzz_register_handlers();
   const std::size_t piece = 1 + std::size_t{input.byte()} * 16;
   const fuzz_bytes atoms = input.block();
   phone.answer(input.rest(), piece);
 
   auto& request = g_handle_context.m_request;
-  amt_frame_init(&request.m_buf_a, query.m_id);
+  amt_frame_init(&request.m_buf_a, id);
   std::copy(atoms.begin(), atoms.end(), request.m_buf_a.begin() + AMT_FRAME_HEAD_SIZE);
   amt_frame_add_length(&request.m_buf_a, static_cast<std::uint16_t>(atoms.size()));
   request.m_buf_len = amt_frame_total_length(&request.m_buf_a);
-  const std::int32_t result = query.m_handler(AMT_LINK_APP, &request, &g_handle_context.m_response);
-  FUZZ_CHECK(fuzz_is_result_code(result));
+  FUZZ_CHECK(fuzz_is_result_code(ask(id)));
   fuzz_check_frames(phone.sent_to_app());
   FUZZ_CHECK(phone.sent_to_pc().empty() && phone.sent_to_modem().empty());
   return 0;

@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -80,8 +81,9 @@ ssize_t replace_read(int fd, void* buffer, std::size_t size) {
   return count;
 }
 
-int replace_wait(int, short, std::uint32_t) {
-  return 0;
+int replace_wait(int fd, short events, std::uint32_t) {
+  pollfd wanted = {fd, events, 0};
+  return poll(&wanted, 1, 0);
 }
 
 int replace_run_command(const char* command) {
@@ -108,8 +110,10 @@ pub_file replace_fopen(const char*, const char* mode) {
   return pub_file(fdopen(fd, mode));
 }
 
+// The caller goes on as the parent or as the child.
 pid_t replace_fork() {
-  return fails(FUZZ_NO_COMMANDS) ? -1 : 1;
+  if (fails(FUZZ_NO_COMMANDS)) return -1;
+  return fails(FUZZ_NO_ACCESS) ? 0 : 1;
 }
 
 std::int32_t replace_reopen(std::atomic<int>* fd, const char*, int, std::uint32_t, std::uint32_t) {
@@ -147,9 +151,9 @@ int replace_property_set(const char*, const char*) {
   return 0;
 }
 
-int replace_access(const char*, int) {
+int replace_access(const char*, int mode) {
   errno = ENOENT;
-  return fails(FUZZ_NO_ACCESS) ? -1 : 0;
+  return fails(mode == F_OK ? FUZZ_NO_ACCESS : FUZZ_NO_READING) ? -1 : 0;
 }
 
 int replace_kill(pid_t, int) {

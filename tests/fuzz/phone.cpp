@@ -5,7 +5,9 @@
 
 #include <array>
 
+#include "amt/amt-device/display.h"
 #include "amt/amt-device/misc-library.h"
+#include "amt/amt-device/wifi.h"
 #include "amt/amt-handle/channel/registrations.h"
 #include "amt/amt-handle/channel/registry.h"
 #include "amt/amt-handle/channel/state.h"
@@ -72,6 +74,9 @@ fuzz_phone::fuzz_phone(std::uint8_t faults, fuzz_bytes file) {
   m_context.m_modem_receive.m_buf_a.fill(UNTOUCHED);
   g_no_modem = 0;
   g_amt_mode = 0;
+  g_wifi_is_running = 0;
+  g_wifi_rtx_rx_channel = 0;
+  g_src_lcd_brightness = -1;
   handle_amt_clear_capture();
 }
 
@@ -111,9 +116,17 @@ std::vector<std::uint8_t> fuzz_phone::sent_to_modem() {
 }
 
 void fuzz_register_handlers() {
-  for (const auto& row : amt_handle_registrations()) {
-    amt_handle_reg_handle_func(row.m_link, row.m_request_id, row.m_handler);
+  static handle_context_st registered;  // the registration logs every row: once is enough
+  auto& context = g_handle_context;
+  if (registered.m_handle_pc_func_a[45] == nullptr) {
+    for (const auto& row : amt_handle_registrations()) {
+      amt_handle_reg_handle_func(row.m_link, row.m_request_id, row.m_handler);
+    }
+    registered.m_handle_pc_func_a = context.m_handle_pc_func_a;
+    registered.m_handle_app_func_a = context.m_handle_app_func_a;
   }
+  context.m_handle_pc_func_a = registered.m_handle_pc_func_a;
+  context.m_handle_app_func_a = registered.m_handle_app_func_a;
 }
 
 bool fuzz_is_result_code(std::int32_t result) {

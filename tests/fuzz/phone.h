@@ -14,7 +14,7 @@ enum fuzz_fault_en : std::uint8_t {
   FUZZ_NO_HARDWARE = 4,       // every operation of the device-test library fails
   FUZZ_NO_BOARD_LIBRARY = 8,  // the board's library is missing
   FUZZ_NO_COMMANDS = 16,      // shell commands fail
-  FUZZ_NO_ACCESS = 32,        // no file exists
+  FUZZ_NO_ACCESS = 32,        // no file is there when it is asked for
   FUZZ_PROPERTIES = 64,       // every property holds the content of the files
   FUZZ_NO_MODEM = 128,        // both links to the modem are closed
 };
