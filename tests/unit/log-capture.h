@@ -45,6 +45,11 @@ class log_capture {
     for (const auto& line : lines()) result.push_back(line.m_text);
     return result;
   }
+  // The last line, empty when there is none.
+  std::string last() const {
+    const auto all = lines();
+    return all.empty() ? "" : all.back().m_text;
+  }
   // Whether a line holds the piece.
   bool contains(std::string_view piece) const {
     const auto all = lines();

@@ -75,7 +75,7 @@ TEST_F(AtLink, Write_TextOf2000_IsShownTo1023) {
   set_link(g_handle_context.m_fd_at, link.service_end());
   EXPECT_EQ(write_text(text), 0);
   EXPECT_EQ(link.received(), text);
-  const std::string shown = m_log.texts().back();
+  const std::string shown = m_log.last();
   EXPECT_EQ(shown.rfind("send ==> aaa", 0), 0u);
   EXPECT_LE(std::count(shown.begin(), shown.end(), 'a'), 1023);
 }
@@ -107,7 +107,7 @@ TEST_F(AtLink, Write_ResetLink_IsReopenedSilencedAndTheTextSentAgain) {
   EXPECT_EQ(m_at.received(), "AT^DLKS=0\rAT^DMSN\r");
   EXPECT_TRUE(m_log.has_in_a_row({"write_at write_len[-1]", "write_at ret_val[-118]"}));
   EXPECT_TRUE(m_log.has("(0/30)try to open device \"" + m_at.name() + "\""));
-  EXPECT_EQ(m_log.texts().back(), "send ==> AT^DMSN\r");
+  EXPECT_EQ(m_log.last(), "send ==> AT^DMSN\r");
 }
 
 TEST_F(AtLink, Write_ModemRefusesTheSilencing_TextIsSentAgainAllTheSame) {
@@ -194,7 +194,7 @@ TEST_F(AtLink, Read_ResetLink_IsReopenedSilencedAndReadAgain) {
   EXPECT_EQ(read_at(m_buffer, sizeof m_buffer, &m_length), 0);
   EXPECT_EQ(std::string(m_buffer, m_length), "\r\n^DMSN: 7\r\n");
   EXPECT_EQ(m_at.received(), "AT^DLKS=0\r");
-  EXPECT_EQ(m_log.texts().back(), "receive <== \r\n^DMSN: 7\r\n");
+  EXPECT_EQ(m_log.last(), "receive <== \r\n^DMSN: 7\r\n");
 }
 
 TEST_F(AtLink, Read_ModemTalksPastTheSilencing_IsATimeOut) {

@@ -47,7 +47,7 @@ TEST_F(Shell, CommandThatFailsAtFirst_IsTriedUntilItSucceeds) {
   EXPECT_EQ(tries(), 3u);
   EXPECT_THAT(m_log.texts(), testing::Contains(failed_try(2)));
   EXPECT_THAT(m_log.texts(), testing::Not(testing::Contains(failed_try(3))));
-  EXPECT_EQ(m_log.texts().back(), std::string("system(") + command + ") OK");
+  EXPECT_EQ(m_log.last(), std::string("system(") + command + ") OK");
 }
 
 TEST_F(Shell, CommandThatIsKilled_CountsAsFailed) {

@@ -116,7 +116,7 @@ TEST_F(Amt1Flag, Write_FolderInItsPlace_Fails) {
   EXPECT_THAT(m_log.texts(),
               testing::Contains(failure_line("amt/amt-handle", "amt_write_content_to_file_sync", -118, "21")));
   EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-handle", "handle_amt_damt1_operation", -100)));
-  EXPECT_EQ(m_log.texts().back(), "write error to do-not-permit-handshake file.");
+  EXPECT_EQ(m_log.last(), "write error to do-not-permit-handshake file.");
 }
 
 TEST_F(Amt1Flag, Write_FullFileSystem_FailsAndIsFlushedAllTheSame) {

@@ -93,7 +93,7 @@ TEST_F(BootDownload, RequestWithoutTheLibrary_FailsAndNothingIsSent) {
   EXPECT_EQ(m_pc.received(), "");
   EXPECT_TRUE(m_log.has("amt_modem_boot_dl_fin_read finished. flag:0; ret_val:-118."));
   EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-handle", "amt_modem_boot_dl_fin_read", -100)));
-  EXPECT_EQ(m_log.texts().back(), "read error");
+  EXPECT_EQ(m_log.last(), "read error");
 }
 
 TEST_F(BootDownload, RequestWithBadArguments_IsRefusedBeforeTheBoardIsAsked) {

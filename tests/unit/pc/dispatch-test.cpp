@@ -78,7 +78,7 @@ TEST_F(Dispatch, TextThatNobodyKnows_GoesToTheModemUnchanged) {
   EXPECT_EQ(m_pc.received(), "");
   EXPECT_TRUE(m_log.contains("handle_context_st.m_handle_pc_func_a[255] ="));
   EXPECT_TRUE(m_log.has("handle_amt_imei_and_sn--->req_id_en:255."));
-  EXPECT_EQ(m_log.texts().back(), "write to modem: : (data_len = 4) -- 4154490D");
+  EXPECT_EQ(m_log.last(), "write to modem: : (data_len = 4) -- 4154490D");
 }
 
 TEST_F(Dispatch, Text_LeavesTheModeAlone) {

@@ -139,11 +139,11 @@ TEST_F(SoftwareVersion, MissingArgument_IsRefusedWithItsFlag) {
   char buffer[101] = {};
   std::uint32_t length = 5;
   EXPECT_EQ(get_ap_sw_version(nullptr, &length), -101);
-  EXPECT_EQ(m_log.texts().back(), " 1, 0");
+  EXPECT_EQ(m_log.last(), " 1, 0");
   EXPECT_EQ(get_ap_sw_version(buffer, nullptr), -101);
-  EXPECT_EQ(m_log.texts().back(), " 0, 1");
+  EXPECT_EQ(m_log.last(), " 0, 1");
   EXPECT_EQ(get_ap_sw_version(nullptr, nullptr), -101);
-  EXPECT_EQ(m_log.texts().back(), " 1, 1");
+  EXPECT_EQ(m_log.last(), " 1, 1");
   EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-handle", "get_ap_sw_version", -101)).Times(3));
   EXPECT_EQ(length, 5u);
 }

@@ -83,18 +83,18 @@ TEST_F(PcVersion, UnknownModule_FailsWithNothingSent) {
   EXPECT_EQ(request("EE 13 01 04 00 02 00 00 00"), -100);
   EXPECT_TRUE(m_log.has("version type: 0x02 - (undefined)"));
   EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-handle", "handle_amt_pc_req_version", -100)));
-  EXPECT_EQ(m_log.texts().back(), "unknown version type: 0x02");
+  EXPECT_EQ(m_log.last(), "unknown version type: 0x02");
   EXPECT_EQ(m_pc.received(), "");
 }
 
 TEST_F(PcVersion, RequestWithoutModule_IsModule0) {
   EXPECT_EQ(request("EE 14 01 04 00 40 00 00 00"), -100);
-  EXPECT_EQ(m_log.texts().back(), "unknown version type: 0x00");
+  EXPECT_EQ(m_log.last(), "unknown version type: 0x00");
 }
 
 TEST_F(PcVersion, AllFourBytesOfTheModule_Count) {
   EXPECT_EQ(request("EE 13 01 04 00 40 00 00 01"), -100);
-  EXPECT_EQ(m_log.texts().back(), "unknown version type: 0x1000040");
+  EXPECT_EQ(m_log.last(), "unknown version type: 0x1000040");
 }
 
 TEST_F(PcVersion, BadArguments_AreRefusedWithNothingSent) {
