@@ -48,12 +48,13 @@ constexpr signal_name_st SIGNAL_NAMES[] = {
     {65535, nullptr, '?', nullptr},
 };
 
-sigset_t ending_and_stopping_signals() {
+sigset_t own_signals() {
   sigset_t set;
   sigemptyset(&set);
   sigaddset(&set, SIGTERM);
   sigaddset(&set, SIGUSR2);
   sigaddset(&set, SIGUSR1);
+  sigaddset(&set, PUB_WAKE_SIGNAL);
   return set;
 }
 
@@ -68,7 +69,7 @@ const sigset_t* mask_of(let_in which) {
       sigemptyset(&m_all);
       sigemptyset(&m_ending);
       sigaddset(&m_ending, SIGUSR1);
-      m_none = ending_and_stopping_signals();
+      m_none = own_signals();
     }
   } masks;
   switch (which) {
@@ -85,14 +86,14 @@ const sigset_t* mask_of(let_in which) {
 }  // namespace
 
 void pub_util_block_signals() {
-  const sigset_t set = ending_and_stopping_signals();
+  const sigset_t set = own_signals();
   pthread_sigmask(SIG_BLOCK, &set, nullptr);
 }
 
 void pub_util_install_handler(int signo, void (*handler)(int)) {
   struct sigaction action = {};
   action.sa_handler = handler;
-  action.sa_mask = ending_and_stopping_signals();
+  action.sa_mask = own_signals();
   sigaction(signo, &action, nullptr);
 }
 

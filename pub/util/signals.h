@@ -1,13 +1,16 @@
 // The signals of the service and where they act. SIGTERM and SIGUSR2 end it, SIGUSR1 stops a worker thread. All three
 // stay blocked while code runs and act only at the wait points of io.h, so that no handler ever interrupts an
-// allocation, a log call or a critical section.
+// allocation, a log call or a critical section. So does a fourth one, by which a waiting thread is made to look again.
 #pragma once
 
 #include <csignal>
 
-// Blocks the three signals in the calling thread and in every thread it starts. Called first of all.
+// Wakes a waiting thread and does nothing else; ignored by default.
+inline constexpr int PUB_WAKE_SIGNAL = SIGURG;
+
+// Blocks the signals in the calling thread and in every thread it starts. Called first of all.
 void pub_util_block_signals();
-// Installs a handler; while it runs the three signals are held.
+// Installs a handler; while it runs the signals are held.
 void pub_util_install_handler(int signo, void (*handler)(int));
 // Makes the calling thread, a worker, stoppable: SIGUSR1 acts at its wait points too.
 void pub_util_let_thread_signal_in();

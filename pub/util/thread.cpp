@@ -37,10 +37,13 @@ class ended_marker {
   pid_t m_tid;
 };
 
+void ignore_wake_signal(int) {}
+
 void* run_thread(void* argument) {
   auto& handle = *static_cast<pub_thread_st*>(argument);
   void (*const entry)() = handle.m_entry;
   const ended_marker marker(handle);
+  pub_util_install_handler(PUB_WAKE_SIGNAL, ignore_wake_signal);
   pub_util_let_thread_signal_in();
   entry();
   return nullptr;
@@ -85,6 +88,11 @@ int pub_util_kill_thread(pub_thread_st* handle) {
   pub_util_sleep_ms(STOP_PAUSE_MS);
   pub_util_clear_thread(*handle);
   return ERR_NONE;
+}
+
+void pub_util_wake_thread(pub_thread_st& handle) {
+  const pid_t tid = handle.m_tid;
+  if (tid != 0 && !handle.m_is_ended) signal_thread(tid, PUB_WAKE_SIGNAL);
 }
 
 void pub_util_handle_thread_signal(int signo) {

@@ -23,5 +23,9 @@ void pub_util_clear_thread(pub_thread_st& handle);
 // more (the handle then stays as it is) or it is the calling thread; else the error number of the failed signal.
 int pub_util_kill_thread(pub_thread_st* handle);
 
+// Makes a thread that waits for data look at its descriptor again. Needed when the descriptor was replaced under it: a
+// poll that wakes for the old file looks at the new one, but would never be woken by it.
+void pub_util_wake_thread(pub_thread_st& handle);
+
 // The SIGUSR1 handler of every worker: leaves the thread. Any other signal is logged and the thread goes on.
 void pub_util_handle_thread_signal(int signo);

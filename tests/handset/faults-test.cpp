@@ -18,7 +18,7 @@ TEST(ModemLink, GoneAndBackAtOnce_IsReopenedAndTheBlockIsLost) {
   ASSERT_TRUE(phone.pc().write_all("AT+NEXT\r"));
   EXPECT_EQ(phone.modem_end().read_exactly(8), "AT+NEXT\r");
   ASSERT_TRUE(phone.modem_end().write_all("\r\nOK\r\n"));
-  EXPECT_EQ(phone.pc().read_exactly(6), "\r\nOK\r\n");
+  EXPECT_EQ(phone.pc().read_exactly(6), "\r\nOK\r\n") << phone.log().text();
   EXPECT_EQ(phone.log().count("send PC rsp data"), 0u);  // no error frame for the lost block
   end_with(phone, SIGTERM);
 }

@@ -21,6 +21,7 @@
 #include "pub/result.h"
 #include "pub/util/device.h"
 #include "pub/util/io.h"
+#include "pub/util/thread.h"
 
 namespace {
 
@@ -67,6 +68,7 @@ std::int32_t reopen_modem() {
   const std::int32_t result =
       pub_util_try_to_reopen_device(&fd, g_amt_cfg.m_tty_modem_a, O_RDWR, REOPEN_TRIES, REOPEN_PAUSE_MS);
   amt_modem_finish_opening();
+  pub_util_wake_thread(g_handle_context.m_modem_thread);
   return result;
 }
 
