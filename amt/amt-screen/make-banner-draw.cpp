@@ -61,8 +61,8 @@ class canvas {
   static int corner_cut(int row, int height, const corner& round) {
     const int from_edge = row < height / 2 ? row : height - 1 - row;
     if (from_edge >= round.height) return 0;
-    const std::int64_t a = 2 * round.width;
-    const std::int64_t b = 2 * round.height;
+    const std::int64_t a = std::int64_t{2} * round.width;
+    const std::int64_t b = std::int64_t{2} * round.height;
     const std::int64_t dy = b - (2 * from_edge + 1);
     int cut = 0;
     for (; cut < round.width; ++cut) {

@@ -15,6 +15,11 @@ constexpr std::uint8_t UNTOUCHED = 0xA5;
 constexpr std::int64_t IMAGE_WIDTH = 346;
 constexpr std::int64_t IMAGE_HEIGHT = 390;
 
+// A screen of 720 x 1280 pixels: 16 bits each, in a half that has room for 32.
+constexpr std::uint32_t SCREEN = 1843200;
+constexpr std::uint32_t HALF = 3686400;
+constexpr std::uint32_t MEMORY = 7372800;
+
 // A byte of the test's picture: never black, and different in neighbouring rows and columns.
 std::uint8_t image_byte(std::int64_t at) {
   return static_cast<std::uint8_t>(1 + at % 163);
@@ -75,9 +80,8 @@ class DrawImage : public testing::Test {
 };
 
 TEST_F(DrawImage, LargeScreen_IsBlackWithTheImageInItsMiddle) {
-  constexpr std::uint32_t HALF = 720 * 1280 * 4;
-  const guarded_memory memory(2 * HALF);
-  use(memory, 2 * HALF, 720, 1280);
+  const guarded_memory memory(MEMORY);
+  use(memory, MEMORY, 720, 1280);
   screen_draw_image(HALF);
   std::size_t wrong = 0;
   for (std::int64_t y = 0; y < 1280; ++y) {
@@ -92,14 +96,12 @@ TEST_F(DrawImage, LargeScreen_IsBlackWithTheImageInItsMiddle) {
 }
 
 TEST_F(DrawImage, LargeScreen_LeavesTheRestUntouched) {
-  constexpr std::size_t SCREEN = 720 * 1280 * 2;
-  constexpr std::uint32_t HALF = 2 * SCREEN;
-  const guarded_memory memory(2 * HALF);
-  use(memory, 2 * HALF, 720, 1280);
+  const guarded_memory memory(MEMORY);
+  use(memory, MEMORY, 720, 1280);
   screen_draw_image(HALF);
   std::size_t touched = 0;
   for (std::size_t at = 0; at < HALF; ++at) touched += memory.data()[at] != UNTOUCHED ? 1 : 0;
-  for (std::size_t at = HALF + SCREEN; at < 2 * HALF; ++at) touched += memory.data()[at] != UNTOUCHED ? 1 : 0;
+  for (std::size_t at = HALF + SCREEN; at < MEMORY; ++at) touched += memory.data()[at] != UNTOUCHED ? 1 : 0;
   EXPECT_EQ(touched, 0u);
 }
 

@@ -24,6 +24,11 @@ std::string access_text(int flags) {
   return (flags & O_ACCMODE) == O_RDWR ? " rw" : " not-rw";
 }
 
+template <typename Information>
+Information* pointer_to(unsigned long argument) {
+  return reinterpret_cast<Information*>(argument);  // NOLINT(performance-no-int-to-ptr): what an ioctl is given
+}
+
 }  // namespace
 
 extern "C" {
@@ -149,7 +154,7 @@ void fake_framebuffer::close_device(int fd) {
 
 int fake_framebuffer::control(int fd, unsigned long request, unsigned long argument) {
   std::string call = "unknown request " + std::to_string(request);
-  auto* variable = reinterpret_cast<fb_var_screeninfo*>(argument);
+  auto* variable = pointer_to<fb_var_screeninfo>(argument);
   if (fd == m_console && request == KDSETMODE) call = "KDSETMODE " + std::to_string(argument);
   if (fd == m_framebuffer && request == EN_LAYER) call = "EN_LAYER " + std::to_string(argument);
   if (fd == m_framebuffer && request == SET_LAYER_INPUT_FORMAT) {
@@ -163,7 +168,7 @@ int fake_framebuffer::control(int fd, unsigned long request, unsigned long argum
            " bits_per_pixel=" + std::to_string(variable->bits_per_pixel);
   }
   if (!note(call)) return -1;
-  if (call == "FBIOGET_FSCREENINFO") *reinterpret_cast<fb_fix_screeninfo*>(argument) = m_fixed;
+  if (call == "FBIOGET_FSCREENINFO") *pointer_to<fb_fix_screeninfo>(argument) = m_fixed;
   if (call == "FBIOGET_VSCREENINFO") *variable = m_variable;
   return 0;
 }

@@ -16,7 +16,9 @@ namespace {
 
 using calls = std::vector<std::string>;
 
-constexpr std::uint32_t MEMORY = 720 * 1280 * 8;  // two halves of 32-bit pixels
+constexpr std::uint32_t MEMORY = 7372800;     // two halves of 720 x 1280 32-bit pixels
+constexpr std::size_t SECOND_HALF = 3686400;  // four bytes for each pixel of the first, though the pixels have two
+constexpr std::size_t FOOT_OF_A = 898954;     // a white pixel: (445 + 179) rows and 187 + 10 pixels, two bytes each
 
 class Screen : public testing::Test {
  protected:
@@ -131,9 +133,8 @@ TEST_F(Screen, Update_First_ShowsTheSecondHalfAndEnablesTheLayer) {
   EXPECT_EQ(happened(), (calls{"EN_LAYER 0", "SET_LAYER_INPUT_FORMAT 1",
                                "FBIOPUT_VSCREENINFO yoffset=1280 yres_virtual=2560 bits_per_pixel=16", "EN_LAYER 1"}));
   EXPECT_EQ(g_screen.m_enabled_layers, 1u);
-  // A's foot in the second half: four bytes of offset for each of its 720 x 1280 pixels, then two bytes a pixel.
-  EXPECT_EQ(m_framebuffer.byte(720 * 1280 * 4 + ((445 + 179) * 720 + 187 + 10) * 2), 0xFF);
-  EXPECT_EQ(m_framebuffer.byte(((445 + 179) * 720 + 187 + 10) * 2), 0x00);
+  EXPECT_EQ(m_framebuffer.byte(SECOND_HALF + FOOT_OF_A), 0xFF);
+  EXPECT_EQ(m_framebuffer.byte(FOOT_OF_A), 0x00);
 }
 
 TEST_F(Screen, Update_Second_FlipsBackAndLeavesTheLayerAlone) {
@@ -143,7 +144,7 @@ TEST_F(Screen, Update_Second_FlipsBackAndLeavesTheLayerAlone) {
   EXPECT_EQ(screen_update(), 0);
   EXPECT_EQ(happened(), calls{"FBIOPUT_VSCREENINFO yoffset=0 yres_virtual=2560 bits_per_pixel=16"});
   EXPECT_EQ(g_screen.m_enabled_layers, 1u);
-  EXPECT_EQ(m_framebuffer.byte(((445 + 179) * 720 + 187 + 10) * 2), 0xFF);
+  EXPECT_EQ(m_framebuffer.byte(FOOT_OF_A), 0xFF);
 }
 
 TEST_F(Screen, Update_SecondHalfIsShown_DrawsIntoTheFirst) {
