@@ -177,6 +177,9 @@ TEST_F(two_processes_test, Read_BlockedAfterItsWait_LetsSignalsIn) {
   make_reads_block(terminal.service_end());
   terminal.send("x");
   g_terminal = terminal.service_end();
+  sigset_t before;
+  pthread_sigmask(SIG_BLOCK, nullptr, &before);
+  pub_util_block_signals();  // as the service does; the thread inherits it
   pub_util_install_handler(SIGUSR1, pub_util_handle_thread_signal);
   pub_thread_st thread = {};
   ASSERT_EQ(pub_util_start_thread(thread, read_terminal), 0);
@@ -185,6 +188,7 @@ TEST_F(two_processes_test, Read_BlockedAfterItsWait_LetsSignalsIn) {
   ASSERT_TRUE(wait_for([&] { return read_whole_file(task + "/syscall").starts_with(read_call); }));
   pub_util_kill_thread(&thread);
   EXPECT_TRUE(wait_for([&] { return !std::filesystem::exists(task); }));
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 }  // namespace
