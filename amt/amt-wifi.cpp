@@ -80,10 +80,9 @@ bool open_files(nvram_files_st& files) {
   return files.m_copy != nullptr;
 }
 
-// What stands behind the key in an address line; null for any other line. A comment, or other text before the key,
-// makes it another line; blanks do not.
+// What stands behind the key in an address line; null for any other line. Blanks in front of the key are no matter; a
+// comment sign or other text makes it another line.
 const char* find_old_address(const char* line) {
-  if (*line == '#') return nullptr;
   line += std::strspn(line, " ");
   return std::string_view(line).starts_with(ADDRESS_KEY) ? line + ADDRESS_KEY.size() : nullptr;
 }

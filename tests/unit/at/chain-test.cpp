@@ -26,20 +26,20 @@ class at_chain : public phone_test {
 TEST_F(at_chain, TextOfAllCommands_IsAnsweredInTheChainsOrder) {
   install_library(IDLE_LIBRARY);
   const std::vector<std::pair<std::string, std::string>> chain = {
-      {"AT^DBTADDR?\r", "^DBTADDR: \"BT\""},
+      {"AT^DBTADDR?\r", "\r\n^DBTADDR: \"BT\"\r\n\r\nOK\r\n"},
       {"AT^DBTADDR=?\r", OK},
-      {"AT^DWIFIADDR?\r", "^DWIFIADDR: \"WIFI\""},
-      {"AT^DSVER\r", "^DSVER: "},
+      {"AT^DWIFIADDR?\r", "\r\n^DWIFIADDR: \"WIFI\"\r\n\r\nOK\r\n"},
+      {"AT^DSVER\r", "\r\n^DSVER:  \r\n\r\nOK\r\n"},
       {"AT^DGPSCTRL=9\r", ERROR},
-      {"AT^DPCBACTRL=1\r", "^DPCBACTRL: SN"},
-      {"AT^DAMT1=2\r", "^DAMT1: 1"},
+      {"AT^DPCBACTRL=1\r", "\r\n^DPCBACTRL: SN\r\n\r\nOK\r\n"},
+      {"AT^DAMT1=2\r", "\r\n^DAMT1: 1\r\n\r\nOK\r\n"},
       {"AT^DENTERIDLE\r", OK},
-      {"AT^DBOOTDLFIN\r", "^DBOOTDLFIN: 1"},
+      {"AT^DBOOTDLFIN\r", "\r\n^DBOOTDLFIN: 1\r\n\r\nOK\r\n"},
   };
   for (std::size_t first = 0; first < chain.size(); ++first) {
     std::string text;
     for (std::size_t at = chain.size(); at > first; --at) text += chain[at - 1].first;
-    EXPECT_THAT(send(text), testing::HasSubstr(chain[first].second)) << text;
+    EXPECT_EQ(send(text), chain[first].second) << text;
     EXPECT_EQ(m_modem.received(), "");
   }
 }

@@ -94,4 +94,10 @@ TEST_F(hwt_library, GpsCommand_RunsOnIt) {
   EXPECT_EQ(read(CALLS), "hwt_gpsCtrl(1, 0) = 0\nhwt_gpsCtrl(2, 5) = 0\nhwt_gpsCtrl(0, 0) = 0\n");
 }
 
+// The only test of this program that stops receiving: no other has started it.
+TEST_F(hwt_library, ReceiveStopOfAFreshService_StopsChannelSix) {
+  EXPECT_EQ(send("AT^DWLTRD=0\r"), OK);
+  EXPECT_EQ(read(CALLS), "hwt_RxTest(0, 6, 0) = 0\nhwt_wifiCtrl(0) = 0\n");
+}
+
 }  // namespace
