@@ -3,11 +3,14 @@
 #include <gtest/gtest.h>
 #include <time.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -123,6 +126,21 @@ TEST_F(Timer, Set_ThatTheSystemRefuses_LogsTheFailureAndTheSuccessLine) {
   amt_timer_set(m_timer, -1);
   EXPECT_EQ(m_log.texts(), (std::vector<std::string>{"timer_settime errorr: 22 - Invalid argument",
                                                      "setTimer success, timerId[" + number + "], timeMSec:-1. "}));
+}
+
+// How many timers the system holds for this process, where it tells.
+std::ptrdiff_t timers_of_the_system() {
+  std::ifstream list("/proc/self/timers");
+  const std::string text(std::istreambuf_iterator<char>(list), {});
+  return std::count(text.begin(), text.end(), 'I');  // each begins with "ID: "
+}
+
+TEST_F(Timer, Delete_GivesItBackToTheSystem) {
+  const std::ptrdiff_t before = timers_of_the_system();
+  amt_timer_create(m_timer, never);
+  amt_timer_create(m_timer, never);
+  amt_timer_delete(m_timer);
+  EXPECT_EQ(timers_of_the_system(), before);
 }
 
 TEST_F(Timer, Delete_BeforeTheExpiry_StopsItForGood) {

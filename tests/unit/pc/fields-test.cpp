@@ -154,4 +154,21 @@ TEST_F(RequestText, BehindACommand_IsTheRestOfTheText) {
   EXPECT_FALSE(handle_amt_text_behind("at^damt1="));
 }
 
+TEST_F(RequestText, CommandsInAnyText_AreFoundAtTheirFirstPlaceBeforeTheFirstZero) {
+  std::mt19937 random(7);
+  for (int round = 0; round < 20000; ++round) {
+    const std::string block = random_text(random, "AAAT^^^DS\0"s, 24);
+    set_message(g_handle_context.m_request, block);
+    const std::string text = block.substr(0, block.find('\0'));
+    for (const char* command : {"AT^D", "^", "AT^", "AT", "S"}) {
+      const std::size_t at = text.find(command);
+      const auto behind = handle_amt_text_behind(command);
+      ASSERT_EQ(behind.has_value(), at != std::string::npos) << command << " in " << hex_of(block);
+      if (behind) {
+        ASSERT_EQ(behind->data(), handle_amt_request_text().data() + at + std::strlen(command)) << hex_of(block);
+      }
+    }
+  }
+}
+
 }  // namespace
