@@ -1,0 +1,82 @@
+// The minimal programs that the service is compared with. Each opens the terminals that it is given, blocking.
+//
+//   amt-bench-peer threads A B       one thread for each way: read, write
+//   amt-bench-peer poll A B          one thread, poll on both
+//   amt-bench-peer reply A HEX...    answers whatever it reads with the given pieces, one write each
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "pub/util/io.h"
+
+namespace {
+
+using bytes = std::vector<std::uint8_t>;
+
+bool carry(int from, int to) {
+  std::array<std::uint8_t, 4096> buffer{};
+  const ssize_t count = read(from, buffer.data(), buffer.size());
+  return count > 0 && write(to, buffer.data(), static_cast<std::size_t>(count)) == count;
+}
+
+int run_threads(int one, int other) {
+  std::thread back([=] {
+    while (carry(other, one)) {
+    }
+    _exit(1);
+  });
+  while (carry(one, other)) {
+  }
+  _exit(1);
+}
+
+int run_poll(int one, int other) {
+  std::array<pollfd, 2> wanted{{{one, POLLIN, 0}, {other, POLLIN, 0}}};
+  while (poll(wanted.data(), wanted.size(), -1) > 0) {
+    if (wanted[0].revents != 0 && !carry(one, other)) return 1;
+    if (wanted[1].revents != 0 && !carry(other, one)) return 1;
+  }
+  return 1;
+}
+
+bytes from_hex(std::string_view text) {
+  bytes all;
+  for (; text.size() >= 2; text.remove_prefix(2)) {
+    std::uint8_t byte = 0;
+    std::from_chars(text.data(), text.data() + 2, byte, 16);
+    all.push_back(byte);
+  }
+  return all;
+}
+
+int run_reply(int fd, const std::vector<bytes>& pieces) {
+  std::array<std::uint8_t, 4096> buffer{};
+  while (read(fd, buffer.data(), buffer.size()) > 0) {
+    for (const bytes& piece : pieces) {
+      if (write(fd, piece.data(), piece.size()) < 0) return 1;
+    }
+  }
+  return 1;
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+  const std::vector<std::string_view> arguments(argv + 1, argv + argc);
+  if (arguments.size() < 3) return 2;
+  const int one = pub_util_open(argv[2], O_RDWR);
+  if (arguments[0] == "reply") {
+    std::vector<bytes> pieces;
+    for (std::size_t i = 2; i < arguments.size(); ++i) pieces.push_back(from_hex(arguments[i]));
+    return run_reply(one, pieces);
+  }
+  const int other = pub_util_open(argv[3], O_RDWR);
+  return arguments[0] == "threads" ? run_threads(one, other) : run_poll(one, other);
+}
