@@ -55,10 +55,12 @@ void cable::make_outside() {
 void cable::station_left() {
   const unique_fd again(::open(m_slave.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
   if (!again && errno == EBUSY) make_outside();
+  if (m_on_station_left) m_on_station_left();
 }
 
 void cable::connect(const tty_end& phone_end) {
   m_inside.attach(phone_end.fd());
+  m_outside.hold_input(false);
 }
 
 void cable::disconnect() {

@@ -1,8 +1,10 @@
-// The cable of `handset run`: a pseudo-terminal for a station on the host, and a relay between it and the phone's PC
-// tty. While no station has it open, what the phone says is lost, as on a cable that leads nowhere.
+// A cable of `handset run`: a pseudo-terminal for a station on the host, and a relay between it and one of the phone's
+// ttys. While no station has it open, what the phone says is lost, as on a cable that leads nowhere.
 #pragma once
 
 #include <filesystem>
+#include <functional>
+#include <utility>
 
 #include "handset/event-loop.h"
 #include "handset/tty-end.h"
@@ -18,6 +20,13 @@ class cable {
   // The phone's end, or none while its tty is unplugged. Borrowed.
   void connect(const tty_end& phone_end);
   void disconnect();
+  // What a station says waits until the phone's end is connected, instead of being lost.
+  void hold_station() { m_outside.hold_input(true); }
+
+  // Called when a station has closed its terminal, and when the phone's side was closed. At the start no station is
+  // there: that counts as having left.
+  void on_station_left(std::function<void()> action) { m_on_station_left = std::move(action); }
+  void on_phone_left(std::function<void()> action) { m_inside.on_hangup(std::move(action)); }
 
  private:
   void make_outside();
@@ -29,6 +38,7 @@ class cable {
   std::string m_slave;
   tty_pump m_outside;
   tty_pump m_inside;
+  std::function<void()> m_on_station_left;
 };
 
 }  // namespace handset

@@ -19,8 +19,9 @@ class phone;
 struct control_target {
   phone& the_phone;
   cable& the_cable;
-  std::function<void()> stop;    // ends the phone
-  std::filesystem::path pc_tty;  // where a station connects
+  std::function<void()> stop;     // ends the phone
+  std::filesystem::path pc_tty;   // where a station connects
+  std::filesystem::path app_tty;  // where a test application does; empty when the service has no APP link
 };
 
 // Runs one command; gives its output. Throws handset::error when it cannot be done.

@@ -11,7 +11,9 @@
 #include <iterator>
 #include <map>
 #include <memory>
+#include <optional>
 
+#include "handset/app-cable.h"
 #include "handset/cable.h"
 #include "handset/commands.h"
 #include "handset/control.h"
@@ -82,6 +84,7 @@ class phone_run {
   int run();
 
  private:
+  fs::path app_tty() const;
   void announce() const;
   void end_service();
 
@@ -90,6 +93,7 @@ class phone_run {
   unique_fd m_log_file;
   phone m_phone;
   cable m_cable;
+  std::optional<app_cable> m_app_cable;  // in the normal mode
   control_server m_control;
   bool m_asked = false;  // the service was asked to end
 };
@@ -99,8 +103,9 @@ phone_run::phone_run(const run_command& command)
       m_phone(options_of(command)),
       m_cable(m_loop, m_phone.folder() / "ttyPC"),
       m_control(m_loop, m_phone.folder() / "control",
-                {m_phone, m_cable, [this] { end_service(); }, m_phone.folder() / "ttyPC"}) {
+                {m_phone, m_cable, [this] { end_service(); }, m_phone.folder() / "ttyPC", app_tty()}) {
   m_cable.connect(m_phone.pc());
+  if (!app_tty().empty()) m_app_cable.emplace(m_loop, m_phone, app_tty());
   const auto log = [fd = log_descriptor(command, m_log_file)](std::string_view bytes) { write_to(fd, bytes); };
   m_phone.on_log(log);
   m_phone.on_out(log);
@@ -113,9 +118,14 @@ void phone_run::end_service() {
   m_asked = true;
 }
 
+fs::path phone_run::app_tty() const {
+  return m_phone.options().mode == run_mode::normal ? m_phone.folder() / "ttyAPP" : fs::path();
+}
+
 void phone_run::announce() const {
-  fmt::print("PC tty:  {}\ncontrol: {}\n", (m_phone.folder() / "ttyPC").string(),
-             (m_phone.folder() / "control").string());
+  fmt::print("PC tty:  {}\n", (m_phone.folder() / "ttyPC").string());
+  if (m_app_cable) fmt::print("APP tty: {}\n", app_tty().string());
+  fmt::print("control: {}\n", (m_phone.folder() / "control").string());
   std::fflush(stdout);
 }
 

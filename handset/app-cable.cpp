@@ -1,0 +1,42 @@
+#include "handset/app-cable.h"
+
+#include "handset/phone.h"
+
+namespace handset {
+
+namespace {
+
+constexpr std::chrono::milliseconds TERMINAL_CHECK{50};  // nothing tells that the service has made one
+
+}  // namespace
+
+app_cable::app_cable(event_loop& loop, phone& the_phone, const std::filesystem::path& name)
+    : m_loop(loop), m_phone(the_phone), m_cable(loop, name) {
+  m_cable.on_station_left([this] { close(); });
+  m_cable.on_phone_left([this] { close(); });
+  m_loop.after(TERMINAL_CHECK, [this] { open(); });
+}
+
+// A station's first words wait for the terminal.
+void app_cable::wait_for_terminal() {
+  m_cable.hold_station();
+  m_loop.after(TERMINAL_CHECK, [this] { open(); });
+}
+
+void app_cable::open() {
+  m_open = m_phone.open_app(std::chrono::milliseconds{0});
+  if (!m_open) return wait_for_terminal();
+  m_cable.connect(m_phone.app());
+}
+
+// The service makes a new terminal as soon as it sees that this one is closed. Should the old one still be caught, its
+// hang-up leads here once more.
+void app_cable::close() {
+  if (!m_open) return m_cable.hold_station();  // that nobody is there at the start has been seen
+  m_open = false;
+  m_cable.disconnect();
+  m_phone.close_app();
+  wait_for_terminal();
+}
+
+}  // namespace handset
