@@ -1,0 +1,80 @@
+// A handler without a test of its own is a row that nobody looks after: each is called by name in a unit test, which
+// also names the request's id or its answer's.
+#include <cstdio>
+#include <map>
+
+#include "amt/amt-handle/channel/registrations.h"
+#include "tests/unit/docs/text.h"
+
+namespace {
+
+struct row_st {
+  int m_id;
+  std::string m_handler;
+};
+
+// The rows as they are written, since a pointer has no name.
+std::vector<row_st> written_rows() {
+  const auto source = project_text("amt/amt-handle/channel/registrations.cpp");
+  std::vector<row_st> result;
+  for (const auto& row : matches(source, "\\{AMT_LINK_(?:PC|APP), ([0-9]+, [a-z0-9_A-Z]+)\\}")) {
+    result.push_back({std::stoi(row), row.substr(row.find(' ') + 1)});
+  }
+  return result;
+}
+
+std::set<int> forwarded_ids() {
+  const auto source = project_text("amt/amt-handle/channel/registrations.cpp");
+  return numbers(between(source, "FORWARDED_IDS[] = {", "}"));
+}
+
+std::vector<std::string> unit_tests() {
+  std::vector<std::string> result;
+  for (const auto& path : project_files("tests/unit", {".cpp"})) {
+    if (path.parent_path().filename() != "docs") result.push_back(project_text(path));
+  }
+  return result;
+}
+
+std::string forward_tests() {
+  std::string result;
+  for (const auto& path : project_files("tests", {".cpp"})) {
+    if (path.filename().string().find("forward-test") != std::string::npos) result += project_text(path);
+  }
+  return result;
+}
+
+bool has(const std::string& text, const std::string& pattern) {
+  return std::regex_search(text, std::regex(pattern, std::regex::ECMAScript | std::regex::icase));
+}
+
+// As a number, or in a frame written out in hexadecimal, behind the command head.
+std::string id_pattern(int id) {
+  char hex[3];
+  std::snprintf(hex, sizeof hex, "%02X", static_cast<unsigned>(id) & 0xFFu);
+  return "\\b" + std::to_string(id) + "\\b|BB[ ,]*(0x|\\\\x)?" + hex + "\\b";
+}
+
+bool is_tested(const std::vector<std::string>& tests, const row_st& row) {
+  for (const auto& test : tests) {
+    if (test.find(row.m_handler) == test.npos) continue;
+    if (has(test, id_pattern(row.m_id)) || has(test, id_pattern(row.m_id + 1))) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+TEST(RegisteredHandlers, WrittenRows_AreAllRowsOfTheTable) {
+  EXPECT_EQ(written_rows().size() + forwarded_ids().size(), amt_handle_registrations().size());
+}
+
+TEST(RegisteredHandlers, EachRow_IsNamedByAUnitTest) {
+  const auto tests = unit_tests();
+  for (const auto& row : written_rows()) EXPECT_TRUE(is_tested(tests, row)) << row.m_id << " " << row.m_handler;
+}
+
+TEST(RegisteredHandlers, EachForwardedId_IsNamedByATestOfTheForwarding) {
+  const auto tests = forward_tests();
+  for (const int id : forwarded_ids()) EXPECT_TRUE(has(tests, "\\b" + std::to_string(id) + "\\b")) << id;
+}
