@@ -5,9 +5,13 @@
 #include <set>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "amt/amt-handle/channel/command-names.h"
 #include "amt/amt-handle/channel/registrations.h"
+#include "amt/amt-handle/modem/forward.h"
+#include "amt/amt-handle/modem/mode.h"
+#include "amt/amt-handle/modem/version.h"
 #include "pub/result.h"
 #include "tests/unit/links.h"
 
@@ -149,6 +153,26 @@ TEST(Registrations, PcRows_ComeBeforeAppRows) {
   const auto rows = amt_handle_registrations();
   EXPECT_TRUE(std::is_sorted(rows.begin(), rows.end(),
                              [](const auto& one, const auto& other) { return one.m_link < other.m_link; }));
+}
+
+TEST(Registrations, PcRows_AreTheSeventeenInTheirOrder) {
+  std::vector<int> ids;
+  for (const auto& row : amt_handle_registrations()) {
+    if (row.m_link == AMT_LINK_PC) ids.push_back(row.m_request_id);
+  }
+  EXPECT_EQ(ids, (std::vector<int>{45, 170, 172, 185, 187, 174, 176, 178, 191, 224, 226, 236, 193, 219, 240, 91, 244}));
+}
+
+TEST_F(Registry, WholeTableRegistered_WarnsOfTheOneThatIsTakenOver) {
+  for (const auto& row : amt_handle_registrations()) {
+    EXPECT_EQ(amt_handle_reg_handle_func(row.m_link, row.m_request_id, row.m_handler), 0);
+  }
+  EXPECT_EQ(m_log.count("WARNING !"), 1u);
+  EXPECT_TRUE(m_log.has("re-register the handle function of request id: 219"));
+  EXPECT_EQ(app(219), amt_handle_damt1_cmd);
+  EXPECT_EQ(app(42), amt_modem_handle_req);
+  EXPECT_EQ(pc(45), handle_amt_pc_req_version);
+  EXPECT_EQ(app(45), handle_amt_req_version);
 }
 
 // The application's request 219 alone is taken over by a second row, on purpose.

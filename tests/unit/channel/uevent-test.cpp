@@ -44,10 +44,6 @@ TEST(UeventWalk, EmptyStrings_AreStringsOfLength0) {
   EXPECT_EQ(walk("\0\0USB_STATE=X\0\0"s), (strings{"", "", "USB_STATE=X", ""}));
 }
 
-TEST(UeventWalk, NothingAtAll_HasNoString) {
-  EXPECT_EQ(walk(""), strings{});
-}
-
 TEST(UeventWalk, SingleTerminator_IsOneEmptyString) {
   EXPECT_EQ(walk("\0"s), strings{""});
 }
