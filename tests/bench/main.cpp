@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <functional>
 #include <thread>
@@ -235,6 +236,10 @@ int main(int argc, char* argv[]) {
   }
   if (is_wanted(argc, argv, "version")) {
     measure_answers(programs, "Version frame: pre-response, then answer", version_request(), AMT_PRE_RESPONSE.size());
+  }
+  if (is_wanted(argc, argv, "at")) {
+    measure_answers(programs, "AT command without a file (AT^DWIFIADDR=?)", to_bytes("AT^DWIFIADDR=?\r"), SIZE_MAX);
+    measure_answers(programs, "AT command that looks for a file (AT^DAMT1=2)", to_bytes("AT^DAMT1=2\r"), SIZE_MAX);
   }
   if (is_wanted(argc, argv, "service")) {
     examine_service(programs, true);
