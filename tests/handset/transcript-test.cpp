@@ -1,5 +1,6 @@
 // Whole sessions, kept as text: what each side says and hears, and what the service logs about it. A file holds the
-// steps ("pc>" the PC says, "modem>" the modem says) and behind each what came of it ("pc<", "modem<", "log"). The test
+// steps ("pc>" the PC says, "modem>" the modem says, or "app>" the phone's application says while the modem is
+// simulated) and behind each what came of it ("pc<", "modem<", "at<" on the modem's AT link, "app<", "log"). The test
 // plays the steps and compares everything else. With TRANSCRIPT_WRITE set the files are written anew: a change of one
 // is a change of behaviour, and its commit says why.
 #include <cstdlib>
@@ -7,7 +8,7 @@
 #include <regex>
 #include <sstream>
 
-#include "tests/handset/serial-phone.h"
+#include "tests/handset/app-phone.h"
 
 using namespace handset_test;
 
@@ -69,6 +70,21 @@ class transcript {
     take("pc< ", m_phone.pc());
     take_log();
   }
+  void play_app(const std::string& line) {
+    const auto answers = m_phone.log().count(APP_ANSWER);
+    const auto& received = m_phone.simulated_modem().received(handset::modem_link::at);
+    const auto mark = received.size();
+    m_text << "\n" << line << "\n";
+    ASSERT_TRUE(m_phone.app().write_all(unquote(line.substr(line.find(' ') + 1))));
+    const std::string length = m_phone.app().read_exactly(2);
+    ASSERT_EQ(length.size(), 2u) << line;
+    const auto rest = static_cast<unsigned char>(length[0]) + 256u * static_cast<unsigned char>(length[1]) - 2;
+    const std::string answer = length + m_phone.app().read_exactly(rest);
+    ASSERT_TRUE(m_phone.log().wait_count(APP_ANSWER, answers + 1)) << line;
+    if (const auto asked = received.text().substr(mark); !asked.empty()) m_text << "at< " << quote(asked) << "\n";
+    m_text << "app< " << quote(answer) << "\n";
+    take_log();
+  }
   void end(int signal_number) {
     end_with(m_phone, signal_number);
     m_text << "\nends\n";
@@ -76,6 +92,8 @@ class transcript {
   std::string text() const { return m_text.str(); }
 
  private:
+  static constexpr std::string_view APP_ANSWER = "send APP rsp data: ";
+
   void take(const char* label, handset::tty_end& tty) {
     // What the service has written before it waited again is there already.
     const std::string bytes = tty.read_pending();
@@ -85,7 +103,7 @@ class transcript {
     const std::string all = m_phone.log().text();
     std::istringstream lines(all.substr(m_mark));
     m_mark = all.size();
-    for (std::string line; std::getline(lines, line);) m_text << "  log " << mask(line) << "\n";
+    for (std::string line; std::getline(lines, line);) m_text << "  log " << quote(mask(line)) << "\n";
   }
 
   handset::phone& m_phone;
@@ -95,6 +113,21 @@ class transcript {
 
 class Transcript : public ::testing::TestWithParam<const char*> {};
 
+handset::phone_options options_of(const std::string& kept) {
+  auto options = kept.find("\napp> ") == kept.npos ? raw_modem() : platform();
+  options.properties["ro.build.display.id"] = "VX5210-4.2";
+  return options;
+}
+
+void start(handset::phone& phone) {
+  if (phone.options().mode != handset::run_mode::normal) return start_serving(phone);
+  phone.simulated_modem().change_state([](auto& state) {
+    state.imei = "352099001761481";
+    state.board_number = "B7";
+  });
+  start_app_serving(phone);
+}
+
 TEST_P(Transcript, Session_IsAsKept) {
   const std::string path = std::string(TRANSCRIPT_FOLDER) + "/" + GetParam() + ".txt";
   std::ifstream file(path);
@@ -102,15 +135,14 @@ TEST_P(Transcript, Session_IsAsKept) {
   std::ostringstream kept;
   kept << file.rdbuf();
 
-  auto options = raw_modem();
-  options.properties["ro.build.display.id"] = "VX5210-4.2";
-  handset::phone phone(options);
-  start_serving(phone);
+  handset::phone phone(options_of(kept.str()));
+  start(phone);
   transcript session(phone);
   std::string title;
   std::istringstream lines(kept.str());
   for (std::string line; std::getline(lines, line);) {
     if (line.starts_with("# ")) title += line + "\n";
+    if (line.starts_with("app> ")) session.play_app(line);
     if (line.starts_with("pc> ") || line.starts_with("modem> ")) session.play(line);
     if (HasFatalFailure()) return;
   }
@@ -123,7 +155,7 @@ TEST_P(Transcript, Session_IsAsKept) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Kept, Transcript, ::testing::Values("first-session", "errors"),
+INSTANTIATE_TEST_SUITE_P(Kept, Transcript, ::testing::Values("first-session", "errors", "application"),
                          [](const auto& session) { return std::regex_replace(session.param, std::regex("-"), "_"); });
 
 }  // namespace
