@@ -13,13 +13,6 @@
 
 namespace {
 
-void pin(int processor) {
-  cpu_set_t set;
-  CPU_ZERO(&set);
-  CPU_SET(static_cast<std::size_t>(processor), &set);
-  sched_setaffinity(0, sizeof set, &set);  // on a machine with one processor everything shares it
-}
-
 std::vector<char*> pointers(std::vector<std::string>& texts) {
   std::vector<char*> all;
   for (std::string& text : texts) all.push_back(text.data());
@@ -29,7 +22,7 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
 
 [[noreturn]] void become(char* const* command, char* const* environment) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  pin(1);
+  bench_pin(BENCH_CONTENDERS_PROCESSOR);
   const int null = open("/dev/null", O_RDWR);  // NOLINT(android-cloexec-open): the contender's standard streams
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(null, stream);
   if (null > STDERR_FILENO) close(null);
@@ -39,8 +32,11 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
 
 }  // namespace
 
-void bench_pin_self() {
-  pin(0);
+void bench_pin(int processor) {
+  cpu_set_t set;
+  CPU_ZERO(&set);
+  CPU_SET(static_cast<std::size_t>(processor), &set);
+  sched_setaffinity(0, sizeof set, &set);  // on a machine with one processor everything shares it
 }
 
 bool bench_take_service_priority() {

@@ -9,7 +9,10 @@
 #include <vector>
 
 // Where the measuring program and the measured ones run. On a machine with one processor both are the same.
-void bench_pin_self();
+inline constexpr int BENCH_OWN_PROCESSOR = 0;
+inline constexpr int BENCH_CONTENDERS_PROCESSOR = 1;
+// Pins the calling thread, and all that it starts.
+void bench_pin(int processor);
 // The real-time priority that the service takes, for this program and, by inheritance, for all that it starts. False
 // where that is not permitted: then the service does not get it either.
 bool bench_take_service_priority();

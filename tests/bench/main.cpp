@@ -226,7 +226,7 @@ int main(int argc, char* argv[]) {
   const std::filesystem::path bin = std::filesystem::read_symlink("/proc/self/exe").parent_path();
   const programs_st programs{bin / "vx-kro-amt", bin / "amt-bench-peer", bin.parent_path() / "lib",
                              std::filesystem::absolute(argv[1])};
-  bench_pin_self();
+  bench_pin(BENCH_OWN_PROCESSOR);
   fmt::print("scheduling: {}\n", bench_take_service_priority() ? "real time for all, as the service takes it"
                                                                : "usual for all (real time is not permitted)");
   if (is_wanted(argc, argv, "relay") || is_wanted(argc, argv, "stream")) {

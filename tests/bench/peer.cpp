@@ -3,6 +3,8 @@
 //   amt-bench-peer threads A B       one thread for each way: read, write
 //   amt-bench-peer poll A B          one thread, poll on both
 //   amt-bench-peer reply A HEX...    answers whatever it reads with the given pieces, one write each
+//   amt-bench-peer ask A B TEXT FRAME
+//     for each block from A writes one to B, awaits an "OK" line from there and answers A; both blocks in hexadecimal
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
@@ -66,6 +68,27 @@ int run_reply(int fd, const std::vector<bytes>& pieces) {
   return 1;
 }
 
+bool read_answer(int fd) {
+  constexpr std::string_view END = "OK\r\n";
+  std::array<char, 4096> buffer{};
+  std::size_t length = 0;
+  while (!std::string_view(buffer.data(), length).ends_with(END)) {
+    const ssize_t count = read(fd, buffer.data() + length, buffer.size() - length);
+    if (count <= 0) return false;
+    length += static_cast<std::size_t>(count);
+  }
+  return true;
+}
+
+int run_ask(int one, int other, const bytes& text, const bytes& frame) {
+  std::array<std::uint8_t, 4096> buffer{};
+  while (read(one, buffer.data(), buffer.size()) > 0) {
+    if (write(other, text.data(), text.size()) < 0 || !read_answer(other)) return 1;
+    if (write(one, frame.data(), frame.size()) < 0) return 1;
+  }
+  return 1;
+}
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
@@ -78,5 +101,6 @@ int main(int argc, char* argv[]) {
     return run_reply(one, pieces);
   }
   const int other = pub_util_open(argv[3], O_RDWR);
+  if (arguments[0] == "ask") return run_ask(one, other, from_hex(arguments[3]), from_hex(arguments[4]));
   return arguments[0] == "threads" ? run_threads(one, other) : run_poll(one, other);
 }

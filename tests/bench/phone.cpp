@@ -1,14 +1,23 @@
-// What needs a whole phone: how soon the handshake of a start on USB insertion is seen.
+// What needs a whole phone: how soon the handshake of a start on USB insertion is seen, and radio requests of the test
+// application.
 #include "handset/phone.h"
 
 #include <fmt/format.h>
+#include <poll.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
+#include <filesystem>
+#include <memory>
+#include <string>
 #include <vector>
 
+#include "tests/bench/contender.h"
 #include "tests/bench/fail.h"
 #include "tests/bench/series.h"
+#include "tests/bench/terminal.h"
 
 namespace {
 
@@ -40,9 +49,7 @@ double time_handshake() {
   return milliseconds(steady::now() - start).count();
 }
 
-}  // namespace
-
-int main() {
+void measure_handshake() {
   constexpr int PHONES = 11;
   std::vector<double> times;
   for (int i = 0; i < PHONES; ++i) times.push_back(time_handshake());
@@ -50,5 +57,111 @@ int main() {
   fmt::print("\nHandshake seen and logged after the PC's first byte, {} phones\n", PHONES);
   fmt::print("  median {:.2f} ms (quartiles {:.2f}..{:.2f}), longest {:.2f} ms\n", found.m_median, found.m_low,
              found.m_high, *std::max_element(times.begin(), times.end()));
+}
+
+// A radio request of the application, what the modem is told and what it says; bytes of the answer frame.
+const std::string REQUEST("\x06\x00\xBB\x0D\x00\x00", 6);
+constexpr std::string_view TEXT = "AT^DTTEST=0D\r";
+constexpr std::string_view REPLY = "\r\n^DTTEST: 0E00000000\r\n\r\nOK\r\n";
+const std::string ANSWER("\x0F\x00\xBB\x0E\x09\x00\xEE\x01\x01\x04\x00\x00\x00\x00\x00", 15);
+
+struct links_st {
+  int m_app;
+  int m_at;
+};
+
+void expect_bytes(int fd, std::string_view wanted) {
+  std::array<char, 256> buffer{};
+  std::size_t length = 0;
+  while (length < wanted.size()) {
+    pollfd waiting = {fd, POLLIN, 0};
+    expect(poll(&waiting, 1, 10000) == 1, "nothing comes");
+    const ssize_t count = read(fd, buffer.data() + length, wanted.size() - length);
+    expect(count > 0, "a link is gone");
+    length += static_cast<std::size_t>(count);
+  }
+  expect(std::string_view(buffer.data(), length) == wanted, "other bytes than expected");
+}
+
+void send_bytes(int fd, std::string_view bytes) {
+  expect(write(fd, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()), "a link is gone");
+}
+
+double time_requests(const links_st& links, int count) {
+  std::vector<double> times;
+  for (int i = 0; i < count; ++i) {
+    const auto start = steady::now();
+    send_bytes(links.m_app, REQUEST);
+    expect_bytes(links.m_at, TEXT);
+    send_bytes(links.m_at, REPLY);
+    expect_bytes(links.m_app, ANSWER);
+    times.push_back(milliseconds(steady::now() - start).count() * 1000);
+  }
+  return median(times);
+}
+
+std::string hexadecimal(std::string_view bytes) {
+  std::string text;
+  for (const char byte : bytes) text += fmt::format("{:02x}", static_cast<unsigned char>(byte));
+  return text;
+}
+
+// The platform set-up with a modem that is played here: it confirms that it is silenced.
+std::unique_ptr<handset::phone> start_platform(bool filtered) {
+  constexpr std::string_view SILENCING = "AT^DLKS=0\r";
+  handset::phone_options options;
+  options.mode = handset::run_mode::normal;
+  options.simulated_modem = false;
+  options.log = handset::log_sink::discard;
+  options.environment = {filtered ? "ANDROID_LOG_TAGS=*:s" : "ANDROID_LOG_TAGS=*:d"};
+  auto phone = std::make_unique<handset::phone>(options);
+  phone->start();
+  expect(phone->at_end().read_exactly(SILENCING.size()) == SILENCING, "the modem is not silenced");
+  expect(phone->at_end().write_all("\r\nOK\r\n"), "the AT link is gone");
+  expect(phone->out().wait_for("init over result=0"), "the set-up fails");
+  expect(phone->open_app(), "there is no APP link");
+  return phone;
+}
+
+void measure_forwarding(const std::string& peer) {
+  constexpr int ROUNDS = 31;
+  constexpr int REQUESTS = 300;
+  const terminal app[2];
+  const terminal at[2];
+  std::vector<contender> bare;
+  for (int i = 0; i < 2; ++i) {
+    bare.emplace_back(
+        std::vector<std::string>{peer, "ask", app[i].path(), at[i].path(), hexadecimal(TEXT), hexadecimal(ANSWER)});
+  }
+  bench_pin(BENCH_CONTENDERS_PROCESSOR);  // what a phone starts runs where this thread does
+  const auto filtered = start_platform(true);
+  const auto full = start_platform(false);
+  bench_pin(BENCH_OWN_PROCESSOR);
+  const std::array<links_st, 4> links{{{app[0].fd(), at[0].fd()},
+                                       {app[1].fd(), at[1].fd()},
+                                       {filtered->app().fd(), filtered->at_end().fd()},
+                                       {full->app().fd(), full->at_end().fd()}}};
+  std::array<std::vector<double>, 4> times;
+  for (std::size_t round = 0; round < ROUNDS; ++round) {
+    for (std::size_t i = 0; i < links.size(); ++i) {
+      const std::size_t index = (i + round) % links.size();
+      times[index].push_back(time_requests(links[index], REQUESTS));
+    }
+  }
+  fmt::print("\nRadio request APP -> modem -> APP; {} rounds of {}\n", ROUNDS, REQUESTS);
+  constexpr std::array NAMES = {"bare program that writes the same bytes", "bare program once more (noise)",
+                                "service, log filtered", "service, every line written to /dev/null"};
+  for (std::size_t i = 0; i < times.size(); ++i) {
+    fmt::print("{:<42} {:>9.1f} us {:>20}\n", NAMES[i], median(times[i]), show_ratio(times[i], times[0]));
+  }
+}
+
+}  // namespace
+
+int main() {
+  measure_handshake();
+  bench_pin(BENCH_OWN_PROCESSOR);
+  bench_take_service_priority();  // inherited by the phones
+  measure_forwarding(std::filesystem::read_symlink("/proc/self/exe").parent_path() / "amt-bench-peer");
   return 0;
 }

@@ -12,6 +12,7 @@ class terminal {
  public:
   terminal();
   const std::string& path() const { return m_path; }
+  int fd() const { return m_master.get(); }
 
   // Both end the program with a message when the terminal fails; a benchmark that hangs is ended by its alarm.
   void write(std::span<const std::uint8_t> bytes) const;
