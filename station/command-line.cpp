@@ -21,6 +21,7 @@ constexpr std::chrono::milliseconds MONITOR_PART_WAIT{1000};
 
 struct options_st {
   std::string m_port;
+  std::string m_app;  // the port, when it is the application's link
   unsigned m_baud = 0;
   std::optional<unsigned> m_timeout_ms;
   std::size_t m_expect = 0;
@@ -45,7 +46,10 @@ std::string check_baud(const std::string& text) {
 }
 
 void add_common_options(CLI::App* app, options_st* options) {
-  app->add_option("--port", options->m_port, "The terminal that leads to the phone")->required()->type_name("PATH");
+  auto* port = app->add_option("--port", options->m_port, "The terminal that leads to the phone's PC link");
+  auto* application = app->add_option("--app", options->m_app, "The terminal of the phone's test application");
+  port->type_name("PATH")->excludes(application);
+  application->type_name("PATH");
   app->add_option("--baud", options->m_baud, "Speed of the line; left as it is otherwise")
       ->check(check_baud)
       ->type_name("N");
@@ -90,11 +94,12 @@ std::optional<int> parse(std::vector<std::string> arguments, const station_io_st
   } catch (const CLI::ParseError& error) {
     return app.exit(error, *io.m_out, *io.m_err) == 0 ? STATION_OK : STATION_USAGE;
   }
-  if (options->m_no_wait && options->m_expect != 0) {
-    *io.m_err << "amt-station: --no-wait and --expect exclude each other\n";
-    return STATION_USAGE;
-  }
-  return std::nullopt;
+  std::string wrong;
+  if (options->m_no_wait && options->m_expect != 0) wrong = "--no-wait and --expect exclude each other";
+  if (options->m_port.empty() && options->m_app.empty()) wrong = "one of --port and --app is required";
+  if (wrong.empty()) return std::nullopt;
+  *io.m_err << "amt-station: " << wrong << std::endl;
+  return STATION_USAGE;
 }
 
 class run_st {
@@ -106,18 +111,22 @@ class run_st {
     std::string wrong;
     const bool is_sending = m_options.m_word->m_build != nullptr;
     if (is_sending) wrong = m_options.m_word->m_build(m_options.m_arguments, &request);
-    const std::vector<std::uint8_t> bytes = is_sending && wrong.empty() ? station_wire_bytes(request) : no_bytes();
+    if (wrong.empty() && is_sending && !request.m_is_frame && is_app()) wrong = "text goes to the PC link: use --port";
+    const std::vector<std::uint8_t> bytes =
+        is_sending && wrong.empty() ? station_wire_bytes(request, form()) : no_bytes();
     if (is_sending && wrong.empty() && bytes.empty()) wrong = "the frame is too long to be sent";
     if (!wrong.empty()) return finish(STATION_USAGE, wrong, {});
 
     m_link.set_stop_fd(m_io.m_stop_fd);
-    const station_exit_en opened = m_link.open(m_options.m_port, m_options.m_baud);
+    const station_exit_en opened = m_link.open(is_app() ? m_options.m_app : m_options.m_port, m_options.m_baud);
     if (opened != STATION_OK) return finish(opened, m_link.error(), {});
     return is_sending ? exchange(request, bytes) : listen();
   }
 
  private:
   static std::vector<std::uint8_t> no_bytes() { return {}; }
+  bool is_app() const { return !m_options.m_app.empty(); }
+  stream_form_en form() const { return is_app() ? stream_form_en::BARE : stream_form_en::WRAPPED; }
 
   int exchange(const station_request_st& request, std::span<const std::uint8_t> bytes) {
     const station_exit_en sent = m_session.send(bytes, request.m_is_frame, deadline(DEFAULT_TIMEOUT_MS));
@@ -173,7 +182,7 @@ class run_st {
   const options_st& m_options;
   const station_io_st& m_io;
   station_link_st m_link;
-  station_session_st m_session{&m_link, [this](const station_entry_st& entry) { show(entry); }};
+  station_session_st m_session{&m_link, [this](const station_entry_st& entry) { show(entry); }, form()};
 };
 
 }  // namespace

@@ -35,7 +35,7 @@ station_exit_en station_session_st::send(std::span<const std::uint8_t> bytes, bo
   const station_exit_en written = m_link->write_all(bytes, deadline);
   if (written != STATION_OK) return written;
   const stream_kind_en kind = is_frame ? stream_kind_en::FRAME : stream_kind_en::TEXT;
-  m_show({std::chrono::system_clock::now(), true, {kind, stream_fault_en::NONE, bytes}});
+  m_show({std::chrono::system_clock::now(), true, {kind, stream_fault_en::NONE, bytes, m_form}});
   return STATION_OK;
 }
 

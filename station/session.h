@@ -15,7 +15,8 @@ using station_show = std::function<void(const station_entry_st&)>;
 class station_session_st {
  public:
   // The link is borrowed and open.
-  station_session_st(station_link_st* link, station_show show) : m_link(link), m_show(std::move(show)) {}
+  station_session_st(station_link_st* link, station_show show, stream_form_en form = stream_form_en::WRAPPED)
+      : m_link(link), m_show(std::move(show)), m_form(form), m_splitter(form) {}
 
   // Shows what lies on the line from before, so that it is not taken for the answer, and sends the request's bytes.
   station_exit_en send(std::span<const std::uint8_t> bytes, bool is_frame, station_time deadline);
@@ -30,5 +31,6 @@ class station_session_st {
 
   station_link_st* m_link;
   station_show m_show;
+  stream_form_en m_form;
   stream_splitter_st m_splitter;
 };

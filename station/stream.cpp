@@ -16,6 +16,8 @@ bool is_line_end(std::uint8_t byte) {
   return byte == '\r' || byte == '\n';
 }
 
+constexpr std::size_t HEAD_MARK_END = 3;  // a bare frame's length, and the mark behind it
+
 // How many bytes of the magic the bytes start with; a shorter match counts only where the bytes end.
 std::size_t magic_match(bytes_view bytes) {
   const std::size_t count = std::min(bytes.size(), MAGIC.size());
@@ -115,7 +117,52 @@ found_item first_line(bytes_view bytes, bool is_last) {
   return is_last ? found_item(line_item(bytes)) : std::nullopt;
 }
 
-found_item first_item(bytes_view bytes, bool is_last) {
+stream_item_st bare_item(stream_kind_en kind, stream_fault_en fault, bytes_view bytes) {
+  return {kind, fault, bytes, stream_form_en::BARE};
+}
+
+// Whether a bare frame may start here, as far as its head can be seen.
+bool may_be_bare_head(bytes_view bytes) {
+  const std::size_t size = bytes.size();
+  if (size < HEAD_MARK_END) return true;
+  const std::uint16_t total = amt_read_u16(bytes.data());
+  if (bytes[2] != AMT_COMMAND_HEAD || total < AMT_FRAME_HEAD_SIZE || total > AMT_FRAME_SIZE) return false;
+  return size < AMT_FRAME_HEAD_SIZE || amt_read_u16(bytes.data() + 4) == total - AMT_FRAME_HEAD_SIZE;
+}
+
+// Where the next bare frame may start behind the first byte: a head of which at least so many bytes are there.
+std::size_t next_bare_head(bytes_view bytes, std::size_t least) {
+  for (std::size_t at = 1; at + least <= bytes.size(); ++at) {
+    if (may_be_bare_head(bytes.subspan(at))) return at;
+  }
+  return bytes.size();
+}
+
+// What is no frame, up to the next one. It is held back until a whole head follows it, so that the items do not depend
+// on how the bytes came. A full buffer keeps its last two bytes, which may open a head.
+found_item bare_noise(bytes_view bytes, bool is_last) {
+  std::size_t at = next_bare_head(bytes, is_last ? HEAD_MARK_END : AMT_FRAME_HEAD_SIZE);
+  if (at == bytes.size() && !is_last) return std::nullopt;
+  if (at == AMT_FRAME_SIZE) at -= HEAD_MARK_END - 1;
+  return bare_item(stream_kind_en::NOISE, stream_fault_en::NONE, bytes.first(at));
+}
+
+// The item at the front of an application link's bytes.
+found_item first_bare_item(bytes_view bytes, bool is_last) {
+  if (!may_be_bare_head(bytes)) return bare_noise(bytes, is_last);
+  const bool is_head = bytes.size() >= AMT_FRAME_HEAD_SIZE;
+  const std::size_t total = is_head ? amt_read_u16(bytes.data()) : AMT_FRAME_SIZE;
+  if (is_head && bytes.size() >= total) {
+    return bare_item(stream_kind_en::FRAME, stream_fault_en::NONE, bytes.first(total));
+  }
+  if (!is_last) return std::nullopt;
+  if (bytes.size() < HEAD_MARK_END) return bare_noise(bytes, is_last);
+  const bytes_view part = bytes.first(next_bare_head(bytes, AMT_FRAME_HEAD_SIZE));
+  return bare_item(stream_kind_en::FRAME, stream_fault_en::INCOMPLETE, part);
+}
+
+found_item first_item(bytes_view bytes, bool is_last, stream_form_en form) {
+  if (form == stream_form_en::BARE) return first_bare_item(bytes, is_last);
   return magic_match(bytes) != 0 ? first_frame(bytes, is_last) : first_line(bytes, is_last);
 }
 
@@ -137,6 +184,7 @@ void stream_splitter_st::flush(const stream_sink& sink) {
 
 stream_pending_en stream_splitter_st::pending() const {
   const bytes_view bytes{m_buffer_a.data(), m_size};
+  if (m_form == stream_form_en::BARE) return bytes.empty() ? stream_pending_en::NOTHING : stream_pending_en::PART;
   if (std::ranges::all_of(bytes, is_line_end)) return stream_pending_en::NOTHING;
   const bool is_line = magic_match(bytes) == 0 && bytes.back() == '\r';
   return is_line ? stream_pending_en::LINE_FEED : stream_pending_en::PART;
@@ -147,7 +195,7 @@ void stream_splitter_st::drain(bool is_last, const stream_sink& sink) {
   while (done < m_size) {
     const bytes_view rest{m_buffer_a.data() + done, m_size - done};
     // A full buffer cannot take what would complete the item, so it is cut.
-    const auto item = first_item(rest, is_last || rest.size() == m_buffer_a.size());
+    const auto item = first_item(rest, is_last || rest.size() == m_buffer_a.size(), m_form);
     if (!item) break;
     sink(*item);
     done += item->m_bytes.size();
@@ -164,7 +212,10 @@ std::string stream_line(std::span<const std::uint8_t> bytes) {
 }
 
 std::span<const std::uint8_t> stream_payload(const stream_item_st& item) {
-  if (item.m_kind != stream_kind_en::FRAME || item.m_bytes.size() <= AMT_WRAP_HEAD_SIZE) return {};
+  if (item.m_kind != stream_kind_en::FRAME) return {};
+  if (item.m_form == stream_form_en::BARE)
+    return item.m_bytes.size() < AMT_FRAME_HEAD_SIZE ? bytes_view{} : item.m_bytes;
+  if (item.m_bytes.size() <= AMT_WRAP_HEAD_SIZE) return {};
   bytes_view payload = item.m_bytes.subspan(AMT_WRAP_HEAD_SIZE);
   // The last four bytes are the checksum only where the frame came whole.
   if (item.m_bytes.size() == amt_read_u32(item.m_bytes.data() + MAGIC.size()) + LENGTH_MORE) {

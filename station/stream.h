@@ -1,11 +1,13 @@
-// Cuts the byte stream of a PC link into what it is made of. The phone mixes wrapped frames and lines of AT text on one
-// tty, and the tty splits and joins them anyhow, so no read can be taken for a message.
+// Cuts the byte stream of a link into what it is made of. On a PC link the phone mixes wrapped frames and lines of AT
+// text on one tty, and the tty splits and joins them anyhow, so no read can be taken for a message.
 //
 // Policy: a frame is what starts with the magic; its length field says where it ends and its checksum is checked here,
 // because nobody behind the station does. After a damaged frame the search goes on at the next magic inside it, so that
-// one lying length does not swallow the frames behind it. Everything else is lines; a line with control bytes, or that
-// is not UTF-8, is noise. Every byte fed comes out in exactly one item, and the items do not depend on how the bytes
-// were split. Pure: no descriptor, no clock, no allocation, a buffer of fixed size.
+// one lying length does not swallow the frames behind it. The application's link carries bare frames and nothing
+// else: there a frame is what starts with a head whose two lengths agree, and every other byte is noise. Everything
+// else on a PC link is lines; a line with control bytes, or that is not UTF-8, is noise. Every byte fed comes out in
+// exactly one item, and the items do not depend on how the bytes were split. Pure: no descriptor, no clock, no
+// allocation, a buffer of fixed size.
 #pragma once
 
 #include <array>
@@ -17,11 +19,17 @@
 
 #include "amt/amt-convert/wrap.h"
 
+// What kind of link the bytes come from.
+enum class stream_form_en {
+  WRAPPED,  // the PC link: wrapped frames and lines of text
+  BARE,     // the application's link: bare frames
+};
+
 enum class stream_kind_en {
-  FRAME,         // a wrapped frame, or what is left of one
+  FRAME,         // a frame, or what is left of one
   PRE_RESPONSE,  // the phone's "request arrived"
   TEXT,          // one line with the line ends around it
-  NOISE,         // a line that is no text
+  NOISE,         // a line that is no text; on the application's link, bytes that are no frame
 };
 
 enum class stream_fault_en {
@@ -36,6 +44,7 @@ struct stream_item_st {
   stream_kind_en m_kind;
   stream_fault_en m_fault;                // of a frame
   std::span<const std::uint8_t> m_bytes;  // as received; borrowed, valid during the call of the sink
+  stream_form_en m_form = stream_form_en::WRAPPED;
 };
 
 using stream_sink = std::function<void(const stream_item_st&)>;
@@ -49,6 +58,8 @@ enum class stream_pending_en {
 
 class stream_splitter_st {
  public:
+  explicit stream_splitter_st(stream_form_en form = stream_form_en::WRAPPED) : m_form(form) {}
+
   // Takes any number of bytes; calls the sink for each item that is complete.
   void feed(std::span<const std::uint8_t> bytes, const stream_sink& sink);
   // Nothing more will come: what is held back becomes items as it is.
@@ -58,7 +69,8 @@ class stream_splitter_st {
  private:
   void drain(bool is_last, const stream_sink& sink);
 
-  // The largest wrapped frame fits; a line that fills it is cut there.
+  stream_form_en m_form;
+  // The largest frame of either form fits; a line that fills it is cut there.
   std::array<std::uint8_t, AMT_FRAME_SIZE> m_buffer_a{};
   std::size_t m_size = 0;
 };

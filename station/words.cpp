@@ -67,9 +67,10 @@ std::span<const station_word_st> station_words() {
   return WORDS;
 }
 
-std::vector<std::uint8_t> station_wire_bytes(const station_request_st& request) {
+std::vector<std::uint8_t> station_wire_bytes(const station_request_st& request, stream_form_en form) {
   if (!request.m_is_frame) return {request.m_text.begin(), request.m_text.end()};
   amt_message_st wrapped = request.m_frame;
-  if (amt_wrap(&wrapped) != 0) return {};
+  wrapped.m_buf_len = amt_frame_total_length(&wrapped.m_buf_a);
+  if (form == stream_form_en::WRAPPED && amt_wrap(&wrapped) != 0) return {};
   return {wrapped.m_buf_a.begin(), wrapped.m_buf_a.begin() + wrapped.m_buf_len};
 }

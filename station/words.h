@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "amt/amt-convert/frame.h"
+#include "station/stream.h"
 
 struct station_request_st {
   bool m_is_frame = false;
@@ -42,5 +43,5 @@ struct station_word_st {
 
 std::span<const station_word_st> station_words();
 
-// The bytes of a request on a PC link. Empty when the frame is too long to be wrapped.
-std::vector<std::uint8_t> station_wire_bytes(const station_request_st& request);
+// The bytes of a request on a link of this form. Empty when the frame is too long to be wrapped.
+std::vector<std::uint8_t> station_wire_bytes(const station_request_st& request, stream_form_en form);

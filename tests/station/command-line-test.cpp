@@ -44,11 +44,17 @@ class CommandLine : public testing::Test {
   }
 
   outcome_st run_on_port(std::vector<std::string> arguments, int stop_fd = -1) {
-    arguments.insert(arguments.begin(), {"--port", m_phone.path()});
+    arguments.insert(arguments.begin(), {m_option, m_phone.path()});
     return run(arguments, stop_fd);
   }
 
   phone_line_st m_phone;
+  std::string m_option = "--port";
+};
+
+class ApplicationLink : public CommandLine {
+ protected:
+  ApplicationLink() { m_option = "--app"; }
 };
 
 TEST_F(CommandLine, Frame_IsSentWrappedAndItsAnswerShown) {
@@ -190,11 +196,61 @@ TEST_F(CommandLine, InterruptedRequest_IsStatusOneHundredThirty) {
   ::close(stop);
 }
 
+TEST_F(ApplicationLink, Frame_IsSentBareAndItsAnswerShown) {
+  const auto got = run_with_phone({"frame", "45", "19:int=64"}, BARE_REQUEST, BARE_OK);
+  EXPECT_EQ(got.m_status, 0);
+  EXPECT_THAT(got.m_out, ContainsRegex("^[0-9:.]{12} -> frame 45 \\(0x2D\\) AMT_VERSION_CMD 19:int=64\n"
+                                       "[0-9:.]{12} <- frame 46 \\(0x2E\\) AMT_VERSION_RSPCMD 19:int=64 1:int=0\n$"));
+}
+
+TEST_F(ApplicationLink, ErrorAnswer_IsStatusSeven) {
+  const wire_bytes error = from_hex("0F00BB2E0900 EE0101040001000000");
+  EXPECT_EQ(run_with_phone({"frame", "45", "19:int=64"}, BARE_REQUEST, error).m_status, 7);
+}
+
+TEST_F(ApplicationLink, Version_ShowsItsTextLast) {
+  const wire_bytes request = from_hex("0F00BB2D0900 EE1301040010000000");
+  const wire_bytes answer = from_hex("2400BB2E1E00 EE1301040010000000 EE120307000D56312E300A0A EE0101040000000000");
+  const auto got = run_with_phone({"version", "software", "--json"}, request, answer);
+  EXPECT_EQ(got.m_status, 0);
+  EXPECT_THAT(got.m_out, ContainsRegex("\n\\{\"kind\":\"result\",\"exit\":0,\"version\":\"V1.0\"\\}\n$"));
+}
+
+TEST_F(ApplicationLink, LargestFrame_GoesWhereAWrappedOneHasNoRoom) {
+  const wire_bytes request = from_hex("0010BB01FA0F EE0102F50F") + wire_bytes(4085, 'x');
+  const auto got = run_with_phone({"frame", "1", "1:str=" + std::string(4085, 'x')}, request, from_hex("0600BB020000"));
+  EXPECT_EQ(got.m_status, 0);
+}
+
+TEST_F(ApplicationLink, Monitor_ShowsFramesAndNoise) {
+  m_phone.send(from_text("\r\nRING\r\n") + BARE_OK);
+  const auto got = run_on_port({"monitor", "--timeout", "50"});
+  EXPECT_EQ(got.m_status, 0);
+  EXPECT_THAT(got.m_out, HasSubstr("<- noise, 8 bytes 0D0A52494E470D0A\n"));
+  EXPECT_THAT(got.m_out, HasSubstr("AMT_VERSION_RSPCMD 19:int=64 1:int=0\n"));
+}
+
+TEST_F(ApplicationLink, HalfAnAnswer_IsStatusSix) {
+  const wire_bytes half(BARE_OK.begin(), BARE_OK.begin() + 20);
+  EXPECT_EQ(run_with_phone({"frame", "45", "19:int=64", "--timeout", "100"}, BARE_REQUEST, half).m_status, 6);
+}
+
+TEST_F(ApplicationLink, PathThatIsASymbolicLink_IsFollowed) {
+  const std::string link = testing::TempDir() + "amt-station-app-" + std::to_string(::getpid());
+  ASSERT_EQ(::symlink(m_phone.path().c_str(), link.c_str()), 0);
+  m_phone.send(BARE_OK);
+  const auto got = run({"--app", link, "monitor", "--expect", "1", "--timeout", "10000"});
+  ::unlink(link.c_str());
+  EXPECT_EQ(got.m_status, 0);
+}
+
 TEST(CommandLine_Usage, WrongArguments_AreStatusTwo) {
   const std::vector<std::vector<std::string>> rows = {
       {},
       {"--port", "x"},
       {"at", "AT"},
+      {"--port", "x", "--app", "x", "monitor"},
+      {"--app", "x", "at", "AT"},
       {"--port", "x", "dance"},
       {"--port", "x", "at"},
       {"--port", "x", "at", "a", "b"},

@@ -42,8 +42,9 @@ stream_sink keep(got_items* items) {
 }
 
 // The items of the bytes, fed `step` at a time; flushed at the end when asked.
-got_items split(const wire_bytes& bytes, std::size_t step, bool is_flushed = false) {
-  stream_splitter_st splitter;
+got_items split(const wire_bytes& bytes, std::size_t step, bool is_flushed = false,
+                stream_form_en form = stream_form_en::WRAPPED) {
+  stream_splitter_st splitter(form);
   got_items items;
   for (std::size_t at = 0; at < bytes.size(); at += step) {
     splitter.feed(std::span(bytes).subspan(at, std::min(step, bytes.size() - at)), keep(&items));
@@ -276,6 +277,88 @@ TEST(Stream_Payload, WithoutAHead_IsEmpty) {
     const stream_item_st item{stream_kind_en::FRAME, stream_fault_en::INCOMPLETE, std::span(VERSION_OK).first(size)};
     EXPECT_TRUE(stream_payload(item).empty()) << size;
   }
+}
+
+// The items of an application link's bytes; the same for every way of cutting them.
+got_items split_bare(const wire_bytes& bytes) {
+  const got_items items = split(bytes, bytes.size(), true, stream_form_en::BARE);
+  for (std::size_t step = 1; step < std::min<std::size_t>(bytes.size(), 16); ++step) {
+    EXPECT_EQ(split(bytes, step, true, stream_form_en::BARE), items) << "cut every " << step;
+  }
+  return items;
+}
+
+const wire_bytes BARE_EMPTY = from_hex("0600BB080000");  // answer 8 without an atom
+
+TEST(Stream_Bare, FramesBackToBack_AreTakenApart) {
+  const got_items expected = {frame(BARE_OK), frame(BARE_EMPTY), frame(BARE_OK)};
+  EXPECT_EQ(split_bare(BARE_OK + BARE_EMPTY + BARE_OK), expected);
+}
+
+TEST(Stream_Bare, WholeFrame_NeedsNoMoreBytes) {
+  EXPECT_EQ(split(BARE_OK, 1, false, stream_form_en::BARE), got_items{frame(BARE_OK)});
+}
+
+TEST(Stream_Bare, LargestFrame_IsOne) {
+  wire_bytes largest = from_hex("0010BB08FA0F");
+  largest.resize(4096, 0xBB);
+  EXPECT_EQ(split_bare(largest + BARE_OK), (got_items{frame(largest), frame(BARE_OK)}));
+}
+
+TEST(Stream_Bare, BytesThatAreNoFrame_AreNoiseUpToTheNext) {
+  const wire_bytes stray = from_text("\r\nOK\r\n");
+  EXPECT_EQ(split_bare(stray + BARE_OK + stray), (got_items{noise(stray), frame(BARE_OK), noise(stray)}));
+}
+
+TEST(Stream_Bare, HeadThatContradictsItself_IsNoise) {
+  for (const char* head : {
+           "0F00BA2D0900",  // another mark
+           "0F00BB2D0A00",  // the lengths disagree
+           "0500BB2DFFFF",  // shorter than a head
+           "0110BB2DFB0F",  // one more than the largest
+       }) {
+    EXPECT_EQ(split_bare(from_hex(head) + BARE_OK), (got_items{noise(from_hex(head)), frame(BARE_OK)})) << head;
+  }
+}
+
+TEST(Stream_Bare, CutFrame_IsIncompleteAtTheEnd) {
+  for (const std::size_t size : {3U, 6U, 23U}) {
+    const wire_bytes part(BARE_OK.begin(), BARE_OK.begin() + size);
+    EXPECT_EQ(split_bare(part), got_items{frame(part, stream_fault_en::INCOMPLETE)}) << size;
+  }
+}
+
+TEST(Stream_Bare, FrameBehindACutOne_IsFoundAtTheEnd) {
+  const wire_bytes part = from_hex("FF00BB2EF900 EE13");
+  EXPECT_EQ(split_bare(part + BARE_OK), (got_items{frame(part, stream_fault_en::INCOMPLETE), frame(BARE_OK)}));
+}
+
+TEST(Stream_Bare, NoiseThatFillsTheBuffer_KeepsTheFrameAcrossItsEnd) {
+  const wire_bytes much(4094, 0xFF);
+  EXPECT_EQ(split_bare(much + BARE_OK), (got_items{noise(much), frame(BARE_OK)}));
+}
+
+TEST(Stream_Bare, WrappedFrame_IsNoiseAroundTheFrameInIt) {
+  const wire_bytes head(VERSION_OK.begin(), VERSION_OK.begin() + 12);
+  const wire_bytes checksum(VERSION_OK.end() - 4, VERSION_OK.end());
+  EXPECT_EQ(split_bare(VERSION_OK), (got_items{noise(head), frame(BARE_OK), noise(checksum)}));
+}
+
+TEST(Stream_Bare, Pending_IsAPartUntilAFrameIsWhole) {
+  stream_splitter_st splitter(stream_form_en::BARE);
+  got_items items;
+  EXPECT_EQ(splitter.pending(), stream_pending_en::NOTHING);
+  splitter.feed(from_hex("0D"), keep(&items));  // a line end on a PC link, a length here
+  EXPECT_EQ(splitter.pending(), stream_pending_en::PART);
+  splitter.feed(from_hex("00BB080700 EE010404000001 00"), keep(&items));
+  EXPECT_EQ(splitter.pending(), stream_pending_en::PART);
+}
+
+TEST(Stream_Bare, Payload_IsTheWholeFrame) {
+  const stream_item_st whole{stream_kind_en::FRAME, stream_fault_en::NONE, BARE_OK, stream_form_en::BARE};
+  EXPECT_TRUE(std::ranges::equal(stream_payload(whole), BARE_OK));
+  const auto part = std::span(BARE_OK).first(5);
+  EXPECT_TRUE(stream_payload({stream_kind_en::FRAME, stream_fault_en::INCOMPLETE, part, stream_form_en::BARE}).empty());
 }
 
 }  // namespace

@@ -42,6 +42,9 @@ inline const wire_bytes VERSION_TEXT = from_hex(
     "AABBCCDD 2C000000 02000000 2400BB2E1E00 EE1301040010000000 EE120307000D56312E300A0A EE0101040000000000 3015F7BE");
 // Answer 46, atom 1 = 1.
 inline const wire_bytes VERSION_ERROR = from_hex("AABBCCDD 17000000 02000000 0F00BB2E0900 EE0101040001000000 59615845");
+// The same on the application's link: request 45 with atom 19 = 64, and its answer with atom 1 = 0.
+inline const wire_bytes BARE_REQUEST = from_hex("0F00BB2D0900 EE1301040040000000");
+inline const wire_bytes BARE_OK = from_hex("1800BB2E1200 EE1301040040000000 EE0101040000000000");
 // The error frame for AT text: id 0, atom 1 = 1.
 inline const wire_bytes TEXT_ERROR = from_hex("AABBCCDD 17000000 02000000 0F00BB000900 EE0101040001000000 5880D273");
 // Answer 46 without an atom.
