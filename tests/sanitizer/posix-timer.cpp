@@ -81,10 +81,31 @@ extern "C" int timer_settime(timer_t id, int, const itimerspec* value, itimerspe
     errno = EINVAL;
     return -1;
   }
-  const auto after = std::chrono::seconds(value->it_value.tv_sec) + std::chrono::nanoseconds(value->it_value.tv_nsec);
+  const timespec& wanted = value->it_value;
+  if (wanted.tv_sec < 0 || wanted.tv_nsec < 0 || wanted.tv_nsec >= 1'000'000'000) {
+    errno = EINVAL;
+    return -1;
+  }
+  const auto after = std::chrono::seconds(wanted.tv_sec) + std::chrono::nanoseconds(wanted.tv_nsec);
   const std::lock_guard lock(timer->m_mutex);
   timer->m_deadline = steady::now() + after;
   timer->m_changed.notify_all();
+  return 0;
+}
+
+extern "C" int timer_gettime(timer_t id, itimerspec* left) {
+  const auto timer = find(id);
+  if (timer == nullptr) {
+    errno = EINVAL;
+    return -1;
+  }
+  *left = {};
+  const std::lock_guard lock(timer->m_mutex);
+  const auto now = steady::now();
+  if (timer->m_deadline == steady::time_point::max() || timer->m_deadline <= now) return 0;
+  const auto duration = timer->m_deadline - now;
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(duration);
+  left->it_value = {static_cast<time_t>(seconds.count()), static_cast<long>((duration - seconds).count())};
   return 0;
 }
 
