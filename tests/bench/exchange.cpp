@@ -12,8 +12,8 @@ namespace {
 using steady = std::chrono::steady_clock;
 
 constexpr std::size_t STREAM_BLOCK = 4000;
-constexpr int QUIET_MS = 300;
-constexpr int START_TRIES = 40;
+constexpr int QUIET_MS = 100;
+constexpr int START_TRIES = 100;
 
 double microseconds_since(steady::time_point start) {
   return std::chrono::duration<double, std::micro>(steady::now() - start).count();

@@ -204,6 +204,40 @@ void examine_service(const programs_st& programs, bool filtered) {
   alarm(0);
 }
 
+// Many services, each asked for its version again as soon as it has answered: requests a second in all, and memory.
+void measure_many(const programs_st& programs) {
+  constexpr int PASSES = 8000;  // requests for each row, shared by the services
+  const bytes request = version_request();
+  fmt::print("\nServices at once on one processor, version frames, log filtered\n");
+  fmt::print("{:>9} {:>18} {:>24} {:>24}\n", "services", "requests/s in all", "private KiB for each",
+             "resident KiB for each");
+  for (const int count : {1, 10, 50, 100, 200}) {
+    entrants all;
+    for (int i = 0; i < count; ++i) all.push_back(start_service(programs, "", true));
+    alarm(TIME_LIMIT_S);
+    std::size_t size = 0;
+    for (const auto& one : all) size = learn_answer(one->m_pc, request).size();
+    bytes answer(size);
+    const auto start = std::chrono::steady_clock::now();
+    for (int pass = 0; pass < PASSES / count; ++pass) {
+      for (const auto& one : all) one->m_pc.write(request);
+      for (const auto& one : all) one->m_pc.read(answer);
+    }
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+    std::vector<double> private_kb;
+    std::vector<double> resident_kb;
+    for (const auto& one : all) {
+      const memory_st memory = memory_of(one->m_program->pid());
+      private_kb.push_back(static_cast<double>(memory.m_private_kb));
+      resident_kb.push_back(static_cast<double>(memory.m_resident_kb));
+    }
+    fmt::print("{:>9} {:>18.0f} {:>24.0f} {:>24.0f}\n", count, PASSES / count * count / time.count(),
+               median(private_kb), median(resident_kb));
+    std::fflush(stdout);
+  }
+  alarm(0);
+}
+
 // The words on the command line choose tables; none: all of them.
 bool is_wanted(int argc, char* argv[], std::string_view table) {
   return argc <= 2 || std::any_of(argv + 2, argv + argc, [table](const char* word) { return word == table; });
@@ -218,7 +252,7 @@ int number_from_environment(const char* name, int usual) {
 
 int main(int argc, char* argv[]) {
   if (argc < 2) {
-    std::puts("usage: amt-bench EMPTY-FOLDER-WITH-A-SHORT-NAME [relay stream version at service]");
+    std::puts("usage: amt-bench EMPTY-FOLDER-WITH-A-SHORT-NAME [relay stream version at service many]");
     return 2;
   }
   g_rounds = number_from_environment("BENCH_ROUNDS", g_rounds);
@@ -245,5 +279,6 @@ int main(int argc, char* argv[]) {
     examine_service(programs, true);
     examine_service(programs, false);
   }
+  if (is_wanted(argc, argv, "many")) measure_many(programs);
   return 0;
 }

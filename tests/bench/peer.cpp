@@ -3,6 +3,7 @@
 //   amt-bench-peer threads A B       one thread for each way: read, write
 //   amt-bench-peer poll A B          one thread, poll on both
 //   amt-bench-peer reply A HEX...    answers whatever it reads with the given pieces, one write each
+//   amt-bench-peer store A FILE HEX  writes "1" into the file before it answers
 //   amt-bench-peer ask A B TEXT FRAME
 //     for each block from A writes one to B, awaits an "OK" line from there and answers A; both blocks in hexadecimal
 #include <fcntl.h>
@@ -68,6 +69,16 @@ int run_reply(int fd, const std::vector<bytes>& pieces) {
   return 1;
 }
 
+int run_store(int fd, const char* path, const bytes& answer) {
+  std::array<std::uint8_t, 4096> buffer{};
+  while (read(fd, buffer.data(), buffer.size()) > 0) {
+    const int file = pub_util_open(path, O_WRONLY | O_TRUNC);
+    if (write(file, "1", 1) != 1 || close(file) != 0) return 1;
+    if (write(fd, answer.data(), answer.size()) < 0) return 1;
+  }
+  return 1;
+}
+
 bool read_answer(int fd) {
   constexpr std::string_view END = "OK\r\n";
   std::array<char, 4096> buffer{};
@@ -100,6 +111,7 @@ int main(int argc, char* argv[]) {
     for (std::size_t i = 2; i < arguments.size(); ++i) pieces.push_back(from_hex(arguments[i]));
     return run_reply(one, pieces);
   }
+  if (arguments[0] == "store") return run_store(one, argv[3], from_hex(arguments[3]));
   const int other = pub_util_open(argv[3], O_RDWR);
   if (arguments[0] == "ask") return run_ask(one, other, from_hex(arguments[3]), from_hex(arguments[4]));
   return arguments[0] == "threads" ? run_threads(one, other) : run_poll(one, other);

@@ -87,6 +87,22 @@ void send_bytes(int fd, std::string_view bytes) {
   expect(write(fd, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()), "a link is gone");
 }
 
+// The button's backlight on: one file of the kernel is written.
+const std::string BACKLIGHT("\x0C\x00\xBB\x25\x06\x00\xEE\x0F\x04\x01\x00\x01", 12);
+const std::string BACKLIGHT_ANSWER("\x0F\x00\xBB\x26\x09\x00\xEE\x01\x01\x04\x00\x00\x00\x00\x00", 15);
+constexpr char BACKLIGHT_FILE[] = "/sys/class/leds/button-backlight/brightness";
+
+double time_backlight(const links_st& links, int count) {
+  std::vector<double> times;
+  for (int i = 0; i < count; ++i) {
+    const auto start = steady::now();
+    send_bytes(links.m_app, BACKLIGHT);
+    expect_bytes(links.m_app, BACKLIGHT_ANSWER);
+    times.push_back(milliseconds(steady::now() - start).count() * 1000);
+  }
+  return median(times);
+}
+
 double time_requests(const links_st& links, int count) {
   std::vector<double> times;
   for (int i = 0; i < count; ++i) {
@@ -114,6 +130,7 @@ std::unique_ptr<handset::phone> start_platform(bool filtered) {
   options.simulated_modem = false;
   options.log = handset::log_sink::discard;
   options.environment = {filtered ? "ANDROID_LOG_TAGS=*:s" : "ANDROID_LOG_TAGS=*:d"};
+  options.files[BACKLIGHT_FILE] = "0\n";
   auto phone = std::make_unique<handset::phone>(options);
   phone->start();
   expect(phone->at_end().read_exactly(SILENCING.size()) == SILENCING, "the modem is not silenced");
@@ -123,37 +140,49 @@ std::unique_ptr<handset::phone> start_platform(bool filtered) {
   return phone;
 }
 
-void measure_forwarding(const std::string& peer) {
-  constexpr int ROUNDS = 31;
-  constexpr int REQUESTS = 300;
-  const terminal app[2];
-  const terminal at[2];
-  std::vector<contender> bare;
-  for (int i = 0; i < 2; ++i) {
-    bare.emplace_back(
-        std::vector<std::string>{peer, "ask", app[i].path(), at[i].path(), hexadecimal(TEXT), hexadecimal(ANSWER)});
-  }
-  bench_pin(BENCH_CONTENDERS_PROCESSOR);  // what a phone starts runs where this thread does
-  const auto filtered = start_platform(true);
-  const auto full = start_platform(false);
-  bench_pin(BENCH_OWN_PROCESSOR);
-  const std::array<links_st, 4> links{{{app[0].fd(), at[0].fd()},
-                                       {app[1].fd(), at[1].fd()},
-                                       {filtered->app().fd(), filtered->at_end().fd()},
-                                       {full->app().fd(), full->at_end().fd()}}};
+constexpr int ROUNDS = 31;
+constexpr int REQUESTS = 300;
+
+// Two bare programs and two services take turns.
+void compare(const char* what, const std::array<links_st, 4>& links, double (*time)(const links_st&, int)) {
+  constexpr std::array NAMES = {"bare program that writes the same bytes", "bare program once more (noise)",
+                                "service, log filtered", "service, every line written to /dev/null"};
   std::array<std::vector<double>, 4> times;
   for (std::size_t round = 0; round < ROUNDS; ++round) {
     for (std::size_t i = 0; i < links.size(); ++i) {
       const std::size_t index = (i + round) % links.size();
-      times[index].push_back(time_requests(links[index], REQUESTS));
+      times[index].push_back(time(links[index], REQUESTS));
     }
   }
-  fmt::print("\nRadio request APP -> modem -> APP; {} rounds of {}\n", ROUNDS, REQUESTS);
-  constexpr std::array NAMES = {"bare program that writes the same bytes", "bare program once more (noise)",
-                                "service, log filtered", "service, every line written to /dev/null"};
+  fmt::print("\n{}; {} rounds of {}\n", what, ROUNDS, REQUESTS);
   for (std::size_t i = 0; i < times.size(); ++i) {
     fmt::print("{:<42} {:>9.1f} us {:>20}\n", NAMES[i], median(times[i]), show_ratio(times[i], times[0]));
   }
+}
+
+void measure_application(const std::string& peer) {
+  bench_pin(BENCH_CONTENDERS_PROCESSOR);  // what a phone starts runs where this thread does
+  const auto filtered = start_platform(true);
+  const auto full = start_platform(false);
+  bench_pin(BENCH_OWN_PROCESSOR);
+  const terminal app[4];
+  const terminal at[2];
+  std::vector<contender> bare;
+  for (int i = 0; i < 2; ++i) {
+    const std::string name = fmt::format("{}-bare-{}", BACKLIGHT_FILE, i);  // on the same file system
+    filtered->write_file(name, "0\n");
+    const std::string file = filtered->host_path(name);
+    bare.emplace_back(
+        std::vector<std::string>{peer, "ask", app[i].path(), at[i].path(), hexadecimal(TEXT), hexadecimal(ANSWER)});
+    bare.emplace_back(std::vector<std::string>{peer, "store", app[i + 2].path(), file, hexadecimal(BACKLIGHT_ANSWER)});
+  }
+  const links_st filtered_links{filtered->app().fd(), filtered->at_end().fd()};
+  const links_st full_links{full->app().fd(), full->at_end().fd()};
+  compare("Radio request APP -> modem -> APP",
+          {{{app[0].fd(), at[0].fd()}, {app[1].fd(), at[1].fd()}, filtered_links, full_links}}, time_requests);
+  compare("Device request that writes one file", {{{app[2].fd(), -1}, {app[3].fd(), -1}, filtered_links, full_links}},
+          time_backlight);
+  expect(full->read_file(BACKLIGHT_FILE).value_or("").starts_with("1"), "the file was not written");
 }
 
 }  // namespace
@@ -162,6 +191,6 @@ int main() {
   measure_handshake();
   bench_pin(BENCH_OWN_PROCESSOR);
   bench_take_service_priority();  // inherited by the phones
-  measure_forwarding(std::filesystem::read_symlink("/proc/self/exe").parent_path() / "amt-bench-peer");
+  measure_application(std::filesystem::read_symlink("/proc/self/exe").parent_path() / "amt-bench-peer");
   return 0;
 }
