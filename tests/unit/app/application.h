@@ -38,6 +38,11 @@ class application {
     }
     return hex_of(bytes);
   }
+  // Whether the other side goes away within 20 seconds.
+  bool sees_the_end() const {
+    pollfd wanted = {m_fd, 0, 0};
+    return poll(&wanted, 1, 20000) > 0 && (wanted.revents & POLLHUP) != 0;
+  }
 
  private:
   int m_fd;

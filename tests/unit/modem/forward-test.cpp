@@ -84,6 +84,14 @@ TEST_F(forward, TwoLinesAndOkInOneRead_AreOneResponse) {
   EXPECT_EQ(to_app(), "0F 00 BB 0E 09 00 EE 01 01 04 00 01 00 00 00");
 }
 
+// What is decoded from behind the second line are zeros, not the rest of the first.
+TEST_F(forward, ShortLineBehindALongOne_SeesNothingOfIt) {
+  modem_says({"\r\n^DTTEST: 0E00000000" + std::string(80, 'F') + "\r\n", "\r\n^DTTEST: 1A00000000\r\n", "\r\nOK\r\n"});
+  EXPECT_EQ(stop_tx(), ERR_NONE);
+  EXPECT_EQ(to_app(),
+            std::string(STOPPED_FRAME) + " 18 00 BB 1A 12 00 EE 01 01 04 00 00 00 00 00 EE 0D 01 04 00 00 00 00 00");
+}
+
 TEST_F(forward, LineBehindTheOk_BelongsToNobody) {
   modem_says({"\r\nOK\r\n", "\r\n^DTTEST: 0E00000001\r\n"});
   EXPECT_EQ(stop_tx(), ERR_NONE);
