@@ -69,7 +69,7 @@ std::int32_t amt_gps_read_result(std::uint8_t link, amt_message_st* request, amt
       [index, &svid, &cnr] { return hwt_gpsCtrl(HWT_READ, index, &svid, &cnr); },
       [&svid, &cnr] { return amt_hwt_detail("; svid:%d; cnr:%d", svid, cnr); });
   if (result != ERR_NONE) return result;
-  amt_device_start_rsp(response, READ_RESPONSE_ID);
+  amt_handle_start_rsp(response, READ_RESPONSE_ID);
   amt_frame_add_int(&response->m_buf_a, ATOM_CARRIER_TO_NOISE, static_cast<std::uint32_t>(cnr));
   amt_frame_add_int(&response->m_buf_a, ATOM_SATELLITE, static_cast<std::uint32_t>(svid));
   amt_handle_finish_rsp(link, response);

@@ -115,7 +115,7 @@ int main(int argc, char* argv[]) {
   pub_util_raise_process_priority();
 
   const std::int32_t result = start_service(normal_mode);
-  while (result == ERR_NONE) pub_util_sleep_forever();
+  if (result == ERR_NONE) pub_util_sleep_forever();
   LOG_LINE("FATAL ERROR!!!");
   LOG_FAILURE_AT(429, result);
   LOG_ENTRY_OF("amt_deinit_resource");

@@ -165,8 +165,8 @@ constexpr std::array<std::int8_t, 256> make_digit_values() {
 constexpr auto DIGIT_VALUES = make_digit_values();
 
 std::uint8_t nibble(char character) {
-  const int value = DIGIT_VALUES[static_cast<std::uint8_t>(character)];
-  return static_cast<std::uint8_t>(value < 0 ? 0 : value);
+  const std::int8_t value = DIGIT_VALUES[static_cast<std::uint8_t>(character)];
+  return value < 0 ? 0 : static_cast<std::uint8_t>(value);
 }
 
 }  // namespace

@@ -1,8 +1,13 @@
 // The wrapped form of a frame, spoken on the PC link and by the modem behind it: a 12-byte header in front, a checksum
 // behind. Pure functions on bytes, shared by the service and the PC station.
 //
-//   0 u32 magic (bytes AA BB CC DD)   8 u8 kind, always 2    10 two zero bytes    12 + n u32 checksum over all before
-//   it 4 u32 frame length + 8            9 u8 sub-kind          12 ... the bare frame, n bytes
+//   0       u32  magic, the bytes AA BB CC DD
+//   4       u32  frame length + 8
+//   8       u8   kind, always 2
+//   9       u8   sub-kind
+//   10           two zero bytes
+//   12           the bare frame, n bytes
+//   12 + n  u32  checksum over all before it
 #pragma once
 
 #include <array>

@@ -30,7 +30,7 @@ constexpr std::uint8_t ATOM_CALIBRATION = 146;  // and the three behind it
 constexpr std::uint8_t ATOM_ADC = 151;
 
 std::int32_t answer_adc(amt_message_st* response) {
-  amt_device_start_rsp(response, READ_ADC_ID + 1);
+  amt_handle_start_rsp(response, READ_ADC_ID + 1);
   std::uint32_t value = 0;
   const std::int32_t result = amt_read_adc(&value);
   if (result == ERR_NONE) amt_frame_add_int(&response->m_buf_a, ATOM_ADC, value);
@@ -39,9 +39,9 @@ std::int32_t answer_adc(amt_message_st* response) {
 
 // The record is written before the driver is told: the driver reads it again at the phone's next start.
 std::int32_t calibrate_adc(const amt_message_st* request, amt_message_st* response) {
-  amt_device_start_rsp(response, WRITE_ADC_ID + 1);
+  amt_handle_start_rsp(response, WRITE_ADC_ID + 1);
   std::array<std::int32_t, 4> value;
-  for (std::uint8_t i = 0; i < value.size(); ++i) {
+  for (std::size_t i = 0; i < value.size(); ++i) {
     value[i] = static_cast<std::int32_t>(
         amt_frame_get_int(&request->m_buf_a, static_cast<std::uint8_t>(ATOM_CALIBRATION + i)));
   }
@@ -66,7 +66,7 @@ std::int32_t amt_device_battery_voltage(std::uint8_t link, amt_message_st* reque
   const std::int32_t result = amt_device_read_number(__func__, VOLTAGE_FILE, &voltage);
   if (result != ERR_NONE) return result;
   LOG_LINE("battery_voltage: %d", voltage);
-  amt_device_start_rsp(response, 10);
+  amt_handle_start_rsp(response, 10);
   amt_frame_add_int(&response->m_buf_a, ATOM_VOLTAGE, static_cast<std::uint32_t>(voltage));
   return amt_device_finish_bare_rsp(link, response);
 }

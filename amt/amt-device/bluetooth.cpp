@@ -156,7 +156,7 @@ std::int32_t amt_device_bt(std::uint8_t link, amt_message_st* request, amt_messa
 std::int32_t amt_device_bt_address(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
   LOG_ENTRY();
   if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
-  amt_device_start_rsp(response, ADDRESS_RESPONSE_ID);
+  amt_handle_start_rsp(response, ADDRESS_RESPONSE_ID);
   const auto type = static_cast<std::int32_t>(amt_frame_get_int(&request->m_buf_a, ATOM_OPERATION));
   LOG_LINE("amt_device_bt_address op_type:%d", type);
   const std::int32_t result = run_operation(type, request->m_buf_a, response->m_buf_a);

@@ -83,7 +83,7 @@ std::int32_t amt_device_camera_control(std::uint8_t link, amt_message_st* reques
   }
   if (result < 0) return ERR_FAIL;
   LOG_LINE("update result: %d", result);
-  amt_device_start_rsp(response, CONTROL_RESPONSE_ID);
+  amt_handle_start_rsp(response, CONTROL_RESPONSE_ID);
   amt_frame_add_int(&response->m_buf_a, ATOM_CONTROL_RESULT, static_cast<std::uint32_t>(result));
   return amt_handle_finish_rsp(link, response);
 }

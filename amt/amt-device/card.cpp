@@ -47,7 +47,7 @@ std::int32_t amt_device_tf_card(std::uint8_t link, amt_message_st* request, amt_
   if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
   const std::uint32_t capacity = capacity_kb(find_card());
   LOG_LINE("tf card capability: %ld KB", static_cast<long>(capacity));
-  amt_device_start_rsp(response, RESPONSE_ID);
+  amt_handle_start_rsp(response, RESPONSE_ID);
   amt_frame_add_int(&response->m_buf_a, ATOM_CAPACITY, capacity);
   return amt_handle_finish_rsp(link, response);
 }

@@ -4,6 +4,7 @@
 #include "amt/amt-device/log-module.h"
 #include "amt/amt-device/misc-library.h"
 #include "amt/amt-handle/channel/registry.h"
+#include "amt/amt-handle/channel/response.h"
 #include "pub/result.h"
 
 namespace {
@@ -17,7 +18,7 @@ constexpr int TEXT_LIMIT = 4055;
 std::int32_t amt_read_dev_info(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
   LOG_ENTRY();
   if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
-  amt_device_start_rsp(response, RESPONSE_ID);
+  amt_handle_start_rsp(response, RESPONSE_ID);
   char text[TEXT_LIMIT + 1] = {};
   const std::int32_t result =
       amt_device_call_misc<int(char*, int)>(__func__, "create_devinfo", [&text](auto* create_devinfo) {

@@ -31,11 +31,6 @@ std::int32_t fail_transfer(const char* function, const char* call, int result) {
 
 }  // namespace
 
-void amt_device_start_rsp(amt_message_st* response, std::uint8_t response_id) {
-  amt_message_clear(*response);
-  amt_frame_init(&response->m_buf_a, response_id);
-}
-
 std::int32_t amt_device_finish_bare_rsp(std::uint8_t link, amt_message_st* response) {
   amt_frame_add_int(&response->m_buf_a, AMT_ATOM_RESULT, 0);
   return amt_handle_send_rsp(link, response);

@@ -1,5 +1,5 @@
 // What the device tests share. A handler checks its request, reads its atoms, works and answers: with the OK reply
-// (amt_handle_send_rsp_ok) or with a data reply, which is started here, filled, and finished and sent with
+// (amt_handle_send_rsp_ok) or with a data reply, which is begun with amt_handle_start_rsp, filled, and sent with
 // amt_handle_finish_rsp. A handler that fails sends nothing: its caller answers with the error frame.
 #pragma once
 
@@ -7,8 +7,6 @@
 
 #include "amt/amt-convert/frame.h"
 
-// Starts a data reply; nothing that an unsent answer left in the record stays.
-void amt_device_start_rsp(amt_message_st* response, std::uint8_t response_id);
 // As amt_handle_finish_rsp, for the handlers that answer with a bare frame on every link.
 std::int32_t amt_device_finish_bare_rsp(std::uint8_t link, amt_message_st* response);
 

@@ -152,7 +152,7 @@ std::int32_t run_operation(std::uint8_t number, const amt_frame_st& request, amt
 std::int32_t amt_device_wifi_rtx_test(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
   LOG_ENTRY();
   if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
-  amt_device_start_rsp(response, RESPONSE_ID);
+  amt_handle_start_rsp(response, RESPONSE_ID);
   std::uint8_t operation = 0;
   amt_frame_get_bytes(&request->m_buf_a, ATOM_OPERATION, &operation, 1);
   note_operation(operation);

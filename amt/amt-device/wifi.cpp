@@ -61,7 +61,7 @@ constexpr std::int32_t (*OPERATIONS[])(const amt_frame_st& request, amt_frame_st
 std::int32_t amt_device_wifi_address(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
   LOG_ENTRY();
   if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
-  amt_device_start_rsp(response, RESPONSE_ID);
+  amt_handle_start_rsp(response, RESPONSE_ID);
   const std::uint32_t type = amt_frame_get_int(&request->m_buf_a, ATOM_OPERATION);
   LOG_LINE("amt_device_wifi_address op_type:%d", static_cast<int>(type));
   if (type >= std::size(OPERATIONS)) {

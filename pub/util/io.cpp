@@ -8,7 +8,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <string>
 
 pub_fd::~pub_fd() {
@@ -27,13 +26,11 @@ int pub_util_open(const char* path, int flags) {
 
 pub_file pub_util_fopen(const char* path, const char* mode) {
   char closing_mode[8];
-  const std::size_t length = std::strlen(mode);
-  if (length + 2 > sizeof closing_mode) {
+  const int length = std::snprintf(closing_mode, sizeof closing_mode, "%se", mode);
+  if (static_cast<std::size_t>(length) >= sizeof closing_mode) {
     errno = EINVAL;
     return nullptr;
   }
-  std::memcpy(closing_mode, mode, length);
-  std::memcpy(closing_mode + length, "e", 2);
   return pub_file(std::fopen(path, closing_mode));
 }
 

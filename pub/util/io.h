@@ -39,8 +39,9 @@ pub_file pub_util_fopen(const char* path, const char* mode);
 // Closes a descriptor that is greater than 0, and clears it. Other threads see it cleared before it is closed.
 void pub_util_close(std::atomic<int>& fd);
 
-// Waits for data, then reads once. Gives the count read; 0 at once when there is no room; -1 and errno on failure. A
-// terminal whose other side has hung up gives -1 with EIO, as a blocked read of one does, and not 0 for ever.
+// Waits for data, then reads once; a descriptor that is closed (below 1) gives EBADF. Gives the count read; 0 at once
+// when there is no room; -1 and errno on failure. A terminal whose other side has hung up gives -1 with EIO, as a
+// blocked read of one does, and not 0 for ever.
 ssize_t pub_util_read(int fd, void* buffer, std::size_t size);
 
 // One write. Gives the count written, or -1 and errno; a descriptor that is closed (below 1) gives EBADF.

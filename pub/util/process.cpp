@@ -111,7 +111,7 @@ void pub_util_create_pid_file(const char* name) {
   if (LOG_BAD_ARGUMENTS(name == nullptr)) return;
   char command[60];
   std::snprintf(command, 59, "echo %d > /tmp/%s.pid", getpid(), name);
-  if (pub_util_run_command(command) != 0) LOG_SYS_CALL("system");
+  if (pub_util_run_command(command) < 0) LOG_SYS_CALL("system");
   LOG_LINE("PID of %s: %d", name, getpid());
 }
 

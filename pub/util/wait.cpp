@@ -46,7 +46,7 @@ ssize_t read_as_wait_point(int fd, void* buffer, std::size_t size) {
 
 ssize_t pub_util_read(int fd, void* buffer, std::size_t size) {
   if (size == 0) return 0;
-  if (fd < 0) {
+  if (fd < 1) {  // closed; never the standard input
     errno = EBADF;
     return -1;
   }

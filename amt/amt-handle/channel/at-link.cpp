@@ -102,10 +102,8 @@ ssize_t write_link(const char* text, std::uint32_t length) {
   return pub_util_write(g_handle_context.m_fd_at, text, length);
 }
 
-// The AT link may be closed (0): that is no descriptor, not the standard input.
 ssize_t read_link(char* buffer, std::uint32_t length) {
-  const int fd = g_handle_context.m_fd_at;
-  return pub_util_read(fd < 1 ? -1 : fd, buffer, length);
+  return pub_util_read(g_handle_context.m_fd_at, buffer, length);
 }
 
 std::int32_t finish_read(const char* buffer, ssize_t count, std::uint32_t* read_length) {

@@ -40,8 +40,8 @@ bool read_block(amt_message_st& record) {
 // False when the block did not go out whole: then the service is to end.
 bool write_to_pc(amt_message_st& record) {
   const ssize_t written = pub_util_write(g_handle_context.m_fd_pc, record.m_buf_a.data(), record.m_buf_len);
-  if (written < 0) LOG_LINE("write error, errno[%d]", errno);
   LOG_LINE("write to pc, m_buf_len=%d, write_len=%d", record.m_buf_len, static_cast<int>(written));
+  if (written < 0) LOG_LINE("write error, errno[%d]", errno);
   if (written != static_cast<ssize_t>(record.m_buf_len)) return false;
   amt_message_clear(record);
   return true;

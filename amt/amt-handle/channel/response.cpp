@@ -35,8 +35,7 @@ std::int32_t write_response(int fd, const amt_message_st& response) {
 }
 
 std::int32_t send_result(std::uint8_t link, amt_message_st* response, std::uint32_t response_id, std::uint32_t code) {
-  amt_message_clear(*response);
-  amt_frame_init(&response->m_buf_a, static_cast<std::uint8_t>(response_id));
+  amt_handle_start_rsp(response, static_cast<std::uint8_t>(response_id));
   amt_frame_add_int(&response->m_buf_a, AMT_ATOM_RESULT, code);
   if (link == AMT_LINK_PC) amt_convert_app_2_pc(response);
   return amt_handle_send_rsp(link, response);
@@ -90,6 +89,11 @@ std::int32_t amt_handle_send_pre_rsp_for_pc(std::uint8_t link, amt_message_st* r
   std::copy(AMT_PRE_RESPONSE.begin(), AMT_PRE_RESPONSE.end(), response->m_buf_a.begin());
   response->m_buf_len = AMT_PRE_RESPONSE.size();
   return amt_handle_send_rsp(link, response);
+}
+
+void amt_handle_start_rsp(amt_message_st* response, std::uint8_t response_id) {
+  amt_message_clear(*response);
+  amt_frame_init(&response->m_buf_a, response_id);
 }
 
 std::int32_t amt_handle_finish_rsp(std::uint8_t link, amt_message_st* response) {

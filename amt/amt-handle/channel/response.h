@@ -20,6 +20,8 @@ std::int32_t amt_handle_send_rsp_err(std::uint8_t link, amt_message_st* response
 // The fixed message that tells the PC that its request arrived. Link 1 only.
 std::int32_t amt_handle_send_pre_rsp_for_pc(std::uint8_t link, amt_message_st* response);
 
+// The begin of every data reply: a frame with the response id. Nothing that an unsent answer left in the record stays.
+void amt_handle_start_rsp(amt_message_st* response, std::uint8_t response_id);
 // The end of every data reply: adds atom 1 = 0, wraps the frame when the link is the PC, sends it.
 std::int32_t amt_handle_finish_rsp(std::uint8_t link, amt_message_st* response);
 // An AT reply to the PC: the text (at most 4095 characters) becomes the record's content and is sent.

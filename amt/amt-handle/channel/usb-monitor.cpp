@@ -9,6 +9,7 @@
 #include <array>
 #include <csignal>
 #include <cstdlib>
+#include <tuple>
 
 #include "amt/amt-handle/channel/handle-context.h"
 #include "amt/amt-handle/channel/handshake.h"
@@ -37,7 +38,7 @@ int open_event_socket() {
   address.nl_pid = static_cast<std::uint32_t>(getpid());
   address.nl_groups = 1;
   setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &RECEIVE_BUFFER, sizeof RECEIVE_BUFFER);
-  bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  std::ignore = bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
   return fd;
 }
 
@@ -66,6 +67,17 @@ void take_event(std::span<const char> event) {
   }
 }
 
+// Returns when the cable was pulled in a start without -u.
+void watch(int fd) {
+  for (;;) {
+    std::array<char, EVENT_SIZE> event = {};
+    if (pub_util_wait(fd, POLLIN, WAIT_MS) <= 0) continue;
+    const ssize_t count = recv(fd, event.data(), event.size(), MSG_DONTWAIT);
+    if (count > 0) take_event(std::span(event).first(static_cast<std::size_t>(count)));
+    if (g_usb_activate == 0 && g_usb_state == AMT_USB_DISCONNECTED) return;
+  }
+}
+
 }  // namespace
 
 std::string_view amt_uevent_next_string(std::span<const char>& rest) {
@@ -79,16 +91,11 @@ std::string_view amt_uevent_next_string(std::span<const char>& rest) {
 void amt_handle_monitor_usb_loop() {
   LOG_ENTRY();
   pub_util_install_handler(SIGUSR1, pub_util_handle_thread_signal);
-  const int fd = open_event_socket();
-  for (;;) {
-    std::array<char, EVENT_SIZE> event = {};
-    if (pub_util_wait(fd, POLLIN, WAIT_MS) <= 0) continue;
-    const ssize_t count = recv(fd, event.data(), event.size(), MSG_DONTWAIT);
-    if (count > 0) take_event(std::span(event).first(static_cast<std::size_t>(count)));
-    if (g_usb_activate == 0 && g_usb_state == AMT_USB_DISCONNECTED) break;
+  {
+    const pub_fd socket(open_event_socket());
+    watch(socket.get());
+    LOG_LINE("amt_handle_monitor_usb_loop get usb disconnect event, will exit amt service");
   }
-  LOG_LINE("amt_handle_monitor_usb_loop get usb disconnect event, will exit amt service");
-  close(fd);
   pub_util_clear_thread(g_handle_context.m_usb_thread);
   amt_handle_end_service(EXIT_SUCCESS);
 }

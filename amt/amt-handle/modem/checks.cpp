@@ -87,7 +87,7 @@ std::int32_t amt_dtoc_checkSIM(std::uint8_t link, amt_message_st* request, amt_m
   const auto type = find_sim_type(amt_modem_answer());
   if (!type) return send_failure(link, response, SIM_RESPONSE_ID);
   const bool is_known = *type == 1 || *type == 2;
-  amt_frame_init(&response->m_buf_a, SIM_RESPONSE_ID);
+  amt_handle_start_rsp(response, SIM_RESPONSE_ID);
   amt_frame_add_flag(&response->m_buf_a, ATOM_SIM, is_known ? 1 : 0);
   return amt_handle_send_rsp(link, response);
 }
@@ -98,7 +98,7 @@ std::int32_t amt_modem_handle_read_outdate(std::uint8_t link, amt_message_st* re
   if (refusal != ERR_NONE) return refusal;
   const auto date = query_date();
   if (!date) return send_failure(link, response, DATE_RESPONSE_ID);
-  amt_frame_init(&response->m_buf_a, DATE_RESPONSE_ID);
+  amt_handle_start_rsp(response, DATE_RESPONSE_ID);
   amt_frame_add_string(&response->m_buf_a, ATOM_DATE, date->data());
   return amt_handle_finish_rsp(link, response);
 }
@@ -107,7 +107,7 @@ std::int32_t amt_modem_handle_temperature(std::uint8_t link, amt_message_st*, am
   LOG_ENTRY();
   const auto temperature = read_temperature();
   if (!temperature) return send_failure(link, response, TEMPERATURE_RESPONSE_ID);
-  amt_frame_init(&response->m_buf_a, TEMPERATURE_RESPONSE_ID);
+  amt_handle_start_rsp(response, TEMPERATURE_RESPONSE_ID);
   amt_frame_add_int(&response->m_buf_a, ATOM_TEMPERATURE, *temperature);
   return amt_handle_finish_rsp(link, response);
 }

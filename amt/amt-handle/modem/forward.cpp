@@ -44,14 +44,14 @@ std::int32_t build_command(const amt_message_st& request) {
   const std::int32_t result = amt_convert_req_amt_data_2_at_data(
       &request.m_buf_a, data.m_buf_a.data(), static_cast<std::uint32_t>(data.m_buf_a.size()), &data.m_buf_len);
   if (result != ERR_NONE) return result;
-  if (COMMAND.size() + 2 * data.m_buf_len + 2 >= command.m_buf_a.size()) {
+  if (COMMAND.size() + std::size_t{2} * data.m_buf_len + 2 >= command.m_buf_a.size()) {
     LOG_FAILURE_OF("amt_modem_handle_req", ERR_FAIL);
     LOG_LINE("(%ld + %ld * 2 + 2) < %d", static_cast<long>(COMMAND.size()), static_cast<long>(data.m_buf_len),
              static_cast<int>(command.m_buf_a.size()));
     return ERR_FAIL;
   }
   amt_hex_encode(std::span(data.m_buf_a).first(data.m_buf_len), std::span(command.m_buf_a).subspan(COMMAND.size()));
-  const std::size_t end = COMMAND.size() + 2 * data.m_buf_len;
+  const std::size_t end = COMMAND.size() + std::size_t{2} * data.m_buf_len;
   command.m_buf_a[end] = '\r';
   command.m_buf_len = static_cast<std::uint32_t>(end + 1);
   return ERR_NONE;

@@ -54,7 +54,7 @@ std::int32_t send_failure(const identity_st& identity, std::uint8_t link, amt_me
 std::int32_t send_text(const identity_st& identity, std::uint8_t atom_id, std::uint8_t link, amt_message_st* response) {
   const auto value = read_identity(identity, amt_log_no_answer);
   if (!value) return send_failure(identity, link, response);
-  amt_frame_init(&response->m_buf_a, identity.m_response_id);
+  amt_handle_start_rsp(response, identity.m_response_id);
   amt_frame_add_string(&response->m_buf_a, atom_id, value->m_text.data());
   return amt_handle_finish_rsp(link, response);
 }
@@ -82,7 +82,7 @@ std::int32_t amt_read_serial_number(std::uint8_t link, amt_message_st* request, 
   if (!value) return send_failure(SERIAL, link, response);
   LOG_LINE("get serial-number success. serial-number:[len:%d content:%s]", static_cast<int>(value->m_length),
            value->m_text.data());
-  amt_frame_init(&response->m_buf_a, SERIAL.m_response_id);
+  amt_handle_start_rsp(response, SERIAL.m_response_id);
   std::array<std::uint8_t, VALUE_SIZE> bytes{};
   std::copy_n(value->m_text.begin(), value->m_length, bytes.begin());
   amt_frame_add_bytes(&response->m_buf_a, ATOM_SERIAL, bytes.data(), value->m_length);

@@ -138,7 +138,7 @@ std::int32_t amt_query_amt_support(std::uint8_t link, amt_message_st* request, a
   const auto technology = query_radio_technology();
   if (!technology) return send_failure(link, response, SUPPORT_RESPONSE_ID);
   LOG_LINE("getted nstandby0_rat:%d.", *technology);
-  amt_frame_init(&response->m_buf_a, SUPPORT_RESPONSE_ID);
+  amt_handle_start_rsp(response, SUPPORT_RESPONSE_ID);
   amt_frame_add_int(&response->m_buf_a, ATOM_RADIO_TECHNOLOGY, static_cast<std::uint32_t>(*technology));
   return amt_handle_finish_rsp(link, response);
 }
@@ -148,7 +148,7 @@ std::int32_t amt_query_amt_support(std::uint8_t link, amt_message_st* request, a
 std::int32_t amt_channel_switch(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
   LOG_ENTRY();
   if (amt_modem_is_missing()) return ERR_NO_MODEM;
-  amt_frame_init(&response->m_buf_a, CHANNEL_RESPONSE_ID);
+  amt_handle_start_rsp(response, CHANNEL_RESPONSE_ID);
   const auto channel = static_cast<std::int32_t>(amt_frame_get_int(&request->m_buf_a, ATOM_CHANNEL));
   std::array<char, CHANNEL_TEXT_SIZE> text{};
   std::snprintf(text.data(), text.size(), "AT^DMPCHN=%d\r", channel);
@@ -183,7 +183,7 @@ std::int32_t amt_handle_damt1_cmd(std::uint8_t link, amt_message_st* request, am
   const std::int32_t result = handle_amt_damt1_operation(operation, &flag);
   LOG_LINE("amt_handle_damt1_cmd op_type:%d; flag:%d; ret_val:%d.", operation, flag, result);
   if (result != ERR_NONE) return send_failure(link, response, DAMT1_RESPONSE_ID);
-  amt_frame_init(&response->m_buf_a, DAMT1_RESPONSE_ID);
+  amt_handle_start_rsp(response, DAMT1_RESPONSE_ID);
   amt_frame_add_int(&response->m_buf_a, ATOM_FLAG, static_cast<std::uint32_t>(flag));
   return amt_handle_finish_rsp(link, response);
 }

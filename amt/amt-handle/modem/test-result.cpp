@@ -156,7 +156,7 @@ std::int32_t amt_modem_read_test_result(std::uint8_t link, amt_message_st* reque
   if (query_station(known) != ERR_NONE) return send_failure(link, response, READ_RESPONSE_ID);
   record_read_result(__func__, known.m_station, known.m_result);
 
-  amt_frame_init(&response->m_buf_a, READ_RESPONSE_ID);
+  amt_handle_start_rsp(response, READ_RESPONSE_ID);
   amt_frame_add_int(&response->m_buf_a, ATOM_STATION, static_cast<std::uint32_t>(known.m_station));
   amt_frame_add_int(&response->m_buf_a, ATOM_RESULT_OF_STATION, static_cast<std::uint32_t>(known.m_result));
   amt_frame_add_string(&response->m_buf_a, ATOM_DESCRIPTION, known.m_description);
@@ -190,7 +190,7 @@ std::int32_t amt_item_read_test_result(std::uint8_t link, amt_message_st* reques
     return send_failure(link, response, ITEM_READ_RESPONSE_ID);
   }
   LOG_LINE("amt_item_read_test_result read_item ret_val[%d]", ERR_NONE);
-  amt_frame_init(&response->m_buf_a, ITEM_READ_RESPONSE_ID);
+  amt_handle_start_rsp(response, ITEM_READ_RESPONSE_ID);
   amt_frame_add_int(&response->m_buf_a, ATOM_STATION, static_cast<std::uint32_t>(station));
   amt_frame_add_int(&response->m_buf_a, ATOM_RESULT_OF_STATION, static_cast<std::uint32_t>(value));
   return amt_handle_finish_rsp(link, response);

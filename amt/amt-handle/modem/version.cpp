@@ -135,8 +135,7 @@ std::int32_t handle_amt_pc_req_version(std::uint8_t link, amt_message_st* reques
   if (module->m_answered_by == answered_by::MODEM) return ERR_NOT_HANDLED;
 
   amt_handle_send_pre_rsp_for_pc(link, response);
-  amt_message_clear(*response);
-  amt_frame_init(&response->m_buf_a, RESPONSE_ID);
+  amt_handle_start_rsp(response, RESPONSE_ID);
   amt_frame_add_int(&response->m_buf_a, ATOM_MODULE, code);
   if (code == SOFTWARE_MODULE) {
     const std::int32_t result = set_ap_sw_version_rsp(response);
@@ -157,7 +156,7 @@ std::int32_t handle_amt_req_version(std::uint8_t link, amt_message_st* request, 
   if (module == nullptr) return fail_unknown(__func__, code);
   if (module->m_answered_by == answered_by::MODEM) return handle_amt_req_l1_hls_version(link, code, request, response);
 
-  amt_frame_init(&response->m_buf_a, RESPONSE_ID);
+  amt_handle_start_rsp(response, RESPONSE_ID);
   amt_frame_add_int(&response->m_buf_a, ATOM_MODULE, code);
   add_version_block(response);
   return amt_handle_finish_rsp(link, response);
@@ -183,7 +182,7 @@ std::int32_t handle_amt_req_l1_hls_version(std::uint8_t link, std::uint32_t modu
   LOG_LINE("get version success.type:%d, version:[len:%d content:%.*s]", static_cast<int>(module),
            static_cast<int>(version->m_length), static_cast<int>(version->m_length),
            reinterpret_cast<const char*>(version->m_text.data()));
-  amt_frame_init(&response->m_buf_a, RESPONSE_ID);
+  amt_handle_start_rsp(response, RESPONSE_ID);
   amt_frame_add_int(&response->m_buf_a, ATOM_MODULE, module);
   amt_frame_add_bytes(&response->m_buf_a, ATOM_VERSION, version->m_text.data(), version->m_length);
   return amt_handle_finish_rsp(link, response);

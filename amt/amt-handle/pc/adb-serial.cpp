@@ -60,7 +60,7 @@ std::int32_t read_serial(amt_message_st* response) {
 std::int32_t amt_handle_adb_serial_no(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
   LOG_ENTRY();
   if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
-  amt_frame_init(&response->m_buf_a, RESPONSE_ID);
+  amt_handle_start_rsp(response, RESPONSE_ID);
   const std::uint32_t operation = amt_frame_get_int(&request->m_buf_a, ATOM_OPERATION);
   if (operation > OPERATION_WRITE) {
     LOG_FAILURE(ERR_ARGUMENT);

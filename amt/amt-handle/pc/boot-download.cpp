@@ -40,7 +40,7 @@ std::int32_t amt_modem_boot_dl_fin_read(std::uint8_t link, amt_message_st* reque
   LOG_ENTRY();
   if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
   LOG_LINE("amt_modem_boot_dl_fin_read.");
-  amt_frame_init(&response->m_buf_a, RESPONSE_ID);
+  amt_handle_start_rsp(response, RESPONSE_ID);
   std::int32_t flag = 0;
   if (read_flag(flag) != ERR_NONE) {
     LOG_FAILURE(ERR_FAIL);

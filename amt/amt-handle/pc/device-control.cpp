@@ -108,11 +108,11 @@ std::int32_t handle_amt_device_gps_ctrl(const char*, std::string_view rest) {
   const auto flag = take_value(rest, "flag");
   if (!flag) return ERR_FAIL;
   LOG_LINE("getted flag:%d.", *flag);
-  if (flag == STOP) {
+  if (*flag == STOP) {
     return reply(amt_device_call_hwt(AMT_HWT_STEP("GPS-stop", "hwt_gpsCtrl"),
                                      [] { return hwt_gpsCtrl(0, 0, nullptr, nullptr); }));
   }
-  if (flag == GPS_START_AND_READ) return start_and_read_gps(__func__, rest);
+  if (*flag == GPS_START_AND_READ) return start_and_read_gps(__func__, rest);
   return handle_amt_reply_error();
 }
 
@@ -180,8 +180,8 @@ std::int32_t handle_amt_device_wifi_tx_ctrl(const char*, std::string_view rest) 
   const auto control = take_value(rest, "control");
   if (!control) return ERR_FAIL;
   LOG_LINE("getted control:%d.", *control);
-  if (control == START) return reply(start_tx(__func__, rest));
-  if (control == STOP) return reply(stop_tx(__func__));
+  if (*control == START) return reply(start_tx(__func__, rest));
+  if (*control == STOP) return reply(stop_tx(__func__));
   return handle_amt_reply_error();
 }
 
@@ -190,8 +190,8 @@ std::int32_t handle_amt_device_wifi_rx_ctrl(const char*, std::string_view rest) 
   const auto control = take_value(rest, "control");
   if (!control) return ERR_FAIL;
   LOG_LINE("getted control:%d.", *control);
-  if (control == START) return reply(start_rx(__func__, rest));
-  if (control == STOP) return reply(stop_rx(__func__));
+  if (*control == START) return reply(start_rx(__func__, rest));
+  if (*control == STOP) return reply(stop_rx(__func__));
   return handle_amt_reply_error();
 }
 

@@ -70,7 +70,7 @@ std::int32_t amt_read_pcba_sn(char (&buffer)[AMT_PCBA_SN_SIZE]) {
 std::int32_t amt_handle_board_pcba_ctrl(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
   LOG_ENTRY();
   if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
-  amt_frame_init(&response->m_buf_a, RESPONSE_ID);
+  amt_handle_start_rsp(response, RESPONSE_ID);
   std::uint8_t operation = 0;
   amt_frame_get_bytes(&request->m_buf_a, ATOM_OPERATION, &operation, sizeof operation);
   LOG_LINE("pcba op-type: %d.", operation);
