@@ -79,17 +79,30 @@ added_en add_flag(amt_frame_st* frame, std::uint8_t id, const std::string& value
   return number ? as_added(amt_frame_add_flag(frame, id, static_cast<std::uint8_t>(*number))) : added_en::BAD_VALUE;
 }
 
+// Byte strings of one and two bytes that are numbers, little-endian; negative ones in two's complement.
+template <std::uint32_t LIMIT, std::size_t SIZE>
+added_en add_small(amt_frame_st* frame, std::uint8_t id, const std::string& value) {
+  const auto number = parse_signed(value);
+  const bool is_negative = number && value.starts_with('-') && *number != 0;
+  if (!number || (is_negative ? 0U - *number > (LIMIT + 1) / 2 : *number > LIMIT)) return added_en::BAD_VALUE;
+  std::array<std::uint8_t, 4> bytes{};
+  amt_write_u32(bytes.data(), *number);
+  return as_added(amt_frame_add_bytes(frame, id, bytes.data(), SIZE));
+}
+
 struct atom_type_st {
   const char* m_name;
   added_en (*m_add)(amt_frame_st*, std::uint8_t, const std::string&);
   const char* m_expects;
 };
 
-constexpr std::array<atom_type_st, 4> ATOM_TYPES = {{
+constexpr std::array<atom_type_st, 6> ATOM_TYPES = {{
     {"int", add_int, "a 32-bit number"},
     {"str", add_string, "text"},
     {"bytes", add_bytes, "pairs of hexadecimal digits"},
     {"flag", add_flag, "a number from 0 to 255"},
+    {"u8", add_small<255, 1>, "a number of 8 bits"},
+    {"u16", add_small<65535, 2>, "a number of 16 bits"},
 }};
 
 const atom_type_st* find_atom_type(std::string_view name) {
@@ -142,7 +155,7 @@ std::string station_add_atom(amt_frame_st* frame, const std::string& text) {
   const auto id = station_parse_number(std::string_view(text).substr(0, colon), 255);
   if (!id) return fmt::format("atom '{}': its number must be from 0 to 255", text);
   const atom_type_st* type = find_atom_type(std::string_view(text).substr(colon + 1, equals - colon - 1));
-  if (type == nullptr) return fmt::format("atom '{}': its type must be int, str, bytes or flag", text);
+  if (type == nullptr) return fmt::format("atom '{}': its type must be int, str, bytes, flag, u8 or u16", text);
 
   switch (type->m_add(frame, static_cast<std::uint8_t>(*id), text.substr(equals + 1))) {
     case added_en::BAD_VALUE:

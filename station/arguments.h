@@ -23,5 +23,6 @@ std::string station_module_names();
 
 // Appends the atom that text describes, NUMBER:TYPE=VALUE:
 //   19:int=64 (or 0x40, or -1)   21:str=text   5:bytes=0A0B (hexadecimal, may be empty)   7:flag=1 (0 to 255)
+//   154:u8=3   157:u16=-10 (bytes that are a number, little-endian)
 // Gives what is wrong with it, with the frame unchanged; empty when the atom was added.
 std::string station_add_atom(amt_frame_st* frame, const std::string& text);

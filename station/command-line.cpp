@@ -77,7 +77,10 @@ void add_word(CLI::App* app, const station_word_st& word, options_st* options) {
         ->allow_extra_args(word.m_most > word.m_least);  // where it is on, the parser takes "[a,b]" apart
   }
   if (word.m_can_be_raw) command->add_flag("--raw", options->m_arguments.m_is_raw, "Send the text without a CR");
-  if (word.m_build != nullptr) command->add_flag("--no-wait", options->m_no_wait, "Send and wait for nothing");
+  if (!word.m_operations.empty()) {
+    command->add_flag("--frame", options->m_arguments.m_is_frame, "Send a frame where AT text would do");
+  }
+  if (word.is_sending()) command->add_flag("--no-wait", options->m_no_wait, "Send and wait for nothing");
   command->callback([&word, options] { options->m_word = &word; });
 }
 
@@ -94,6 +97,7 @@ std::optional<int> parse(std::vector<std::string> arguments, const station_io_st
   } catch (const CLI::ParseError& error) {
     return app.exit(error, *io.m_out, *io.m_err) == 0 ? STATION_OK : STATION_USAGE;
   }
+  options->m_arguments.m_form = options->m_app.empty() ? stream_form_en::WRAPPED : stream_form_en::BARE;
   std::string wrong;
   if (options->m_no_wait && options->m_expect != 0) wrong = "--no-wait and --expect exclude each other";
   if (options->m_port.empty() && options->m_app.empty()) wrong = "one of --port and --app is required";
@@ -109,9 +113,8 @@ class run_st {
   int run() {
     station_request_st request;
     std::string wrong;
-    const bool is_sending = m_options.m_word->m_build != nullptr;
-    if (is_sending) wrong = m_options.m_word->m_build(m_options.m_arguments, &request);
-    if (wrong.empty() && is_sending && !request.m_is_frame && is_app()) wrong = "text goes to the PC link: use --port";
+    const bool is_sending = m_options.m_word->is_sending();
+    if (is_sending) wrong = station_build(*m_options.m_word, m_options.m_arguments, &request);
     const std::vector<std::uint8_t> bytes =
         is_sending && wrong.empty() ? station_wire_bytes(request, form()) : no_bytes();
     if (is_sending && wrong.empty() && bytes.empty()) wrong = "the frame is too long to be sent";
@@ -126,7 +129,7 @@ class run_st {
  private:
   static std::vector<std::uint8_t> no_bytes() { return {}; }
   bool is_app() const { return !m_options.m_app.empty(); }
-  stream_form_en form() const { return is_app() ? stream_form_en::BARE : stream_form_en::WRAPPED; }
+  stream_form_en form() const { return m_options.m_arguments.m_form; }
 
   int exchange(const station_request_st& request, std::span<const std::uint8_t> bytes) {
     const station_exit_en sent = m_session.send(bytes, request.m_is_frame, deadline(DEFAULT_TIMEOUT_MS));
@@ -136,8 +139,7 @@ class run_st {
     station_judge_st judge(station_rule_for(request, m_options.m_expect));
     const station_exit_en result =
         m_session.receive(&judge, deadline(DEFAULT_TIMEOUT_MS), std::chrono::milliseconds::max());
-    const auto present = m_options.m_word->m_present;
-    return finish(result, {}, result == STATION_OK && present != nullptr ? present(judge.answer()) : std::string());
+    return finish(result, {}, result == STATION_OK ? station_value(request, judge.answer()) : std::string());
   }
 
   // Ends well with the time given or the interrupt; only a count that was not reached is a failure.

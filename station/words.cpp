@@ -2,10 +2,12 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 
 #include "amt/amt-convert/wrap.h"
 #include "station/arguments.h"
+#include "station/operations.h"
 #include "station/stream.h"
 
 namespace {
@@ -15,15 +17,10 @@ constexpr std::uint8_t VERSION_CMD = 45;
 constexpr std::uint8_t VERSION_MODULE_ATOM = 19;
 constexpr std::uint8_t VERSION_TEXT_ATOM = 18;
 
-void start_frame(std::uint8_t command_id, station_request_st* request) {
-  request->m_is_frame = true;
-  amt_frame_init(&request->m_frame.m_buf_a, command_id);
-}
-
 std::string build_frame(const station_arguments_st& arguments, station_request_st* request) {
   const auto id = station_parse_command_id(arguments.m_words[0]);
   if (!id) return fmt::format("'{}' is no command id (0 to 255) and no command name", arguments.m_words[0]);
-  start_frame(*id, request);
+  station_start_frame(*id, request);
   for (std::size_t n = 1; n < arguments.m_words.size(); ++n) {
     std::string wrong = station_add_atom(&request->m_frame.m_buf_a, arguments.m_words[n]);
     if (!wrong.empty()) return wrong;
@@ -40,31 +37,95 @@ std::string build_at(const station_arguments_st& arguments, station_request_st* 
 std::string build_version(const station_arguments_st& arguments, station_request_st* request) {
   const auto module = station_parse_module(arguments.m_words[0]);
   if (!module) return fmt::format("'{}' is no module: {}", arguments.m_words[0], station_module_names());
-  start_frame(VERSION_CMD, request);
+  station_start_frame(VERSION_CMD, request);
   amt_frame_add_int(&request->m_frame.m_buf_a, VERSION_MODULE_ATOM, *module);
+  request->m_value.m_atoms = {VERSION_TEXT_ATOM};
   return {};
 }
 
-// The text is padded with line ends on both sides.
-std::string present_version(const station_answer_st& answer) {
-  if (!answer.m_frame) return {};
-  const auto atom = amt_frame_find_atom(&*answer.m_frame, VERSION_TEXT_ATOM);
-  return atom ? stream_line(atom->m_value) : std::string();
+// The value is padded with line ends, and with zeros by some.
+std::string atom_value(const amt_atom_st& atom) {
+  if (atom.m_type == AMT_ATOM_INT && atom.m_value.size() == 4) {
+    return std::to_string(static_cast<std::int32_t>(amt_read_u32(atom.m_value.data())));
+  }
+  const auto end = std::ranges::find(atom.m_value, 0);
+  return stream_line(atom.m_value.first(static_cast<std::size_t>(end - atom.m_value.begin())));
+}
+
+std::string frame_value(const station_request_st& request, const amt_frame_st& frame) {
+  const auto answer_id = static_cast<std::uint8_t>(amt_frame_command_id(&request.m_frame.m_buf_a) + 1);
+  if (amt_frame_command_id(&frame) != answer_id) return {};
+  std::string text;
+  for (const std::uint8_t id : request.m_value.m_atoms) {
+    const auto atom = id == 0 ? std::nullopt : amt_frame_find_atom(&frame, id);
+    if (!atom) continue;
+    if (!text.empty()) text += ',';
+    text += atom_value(*atom);
+  }
+  return text;
+}
+
+// Behind `^DBTADDR:` stands the value, with a blank before it and quotes around it or without.
+std::string line_value(const station_request_st& request, const std::vector<std::string>& lines) {
+  for (const std::string& line : lines) {
+    if (!line.starts_with(request.m_value.m_line)) continue;
+    std::string_view value = std::string_view(line).substr(std::string_view(request.m_value.m_line).size());
+    while (value.starts_with(' ')) value.remove_prefix(1);
+    const bool is_quoted = value.size() >= 2 && value.starts_with('"') && value.ends_with('"');
+    return std::string(is_quoted ? value.substr(1, value.size() - 2) : value);
+  }
+  return {};
 }
 
 constexpr std::array<station_word_st, 4> WORDS = {{
-    {"frame", "ID [ATOM...]", "Send a frame; atoms are 19:int=64, 21:str=text, 5:bytes=0A0B, 7:flag=1", 1, MANY, false,
-     build_frame, nullptr},
-    {"at", "TEXT", "Send AT text and the CR behind it", 1, 1, true, build_at, nullptr},
-    {"version", "CODE", "Ask for a version: product, software, l1, hls, platform, app, hardware, whole, or a number", 1,
-     1, false, build_version, present_version},
-    {"monitor", "", "Send nothing and show what comes", 0, 0, false, nullptr, nullptr},
+    {"frame",
+     "ID [ATOM...]",
+     "Send a frame; atoms are 19:int=64, 21:str=text, 5:bytes=0A0B, 7:flag=1",
+     1,
+     MANY,
+     false,
+     build_frame,
+     {}},
+    {"at", "TEXT", "Send AT text and the CR behind it", 1, 1, true, build_at, {}},
+    {"version",
+     "CODE",
+     "Ask for a version: product, software, l1, hls, platform, app, hardware, whole, or a number",
+     1,
+     1,
+     false,
+     build_version,
+     {}},
+    {"monitor", "", "Send nothing and show what comes", 0, 0, false, nullptr, {}},
 }};
 
 }  // namespace
 
-std::span<const station_word_st> station_words() {
-  return WORDS;
+const std::vector<station_word_st>& station_words() {
+  static const std::vector<station_word_st> words = [] {
+    std::vector<station_word_st> all(WORDS.begin(), WORDS.end());
+    const auto operations = station_operation_words();
+    all.insert(all.end(), operations.begin(), operations.end());
+    return all;
+  }();
+  return words;
+}
+
+void station_start_frame(std::uint8_t command_id, station_request_st* request) {
+  request->m_is_frame = true;
+  amt_frame_init(&request->m_frame.m_buf_a, command_id);
+}
+
+std::string station_build(const station_word_st& word, const station_arguments_st& arguments,
+                          station_request_st* request) {
+  std::string wrong =
+      word.m_build != nullptr ? word.m_build(arguments, request) : station_build_operation(word, arguments, request);
+  const bool is_lost = wrong.empty() && !request->m_is_frame && arguments.m_form == stream_form_en::BARE;
+  return is_lost ? "text goes to the PC link: use --port" : wrong;
+}
+
+std::string station_value(const station_request_st& request, const station_answer_st& answer) {
+  if (request.m_is_frame) return answer.m_frame ? frame_value(request, *answer.m_frame) : std::string();
+  return request.m_value.m_line == nullptr ? std::string() : line_value(request, answer.m_lines);
 }
 
 std::vector<std::uint8_t> station_wire_bytes(const station_request_st& request, stream_form_en form) {

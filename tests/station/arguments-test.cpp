@@ -76,6 +76,12 @@ TEST(Arguments_Atom, EachType_HasItsBytes) {
   EXPECT_EQ(atom("5:bytes="), from_hex("EE 05 03 0000"));
   EXPECT_EQ(atom("7:flag=1"), from_hex("EE 07 04 0100 01"));
   EXPECT_EQ(atom("255:flag=255"), from_hex("EE FF 04 0100 FF"));
+  EXPECT_EQ(atom("154:u8=3"), from_hex("EE 9A 03 0100 03"));
+  EXPECT_EQ(atom("154:u8=255"), from_hex("EE 9A 03 0100 FF"));
+  EXPECT_EQ(atom("154:u8=-128"), from_hex("EE 9A 03 0100 80"));
+  EXPECT_EQ(atom("156:u16=0x1234"), from_hex("EE 9C 03 0200 3412"));
+  EXPECT_EQ(atom("157:u16=-10"), from_hex("EE 9D 03 0200 F6FF"));
+  EXPECT_EQ(atom("157:u16=-32768"), from_hex("EE 9D 03 0200 0080"));
 }
 
 TEST(Arguments_Atom, BadForms_AreRefusedAndChangeNothing) {
@@ -104,6 +110,12 @@ TEST(Arguments_Atom, BadForms_AreRefusedAndChangeNothing) {
                            "1:flag=",
                            "1:flag=256",
                            "1:flag=-1",
+                           "1:u8=",
+                           "1:u8=256",
+                           "1:u8=-129",
+                           "1:u16=65536",
+                           "1:u16=-32769",
+                           "1:u16=-4294967295",
                            "1=2:int"}) {
     amt_frame_st frame;
     amt_frame_init(&frame, 1);

@@ -1,0 +1,285 @@
+#include "station/operations.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "station/words.h"
+#include "tests/station/wire.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+constexpr stream_form_en PC = stream_form_en::WRAPPED;
+constexpr stream_form_en APP = stream_form_en::BARE;
+
+const station_word_st* find_word(const std::string& name) {
+  for (const auto& word : station_words()) {
+    if (name == word.m_name) return &word;
+  }
+  ADD_FAILURE() << "no word " << name;
+  return nullptr;
+}
+
+std::vector<std::string> words_of(std::string_view line) {
+  std::vector<std::string> words(1);
+  for (const char character : line) {
+    if (character == ' ') {
+      words.emplace_back();
+    } else {
+      words.back() += character;
+    }
+  }
+  return words;
+}
+
+struct built_st {
+  std::string m_wrong;
+  station_request_st m_request;
+};
+
+// The request of "bt-address set 0011"; on a PC link with --frame when asked.
+built_st build(std::string_view line, stream_form_en form = PC, bool is_frame = false) {
+  station_arguments_st arguments;
+  arguments.m_words = words_of(line);
+  const station_word_st* word = find_word(arguments.m_words[0]);
+  arguments.m_words.erase(arguments.m_words.begin());
+  arguments.m_form = form;
+  arguments.m_is_frame = is_frame;
+  built_st built;
+  if (word != nullptr) built.m_wrong = station_build(*word, arguments, &built.m_request);
+  return built;
+}
+
+std::string text_of(std::string_view line) {
+  const built_st built = build(line);
+  EXPECT_EQ(built.m_wrong, "") << line;
+  EXPECT_FALSE(built.m_request.m_is_frame) << line;
+  return built.m_request.m_text;
+}
+
+// The bare frame, which is the same on both links.
+wire_bytes frame_of(std::string_view line, stream_form_en form) {
+  const built_st built = build(line, form, true);
+  EXPECT_EQ(built.m_wrong, "") << line;
+  EXPECT_TRUE(built.m_request.m_is_frame) << line;
+  return station_wire_bytes(built.m_request, APP);
+}
+
+std::string value_of_text(std::string_view line, std::vector<std::string> answer) {
+  return station_value(build(line).m_request, {std::nullopt, std::move(answer)});
+}
+
+std::string value_of_frame(std::string_view line, stream_form_en form, std::string_view answer) {
+  amt_frame_st frame{};
+  std::ranges::copy(from_hex(answer), frame.begin());
+  return station_value(build(line, form, true).m_request, {frame, {}});
+}
+
+TEST(Operations_Text, EachCommand_GoesOutAsThePhoneReadsIt) {
+  const std::vector<std::pair<const char*, const char*>> rows = {
+      {"bt-address", "AT^DBTADDR?\r"},
+      {"bt-address get", "AT^DBTADDR?\r"},
+      {"bt-address set 001122334455", "AT^DBTADDR=\"001122334455\"\r"},
+      {"wifi-address", "AT^DWIFIADDR?\r"},
+      {"wifi-address set 00:11:22:33:44:55", "AT^DWIFIADDR=\"00:11:22:33:44:55\"\r"},
+      {"pcba-sn", "AT^DPCBACTRL=1\r"},
+      {"pcba-sn set P123", "AT^DPCBACTRL=2,P123"},
+      {"imei", "AT^DGSN?\r"},
+      {"imei set 123456789012345", "AT^DCGSNW=123456789012345\r"},
+      {"board-sn", "AT^DMSN\r"},
+      {"board-sn set B77", "AT^DMSN=B77\r"},
+      {"amt1-flag", "AT^DAMT1=2\r"},
+      {"amt1-flag set 0", "AT^DAMT1=0\r"},
+      {"amt1-flag set 1", "AT^DAMT1=1\r"},
+      {"sw-version", "AT^DSVER\r"},
+      {"check wifi", "AT^DDEVCONNCHK=0\r"},
+      {"check gps", "AT^DDEVCONNCHK=1\r"},
+      {"check bt", "AT^DDEVCONNCHK=3\r"},
+      {"bluetooth on", "AT^DBTCTRL=1\r"},
+      {"bluetooth off", "AT^DBTCTRL=0\r"},
+      {"gps read 3", "AT^DGPSCTRL=2,3\r"},
+      {"gps stop", "AT^DGPSCTRL=0\r"},
+      {"wifi-tx 6 10 -20", "AT^DWLTSD=1,6,10,-20\r"},
+      {"wifi-tx off", "AT^DWLTSD=0\r"},
+      {"wifi-rx 6 10", "AT^DWLTRD=1,6,10\r"},
+      {"wifi-rx off", "AT^DWLTRD=0\r"},
+      {"idle", "AT^DENTERIDLE\r"},
+      {"power-off", "AT^DAMTOFF\r"},
+      {"boot-download", "AT^DBOOTDLFIN\r"},
+  };
+  for (const auto& [line, expected] : rows) EXPECT_EQ(text_of(line), expected) << line;
+}
+
+struct frame_row_st {
+  const char* m_line;
+  stream_form_en m_form;
+  const char* m_bytes;
+};
+
+TEST(Operations_Frame, EachRequest_HasItsAtoms) {
+  const frame_row_st rows[] = {
+      {"bt-address", PC, "0F00BBAC0900 EE6E01040001000000"},
+      {"bt-address set AB", APP, "1600BBAC1000 EE6E01040002000000 EE6F0202004142"},
+      {"wifi-address", PC, "0F00BBB90900 EE9801040000000000"},
+      {"wifi-address set AB", PC, "1600BBB91000 EE9801040001000000 EE990202004142"},
+      {"pcba-sn", PC, "0C00BBC10600 EEBE03010001"},
+      {"pcba-sn set AB", PC, "1300BBC10D00 EEBE03010002 EEBF0202004142"},
+      {"imei", APP, "0600BB070000"},
+      {"imei set 12", APP, "0D00BB050700 EE150202003132"},
+      {"board-sn", PC, "0600BB550000"},
+      {"board-sn set 12", PC, "0D00BB570700 EE260202003132"},
+      {"amt1-flag", APP, "0F00BBDB0900 EEC001040002000000"},
+      {"amt1-flag set 1", APP, "0F00BBDB0900 EEC001040001000000"},
+      {"sw-version", APP, "0F00BB2D0900 EE1301040010000000"},
+      {"check wifi", PC, "0F00BBB90900 EE9801040002000000"},
+      {"check gps", APP, "0F00BBAE0900 EE8C01040002000000"},
+      {"check bt", APP, "0F00BBAC0900 EE6E01040003000000"},
+      {"bluetooth on", APP, "0F00BBAC0900 EE6E0104000B000000"},
+      {"bluetooth off", APP, "0F00BBAC0900 EE6E0104000A000000"},
+      {"gps start", PC, "0F00BBAE0900 EE8C01040001000000"},
+      {"gps read 3", APP, "0F00BBB20900 EE8D01040003000000"},
+      {"gps stop", APP, "0F00BBAE0900 EE8C01040000000000"},
+      {"wifi-rf on", PC, "0C00BBBB0600 EE9A03010001"},
+      {"wifi-rf off", APP, "0C00BBBB0600 EE9A03010002"},
+      {"wifi-tx 6 540 -20", PC, "2000BBBB1A00 EE9A03010003 EE9B03010006 EE9C0302001C02 EE9D030200ECFF"},
+      {"wifi-tx off", PC, "0C00BBBB0600 EE9A03010004"},
+      {"wifi-rx 6 540", APP, "1900BBBB1300 EE9A03010005 EE9B03010006 EE9C0302001C02"},
+      {"wifi-rx off", APP, "0C00BBBB0600 EE9A03010006"},
+      {"idle", APP, "0600BBF00000"},
+      {"power-off", PC, "0600BBEC0000"},
+      {"boot-download", PC, "0600BBF40000"},
+      {"vibrate on", APP, "0C00BB230600 EE0F04010001"},
+      {"vibrate off", APP, "0C00BB230600 EE0F04010000"},
+      {"key-light on", APP, "0C00BB250600 EE0F04010001"},
+      {"key-light off", APP, "0C00BB250600 EE0F04010000"},
+      {"brightness 100", APP, "0F00BB390900 EE1A01040064000000"},
+      {"audio on", APP, "0C00BB210600 EE0F04010001"},
+      {"audio off", APP, "0C00BB210600 EE0F04010000"},
+      {"battery", APP, "0600BB090000"},
+      {"battery temperature", APP, "0600BB370000"},
+      {"adc", PC, "0600BBE00000"},
+      {"camera main", APP, "0600BB8B0000"},
+      {"camera second", APP, "0600BB930000"},
+      {"card", APP, "0600BB890000"},
+      {"dev-info", APP, "0600BBEE0000"},
+  };
+  std::set<std::string> words;
+  for (const auto& row : rows) {
+    EXPECT_EQ(frame_of(row.m_line, row.m_form), from_hex(row.m_bytes)) << row.m_line;
+    words.insert(words_of(row.m_line)[0]);
+  }
+  for (const auto& word : station_operation_words()) EXPECT_TRUE(words.contains(word.m_name)) << word.m_name;
+}
+
+TEST(Operations_Form, PcLinkWithoutAText_GetsTheFrame) {
+  EXPECT_TRUE(build("gps start").m_request.m_is_frame);
+  EXPECT_TRUE(build("wifi-rf on").m_request.m_is_frame);
+  EXPECT_TRUE(build("adc").m_request.m_is_frame);
+}
+
+TEST(Operations_Form, ApplicationLink_GetsTheFrameUnasked) {
+  EXPECT_TRUE(build("check gps", APP).m_request.m_is_frame);
+}
+
+TEST(Operations_Form, WrongLink_IsRefused) {
+  EXPECT_EQ(build("vibrate on").m_wrong, "vibrate: this is for the application's link: use --app");
+  EXPECT_EQ(build("vibrate on", PC, true).m_wrong, "vibrate: this is for the application's link: use --app");
+  EXPECT_EQ(build("adc", APP).m_wrong, "adc: this is for the PC link: use --port");
+  EXPECT_EQ(build("pcba-sn", APP).m_wrong, "pcba-sn: this is for the PC link: use --port");
+  EXPECT_EQ(build("amt1-flag", PC, true).m_wrong, "amt1-flag: this is no frame of the PC link");
+}
+
+TEST(Operations_Arguments, WrongOnes_AreRefused) {
+  for (const char* line : {"bt-address put",     "bt-address set",
+                           "bt-address get 1",   "bt-address set 1 2",
+                           "amt1-flag set 2",    "amt1-flag set x",
+                           "amt1-flag set -1",   "check",
+                           "check fm",           "gps",
+                           "gps read",           "gps read 256",
+                           "gps read 1x",        "wifi-tx",
+                           "wifi-tx 6",          "wifi-tx 6 10",
+                           "wifi-tx 256 10 10",  "wifi-tx 6 65536 1",
+                           "wifi-tx 6 10 32768", "wifi-tx off 1",
+                           "wifi-rx 6",          "bluetooth maybe"}) {
+    EXPECT_NE(build(line).m_wrong, "") << line;
+  }
+  EXPECT_NE(build("brightness -1", APP).m_wrong, "");
+  EXPECT_NE(build("brightness 2147483648", APP).m_wrong, "");
+  EXPECT_EQ(build("bt-address put").m_wrong, "bt-address needs OPERATION get, set ADDRESS");
+}
+
+struct limit_row_st {
+  const char* m_start;
+  bool m_is_frame;
+  std::size_t m_most;
+};
+
+TEST(Operations_Arguments, TextThatThePhoneWouldCut_IsRefused) {
+  for (const auto& row : {limit_row_st{"bt-address set ", false, 19}, limit_row_st{"bt-address set ", true, 59},
+                          limit_row_st{"wifi-address set ", false, 19}, limit_row_st{"wifi-address set ", true, 59},
+                          limit_row_st{"pcba-sn set ", false, 29}, limit_row_st{"pcba-sn set ", true, 29},
+                          limit_row_st{"imei set ", false, 20}, limit_row_st{"board-sn set ", true, 20}}) {
+    EXPECT_EQ(build(row.m_start + std::string(row.m_most, 'x'), PC, row.m_is_frame).m_wrong, "") << row.m_start;
+    const std::string wrong = build(row.m_start + std::string(row.m_most + 1, 'x'), PC, row.m_is_frame).m_wrong;
+    EXPECT_THAT(wrong, HasSubstr("must have 1 to " + std::to_string(row.m_most) + " characters")) << row.m_start;
+  }
+  EXPECT_NE(build("pcba-sn set ").m_wrong, "");
+}
+
+TEST(Operations_Arguments, TextThatWouldEndTheCommand_GoesInAFrameOnly) {
+  for (const char* line : {"pcba-sn set A,B", "bt-address set A\"B", "imei set 1\r2", "pcba-sn set A\x7F"}) {
+    EXPECT_THAT(build(line).m_wrong, HasSubstr("can only go in a frame")) << line;
+    EXPECT_EQ(build(line, PC, true).m_wrong, "") << line;
+  }
+}
+
+TEST(Operations_Arguments, Braces_AreSentAsTheyAre) {
+  EXPECT_EQ(text_of("pcba-sn set {1}{x"), "AT^DPCBACTRL=2,{1}{x");
+}
+
+TEST(Operations_Value, InformationLine_IsTakenWithoutNameAndQuotes) {
+  EXPECT_EQ(value_of_text("bt-address", {"^DBTADDR: \"0011\"", "OK"}), "0011");
+  EXPECT_EQ(value_of_text("board-sn", {"^DMSN:B77", "OK"}), "B77");
+  EXPECT_EQ(value_of_text("sw-version", {"RING", "^DSVER: V 1", "OK"}), "V 1");
+  EXPECT_EQ(value_of_text("gps read 3", {"^DGPSCTRL: 3,42", "OK"}), "3,42");
+  EXPECT_EQ(value_of_text("bt-address", {"^DBTADDR: \"", "OK"}), "\"");
+}
+
+TEST(Operations_Value, NoInformationLine_IsNone) {
+  EXPECT_EQ(value_of_text("bt-address", {"OK"}), "");
+  EXPECT_EQ(value_of_text("bt-address", {"^DWIFIADDR: \"0011\"", "OK"}), "");
+  EXPECT_EQ(value_of_text("check bt", {"^DBTADDR: \"0011\"", "OK"}), "");
+}
+
+TEST(Operations_Value, AtomsOfTheAnswer_AreItsValue) {
+  EXPECT_EQ(value_of_frame("bt-address", PC, "0D00BBAD0700 EE6F0202004142"), "AB");
+  EXPECT_EQ(value_of_frame("imei", APP, "0E00BB080800 EE1503030031320A"), "12");
+  EXPECT_EQ(value_of_frame("dev-info", APP, "0E00BBEF0800 EEC803030031003200"), "1");
+  EXPECT_EQ(value_of_frame("battery temperature", APP, "0F00BB380900 EE16010400F6FFFFFF"), "-10");
+  EXPECT_EQ(value_of_frame("gps read 3", APP, "1800BBB31200 EE9001040028000000 EE8D01040003000000"), "3,40");
+  EXPECT_EQ(value_of_frame("card", APP, "0F00BB8A0900 EE3701040000000000"), "0");
+}
+
+TEST(Operations_Value, OtherFrameOrNoAtom_IsNone) {
+  EXPECT_EQ(value_of_frame("bt-address", PC, "0D00BBAE0700 EE6F0202004142"), "");
+  EXPECT_EQ(value_of_frame("bt-address", PC, "0F00BBAD0900 EE0101040000000000"), "");
+  EXPECT_EQ(value_of_frame("vibrate on", APP, "0F00BB240900 EE0101040000000000"), "");
+  EXPECT_EQ(station_value(build("card", APP).m_request, {}), "");
+}
+
+TEST(Operations_Table, EveryRow_CanBeAskedForOnSomeLink) {
+  for (const auto& word : station_operation_words()) {
+    ASSERT_FALSE(word.m_operations.empty()) << word.m_name;
+    for (const auto& row : word.m_operations) {
+      EXPECT_NE(row.m_links, station_links_en::NONE) << word.m_name << row.m_name;
+      EXPECT_THAT(word.m_usage, HasSubstr(row.m_name)) << word.m_name;
+    }
+    const auto parameters = word.m_operations[0].m_parameters;
+    EXPECT_TRUE(word.m_least != 0 || parameters[0] == nullptr) << word.m_name << " cannot stand alone";
+  }
+}
+
+}  // namespace
