@@ -118,11 +118,11 @@ class run_st {
     const std::vector<std::uint8_t> bytes =
         is_sending && wrong.empty() ? station_wire_bytes(request, form()) : no_bytes();
     if (is_sending && wrong.empty() && bytes.empty()) wrong = "the frame is too long to be sent";
-    if (!wrong.empty()) return finish(STATION_USAGE, wrong, {});
+    if (!wrong.empty()) return finish(STATION_USAGE, wrong);
 
     m_link.set_stop_fd(m_io.m_stop_fd);
     const station_exit_en opened = m_link.open(is_app() ? m_options.m_app : m_options.m_port, m_options.m_baud);
-    if (opened != STATION_OK) return finish(opened, m_link.error(), {});
+    if (opened != STATION_OK) return finish(opened, m_link.error());
     return is_sending ? exchange(request, bytes) : listen();
   }
 
@@ -133,13 +133,13 @@ class run_st {
 
   int exchange(const station_request_st& request, std::span<const std::uint8_t> bytes) {
     const station_exit_en sent = m_session.send(bytes, request.m_is_frame, deadline(DEFAULT_TIMEOUT_MS));
-    if (sent != STATION_OK) return finish(sent, m_link.error(), {});
-    if (m_options.m_no_wait) return finish(STATION_OK, {}, {});
+    if (sent != STATION_OK) return finish(sent, m_link.error());
+    if (m_options.m_no_wait) return finish(STATION_OK, {});
 
     station_judge_st judge(station_rule_for(request, m_options.m_expect));
     const station_exit_en result =
         m_session.receive(&judge, deadline(DEFAULT_TIMEOUT_MS), std::chrono::milliseconds::max());
-    return finish(result, {}, result == STATION_OK ? station_value(request, judge.answer()) : std::string());
+    return finish(result, {}, result == STATION_OK ? station_value(request, judge.answer()) : std::nullopt);
   }
 
   // Ends well with the time given or the interrupt; only a count that was not reached is a failure.
@@ -148,7 +148,7 @@ class run_st {
                                                    : station_rule_st{station_wait_en::COUNT, 0, m_options.m_expect});
     const station_exit_en result = m_session.receive(&judge, deadline(0), MONITOR_PART_WAIT);
     const bool is_end = result == STATION_INTERRUPTED || result == STATION_NO_ANSWER || result == STATION_DAMAGED;
-    return finish(m_options.m_expect == 0 && is_end ? STATION_OK : result, {}, {});
+    return finish(m_options.m_expect == 0 && is_end ? STATION_OK : result, {});
   }
 
   station_time deadline(unsigned default_ms) const {
@@ -168,15 +168,15 @@ class run_st {
     return code == STATION_PORT_GONE ? m_link.error() : station_exit_meaning(code);
   }
 
-  int finish(station_exit_en code, const std::string& message, const std::string& value) {
+  int finish(station_exit_en code, const std::string& message, const std::optional<std::string>& value = std::nullopt) {
     if (code != STATION_OK) *m_io.m_err << "amt-station: " << reason(code, message) << std::endl;
     if (m_options.m_json) {
       nlohmann::ordered_json result = {{"kind", "result"}, {"exit", static_cast<int>(code)}};
       if (code != STATION_OK) result["message"] = reason(code, message);
-      if (!value.empty()) result[m_options.m_word->m_name] = value;
+      if (value) result[m_options.m_word->m_name] = *value;
       *m_io.m_out << result.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << std::endl;
-    } else if (!value.empty()) {
-      *m_io.m_out << m_options.m_word->m_name << ": " << station_escape(value) << std::endl;
+    } else if (value) {
+      *m_io.m_out << m_options.m_word->m_name << ": " << station_escape(*value) << std::endl;
     }
     return code;
   }

@@ -51,7 +51,8 @@ constexpr operation AMT1_FLAG[] = {
     {"get", {}, "AT^DAMT1=2\r", "^DAMT1:", APP, 219, {"192:int=2"}, {192}},
     {"set", {&FLAG}, "AT^DAMT1={0}\r", nullptr, APP, 219, {"192:int={0}"}, {}},
 };
-constexpr operation SW_VERSION[] = {{"", {}, "AT^DSVER\r", "^DSVER:", BOTH, 45, {"19:int=16"}, {18}}};
+// The application asks the same request, but gets the platform's version.
+constexpr operation SW_VERSION[] = {{"", {}, "AT^DSVER\r", "^DSVER:", PC, 45, {"19:int=16"}, {18}}};
 constexpr operation CHECK[] = {
     {"wifi", {}, "AT^DDEVCONNCHK=0\r", nullptr, BOTH, 185, {"152:int=2"}, {}},
     {"gps", {}, "AT^DDEVCONNCHK=1\r", nullptr, BOTH, 174, {"140:int=2"}, {}},

@@ -52,21 +52,20 @@ std::string atom_value(const amt_atom_st& atom) {
   return stream_line(atom.m_value.first(static_cast<std::size_t>(end - atom.m_value.begin())));
 }
 
-std::string frame_value(const station_request_st& request, const amt_frame_st& frame) {
+std::optional<std::string> frame_value(const station_request_st& request, const amt_frame_st& frame) {
   const auto answer_id = static_cast<std::uint8_t>(amt_frame_command_id(&request.m_frame.m_buf_a) + 1);
-  if (amt_frame_command_id(&frame) != answer_id) return {};
-  std::string text;
+  if (amt_frame_command_id(&frame) != answer_id) return std::nullopt;
+  std::optional<std::string> text;
   for (const std::uint8_t id : request.m_value.m_atoms) {
     const auto atom = id == 0 ? std::nullopt : amt_frame_find_atom(&frame, id);
     if (!atom) continue;
-    if (!text.empty()) text += ',';
-    text += atom_value(*atom);
+    text = text ? *text + ',' + atom_value(*atom) : atom_value(*atom);
   }
   return text;
 }
 
 // Behind `^DBTADDR:` stands the value, with a blank before it and quotes around it or without.
-std::string line_value(const station_request_st& request, const std::vector<std::string>& lines) {
+std::optional<std::string> line_value(const station_request_st& request, const std::vector<std::string>& lines) {
   for (const std::string& line : lines) {
     if (!line.starts_with(request.m_value.m_line)) continue;
     std::string_view value = std::string_view(line).substr(std::string_view(request.m_value.m_line).size());
@@ -74,7 +73,7 @@ std::string line_value(const station_request_st& request, const std::vector<std:
     const bool is_quoted = value.size() >= 2 && value.starts_with('"') && value.ends_with('"');
     return std::string(is_quoted ? value.substr(1, value.size() - 2) : value);
   }
-  return {};
+  return std::nullopt;
 }
 
 constexpr std::array<station_word_st, 4> WORDS = {{
@@ -123,9 +122,9 @@ std::string station_build(const station_word_st& word, const station_arguments_s
   return is_lost ? "text goes to the PC link: use --port" : wrong;
 }
 
-std::string station_value(const station_request_st& request, const station_answer_st& answer) {
-  if (request.m_is_frame) return answer.m_frame ? frame_value(request, *answer.m_frame) : std::string();
-  return request.m_value.m_line == nullptr ? std::string() : line_value(request, answer.m_lines);
+std::optional<std::string> station_value(const station_request_st& request, const station_answer_st& answer) {
+  if (request.m_is_frame) return answer.m_frame ? frame_value(request, *answer.m_frame) : std::nullopt;
+  return request.m_value.m_line == nullptr ? std::nullopt : line_value(request, answer.m_lines);
 }
 
 std::vector<std::uint8_t> station_wire_bytes(const station_request_st& request, stream_form_en form) {

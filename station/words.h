@@ -61,9 +61,9 @@ std::string station_build(const station_word_st& word, const station_arguments_s
                           station_request_st* request);
 void station_start_frame(std::uint8_t command_id, station_request_st* request);
 
-// What the answer says, for the last line of the output, several values with commas between them; empty when it has
-// none.
-std::string station_value(const station_request_st& request, const station_answer_st& answer);
+// What the answer says, for the last line of the output, several values with commas between them; none when it
+// does not hold what was asked for. A value can be empty: nothing was ever written.
+std::optional<std::string> station_value(const station_request_st& request, const station_answer_st& answer);
 
 // The bytes of a request on a link of this form. Empty when the frame is too long to be wrapped.
 std::vector<std::uint8_t> station_wire_bytes(const station_request_st& request, stream_form_en form);

@@ -68,11 +68,11 @@ wire_bytes frame_of(std::string_view line, stream_form_en form) {
   return station_wire_bytes(built.m_request, APP);
 }
 
-std::string value_of_text(std::string_view line, std::vector<std::string> answer) {
+std::optional<std::string> value_of_text(std::string_view line, std::vector<std::string> answer) {
   return station_value(build(line).m_request, {std::nullopt, std::move(answer)});
 }
 
-std::string value_of_frame(std::string_view line, stream_form_en form, std::string_view answer) {
+std::optional<std::string> value_of_frame(std::string_view line, stream_form_en form, std::string_view answer) {
   amt_frame_st frame{};
   std::ranges::copy(from_hex(answer), frame.begin());
   return station_value(build(line, form, true).m_request, {frame, {}});
@@ -133,7 +133,7 @@ TEST(Operations_Frame, EachRequest_HasItsAtoms) {
       {"board-sn set 12", PC, "0D00BB570700 EE260202003132"},
       {"amt1-flag", APP, "0F00BBDB0900 EEC001040002000000"},
       {"amt1-flag set 1", APP, "0F00BBDB0900 EEC001040001000000"},
-      {"sw-version", APP, "0F00BB2D0900 EE1301040010000000"},
+      {"sw-version", PC, "0F00BB2D0900 EE1301040010000000"},
       {"check wifi", PC, "0F00BBB90900 EE9801040002000000"},
       {"check gps", APP, "0F00BBAE0900 EE8C01040002000000"},
       {"check bt", APP, "0F00BBAC0900 EE6E01040003000000"},
@@ -188,6 +188,7 @@ TEST(Operations_Form, WrongLink_IsRefused) {
   EXPECT_EQ(build("vibrate on").m_wrong, "vibrate: this is for the application's link: use --app");
   EXPECT_EQ(build("vibrate on", PC, true).m_wrong, "vibrate: this is for the application's link: use --app");
   EXPECT_EQ(build("adc", APP).m_wrong, "adc: this is for the PC link: use --port");
+  EXPECT_EQ(build("sw-version", APP).m_wrong, "sw-version: this is for the PC link: use --port");
   EXPECT_EQ(build("pcba-sn", APP).m_wrong, "pcba-sn: this is for the PC link: use --port");
   EXPECT_EQ(build("amt1-flag", PC, true).m_wrong, "amt1-flag: this is no frame of the PC link");
 }
@@ -248,10 +249,16 @@ TEST(Operations_Value, InformationLine_IsTakenWithoutNameAndQuotes) {
   EXPECT_EQ(value_of_text("bt-address", {"^DBTADDR: \"", "OK"}), "\"");
 }
 
+TEST(Operations_Value, EmptyValue_IsOne) {
+  EXPECT_EQ(value_of_text("imei", {"^DGSN: ", "OK"}), "");
+  EXPECT_EQ(value_of_text("bt-address", {"^DBTADDR: \"\"", "OK"}), "");
+  EXPECT_EQ(value_of_frame("imei", APP, "0B00BB080500 EE15020000"), "");
+}
+
 TEST(Operations_Value, NoInformationLine_IsNone) {
-  EXPECT_EQ(value_of_text("bt-address", {"OK"}), "");
-  EXPECT_EQ(value_of_text("bt-address", {"^DWIFIADDR: \"0011\"", "OK"}), "");
-  EXPECT_EQ(value_of_text("check bt", {"^DBTADDR: \"0011\"", "OK"}), "");
+  EXPECT_EQ(value_of_text("bt-address", {"OK"}), std::nullopt);
+  EXPECT_EQ(value_of_text("bt-address", {"^DWIFIADDR: \"0011\"", "OK"}), std::nullopt);
+  EXPECT_EQ(value_of_text("check bt", {"^DBTADDR: \"0011\"", "OK"}), std::nullopt);
 }
 
 TEST(Operations_Value, AtomsOfTheAnswer_AreItsValue) {
@@ -264,10 +271,10 @@ TEST(Operations_Value, AtomsOfTheAnswer_AreItsValue) {
 }
 
 TEST(Operations_Value, OtherFrameOrNoAtom_IsNone) {
-  EXPECT_EQ(value_of_frame("bt-address", PC, "0D00BBAE0700 EE6F0202004142"), "");
-  EXPECT_EQ(value_of_frame("bt-address", PC, "0F00BBAD0900 EE0101040000000000"), "");
-  EXPECT_EQ(value_of_frame("vibrate on", APP, "0F00BB240900 EE0101040000000000"), "");
-  EXPECT_EQ(station_value(build("card", APP).m_request, {}), "");
+  EXPECT_EQ(value_of_frame("bt-address", PC, "0D00BBAE0700 EE6F0202004142"), std::nullopt);
+  EXPECT_EQ(value_of_frame("bt-address", PC, "0F00BBAD0900 EE0101040000000000"), std::nullopt);
+  EXPECT_EQ(value_of_frame("vibrate on", APP, "0F00BB240900 EE0101040000000000"), std::nullopt);
+  EXPECT_EQ(station_value(build("card", APP).m_request, {}), std::nullopt);
 }
 
 TEST(Operations_Table, EveryRow_CanBeAskedForOnSomeLink) {
