@@ -321,6 +321,11 @@ TEST(Stream_Bare, HeadThatContradictsItself_IsNoise) {
   }
 }
 
+TEST(Stream_Bare, NoiseThatLooksLikeAHeadForAWhile_IsOneItem) {
+  const wire_bytes stray = from_hex("FFFF 0F00BB2D FFFF");
+  EXPECT_EQ(split_bare(stray + BARE_OK), (got_items{noise(stray), frame(BARE_OK)}));
+}
+
 TEST(Stream_Bare, CutFrame_IsIncompleteAtTheEnd) {
   for (const std::size_t size : {3U, 6U, 23U}) {
     const wire_bytes part(BARE_OK.begin(), BARE_OK.begin() + size);
