@@ -158,8 +158,10 @@ TEST_F(IdentityRecord, Confirmation_AmongOtherText_Confirms) {
   start();
   silence();
   expect_unanswered("AT^DMSN=BOARD-0001\r");
-  say("\r\n+CREG: 1\r\n");
-  expect_no_record();
+  for (const std::string_view text : {"\r\n+CREG: 1\r\n", "\r\n+STATE: OK\r\n", "\r\nOKAY\r\n"}) {
+    say(text);
+    expect_no_record();
+  }
   say("\r\n+CREG: 2\r\n\r\nOK\r\n\r\n+CREG: 3\r\n");
   EXPECT_EQ(record(SN_RECORD), "BOARD-0001");
 }
@@ -220,6 +222,7 @@ TEST_F(IdentityRecord, Value_Empty_SavesNothing) {
   start();
   expect_flushed(false, [&] { expect_reply("AT^DCGSNW=\r", REPLY_OK); });
   expect_no_record();
+  expect_logged("write imei error.", 0);
 }
 
 TEST_F(IdentityRecord, Value_LongerThanTwenty_IsCut) {

@@ -1,4 +1,5 @@
 // A service that is killed at any moment of a write leaves the value before, the new one, or none: never a mixture.
+#include <ostream>
 #include <random>
 #include <thread>
 #include <vector>
@@ -26,6 +27,10 @@ struct killed_record_st {
   std::string m_read_end;
   std::string_view m_no_value;
 };
+
+void PrintTo(const killed_record_st& record, std::ostream* stream) {
+  *stream << record.m_path;
+}
 
 // No two values have a character in common at the same place unless they are 26 writes apart, and neighbours differ in
 // length.
