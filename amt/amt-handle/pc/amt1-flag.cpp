@@ -8,6 +8,7 @@
 #include "amt/amt-handle/channel/registry.h"
 #include "amt/amt-handle/channel/response.h"
 #include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/pc/at-reply.h"
 #include "amt/amt-handle/pc/parameters.h"
 #include "platform/property.h"
 #include "pub/result.h"
@@ -93,12 +94,9 @@ std::int32_t handle_amt_not_permit_handshake_at() {
   }
   const std::int32_t type = handle_amt_field_value(*field);
   std::int32_t value = 0;
-  auto& response = g_handle_context.m_response;
-  if (handle_amt_damt1_operation(type, &value) != ERR_NONE) return amt_handle_send_at_rsp(&response, "\r\nERROR\r\n");
-  if (type != OPERATION_READ) return amt_handle_send_at_rsp(&response, "\r\nOK\r\n");
-  char reply[64];
-  const int length = std::snprintf(reply, sizeof reply, "\r\n^DAMT1: %d\r\n\r\nOK\r\n", value);
-  return amt_handle_send_at_rsp(&response, {reply, static_cast<std::size_t>(length)});
+  if (handle_amt_damt1_operation(type, &value) != ERR_NONE) return handle_amt_reply_error();
+  if (type != OPERATION_READ) return handle_amt_reply_ok();
+  return handle_amt_reply("\r\n^DAMT1: %d\r\n\r\nOK\r\n", value);
 }
 
 std::int32_t amt_handle_not_permit_handshake(std::uint8_t link, amt_message_st* request, amt_message_st* response) {

@@ -1,11 +1,10 @@
 #include "amt/amt-handle/pc/boot-download.h"
 
-#include <cstdio>
-
 #include "amt/amt-device/battery.h"
 #include "amt/amt-handle/channel/log-module.h"
 #include "amt/amt-handle/channel/registry.h"
 #include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/pc/at-reply.h"
 #include "amt/amt-handle/pc/parameters.h"
 #include "pub/result.h"
 
@@ -26,14 +25,12 @@ std::int32_t read_flag(std::int32_t& flag) {
 
 std::int32_t handle_amt_boot_dl_fin_read_at() {
   if (!handle_amt_text_behind("AT^DBOOTDLFIN")) return ERR_NOT_HANDLED;
-  auto& response = g_handle_context.m_response;
+  const auto& response = g_handle_context.m_response;
   LOG_LINE("handle_amt_boot_dl_fin_read_at. at:%.*s.", static_cast<int>(response.m_buf_a.size()),
            reinterpret_cast<const char*>(response.m_buf_a.data()));
   std::int32_t flag = 0;
-  if (read_flag(flag) != ERR_NONE) return amt_handle_send_at_rsp(&response, "\r\nERROR\r\n");
-  char reply[64];
-  const int length = std::snprintf(reply, sizeof reply, "\r\n^DBOOTDLFIN: %d\r\n\r\nOK\r\n", flag);
-  return amt_handle_send_at_rsp(&response, {reply, static_cast<std::size_t>(length)});
+  if (read_flag(flag) != ERR_NONE) return handle_amt_reply_error();
+  return handle_amt_reply("\r\n^DBOOTDLFIN: %d\r\n\r\nOK\r\n", flag);
 }
 
 std::int32_t amt_modem_boot_dl_fin_read(std::uint8_t link, amt_message_st* request, amt_message_st* response) {

@@ -62,9 +62,11 @@ std::int32_t amt_read_pcba_sn(char (&buffer)[AMT_PCBA_SN_SIZE]) {
   LOG_ENTRY();
   std::memset(buffer, 0, sizeof buffer);
   char line[AMT_CONTENT_SIZE];
-  const std::int32_t result = amt_read_record(__func__, "read pcba-sn", AMT_PCBA_SN_FILE, line);
-  if (result == ERR_NONE) std::memcpy(buffer, line, sizeof buffer - 1);
-  return result;
+  const std::int32_t result = amt_read_record(__func__, nullptr, AMT_PCBA_SN_FILE, line);
+  if (result != ERR_NONE) return result;
+  std::memcpy(buffer, line, sizeof buffer - 1);
+  LOG_LINE("read pcba-sn: %s", buffer);
+  return ERR_NONE;
 }
 
 std::int32_t amt_handle_board_pcba_ctrl(std::uint8_t link, amt_message_st* request, amt_message_st* response) {

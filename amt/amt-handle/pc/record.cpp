@@ -57,6 +57,6 @@ std::int32_t amt_read_record(const char* function, const char* label, const char
   const pub_file file = amt_open_record(function, path, "r");
   if (!file) return ERR_SYSTEM;
   if (std::fgets(content, LINE_LIMIT + 1, file.get()) == nullptr) return fail_transfer(function, "read");
-  LOG_LINE("%s: %s", label, content);
+  if (label != nullptr) LOG_LINE("%s: %s", label, content);
   return ERR_NONE;
 }

@@ -31,7 +31,7 @@ bool amt_finish_record(pub_file file, const char* text, Report report) {
 // opened or written.
 std::int32_t amt_write_record(const char* function, const char* label, const char* path, const char* text);
 
-// The first line of a record, its line end included, at most 98 characters; logs "<label>: <line>". 0, or ERR_SYSTEM;
-// the buffer is then empty.
+// The first line of a record, its line end included, at most 98 characters; logs "<label>: <line>" unless label is
+// null. 0, or ERR_SYSTEM; the buffer is then empty.
 std::int32_t amt_read_record(const char* function, const char* label, const char* path,
                              char (&content)[AMT_CONTENT_SIZE]);
