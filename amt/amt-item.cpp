@@ -38,15 +38,6 @@ int seek_item(std::FILE* file, std::int32_t index) {
   return fseeko(file, static_cast<off_t>(std::int64_t{2} * index), SEEK_SET);
 }
 
-// Closes a file that was written. Whether its text really went out shows only in the flush.
-bool finish_write(const char* function, const char* path, pub_file file) {
-  const bool is_written = std::fflush(file.get()) == 0;
-  if (!is_written) log_failure(function, "write file", path);
-  file.reset();
-  amt_flush_records();
-  return is_written;
-}
-
 const char* digit_of(std::int32_t result) {
   if (result == 1) return "1";
   std::printf("[TEST_RESULT] update item for %s\n", result == 2 ? "TEST_FAIL" : "TEST_UNKNOWN");
@@ -128,8 +119,12 @@ std::int32_t initTestFile(const char* path, std::int32_t count) {
     log_failure(__func__, "open file", path);
     return ERR_WRITE;
   }
-  for (std::int32_t item = 0; item < count; ++item) std::fputs("0\n", file.get());
-  return finish_write(__func__, path, std::move(file)) ? ERR_NONE : ERR_WRITE;
+  char items[2 * AMT_PRODUCT_ITEMS + 1] = {};
+  for (std::int32_t item = 0; item < count; ++item) std::memcpy(items + std::ptrdiff_t{2} * item, "0\n", 2);
+  const bool is_written = amt_finish_record(std::move(file), items, [path](bool is_done) {
+    if (!is_done) log_failure("initTestFile", "write file", path);
+  });
+  return is_written ? ERR_NONE : ERR_WRITE;
 }
 
 std::int32_t updateTestItem(const char* path, std::int32_t index, std::int32_t result) {
@@ -141,10 +136,14 @@ std::int32_t updateTestItem(const char* path, std::int32_t index, std::int32_t r
   }
   seek_item(file.get(), index);
   const char* digit = digit_of(result);
-  std::fputs(digit, file.get());
-  if (!finish_write(__func__, path, std::move(file))) return ITEM_UNWRITABLE;
-  LOG_LINE("write item [%d], result= %s\n", index, digit);
-  return ERR_NONE;
+  const bool is_written = amt_finish_record(std::move(file), digit, [=](bool is_done) {
+    if (is_done) {
+      LOG_LINE("write item [%d], result= %s\n", index, digit);
+    } else {
+      log_failure("updateTestItem", "write file", path);
+    }
+  });
+  return is_written ? std::int32_t{ERR_NONE} : ITEM_UNWRITABLE;
 }
 
 std::int32_t saveProductTestItem(std::int32_t index, std::int32_t result) {

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <tuple>
 
 #include "pub/log.h"
 #include "pub/result.h"
@@ -83,11 +84,11 @@ std::int32_t give_to_application(const char* mapping) {
     LOG_SYS_CALL("chmod");
     LOG_FAILURE_OF("create_pts_mapping", ERR_SYSTEM);
   }
-  const int owner_result = chown(mapping, MAPPING_OWNER, MAPPING_GROUP);
+  std::ignore = chown(mapping, MAPPING_OWNER, MAPPING_GROUP);
   const std::int32_t result = mode_result == 0 ? ERR_NONE : ERR_SYSTEM;
   LOG_LINE("create_pts_mapping chown(%s, %d, %d) ret_val[%d]", mapping, static_cast<int>(MAPPING_OWNER),
            static_cast<int>(MAPPING_GROUP), result);
-  if (result != ERR_NONE && owner_result != 0) LOG_SYS_CALL("chown");
+  if (result != ERR_NONE) LOG_SYS_CALL("chown");
   return result;
 }
 
@@ -117,15 +118,22 @@ std::int32_t judge_attr_step(const char* call, int fd, int result) {
   return ERR_SYSTEM;
 }
 
+// Reading and applying the settings is told only when it fails.
+std::int32_t fail_attributes(const char* call, int fd) {
+  LOG_SYS_CALL(call);
+  LOG_FAILURE_OF("set_ptm_attr", ERR_SYSTEM);
+  LOG_LINE("set_ptm_attr %s(%d) ret_val[%d]", call, fd, ERR_SYSTEM);
+  return ERR_SYSTEM;
+}
+
 // Raw enough for frames. ONLCR stays as it was: without OPOST it does nothing.
 std::int32_t make_raw(int fd) {
   termios attributes = {};
-  const std::int32_t result = judge_attr_step("tcgetattr", fd, tcgetattr(fd, &attributes));
-  if (result != ERR_NONE) return result;
+  if (tcgetattr(fd, &attributes) != 0) return fail_attributes("tcgetattr", fd);
   attributes.c_iflag = 0;
   attributes.c_oflag &= ~static_cast<tcflag_t>(OPOST | OLCUC | OCRNL | ONOCR | ONLRET);
   attributes.c_lflag &= ~static_cast<tcflag_t>(ISIG | ICANON | ECHO | ECHOE);
-  return judge_attr_step("tcsetattr", fd, tcsetattr(fd, TCSANOW, &attributes));
+  return tcsetattr(fd, TCSANOW, &attributes) == 0 ? std::int32_t{ERR_NONE} : fail_attributes("tcsetattr", fd);
 }
 
 std::int32_t set_ptm_attr(int fd) {

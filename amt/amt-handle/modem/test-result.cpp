@@ -100,8 +100,8 @@ void take_line(std::string_view answer, read_result_st& known) {
   known.m_result = line.m_result;
   LOG_LINE("amt_modem_read_test_result station_num[%d]", known.m_station);
   LOG_LINE("amt_modem_read_test_result station_result[%d]", known.m_result);
+  if (line.m_description.data() == nullptr) return;  // no comma, so no description, not even an empty one
   const std::size_t length = std::min(line.m_description.size(), DESCRIPTION_SIZE - 1);
-  if (length == 0) return;
   std::copy_n(line.m_description.begin(), length, known.m_description);
   LOG_LINE("amt_modem_read_test_result test_description_a[%s]", known.m_description);
 }

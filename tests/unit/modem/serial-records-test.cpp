@@ -83,6 +83,14 @@ INSTANTIATE_TEST_SUITE_P(Each, board_serial_content,
                                          content_row{"FiveHundred", std::string(500, '7'), std::string(29, '7')}),
                          [](const auto& row) { return row.param.m_name; });
 
+TEST_F(board_serial, ReadLongLine_LogsWhatItGives) {
+  phone_root::write("/amt/sn-2.txt", std::string(29, 'a') + "bcdef\n");
+  char buffer[AMT_PCBA_SN_SIZE];
+  EXPECT_EQ(amt_read_pcba_sn(buffer), ERR_NONE);
+  EXPECT_EQ(std::string(buffer), std::string(29, 'a'));
+  EXPECT_TRUE(m_log.has("read pcba-sn: " + std::string(29, 'a')));
+}
+
 TEST_F(board_serial, ReadMissingOrEmptyFile_Fails) {
   char serial[AMT_PCBA_SN_SIZE] = "before";
   EXPECT_EQ(amt_read_pcba_sn(serial), ERR_SYSTEM);

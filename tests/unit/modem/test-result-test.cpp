@@ -169,6 +169,18 @@ TEST_F(station_read, Logs_WhatItReads) {
   EXPECT_TRUE(m_log.has("write amt_result success amt station_num: 5, station_result: 2.\n"));
 }
 
+TEST_F(station_read, CommaWithNothingBehindIt_IsAnEmptyDescription) {
+  modem_says({"\r\n^DATOMR: 5,2,\r\n\r\nOK\r\n"});
+  run(amt_modem_read_test_result, READ_7);
+  EXPECT_EQ(m_log.count("amt_modem_read_test_result test_description_a[]"), 1u);
+}
+
+TEST_F(station_read, NoSecondComma_IsNoDescription) {
+  modem_says({"\r\n^DATOMR: 5,2\r\n\r\nOK\r\n"});
+  run(amt_modem_read_test_result, READ_7);
+  EXPECT_FALSE(m_log.contains("test_description_a"));
+}
+
 TEST_F(station_read, RecordThatFails_IsLoggedOnly) {
   modem_says({"\r\n^DATOMR: 20,1\r\n\r\nOK\r\n"});
   EXPECT_EQ(run(amt_modem_read_test_result, READ_7), ERR_NONE);
