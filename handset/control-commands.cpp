@@ -5,6 +5,7 @@
 
 #include <array>
 #include <charconv>
+#include <cstdlib>
 #include <functional>
 
 #include "handset/cable.h"
@@ -100,6 +101,20 @@ std::string write_file(control_target& target, const words& rest) {
 
 std::string remove_file(control_target& target, const words& rest) {
   target.the_phone.remove(rest[0]);
+  return "";
+}
+
+std::string set_file_mode(control_target& target, const words& rest) {
+  const auto mode = std::strtoul(rest[1].c_str(), nullptr, 8);
+  std::filesystem::permissions(target.the_phone.host_path(rest[0]), static_cast<std::filesystem::perms>(mode & 0777));
+  return "";
+}
+
+// Every write of the file fails as on a full file system.
+std::string fill_file(control_target& target, const words& rest) {
+  const auto path = target.the_phone.host_path(rest[0]);
+  std::filesystem::remove(path);
+  std::filesystem::create_symlink("/dev/full", path);
   return "";
 }
 
@@ -280,7 +295,7 @@ struct control_command {
 constexpr std::size_t ANY = 1000;
 
 // A longer name comes before one that it begins with.
-constexpr std::array<control_command, 28> COMMANDS = {{
+constexpr std::array<control_command, 30> COMMANDS = {{
     {"status", "", "what runs, and where", 0, 0, status},
     {"stop", "", "end the phone: the service gets SIGTERM first", 0, 0, stop},
     {"signal", "NAME", "send the service a signal (TERM, USR2, 9, ...)", 1, 1, send_signal},
@@ -292,6 +307,8 @@ constexpr std::array<control_command, 28> COMMANDS = {{
     {"file cat", "PATH", "print a file of the phone", 1, 1, read_file},
     {"file write", "PATH TEXT", "make or replace a file of the phone", 2, 2, write_file},
     {"file remove", "PATH", "remove a file or folder of the phone", 1, 1, remove_file},
+    {"file mode", "PATH OCTAL", "the rights of a file or folder, e.g. file mode /amt/imei.txt 0", 2, 2, set_file_mode},
+    {"file full", "PATH", "from now on every write of the file fails as on a full file system", 1, 1, fill_file},
     {"screenshot", "FILE.png [both]", "what the screen shows; both: the framebuffer's two halves", 1, 2, screenshot},
     {"device calls", "", "what was asked of framebuffer and console so far", 0, 0, device_report},
     {"device fail", "ERRNO CALL...", "such calls fail, e.g. device fail EIO fb0 FBIOGET_FSCREENINFO", 2, ANY,

@@ -295,6 +295,16 @@ TEST_F(Program_Run, Uevent_ReachesTheService) {
   EXPECT_EQ(m_program->read_until("|\n"), "event change@x|USB_STATE=DISCONNECTED|\n");
 }
 
+TEST_F(Program_Run, RecordFaults_AreMadeFromOutside) {
+  start({"--", "wait"});
+  EXPECT_EQ(ctl({"file", "write", "/amt/imei.txt", "1"}).status, exited(0));
+  EXPECT_EQ(ctl({"file", "mode", "/amt/imei.txt", "0"}).status, exited(0));
+  EXPECT_EQ(ctl({"file", "mode", "/amt/imei.txt", "644"}).status, exited(0));
+  EXPECT_EQ(ctl({"file", "cat", "/amt/imei.txt"}).output, "1");
+  EXPECT_EQ(ctl({"file", "full", "/amt/imei.txt"}).status, exited(0));
+  EXPECT_NE(ctl({"file", "mode", "/amt/none", "0"}).status, exited(0));
+}
+
 TEST_F(Program_Run, StopOrInterrupt_EndsTheServiceByTerm) {
   start({"--", "wait"});
   EXPECT_EQ(ctl({"stop"}).status, exited(0));
