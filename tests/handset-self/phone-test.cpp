@@ -136,16 +136,18 @@ TEST(Phone_Service, StartedTwiceAndBeside_EachHasItsOwnEnd) {
 }
 
 TEST(Phone_Service, PausedLog_HoldsTheServiceUp) {
-  auto options = stand_in({"flood"});
+  auto options = stand_in({"flood-when-told"});
   options.log_pipe_size = 4096;
   phone phone(options);
   phone.start();
+  ASSERT_TRUE(phone.out().wait_for("ready\n"));
   phone.pause_log();
+  phone.send_signal(SIGUSR1);
   EXPECT_EQ(phone.wait_exit(50ms), std::nullopt);
   phone.resume_log();
   EXPECT_EQ(phone.wait_exit(), exited(0));
   EXPECT_EQ(phone.log().size(), 1024u * 1024u);
-  EXPECT_EQ(phone.out().text(), "flooded\n");
+  EXPECT_EQ(phone.out().text(), "ready\nflooded\n");
 }
 
 TEST(Phone_Service, EndedUnderAPausedLog_HasSaidAllByThen) {

@@ -14,6 +14,7 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -86,6 +87,19 @@ int flood() {
   return 0;
 }
 
+// Floods at a SIGUSR1, so that a test can get ready for it.
+int flood_when_told() {
+  sigset_t told;
+  sigemptyset(&told);
+  sigaddset(&told, SIGUSR1);
+  sigprocmask(SIG_BLOCK, &told, nullptr);
+  std::puts("ready");
+  std::fflush(stdout);
+  int number = 0;
+  sigwait(&told, &number);
+  return flood();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -93,6 +107,7 @@ int main(int argc, char** argv) {
   if (what == "uevent") return print_uevents();
   if (what == "caps") return print_rights();
   if (what == "flood") return flood();
+  if (what == "flood-when-told") return flood_when_told();
   if (what != "wait") return relay();
   std::fprintf(stderr, "ready\n");
   for (;;) ::pause();
