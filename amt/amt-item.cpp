@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -120,7 +121,7 @@ std::int32_t initTestFile(const char* path, std::int32_t count) {
     return ERR_WRITE;
   }
   char items[2 * AMT_PRODUCT_ITEMS + 1] = {};
-  for (std::int32_t item = 0; item < count; ++item) std::memcpy(items + std::ptrdiff_t{2} * item, "0\n", 2);
+  for (std::int32_t item = 0; item < count; ++item) std::copy_n("0\n", 2, items + std::ptrdiff_t{2} * item);
   const bool is_written = amt_finish_record(std::move(file), items, [path](bool is_done) {
     if (!is_done) log_failure("initTestFile", "write file", path);
   });
