@@ -107,10 +107,11 @@ TEST_F(two_processes_test, Child_OfAWorker_KnowsNoThreadButItsOwnAndNoTimer) {
   context.m_app_thread.m_tid = 3333;
   g_usbEnumTimer.m_id = 5;
   g_handShakeTimer.m_id = 6;
-  const int result = run_in_child([&context](pid_t self) {
+  const int result = run_in_child([](pid_t self) {
     amt_handle_become_child(self);
-    const bool is_alone = context.m_pc_thread.m_tid == gettid() && context.m_modem_thread.m_tid == 0 &&
-                          context.m_usb_thread.m_tid == 0 && context.m_app_thread.m_tid == 0;
+    const bool is_alone = g_handle_context.m_pc_thread.m_tid == gettid() &&
+                          g_handle_context.m_modem_thread.m_tid == 0 && g_handle_context.m_usb_thread.m_tid == 0 &&
+                          g_handle_context.m_app_thread.m_tid == 0;
     const bool has_no_timer = g_usbEnumTimer.m_id == AMT_NO_TIMER && g_handShakeTimer.m_id == AMT_NO_TIMER;
     return is_alone && has_no_timer ? 7 : 1;
   });
