@@ -272,6 +272,7 @@ void phone::inside::forget(const std::shared_ptr<phone_process>& process) {
 }
 
 phone_process& phone::inside::current() {
+  const std::lock_guard lock(processes_mutex);
   if (!service) throw error("the service was not started");
   return *service;
 }
@@ -298,7 +299,11 @@ process& phone::start_with(const std::vector<std::string>& arguments) {
   auto plan = m_inside->service_plan(arguments);
   plan.on_err = m_inside->on_log;
   plan.on_out = m_inside->on_out;
-  m_inside->service = m_inside->run(plan);
+  auto started = m_inside->run(plan);
+  {
+    const std::lock_guard lock(m_inside->processes_mutex);
+    m_inside->service = std::move(started);
+  }
   return *m_inside->service;
 }
 
