@@ -118,6 +118,28 @@ std::string fill_file(control_target& target, const words& rest) {
   return "";
 }
 
+std::string fail_file(control_target& target, const words& rest) {
+  if (rest[1] != "open" && rest[1] != "io") throw error(fmt::format("\"{}\" is neither open nor io", rest[1]));
+  target.the_phone.parts().fail(rest[0], rest[1] == "open" ? file_fault::open : file_fault::io);
+  return "";
+}
+
+std::string heal_file(control_target& target, const words& rest) {
+  target.the_phone.parts().heal(rest[0]);
+  return "";
+}
+
+std::string hardware_report(control_target& target, const words&) {
+  std::string report;
+  for (const auto& [part, value] : target.the_phone.parts().state()) report += fmt::format("{}: {}\n", part, value);
+  return report;
+}
+
+std::string set_adc(control_target& target, const words& rest) {
+  target.the_phone.parts().set_adc(rest[0]);
+  return "";
+}
+
 std::string screenshot(control_target& target, const words& rest) {
   const bool both = rest.size() > 1;
   if (both && rest[1] != "both") throw error(fmt::format("\"{}\" is not \"both\"", rest[1]));
@@ -143,6 +165,12 @@ int errno_of(const std::string& name) {
 std::string device_fail(control_target& target, const words& rest) {
   fail_device_call(target.the_phone.devices(), fmt::format("{}", fmt::join(rest.begin() + 1, rest.end(), " ")),
                    errno_of(rest[0]));
+  return "";
+}
+
+std::string device_result(control_target& target, const words& rest) {
+  set_device_result(target.the_phone.devices(), fmt::format("{}", fmt::join(rest.begin() + 1, rest.end(), " ")),
+                    static_cast<int>(number_of(rest[0])));
   return "";
 }
 
@@ -295,7 +323,7 @@ struct control_command {
 constexpr std::size_t ANY = 1000;
 
 // A longer name comes before one that it begins with.
-constexpr std::array<control_command, 30> COMMANDS = {{
+constexpr std::array<control_command, 35> COMMANDS = {{
     {"status", "", "what runs, and where", 0, 0, status},
     {"stop", "", "end the phone: the service gets SIGTERM first", 0, 0, stop},
     {"signal", "NAME", "send the service a signal (TERM, USR2, 9, ...)", 1, 1, send_signal},
@@ -309,10 +337,18 @@ constexpr std::array<control_command, 30> COMMANDS = {{
     {"file remove", "PATH", "remove a file or folder of the phone", 1, 1, remove_file},
     {"file mode", "PATH OCTAL", "the rights of a file or folder, e.g. file mode /amt/imei.txt 0", 2, 2, set_file_mode},
     {"file full", "PATH", "from now on every write of the file fails as on a full file system", 1, 1, fill_file},
+    {"file fail", "PATH open|io", "from now on it cannot be opened, or gives EIO when it is read or written", 2, 2,
+     fail_file},
+    {"file heal", "PATH", "it is as before the failure", 1, 1, heal_file},
+    {"state", "", "what lights, vibrator, sound, battery, camera and radios now do", 0, 0, hardware_report},
+    {"adc", "NUMBER", "what the battery driver reads from its converter", 1, 1, set_adc},
     {"screenshot", "FILE.png [both]", "what the screen shows; both: the framebuffer's two halves", 1, 2, screenshot},
-    {"device calls", "", "what was asked of framebuffer and console so far", 0, 0, device_report},
+    {"device calls", "", "what was asked of framebuffer, console, video device and battery driver", 0, 0,
+     device_report},
     {"device fail", "ERRNO CALL...", "such calls fail, e.g. device fail EIO fb0 FBIOGET_FSCREENINFO", 2, ANY,
      device_fail},
+    {"device result", "NUMBER CALL...", "what such calls give, e.g. device result 2 video0 CONTROL_CAMERA", 2, ANY,
+     device_result},
     {"device heal", "", "no call fails any more", 0, 0, device_heal},
     {"library calls", "board|hwt", "what a simulated library was asked, and what the hardware now does", 1, 1,
      library_report},

@@ -54,6 +54,7 @@ void make_devices(const fs::path& folder, const screen_size& screen) {
   write_whole_file(folder / "graphics/fb0", "");
   fs::resize_file(folder / "graphics/fb0", memory);
   write_whole_file(folder / "fb0.screen", screen_text(screen, memory));
+  write_whole_file(folder / "video0", "");
   write_whole_file(folder / "tty0", "");
   write_whole_file(folder / "tty0.mode", "0\n");
 }
@@ -61,6 +62,7 @@ void make_devices(const fs::path& folder, const screen_size& screen) {
 std::vector<bind_mount> device_binds(const fs::path& folder) {
   return {{folder / "graphics", "/dev/graphics", true},
           {folder / "tty0", "/dev/tty0", true},
+          {folder / "video0", "/dev/video0", true},
           {program_folder().parent_path() / "lib" / LIBRARY, LIBRARY_INSIDE}};
 }
 
@@ -77,6 +79,11 @@ std::vector<std::string> device_calls(const fs::path& folder) {
 
 void fail_device_call(const fs::path& folder, const std::string& words, int error) {
   append_line(folder / "faults", std::to_string(error) + " " + words);
+}
+
+void set_device_result(const fs::path& folder, const std::string& words, int result) {
+  const std::string older = read_whole(folder / "results");  // what is said first counts
+  write_whole_file(folder / "results", std::to_string(result) + " " + words + "\n" + older);
 }
 
 void heal_device_calls(const fs::path& folder) {

@@ -30,10 +30,13 @@ std::vector<bind_mount> device_binds(const std::filesystem::path& folder);
 std::string preload_inside();
 
 // The calls made so far, one a line: "fb0 ZELTAFB_IOCTL_EN_LAYER 1", " failed 5" behind it when it failed with errno 5.
-// The names are those of handset/preload; besides requests there are "open" and "mmap SIZE".
+// The names are those of handset/preload; besides requests there are "open" and "mmap SIZE", and "read" and "write" for
+// a stream that is opened.
 std::vector<std::string> device_calls(const std::filesystem::path& folder);
 // From now on calls that begin with these words ("fb0 open", "fb0 ZELTAFB_IOCTL_EN_LAYER 1") fail with that errno.
 void fail_device_call(const std::filesystem::path& folder, const std::string& words, int error);
+// Such calls give that number when they work, as a camera driver's control does.
+void set_device_result(const std::filesystem::path& folder, const std::string& words, int result);
 void heal_device_calls(const std::filesystem::path& folder);
 // "0" text, "1" graphics.
 std::string console_mode(const std::filesystem::path& folder);

@@ -21,6 +21,8 @@ phone_options options_of(const exec_command& command, const fs::path& program) {
   options.pc_plugged = false;
   options.modem_plugged = false;
   options.simulated_modem = false;
+  options.has_hardware = false;
+  options.cards = {};
   const fs::path build_tree = program_folder().parent_path();
   options.binds.push_back({build_tree, build_tree});
   if (!program.empty()) options.binds.push_back({program, program});

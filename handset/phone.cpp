@@ -26,7 +26,6 @@ constexpr const char* NAME = "vx-kro-amt";
 constexpr const char* PATH = "PATH=/system/bin:/usr/bin:/bin:/usr/sbin:/sbin";
 constexpr const char* PROPERTIES = "/data/property";
 constexpr const char* USB_STATE = "/sys/class/android_usb/android0/state";
-constexpr const char* APP_LINK = "/dev/ttyAPP";
 constexpr std::chrono::milliseconds APP_LINK_CHECK{5};
 constexpr const char* SYNC_CALLS = "/handset/sync-calls";
 constexpr const char* DEVICES = "/handset/devices";
@@ -58,21 +57,6 @@ std::string vector_text(const std::vector<std::string>& strings) {
 
 }  // namespace
 
-std::string default_config(const phone_options& options) {
-  return "# The virtual handset's devices.\n"
-         "vx.tty.pc = " +
-         options.pc_device + "\nvx.tty.app = " + APP_LINK + "\nvx.tty.modem = " + options.modem_device +
-         "\nvx.tty.at.mux = " + options.at_device +
-         "\n"
-         "vx.audio.file = /system/media/amt-loop.pcm\n"
-         "vx.audio.sample.rate = 44100\n"
-         "vx.audio.format = 1\n"
-         "vx.audio.frame.count = 1024\n"
-         "vx.mode.file = /data/amt-mode\n"
-         "vx.modem.uart.amt.default.baudrate = 921600\n"
-         "vx.modem.uart.at.default.baudrate = 115200\n";
-}
-
 struct phone::inside {
   explicit inside(phone_options the_options);
   ~inside();
@@ -97,6 +81,7 @@ struct phone::inside {
 
   phone_options options;
   phone_tree tree;
+  hardware parts{tree.root()};
   std::shared_ptr<phone_core> core;
   sandbox box;
   std::thread thread;
@@ -133,7 +118,7 @@ void phone::inside::start_sandbox() {
   ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
   try {
     core->loop.call([this] {
-      box.start(tree, binds());
+      box.start(tree, binds(), options.cards);
       core->agent.open(core->loop, box.agent());
     });
     if (!core->agent.wait_hello(DEFAULT_WAIT)) throw sandbox_error(core->loop.ask([this] { return box.why_not(); }));
@@ -207,6 +192,7 @@ void phone::inside::write_files() {
   for (const auto& [name, value] : options.properties) {
     write_whole_file(tree.host_path(PROPERTIES) / name, value);
   }
+  if (options.has_hardware) parts.install();
   if (options.screen) make_devices(tree.host_path(DEVICES), *options.screen);
   for (const auto& [path, content] : options.files) write_whole_file(tree.host_path(path), content);
 }
@@ -479,6 +465,10 @@ void phone::uevent(const std::vector<std::string>& strings) {
 
 void phone::uevent_raw(std::string_view message) {
   m_inside->core->agent.request("uevent", {std::string(message)});
+}
+
+hardware& phone::parts() {
+  return m_inside->parts;
 }
 
 fs::path phone::devices() const {

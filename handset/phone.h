@@ -25,6 +25,7 @@
 
 #include "handset/devices.h"
 #include "handset/error.h"
+#include "handset/hardware.h"
 #include "handset/modem.h"
 #include "handset/process.h"
 #include "handset/text-log.h"
@@ -72,12 +73,17 @@ struct phone_options {
   std::map<std::string, std::string> properties;  // name -> value, set before anything starts
   std::map<std::string, std::string> files;       // absolute path in the phone -> content, likewise
   std::vector<bind_mount> binds;
-  // The framebuffer and the console, played by a library that is preloaded into the service; none: there are no such
-  // devices and nothing is preloaded. (A service built with a sanitizer needs one whose runtime is linked statically.)
   board_library board = board_library::present;
+  bool has_hardware = true;  // false: a tree without the files of hardware.h
+  std::vector<storage_card> cards = {{"/storage/sdcard0", 12'582'912}, {"/storage/sdcard1", 31'166'976}};
+  // Framebuffer, console, video device and battery driver, played by a library that is preloaded into the service;
+  // none: they are not there and nothing is preloaded. (A service built with a sanitizer needs one whose runtime is
+  // linked statically.)
   std::optional<screen_size> screen = screen_size{};
 };
 
+// Where the application opens its link, in that configuration.
+inline constexpr const char* APP_LINK = "/dev/ttyAPP";
 // The configuration that a phone gets unless the options bring one. It names the options' devices.
 std::string default_config(const phone_options& options = {});
 
@@ -158,6 +164,9 @@ class phone {
   // A kernel event, as the listeners of netlink group 1 in the phone get it: the strings, each with its NUL.
   void uevent(const std::vector<std::string>& strings);
   void uevent_raw(std::string_view message);
+
+  // Lights, vibrator, battery, sound, radios: what they now do, and failures of their files.
+  hardware& parts();
 
   // The files of the played devices, for the functions of devices.h and screenshot.h.
   std::filesystem::path devices() const;

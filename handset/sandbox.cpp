@@ -15,6 +15,7 @@
 #include <initializer_list>
 
 #include "handset/error.h"
+#include "handset/hardware.h"
 #include "handset/phone.h"
 #include "handset/tree.h"
 
@@ -41,7 +42,8 @@ void add_system(std::vector<std::string>& arguments) {
   }
 }
 
-std::vector<std::string> bwrap_arguments(const phone_tree& tree, const std::vector<bind_mount>& binds) {
+std::vector<std::string> bwrap_arguments(const phone_tree& tree, const std::vector<bind_mount>& binds,
+                                         const std::vector<storage_card>& cards) {
   std::vector<std::string> arguments = {
       "bwrap", "--unshare-user", "--unshare-pid", "--unshare-ipc", "--die-with-parent", "--as-pid-1", "--clearenv"};
   add(arguments, {"--uid", "1000", "--gid", "1001"});
@@ -51,7 +53,10 @@ std::vector<std::string> bwrap_arguments(const phone_tree& tree, const std::vect
   add(arguments, {"--bind", tree.root().string(), "/"});
   add_system(arguments);
   add(arguments, {"--proc", "/proc", "--dev", "/dev"});
-  if (fs::is_directory("/proc/driver")) add(arguments, {"--bind", tree.proc_driver().string(), "/proc/driver"});
+  if (fs::is_directory("/proc/driver")) {
+    add(arguments, {"--bind", tree.host_path("/proc/driver").string(), "/proc/driver"});
+  }
+  for (const auto& card : cards) add(arguments, {"--size", std::to_string(card.size * 1024), "--tmpfs", card.folder});
   for (const auto& bind : binds) {
     add(arguments, {bind.writable ? "--bind" : "--ro-bind", bind.host.string(), bind.inside.string()});
   }
@@ -117,7 +122,8 @@ sandbox::~sandbox() {
   stop();
 }
 
-void sandbox::start(const phone_tree& tree, const std::vector<bind_mount>& binds) {
+void sandbox::start(const phone_tree& tree, const std::vector<bind_mount>& binds,
+                    const std::vector<storage_card>& cards) {
   int sockets[2];
   int complaints[2];
   if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets) != 0) throw error("cannot make a socket pair");
@@ -140,7 +146,7 @@ void sandbox::start(const phone_tree& tree, const std::vector<bind_mount>& binds
   posix_spawnattr_setsigmask(&plan.attributes, &no_signals);
   posix_spawnattr_setsigdefault(&plan.attributes, &all_signals);
   posix_spawnattr_setflags(&plan.attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-  auto arguments = bwrap_arguments(tree, binds);
+  auto arguments = bwrap_arguments(tree, binds, cards);
   const int failed =
       ::posix_spawnp(&m_bwrap, "bwrap", &plan.actions, &plan.attributes, pointers(arguments).data(), environ);
   if (failed == 0) return;

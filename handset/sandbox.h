@@ -14,6 +14,7 @@ namespace handset {
 
 class phone_tree;
 struct bind_mount;
+struct storage_card;
 
 // The folder of the running program, where its companions (agent, service) lie.
 std::filesystem::path program_folder();
@@ -27,7 +28,7 @@ class sandbox {
 
   // Starts it. To be called on a thread that lives as long as the sandbox shall: the kernel ends it with that thread.
   // Throws sandbox_error when bubblewrap is missing.
-  void start(const phone_tree& tree, const std::vector<bind_mount>& binds);
+  void start(const phone_tree& tree, const std::vector<bind_mount>& binds, const std::vector<storage_card>& cards);
   // The agent's socket: ends when the sandbox does.
   int agent() const { return m_agent.get(); }
   // Why it ended before the agent spoke: what bubblewrap said, and what of this machine may be the reason.

@@ -22,8 +22,8 @@ namespace {
 constexpr std::string_view PHONE_PREFIX = "phone-";
 
 constexpr std::array<const char*, 14> FOLDERS = {
-    "amt", "data/property", "data/misc/wifi", "handset",   "phone/bin", "phone/lib", "system/bin",
-    "etc", "system/etc",    "system/lib",     "sys/class", "usr",       "proc",      "dev",
+    "amt", "data/property", "data/misc/wifi", "handset",   "phone/bin", "phone/lib",   "system/bin",
+    "etc", "system/etc",    "system/lib",     "sys/class", "usr",       "proc/driver", "dev",
 };
 
 struct file {
@@ -126,7 +126,6 @@ fs::path phone_tree::host_path(const fs::path& path) const {
 
 void phone_tree::fill() const {
   for (const char* folder : FOLDERS) fs::create_directories(root() / folder);
-  fs::create_directories(proc_driver());
   fs::create_directories(root() / "tmp");
   fs::permissions(root() / "tmp", fs::perms::all | fs::perms::sticky_bit);
   copy_top_links(root());

@@ -22,9 +22,8 @@ class phone_tree {
   phone_tree(const phone_tree&) = delete;
   phone_tree& operator=(const phone_tree&) = delete;
 
-  const std::filesystem::path& folder() const { return m_folder; }           // the phone's: sockets and the like
-  std::filesystem::path root() const { return m_folder / "root"; }           // its file tree, "/" of the phone
-  std::filesystem::path proc_driver() const { return m_folder / "driver"; }  // its /proc/driver
+  const std::filesystem::path& folder() const { return m_folder; }  // the phone's: sockets and the like
+  std::filesystem::path root() const { return m_folder / "root"; }  // its file tree, "/" of the phone
   // Where a path of the phone lies on the host.
   std::filesystem::path host_path(const std::filesystem::path& path) const;
 

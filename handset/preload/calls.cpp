@@ -14,18 +14,27 @@ bool begins_with_words(std::string_view call, std::string_view words) {
   return !words.empty() && call.starts_with(words) && (call.size() == words.size() || call[words.size()] == ' ');
 }
 
+// The number of the first line "number words" that is about the call; 0: there is none.
+int number_for(const char* file, std::string_view call) {
+  text_buffer buffer;
+  for (std::string_view text = read_text(file, buffer); !text.empty();) {
+    const std::string_view line = take_line(text);
+    int number = 0;
+    const auto [end, failed] = std::from_chars(line.data(), line.data() + line.size(), number);
+    if (failed != std::errc{} || end == line.data() + line.size()) continue;
+    if (begins_with_words(call, line.substr(static_cast<std::size_t>(end - line.data()) + 1))) return number;
+  }
+  return 0;
+}
+
 }  // namespace
 
 int fault_of(std::string_view call) {
-  text_buffer buffer;
-  for (std::string_view text = read_text("faults", buffer); !text.empty();) {
-    const std::string_view line = take_line(text);
-    int error = 0;
-    const auto [end, failed] = std::from_chars(line.data(), line.data() + line.size(), error);
-    if (failed != std::errc{} || end == line.data() + line.size()) continue;
-    if (begins_with_words(call, line.substr(static_cast<std::size_t>(end - line.data()) + 1))) return error;
-  }
-  return 0;
+  return number_for("faults", call);
+}
+
+int result_of(std::string_view call) {
+  return number_for("results", call);
 }
 
 int finish(std::string_view call, int error) {

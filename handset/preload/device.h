@@ -23,13 +23,22 @@ struct device {
   const char* path;
   const char* name;
   std::span<const request> requests;
+  // The file that a stream for reading gets in its place; null: the one under the path.
+  const char* (*answer)() = nullptr;
 };
 
 extern const device FRAMEBUFFER;
 extern const device CONSOLE;
+extern const device VIDEO;
+extern const device BATTERY;
 
 void append(call_text& text, const char* format, ...) __attribute__((format(printf, 2, 3)));
 // For requests with an argument by value.
 void describe_number(call_text& text, unsigned long argument);
+// For requests with one by address.
+template <typename Argument>
+Argument* pointer_to(unsigned long argument) {
+  return reinterpret_cast<Argument*>(argument);  // NOLINT(performance-no-int-to-ptr): what an ioctl is given
+}
 
 }  // namespace preload

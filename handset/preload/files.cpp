@@ -21,8 +21,9 @@ struct path {
 
 class file {
  public:
-  file(const path& name, int flags)
-      : m_fd(static_cast<int>(::syscall(SYS_openat, AT_FDCWD, name.text.data(), flags | O_CLOEXEC, 0644))) {}
+  file(const path& name, int flags) : file(name.text.data(), flags) {}
+  file(const char* whole_path, int flags)
+      : m_fd(static_cast<int>(::syscall(SYS_openat, AT_FDCWD, whole_path, flags | O_CLOEXEC, 0644))) {}
   ~file() {
     if (m_fd >= 0) ::syscall(SYS_close, m_fd);
   }
@@ -50,6 +51,10 @@ class file {
 
 std::string_view read_text(const char* name, text_buffer& buffer) {
   return {buffer.data(), file(path(name, ""), O_RDONLY).read(buffer)};
+}
+
+std::string_view read_text_at(const char* path, text_buffer& buffer) {
+  return {buffer.data(), file(path, O_RDONLY).read(buffer)};
 }
 
 void write_text(const char* name, std::string_view text) {

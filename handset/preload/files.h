@@ -13,6 +13,8 @@ using text_buffer = std::array<char, TEXT_SIZE>;
 
 // The content, cut to the buffer; empty when there is no such file.
 std::string_view read_text(const char* name, text_buffer& buffer);
+// The same for a file anywhere in the phone.
+std::string_view read_text_at(const char* path, text_buffer& buffer);
 // Replaced in one step: a reader sees the old text or the new one.
 void write_text(const char* name, std::string_view text);
 void append_text(const char* name, std::string_view text);

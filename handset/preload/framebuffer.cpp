@@ -3,12 +3,11 @@
 #include <linux/fb.h>
 
 #include <cerrno>
-#include <charconv>
 #include <cstdint>
 #include <cstring>
 
 #include "handset/preload/device.h"
-#include "handset/preload/files.h"
+#include "handset/preload/state-file.h"
 
 namespace preload {
 
@@ -27,11 +26,7 @@ struct screen_state {
   std::uint32_t format;  // its input format
 };
 
-struct screen_field {
-  std::string_view name;
-  std::uint32_t screen_state::*value;
-};
-constexpr screen_field FIELDS[] = {
+constexpr state_field<screen_state> FIELDS[] = {
     {"xres", &screen_state::xres},       {"yres", &screen_state::yres},
     {"yoffset", &screen_state::yoffset}, {"yres_virtual", &screen_state::yres_virtual},
     {"layer", &screen_state::layer},     {"bits_per_pixel", &screen_state::bits_per_pixel},
@@ -39,35 +34,11 @@ constexpr screen_field FIELDS[] = {
 };
 
 screen_state read_screen() {
-  screen_state state{};
-  text_buffer buffer;
-  for (std::string_view text = read_text(SCREEN_FILE, buffer); !text.empty();) {
-    const std::string_view line = take_line(text);
-    for (const auto& field : FIELDS) {
-      const std::size_t size = field.name.size();
-      if (!line.starts_with(field.name) || line.size() <= size || line[size] != ' ') continue;
-      std::from_chars(line.data() + size + 1, line.data() + line.size(), state.*field.value);
-    }
-  }
-  return state;
+  return read_state<screen_state>(SCREEN_FILE, FIELDS);
 }
 
 void write_screen(const screen_state& state) {
-  text_buffer buffer;
-  char* end = buffer.data();
-  for (const auto& field : FIELDS) {
-    std::memcpy(end, field.name.data(), field.name.size());
-    end += field.name.size();
-    *end++ = ' ';
-    end = std::to_chars(end, buffer.data() + buffer.size(), state.*field.value).ptr;
-    *end++ = '\n';
-  }
-  write_text(SCREEN_FILE, {buffer.data(), static_cast<std::size_t>(end - buffer.data())});
-}
-
-template <typename Information>
-Information* pointer_to(unsigned long argument) {
-  return reinterpret_cast<Information*>(argument);  // NOLINT(performance-no-int-to-ptr): what an ioctl is given
+  write_state<screen_state>(SCREEN_FILE, FIELDS, state);
 }
 
 int get_fixed(unsigned long argument) {

@@ -18,7 +18,7 @@ namespace preload {
 
 namespace {
 
-const device* const DEVICES[] = {&FRAMEBUFFER, &CONSOLE};
+const device* const DEVICES[] = {&FRAMEBUFFER, &CONSOLE, &VIDEO, &BATTERY};
 
 const device* device_at(const char* path) {
   for (const device* candidate : DEVICES) {
@@ -67,7 +67,7 @@ int control(const device& played, const request& wanted, unsigned long argument)
   if (wanted.describe != nullptr) wanted.describe(text, argument);
   int error = fault_of(text.data());
   if (error == 0) error = wanted.run(argument);
-  return finish(text.data(), error);
+  return finish(text.data(), error) != 0 ? -1 : result_of(text.data());
 }
 
 template <typename Function>
@@ -85,6 +85,17 @@ int open_device(const char* path, Open real) {
   const int fd = real();
   finish(text.data(), fd < 0 ? errno : 0);
   return fd;
+}
+
+template <typename Open>
+std::FILE* open_stream(const char* path, const char* mode, Open real) {
+  const device* played = path == nullptr || mode == nullptr ? nullptr : device_at(path);
+  if (played == nullptr) return real(path);
+  const bool reads = mode[0] == 'r';
+  const call_text text = named(*played, reads ? "read" : "write");
+  const int error = fault_of(text.data());
+  if (finish(text.data(), error) != 0) return nullptr;
+  return real(reads && played->answer != nullptr ? played->answer() : path);
 }
 
 template <typename Map>
@@ -124,6 +135,7 @@ void describe_number(call_text& text, unsigned long argument) {
 namespace {
 
 using open_function = int (*)(const char*, int, ...);
+using fopen_function = std::FILE* (*)(const char*, const char*);
 using ioctl_function = int (*)(int, unsigned long, ...);
 using mmap_function = void* (*)(void*, std::size_t, int, int, int, off_t);
 
@@ -149,6 +161,16 @@ TAKEN_OVER int open64(const char* path, int flags, ...) {
   const unsigned mode = mode_of(flags, list);
   va_end(list);
   return preload::open_device(path, [=] { return real(path, flags, mode); });
+}
+
+TAKEN_OVER std::FILE* fopen(const char* path, const char* mode) {
+  static const auto real = preload::next<fopen_function>("fopen");
+  return preload::open_stream(path, mode, [=](const char* place) { return real(place, mode); });
+}
+
+TAKEN_OVER std::FILE* fopen64(const char* path, const char* mode) {
+  static const auto real = preload::next<fopen_function>("fopen64");
+  return preload::open_stream(path, mode, [=](const char* place) { return real(place, mode); });
 }
 
 TAKEN_OVER int ioctl(int fd, unsigned long number, ...) noexcept {
