@@ -3,6 +3,8 @@
 //
 //   (nothing)   draws: the last pixel of the first row of the second half becomes red, the one below it green
 //   dark        likewise, but leaves the layer off
+//   video       selects a camera, an input and a control
+//   battery     reads the battery driver before and after the command that prepares a reading, and after another one
 #include <fcntl.h>
 #include <linux/fb.h>
 #include <linux/kd.h>
@@ -14,6 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <string_view>
 
 namespace {
@@ -69,9 +72,45 @@ void use_framebuffer(bool stays_dark) {
   ::close(fd);
 }
 
+void print_result(const char* step, int result) {
+  std::printf("%s %d\n", step, result < 0 ? errno : result);
+}
+
+void use_video() {
+  const int fd = ::open("/dev/video0", O_RDWR | O_CLOEXEC);
+  print("open", fd >= 0);
+  int value = 1;
+  print_result("select", ::ioctl(fd, 0xC0045662UL, &value));
+  print_result("input", ::ioctl(fd, 0xC0045627UL, &value));
+  print_result("control", ::ioctl(fd, 0xC0045663UL, &value));
+  value = 2;
+  print_result("bad control", ::ioctl(fd, 0xC0045663UL, &value));
+  ::close(fd);
+}
+
+void read_battery(const char* step) {
+  std::FILE* node = std::fopen("/proc/driver/zelta_battery", "r");
+  if (node == nullptr) return print(step, false);
+  char text[16] = "-";
+  std::fscanf(node, "%15s", text);
+  std::fclose(node);
+  std::printf("%s %s\n", step, text);
+}
+
+void use_battery() {
+  read_battery("unprepared");
+  std::system("echo amt_get_vbatt >/proc/driver/zelta_battery");
+  read_battery("prepared");
+  std::system("echo amt_set_vbatt >/proc/driver/zelta_battery");
+  read_battery("told");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  const std::string_view what = argc > 1 ? argv[1] : "";
+  if (what == "video") return use_video(), 0;
+  if (what == "battery") return use_battery(), 0;
   use_console();
-  use_framebuffer(argc > 1 && std::string_view(argv[1]) == "dark");
+  use_framebuffer(what == "dark");
 }
