@@ -145,7 +145,7 @@ class run_st {
   // Ends well with the time given or the interrupt; only a count that was not reached is a failure.
   int listen() {
     station_judge_st judge(m_options.m_expect == 0 ? station_rule_st{}
-                                                   : station_rule_st{station_wait_en::COUNT, 0, m_options.m_expect});
+                                                   : station_rule_st{station_wait_en::COUNT, {}, m_options.m_expect});
     const station_exit_en result = m_session.receive(&judge, deadline(0), MONITOR_PART_WAIT);
     const bool is_end = result == STATION_INTERRUPTED || result == STATION_NO_ANSWER || result == STATION_DAMAGED;
     return finish(m_options.m_expect == 0 && is_end ? STATION_OK : result, {});

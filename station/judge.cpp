@@ -22,10 +22,9 @@ station_exit_en result_of(const amt_frame_st& frame) {
 }  // namespace
 
 station_rule_st station_rule_for(const station_request_st& request, std::size_t expect) {
-  if (expect != 0) return {station_wait_en::COUNT, 0, expect};
-  if (!request.m_is_frame) return {station_wait_en::AT_FINAL, 0, 0};
-  const auto answer_id = static_cast<std::uint8_t>(amt_frame_command_id(&request.m_frame.m_buf_a) + 1);
-  return {station_wait_en::FRAME, answer_id, 0};
+  if (expect != 0) return {station_wait_en::COUNT, {}, expect};
+  if (!request.m_is_frame) return {station_wait_en::AT_FINAL, {}, 0};
+  return {station_wait_en::FRAME, station_answer_ids(amt_frame_command_id(&request.m_frame.m_buf_a)), 0};
 }
 
 std::optional<station_exit_en> station_at_final(const std::string& line) {
@@ -49,7 +48,7 @@ std::optional<station_exit_en> station_judge_st::take_frame(const stream_item_st
 
   switch (m_rule.m_wait) {
     case station_wait_en::FRAME:
-      if (!has_head || id != m_rule.m_id) return std::nullopt;
+      if (!has_head || std::ranges::find(m_rule.m_ids, id) == m_rule.m_ids.end()) return std::nullopt;
       m_answer.m_frame = frame;
       return verdict;
     case station_wait_en::AT_FINAL:

@@ -1,6 +1,7 @@
 // Decides when a request is answered, and how well. Pure: items in, an exit code out.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 
@@ -10,7 +11,7 @@
 
 // What ends the wait for an answer.
 enum class station_wait_en {
-  FRAME,     // the frame with the answer's id
+  FRAME,     // a frame with an id that answers the request
   AT_FINAL,  // OK, ERROR, +CME ERROR or +CMS ERROR; or the error frame with id 0, which the phone sends for text
   COUNT,     // so many frames and texts, whatever they are
   NOTHING,   // nothing does
@@ -18,8 +19,8 @@ enum class station_wait_en {
 
 struct station_rule_st {
   station_wait_en m_wait = station_wait_en::NOTHING;
-  std::uint8_t m_id = 0;    // for FRAME
-  std::size_t m_count = 0;  // for COUNT
+  std::array<std::uint8_t, 2> m_ids{};  // for FRAME
+  std::size_t m_count = 0;              // for COUNT
 };
 
 // The rule for a request: a count when expect is not 0, else what kind of answer the request has.

@@ -14,6 +14,10 @@ using enum station_links_en;
 using operation = station_operation_st;
 using texts = std::span<const std::string>;
 
+constexpr station_parameter_st any_number(const char* name) {
+  return {name, false, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max()};
+}
+
 constexpr station_parameter_st ADDRESS{"ADDRESS", true, 0, 19, 59};
 constexpr station_parameter_st PCBA_SERIAL{"SERIAL", true, 0, 29, 29};
 constexpr station_parameter_st IDENTITY{"NUMBER", true, 0, 20, 20};
@@ -23,6 +27,21 @@ constexpr station_parameter_st CHANNEL{"CHANNEL", false, 0, 255};
 constexpr station_parameter_st RATE{"RATE", false, 0, 65535};
 constexpr station_parameter_st POWER{"POWER", false, -32768, 32767};
 constexpr station_parameter_st LEVEL{"LEVEL", false, 0, std::numeric_limits<std::int32_t>::max()};
+constexpr station_parameter_st LOOP_TYPE = any_number("TYPE");
+constexpr station_parameter_st MODE = any_number("MODE");
+constexpr station_parameter_st ADC_VALUES[] = {any_number("V1"), any_number("V2"), any_number("V3"), any_number("V4")};
+constexpr station_parameter_st CONTROL{"CONTROL", false, 1, 2};
+// The phone sends a fixed count of characters to the modem: behind two digits the line end is missing.
+constexpr station_parameter_st MODEM_CHANNEL{"CHANNEL", false, 0, 9};
+// The phone counts the items from 1 where it writes them and from 0 where it reads them. It would take a result that
+// is none of the three for "unknown".
+constexpr station_parameter_st ITEM_TO_WRITE{"ITEM", false, 1, 36};
+constexpr station_parameter_st ITEM_TO_READ{"ITEM", false, 0, 35};
+constexpr station_parameter_st ITEM_RESULT{"RESULT", false, 0, 2};
+// The modem's answer has two digits for the station and one for its result.
+constexpr station_parameter_st STATION{"STATION", false, 0, 99};
+constexpr station_parameter_st STATION_RESULT{"RESULT", false, 0, 9};
+constexpr station_parameter_st DESCRIPTION{"DESCRIPTION", true, 0, 127, 127};
 
 constexpr operation BT_ADDRESS[] = {
     {"get", {}, "AT^DBTADDR?\r", "^DBTADDR:", BOTH, 172, {"110:int=1"}, {111}},
@@ -61,12 +80,15 @@ constexpr operation CHECK[] = {
 constexpr operation BLUETOOTH[] = {
     {"on", {}, "AT^DBTCTRL=1\r", nullptr, BOTH, 172, {"110:int=11"}, {}},
     {"off", {}, "AT^DBTCTRL=0\r", nullptr, BOTH, 172, {"110:int=10"}, {}},
+    // The phone answers twice, from the two processes that it then is: at once, and when Bluetooth is on.
+    {"start", {}, nullptr, nullptr, BOTH, 170, {}, {}},
 };
 // As text, reading starts GPS by itself.
 constexpr operation GPS[] = {
     {"start", {}, nullptr, nullptr, BOTH, 174, {"140:int=1"}, {}},
     {"read", {&SLOT}, "AT^DGPSCTRL=2,{0}\r", "^DGPSCTRL:", BOTH, 178, {"141:int={0}"}, {141, 144}},
     {"stop", {}, "AT^DGPSCTRL=0\r", nullptr, BOTH, 174, {"140:int=0"}, {}},
+    {"test", {}, nullptr, nullptr, BOTH, 176, {}, {}},
 };
 // As text, these two switch WiFi by themselves; as a frame they need WIFI_RF first.
 constexpr operation WIFI_TX[] = {
@@ -104,17 +126,60 @@ constexpr operation AUDIO[] = {
     {"on", {}, nullptr, nullptr, APP, 33, {"15:flag=1"}, {}},
     {"off", {}, nullptr, nullptr, APP, 33, {"15:flag=0"}, {}},
 };
+// Off needs no type: what the phone takes for a missing one is 0.
+constexpr operation AUDIO_LOOP[] = {
+    {"on", {&LOOP_TYPE}, nullptr, nullptr, APP, 31, {"15:flag=1", "30:int={0}"}, {}},
+    {"off", {}, nullptr, nullptr, APP, 31, {"15:flag=0", "30:int=0"}, {}},
+};
+constexpr operation LCD_COLOR[] = {{"", {}, nullptr, nullptr, APP, 29, {}, {}}};
 constexpr operation BATTERY[] = {
     {"voltage", {}, nullptr, nullptr, APP, 9, {}, {5}},
     {"temperature", {}, nullptr, nullptr, APP, 55, {}, {22}},
 };
-constexpr operation ADC[] = {{"", {}, nullptr, nullptr, PC, 224, {}, {151}}};
+// The phone writes the four values into a record and into a command for the battery's driver, which holds 38 characters
+// of them: of more, the two would not be the same.
+constexpr operation ADC[] = {
+    {"get", {}, nullptr, nullptr, PC, 224, {}, {151}},
+    {"set",
+     {&ADC_VALUES[0], &ADC_VALUES[1], &ADC_VALUES[2], &ADC_VALUES[3]},
+     nullptr,
+     nullptr,
+     PC,
+     226,
+     {"146:int={0}", "147:int={1}", "148:int={2}", "149:int={3}"},
+     {},
+     38},
+};
 constexpr operation CAMERA[] = {
     {"main", {}, nullptr, nullptr, APP, 139, {}, {}},
     {"second", {}, nullptr, nullptr, APP, 147, {}, {}},
+    {"control", {&CONTROL}, nullptr, nullptr, APP, 180, {"112:int={0}"}, {113}},
 };
 constexpr operation CARD[] = {{"", {}, nullptr, nullptr, APP, 137, {}, {55}}};
 constexpr operation DEV_INFO[] = {{"", {}, nullptr, nullptr, APP, 238, {}, {200}}};
+constexpr operation SIM_CHECK[] = {{"", {}, nullptr, nullptr, APP, 99, {}, {41}}};
+constexpr operation FACTORY_DATE[] = {{"", {}, nullptr, nullptr, APP, 65, {}, {27}}};
+constexpr operation SERIAL_NUMBER[] = {{"", {}, nullptr, nullptr, APP, 234, {}, {163}}};
+constexpr operation AMT_SUPPORT[] = {{"", {}, nullptr, nullptr, APP, 197, {}, {202}}};
+constexpr operation AMT_MODE[] = {{"", {&MODE}, nullptr, nullptr, APP, 195, {"201:int={0}"}, {}}};
+constexpr operation MODEM_SWITCH[] = {{"", {&MODEM_CHANNEL}, nullptr, nullptr, APP, 232, {"159:int={0}"}, {}}};
+constexpr operation ITEM[] = {
+    {"read", {&ITEM_TO_READ}, nullptr, nullptr, APP, 228, {"39:int={0}"}, {36}},
+    {"write", {&ITEM_TO_WRITE, &ITEM_RESULT}, nullptr, nullptr, APP, 230, {"39:int={0}", "36:int={1}"}, {}},
+};
+// On a PC link the phone keeps what is written and leaves the answer to the modem.
+constexpr operation TEST_RESULT[] = {
+    {"read", {&STATION}, nullptr, nullptr, APP, 89, {"39:int={0}"}, {36, 37}},
+    {"write", {&STATION, &STATION_RESULT}, nullptr, nullptr, BOTH, 91, {"39:int={0}", "36:int={1}"}, {}},
+    {"write",
+     {&STATION, &STATION_RESULT, &DESCRIPTION},
+     nullptr,
+     nullptr,
+     BOTH,
+     91,
+     {"39:int={0}", "36:int={1}", "37:str={2}"},
+     {}},
+};
 
 constexpr station_word_st row(const char* name, const char* usage, const char* help, std::size_t least,
                               std::size_t most, std::span<const operation> operations) {
@@ -130,8 +195,8 @@ constexpr std::array WORDS = {
     row("amt1-flag", "OPERATION get, set 0|1", "Whether the phone may start by USB insertion", 0, 2, AMT1_FLAG),
     row("sw-version", "", "The phone's software version", 0, 0, SW_VERSION),
     row("check", "DEVICE wifi, gps, bt", "Check the hardware of a radio", 1, 1, CHECK),
-    row("bluetooth", "STATE on, off", "Switch Bluetooth", 1, 1, BLUETOOTH),
-    row("gps", "OPERATION start, read SLOT, stop", "GPS; read gives satellite and carrier to noise", 1, 2, GPS),
+    row("bluetooth", "STATE on, off, start", "Switch Bluetooth; start leaves two phones on the link", 1, 1, BLUETOOTH),
+    row("gps", "OPERATION start, read SLOT, stop, test", "GPS; read gives satellite and carrier to noise", 1, 2, GPS),
     row("wifi-tx", "OPERATION CHANNEL RATE POWER, off", "Transmit test signals", 1, 3, WIFI_TX),
     row("wifi-rx", "OPERATION CHANNEL RATE, off", "Receive test signals; off gives the packets that came", 1, 2,
         WIFI_RX),
@@ -143,11 +208,22 @@ constexpr std::array WORDS = {
     row("key-light", "STATE on, off", "The light of the keys", 1, 1, KEY_LIGHT),
     row("brightness", "LEVEL 0 to 255; above restores", "The light of the screen", 1, 1, BRIGHTNESS),
     row("audio", "STATE on, off", "Play the test sound", 1, 1, AUDIO),
+    row("audio-loop", "STATE on TYPE, off", "The loop-back of the codec", 1, 2, AUDIO_LOOP),
+    row("lcd-color", "", "An acknowledgement; the colours are the application's", 0, 0, LCD_COLOR),
     row("battery", "OPERATION voltage, temperature", "The battery's voltage or temperature", 0, 1, BATTERY),
-    row("adc", "", "The battery voltage as the converter reads it", 0, 0, ADC),
-    row("camera", "CAMERA main, second", "Select a camera", 1, 1, CAMERA),
+    row("adc", "OPERATION get, set V1 V2 V3 V4", "The battery's converter: its reading, its calibration", 0, 5, ADC),
+    row("camera", "OPERATION main, second, control 1|2", "Select a camera, or control it", 1, 2, CAMERA),
     row("card", "", "The size of the memory card in KB", 0, 0, CARD),
     row("dev-info", "", "What the phone is made of", 0, 0, DEV_INFO),
+    row("sim-check", "", "Whether there is a SIM card: 1 or 0", 0, 0, SIM_CHECK),
+    row("factory-date", "", "The date that the modem keeps", 0, 0, FACTORY_DATE),
+    row("serial-number", "", "The serial number that the modem keeps", 0, 0, SERIAL_NUMBER),
+    row("amt-support", "", "The radio technology of the modem's first standby", 0, 0, AMT_SUPPORT),
+    row("amt-mode", "MODE", "Switch a phone in normal mode to the test mode", 1, 1, AMT_MODE),
+    row("channel", "CHANNEL", "Switch the modem's channel, 0 to 9", 1, 1, MODEM_SWITCH),
+    row("item", "OPERATION read ITEM, write ITEM RESULT", "The application's results, item by item", 2, 3, ITEM),
+    row("test-result", "OPERATION read STATION, write STATION RESULT [DESCRIPTION]", "What the stations found", 2, 4,
+        TEST_RESULT),
 };
 
 std::size_t parameter_count(const operation& row) {
@@ -192,18 +268,21 @@ std::string check_number(const station_parameter_st& parameter, const std::strin
 }
 
 std::string check_parameters(const operation& row, texts values, bool is_frame) {
+  std::size_t together = 0;
   for (std::size_t n = 0; n < values.size(); ++n) {
     const station_parameter_st& parameter = *row.m_parameters[n];
     std::string wrong = parameter.m_is_text ? check_text(parameter, values[n], is_frame)  //
                                             : check_number(parameter, values[n]);
     if (!wrong.empty()) return wrong;
+    together += values[n].size();
   }
-  return {};
+  if (row.m_most_together == 0 || together <= row.m_most_together) return {};
+  return fmt::format("the values must have at most {} characters together", row.m_most_together);
 }
 
 std::string fill_in(const char* pattern, texts values) {
   const auto value = [&values](std::size_t n) { return n < values.size() ? values[n] : std::string(); };
-  return fmt::format(fmt::runtime(pattern), value(0), value(1), value(2));
+  return fmt::format(fmt::runtime(pattern), value(0), value(1), value(2), value(3));
 }
 
 // Whether the operation goes as a frame; a sentence that says why it cannot go as wished.

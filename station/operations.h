@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <span>
@@ -25,16 +26,17 @@ struct station_parameter_st {
   std::int32_t m_frame_most = std::numeric_limits<std::int32_t>::max();  // of text in a frame
 };
 
-// In m_at and m_atoms {0}, {1} and {2} stand for the parameters.
+// In m_at and m_atoms {0} to {3} stand for the parameters.
 struct station_operation_st {
   const char* m_name;  // empty: the word's arguments are the parameters
-  std::array<const station_parameter_st*, 3> m_parameters;
+  std::array<const station_parameter_st*, 4> m_parameters;
   const char* m_at;    // the text as it goes out, with its CR where it needs one; null: there is none
   const char* m_line;  // what the information line with the value begins with; null: there is no value
   station_links_en m_links;
   std::uint8_t m_frame_id;
   std::array<const char*, 4> m_atoms;          // as for station_add_atom
   std::array<std::uint8_t, 2> m_answer_atoms;  // the atoms that hold the value; 0: none
+  std::size_t m_most_together = 0;             // characters of all parameters; 0: as many as they like
 };
 
 // The words, for the table of all words.

@@ -16,6 +16,8 @@ constexpr std::size_t MANY = 1000;
 constexpr std::uint8_t VERSION_CMD = 45;
 constexpr std::uint8_t VERSION_MODULE_ATOM = 19;
 constexpr std::uint8_t VERSION_TEXT_ATOM = 18;
+constexpr std::uint8_t GPS_CONTROL_RSPCMD = 175;
+constexpr std::uint8_t GPS_TEST_CMD = 176;
 
 std::string build_frame(const station_arguments_st& arguments, station_request_st* request) {
   const auto id = station_parse_command_id(arguments.m_words[0]);
@@ -48,13 +50,14 @@ std::string atom_value(const amt_atom_st& atom) {
   if (atom.m_type == AMT_ATOM_INT && atom.m_value.size() == 4) {
     return std::to_string(static_cast<std::int32_t>(amt_read_u32(atom.m_value.data())));
   }
+  if (atom.m_type == AMT_ATOM_FLAG && atom.m_value.size() == 1) return std::to_string(atom.m_value[0]);
   const auto end = std::ranges::find(atom.m_value, 0);
   return stream_line(atom.m_value.first(static_cast<std::size_t>(end - atom.m_value.begin())));
 }
 
 std::optional<std::string> frame_value(const station_request_st& request, const amt_frame_st& frame) {
-  const auto answer_id = static_cast<std::uint8_t>(amt_frame_command_id(&request.m_frame.m_buf_a) + 1);
-  if (amt_frame_command_id(&frame) != answer_id) return std::nullopt;
+  const auto answer_ids = station_answer_ids(amt_frame_command_id(&request.m_frame.m_buf_a));
+  if (amt_frame_command_id(&frame) != answer_ids[0]) return std::nullopt;
   std::optional<std::string> text;
   for (const std::uint8_t id : request.m_value.m_atoms) {
     const auto atom = id == 0 ? std::nullopt : amt_frame_find_atom(&frame, id);
@@ -120,6 +123,12 @@ std::string station_build(const station_word_st& word, const station_arguments_s
       word.m_build != nullptr ? word.m_build(arguments, request) : station_build_operation(word, arguments, request);
   const bool is_lost = wrong.empty() && !request->m_is_frame && arguments.m_form == stream_form_en::BARE;
   return is_lost ? "text goes to the PC link: use --port" : wrong;
+}
+
+std::array<std::uint8_t, 2> station_answer_ids(std::uint8_t request_id) {
+  const auto next_id = static_cast<std::uint8_t>(request_id + 1);
+  // The phone answers the GPS test like GPS control; what it refuses has the test's own id.
+  return {request_id == GPS_TEST_CMD ? GPS_CONTROL_RSPCMD : next_id, next_id};
 }
 
 std::optional<std::string> station_value(const station_request_st& request, const station_answer_st& answer) {

@@ -61,6 +61,9 @@ std::string station_build(const station_word_st& word, const station_arguments_s
                           station_request_st* request);
 void station_start_frame(std::uint8_t command_id, station_request_st* request);
 
+// The ids of the frames that answer a request, the one of success first.
+std::array<std::uint8_t, 2> station_answer_ids(std::uint8_t request_id);
+
 // What the answer says, for the last line of the output, several values with commas between them; none when it
 // does not hold what was asked for. A value can be empty: nothing was ever written.
 std::optional<std::string> station_value(const station_request_st& request, const station_answer_st& answer);

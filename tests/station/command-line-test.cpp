@@ -186,6 +186,50 @@ TEST_F(CommandLine, NegativeParameter_GoesBehindTwoDashes) {
   EXPECT_EQ(got.m_status, 0);
 }
 
+TEST_F(CommandLine, Calibration_SendsItsFourValuesBehindTwoDashes) {
+  // Request 226, atoms 146 to 149 = 1, -2, 3, 12; answer 227, atom 1 = 0.
+  const wire_bytes request = from_hex(
+      "AABBCCDD 32000000 02000000 2A00BBE22400 EE9201040001000000 EE93010400FEFFFFFF EE9401040003000000 "
+      "EE950104000C000000 35805B6C");
+  const wire_bytes done = from_hex("AABBCCDD 17000000 02000000 0F00BBE30900 EE0101040000000000 42939452");
+  const auto got = run_with_phone({"adc", "--json", "--", "set", "1", "-2", "3", "12"}, request, PRE_RESPONSE + done);
+  EXPECT_EQ(got.m_status, 0);
+  EXPECT_THAT(got.m_out, HasSubstr("{\"kind\":\"result\",\"exit\":0}\n"));
+}
+
+TEST_F(CommandLine, ConverterReading_IsInTheResult) {
+  // Request 224; answer 225, atom 151 = 3600, atom 1 = 0.
+  const wire_bytes request = from_hex("AABBCCDD 0E000000 02000000 0600BBE00000 B52F867A");
+  const wire_bytes answer =
+      from_hex("AABBCCDD 20000000 02000000 1800BBE11200 EE97010400100E0000 EE0101040000000000 518B9EAB");
+  const auto got = run_with_phone({"adc", "get", "--json"}, request, PRE_RESPONSE + answer);
+  EXPECT_EQ(got.m_status, 0);
+  EXPECT_THAT(got.m_out, HasSubstr("{\"kind\":\"result\",\"exit\":0,\"adc\":\"3600\"}\n"));
+}
+
+TEST_F(CommandLine, GpsTest_IsAnsweredWithTheIdOfGpsControl) {
+  // Request 176; answer 175, atom 1 = 0.
+  const wire_bytes request = from_hex("AABBCCDD 0E000000 02000000 0600BBB00000 AF7CACF7");
+  const wire_bytes done = from_hex("AABBCCDD 17000000 02000000 0F00BBAF0900 EE0101040000000000 9B61FEEC");
+  EXPECT_EQ(run_with_phone({"gps", "test"}, request, PRE_RESPONSE + done).m_status, 0);
+}
+
+// Request 170; answer 171, atom 1 = 0, and the same with atom 1 = 1.
+const wire_bytes BLUETOOTH_START = from_hex("AABBCCDD 0E000000 02000000 0600BBAA0000 D14E89A3");
+const wire_bytes BLUETOOTH_OK = from_hex("AABBCCDD 17000000 02000000 0F00BBAB0900 EE0101040000000000 8F469038");
+const wire_bytes BLUETOOTH_ERROR = from_hex("AABBCCDD 17000000 02000000 0F00BBAB0900 EE0101040001000000 B9B01DA0");
+
+TEST_F(CommandLine, BluetoothStart_EndsWithTheFirstOfItsAnswers) {
+  const auto got = run_with_phone({"bluetooth", "start"}, BLUETOOTH_START, PRE_RESPONSE + BLUETOOTH_OK);
+  EXPECT_EQ(got.m_status, 0);
+}
+
+TEST_F(CommandLine, BluetoothStartThatExpectsTwo_FailsWithTheSecond) {
+  const std::vector<std::string> line = {"bluetooth", "start", "--expect", "2"};
+  EXPECT_EQ(run_with_phone(line, BLUETOOTH_START, PRE_RESPONSE + BLUETOOTH_OK + BLUETOOTH_OK).m_status, 0);
+  EXPECT_EQ(run_with_phone(line, BLUETOOTH_START, PRE_RESPONSE + BLUETOOTH_OK + BLUETOOTH_ERROR).m_status, 7);
+}
+
 TEST_F(CommandLine, NoWait_EndsOnceSent) {
   EXPECT_EQ(run_on_port({"frame", "45", "19:int=64", "--no-wait"}).m_status, 0);
   EXPECT_EQ(m_phone.receive(VERSION_REQUEST.size()), VERSION_REQUEST);
@@ -251,6 +295,27 @@ TEST_F(ApplicationLink, Word_IsAFrameAndItsValueIsInTheResult) {
   EXPECT_THAT(got.m_out, HasSubstr("{\"kind\":\"result\",\"exit\":0,\"card\":\"8192\"}\n"));
 }
 
+TEST_F(ApplicationLink, FlagAsTheOnlyAtom_IsTheValue) {
+  const auto got =
+      run_with_phone({"sim-check", "--json"}, from_hex("0600BB630000"), from_hex("0C00BB640600 EE2904010000"));
+  EXPECT_EQ(got.m_status, 0);
+  EXPECT_THAT(got.m_out, HasSubstr("{\"kind\":\"result\",\"exit\":0,\"sim-check\":\"0\"}\n"));
+}
+
+TEST_F(ApplicationLink, CameraControl_ShowsItsResult) {
+  const auto got = run_with_phone({"camera", "control", "2"}, from_hex("0F00BBB40900 EE7001040002000000"),
+                                  from_hex("1800BBB51200 EE7101040003000000 EE0101040000000000"));
+  EXPECT_EQ(got.m_status, 0);
+  EXPECT_THAT(got.m_out, ContainsRegex("\ncamera: 3\n$"));
+}
+
+TEST_F(ApplicationLink, TestResultWithADescription_IsOneAtomMore) {
+  const auto got = run_with_phone({"test-result", "write", "3", "1", "RF ok"},
+                                  from_hex("2200BB5B1C00 EE2701040003000000 EE2401040001000000 EE25020500 5246206F6B"),
+                                  from_hex("0F00BB5C0900 EE010104000A000000"));
+  EXPECT_EQ(got.m_status, 7);
+}
+
 TEST_F(ApplicationLink, LargestFrame_GoesWhereAWrappedOneHasNoRoom) {
   const wire_bytes request = from_hex("0010BB01FA0F EE0102F50F") + wire_bytes(4085, 'x');
   const auto got = run_with_phone({"frame", "1", "1:str=" + std::string(4085, 'x')}, request, from_hex("0600BB020000"));
@@ -288,6 +353,14 @@ TEST(CommandLine_Usage, WrongArguments_AreStatusTwo) {
       {"--app", "x", "at", "AT"},
       {"--app", "x", "adc"},
       {"--port", "x", "card"},
+      {"--port", "x", "lcd-color"},
+      {"--app", "x", "lcd-color", "red"},
+      {"--app", "x", "audio-loop", "on"},
+      {"--app", "x", "camera", "control", "3"},
+      {"--app", "x", "channel", "10"},
+      {"--app", "x", "item", "write", "0", "1"},
+      {"--port", "x", "adc", "set", "1", "2", "3"},
+      {"--port", "x", "adc", "set", "1", "2", "3", "4", "5"},
       {"--port", "x", "check"},
       {"--port", "x", "gps"},
       {"--port", "x", "sw-version", "get"},

@@ -6,8 +6,8 @@
 
 namespace {
 
-constexpr station_rule_st VERSION_RULE{station_wait_en::FRAME, 46, 0};
-constexpr station_rule_st AT_RULE{station_wait_en::AT_FINAL, 0, 0};
+constexpr station_rule_st VERSION_RULE{station_wait_en::FRAME, {46, 46}, 0};
+constexpr station_rule_st AT_RULE{station_wait_en::AT_FINAL, {}, 0};
 
 stream_item_st frame(const wire_bytes& bytes, stream_fault_en fault = stream_fault_en::NONE) {
   return {stream_kind_en::FRAME, fault, bytes};
@@ -27,8 +27,19 @@ station_request_st frame_request(std::uint8_t id) {
 
 TEST(Judge_Rule, Frame_WaitsForTheNextId) {
   EXPECT_EQ(station_rule_for(frame_request(45), 0).m_wait, station_wait_en::FRAME);
-  EXPECT_EQ(station_rule_for(frame_request(45), 0).m_id, 46);
-  EXPECT_EQ(station_rule_for(frame_request(255), 0).m_id, 0);
+  EXPECT_EQ(station_rule_for(frame_request(45), 0).m_ids, (std::array<std::uint8_t, 2>{46, 46}));
+  EXPECT_EQ(station_rule_for(frame_request(174), 0).m_ids, (std::array<std::uint8_t, 2>{175, 175}));
+  EXPECT_EQ(station_rule_for(frame_request(255), 0).m_ids, (std::array<std::uint8_t, 2>{0, 0}));
+}
+
+TEST(Judge_Rule, GpsTest_IsAnsweredWithTheIdOfGpsControlOrRefusedWithItsOwn) {
+  const station_rule_st rule = station_rule_for(frame_request(176), 0);
+  const wire_bytes done = from_hex("AABBCCDD 17000000 02000000 0F00BBAF0900 EE0101040000000000 9B61FEEC");
+  const wire_bytes refused = from_hex("AABBCCDD 17000000 02000000 0F00BBB10900 EE0101040001000000 65376929");
+  const wire_bytes other = from_hex("AABBCCDD 17000000 02000000 0F00BBB00900 EE0101040000000000 833F7C44");
+  EXPECT_EQ(station_judge_st(rule).take(frame(done)), STATION_OK);
+  EXPECT_EQ(station_judge_st(rule).take(frame(refused)), STATION_ERROR_ANSWER);
+  EXPECT_EQ(station_judge_st(rule).take(frame(other)), std::nullopt);
 }
 
 TEST(Judge_Rule, Text_WaitsForAFinalResult) {
@@ -94,7 +105,7 @@ TEST(Judge_Text, ErrorFrameWithIdZero_IsAnError) {
 }
 
 TEST(Judge_Count, WorstOfTheCounted_Decides) {
-  station_judge_st judge({station_wait_en::COUNT, 0, 3});
+  station_judge_st judge({station_wait_en::COUNT, {}, 3});
   EXPECT_EQ(judge.take({stream_kind_en::PRE_RESPONSE, stream_fault_en::NONE, PRE_RESPONSE}), std::nullopt);
   EXPECT_EQ(judge.take(frame(VERSION_ERROR)), std::nullopt);
   EXPECT_EQ(judge.take(frame(VERSION_OK, stream_fault_en::CHECKSUM)), std::nullopt);
@@ -102,7 +113,7 @@ TEST(Judge_Count, WorstOfTheCounted_Decides) {
 }
 
 TEST(Judge_Count, AllGood_IsOk) {
-  station_judge_st judge({station_wait_en::COUNT, 0, 2});
+  station_judge_st judge({station_wait_en::COUNT, {}, 2});
   EXPECT_EQ(take_text(&judge, "x\r\n"), std::nullopt);
   EXPECT_EQ(judge.take(frame(VERSION_OK)), STATION_OK);
 }

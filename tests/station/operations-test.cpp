@@ -142,6 +142,8 @@ TEST(Operations_Frame, EachRequest_HasItsAtoms) {
       {"gps start", PC, "0F00BBAE0900 EE8C01040001000000"},
       {"gps read 3", APP, "0F00BBB20900 EE8D01040003000000"},
       {"gps stop", APP, "0F00BBAE0900 EE8C01040000000000"},
+      {"gps test", PC, "0600BBB00000"},
+      {"bluetooth start", PC, "0600BBAA0000"},
       {"wifi-rf on", PC, "0C00BBBB0600 EE9A03010001"},
       {"wifi-rf off", APP, "0C00BBBB0600 EE9A03010002"},
       {"wifi-tx 6 540 -20", PC, "2000BBBB1A00 EE9A03010003 EE9B03010006 EE9C0302001C02 EE9D030200ECFF"},
@@ -160,11 +162,33 @@ TEST(Operations_Frame, EachRequest_HasItsAtoms) {
       {"audio off", APP, "0C00BB210600 EE0F04010000"},
       {"battery", APP, "0600BB090000"},
       {"battery temperature", APP, "0600BB370000"},
+      {"audio-loop on 3", APP, "1500BB1F0F00 EE0F04010001 EE1E01040003000000"},
+      {"audio-loop on -1", APP, "1500BB1F0F00 EE0F04010001 EE1E010400FFFFFFFF"},
+      {"audio-loop off", APP, "1500BB1F0F00 EE0F04010000 EE1E01040000000000"},
+      {"lcd-color", APP, "0600BB1D0000"},
       {"adc", PC, "0600BBE00000"},
+      {"adc get", PC, "0600BBE00000"},
+      {"adc set 1 -2 2147483647 -2147483648", PC,
+       "2A00BBE22400 EE9201040001000000 EE93010400FEFFFFFF EE94010400FFFFFF7F EE9501040000000080"},
       {"camera main", APP, "0600BB8B0000"},
       {"camera second", APP, "0600BB930000"},
       {"card", APP, "0600BB890000"},
+      {"camera control 1", APP, "0F00BBB40900 EE7001040001000000"},
+      {"camera control 2", APP, "0F00BBB40900 EE7001040002000000"},
       {"dev-info", APP, "0600BBEE0000"},
+      {"sim-check", APP, "0600BB630000"},
+      {"factory-date", APP, "0600BB410000"},
+      {"serial-number", APP, "0600BBEA0000"},
+      {"amt-support", APP, "0600BBC50000"},
+      {"amt-mode 4", APP, "0F00BBC30900 EEC901040004000000"},
+      {"channel 9", APP, "0F00BBE80900 EE9F01040009000000"},
+      {"item read 0", APP, "0F00BBE40900 EE2701040000000000"},
+      {"item read 35", APP, "0F00BBE40900 EE2701040023000000"},
+      {"item write 1 0", APP, "1800BBE61200 EE2701040001000000 EE2401040000000000"},
+      {"item write 36 2", APP, "1800BBE61200 EE2701040024000000 EE2401040002000000"},
+      {"test-result read 12", APP, "0F00BB590900 EE270104000C000000"},
+      {"test-result write 3 1", PC, "1800BB5B1200 EE2701040003000000 EE2401040001000000"},
+      {"test-result write 3 1 RF", APP, "1F00BB5B1900 EE2701040003000000 EE2401040001000000 EE250202005246"},
   };
   std::set<std::string> words;
   for (const auto& row : rows) {
@@ -178,13 +202,26 @@ TEST(Operations_Form, PcLinkWithoutAText_GetsTheFrame) {
   EXPECT_TRUE(build("gps start").m_request.m_is_frame);
   EXPECT_TRUE(build("wifi-rf on").m_request.m_is_frame);
   EXPECT_TRUE(build("adc").m_request.m_is_frame);
+  EXPECT_TRUE(build("gps test").m_request.m_is_frame);
+  EXPECT_TRUE(build("bluetooth start").m_request.m_is_frame);
 }
 
 TEST(Operations_Form, ApplicationLink_GetsTheFrameUnasked) {
   EXPECT_TRUE(build("check gps", APP).m_request.m_is_frame);
 }
 
+TEST(Operations_Form, RadioRequestsOfBothLinks_GoToTheApplicationsToo) {
+  EXPECT_EQ(frame_of("gps test", APP), from_hex("0600BBB00000"));
+  EXPECT_EQ(frame_of("bluetooth start", APP), from_hex("0600BBAA0000"));
+}
+
 TEST(Operations_Form, WrongLink_IsRefused) {
+  EXPECT_EQ(build("adc set 1 2 3 4", APP).m_wrong, "adc: this is for the PC link: use --port");
+  for (const char* line :
+       {"lcd-color", "audio-loop off", "camera control 1", "sim-check", "factory-date", "serial-number", "amt-support",
+        "amt-mode 4", "channel 1", "item read 1", "item write 1 1", "test-result read 1"}) {
+    EXPECT_THAT(build(line).m_wrong, HasSubstr("this is for the application's link: use --app")) << line;
+  }
   EXPECT_EQ(build("vibrate on").m_wrong, "vibrate: this is for the application's link: use --app");
   EXPECT_EQ(build("vibrate on", PC, true).m_wrong, "vibrate: this is for the application's link: use --app");
   EXPECT_EQ(build("adc", APP).m_wrong, "adc: this is for the PC link: use --port");
@@ -209,6 +246,39 @@ TEST(Operations_Arguments, WrongOnes_AreRefused) {
   }
   EXPECT_NE(build("brightness -1", APP).m_wrong, "");
   EXPECT_NE(build("brightness 2147483648", APP).m_wrong, "");
+  for (const char* line : {"audio-loop on",
+                           "audio-loop on x",
+                           "audio-loop on 2147483648",
+                           "audio-loop off 0",
+                           "camera control",
+                           "camera control 0",
+                           "camera control 3",
+                           "camera main 1",
+                           "amt-mode x",
+                           "amt-mode 2147483648",
+                           "channel -1",
+                           "channel 10",
+                           "item",
+                           "item read",
+                           "item read -1",
+                           "item read 36",
+                           "item write 0 1",
+                           "item write 37 1",
+                           "item write 1 3",
+                           "item write 1",
+                           "test-result read 100",
+                           "test-result write 3",
+                           "test-result write 100 1",
+                           "test-result write 3 10",
+                           "test-result write 3 1 "}) {
+    EXPECT_NE(build(line, APP).m_wrong, "") << line;
+  }
+  for (const char* line : {"adc read", "adc set", "adc set 1 2 3", "adc set 1 2 3 4 5", "adc set 1 2 3 2147483648",
+                           "adc set -2147483649 2 3 4", "adc set 1 2 3 4x", "gps test 1", "bluetooth start now"}) {
+    EXPECT_NE(build(line).m_wrong, "") << line;
+  }
+  EXPECT_EQ(build("audio-loop on", APP).m_wrong, "audio-loop needs STATE on TYPE, off");
+  EXPECT_EQ(build("camera control 3", APP).m_wrong, "camera: CONTROL must be a number from 1 to 2");
   EXPECT_EQ(build("bt-address put").m_wrong, "bt-address needs OPERATION get, set ADDRESS");
 }
 
@@ -228,6 +298,18 @@ TEST(Operations_Arguments, TextThatThePhoneWouldCut_IsRefused) {
     EXPECT_THAT(wrong, HasSubstr("must have 1 to " + std::to_string(row.m_most) + " characters")) << row.m_start;
   }
   EXPECT_NE(build("pcba-sn set ").m_wrong, "");
+}
+
+TEST(Operations_Arguments, DescriptionThatThePhoneWouldCut_IsRefused) {
+  EXPECT_EQ(build("test-result write 3 1 " + std::string(127, 'x'), APP).m_wrong, "");
+  EXPECT_EQ(build("test-result write 3 1 " + std::string(128, 'x'), APP).m_wrong,
+            "test-result: DESCRIPTION must have 1 to 127 characters");
+}
+
+TEST(Operations_Arguments, CalibrationThatThePhoneWouldCut_IsRefused) {
+  EXPECT_EQ(build("adc set -100000000 -200000000 -300000000 40000000").m_wrong, "");
+  EXPECT_EQ(build("adc set -100000000 -200000000 -300000000 400000000").m_wrong,
+            "adc: the values must have at most 38 characters together");
 }
 
 TEST(Operations_Arguments, TextThatWouldEndTheCommand_GoesInAFrameOnly) {
@@ -268,12 +350,32 @@ TEST(Operations_Value, AtomsOfTheAnswer_AreItsValue) {
   EXPECT_EQ(value_of_frame("battery temperature", APP, "0F00BB380900 EE16010400F6FFFFFF"), "-10");
   EXPECT_EQ(value_of_frame("gps read 3", APP, "1800BBB31200 EE9001040028000000 EE8D01040003000000"), "3,40");
   EXPECT_EQ(value_of_frame("card", APP, "0F00BB8A0900 EE3701040000000000"), "0");
+  EXPECT_EQ(value_of_frame("adc get", PC, "1800BBE11200 EE97010400100E0000 EE0101040000000000"), "3600");
+  EXPECT_EQ(value_of_frame("camera control 1", APP, "1800BBB51200 EE7101040003000000 EE0101040000000000"), "3");
+  EXPECT_EQ(value_of_frame("factory-date", APP, "1600BB421000 EE1B0202003132 EE0101040000000000"), "12");
+  EXPECT_EQ(value_of_frame("serial-number", APP, "1600BBEB1000 EEA30302004237 EE0101040000000000"), "B7");
+  EXPECT_EQ(value_of_frame("amt-support", APP, "1800BBC61200 EECA01040002000000 EE0101040000000000"), "2");
+  EXPECT_EQ(value_of_frame("item read 3", APP, "1800BBE51200 EE2701040003000000 EE2401040001000000"), "1");
+}
+
+TEST(Operations_Value, Flag_IsANumber) {
+  EXPECT_EQ(value_of_frame("sim-check", APP, "0C00BB640600 EE2904010001"), "1");
+  EXPECT_EQ(value_of_frame("sim-check", APP, "0C00BB640600 EE2904010000"), "0");
+}
+
+TEST(Operations_Value, StationResult_HasItsDescriptionBehindIt) {
+  constexpr char START[] = "2100BB5A1B00 EE2701040003000000 EE2401040001000000 ";
+  EXPECT_EQ(value_of_frame("test-result read 3", APP, std::string(START) + "EE250204004F4B2031"), "1,OK 1");
+  EXPECT_EQ(value_of_frame("test-result read 3", APP, "1D00BB5A1700 EE2701040003000000 EE2401040001000000 EE25020000"),
+            "1,");
 }
 
 TEST(Operations_Value, OtherFrameOrNoAtom_IsNone) {
   EXPECT_EQ(value_of_frame("bt-address", PC, "0D00BBAE0700 EE6F0202004142"), std::nullopt);
   EXPECT_EQ(value_of_frame("bt-address", PC, "0F00BBAD0900 EE0101040000000000"), std::nullopt);
   EXPECT_EQ(value_of_frame("vibrate on", APP, "0F00BB240900 EE0101040000000000"), std::nullopt);
+  EXPECT_EQ(value_of_frame("gps test", APP, "0F00BBAF0900 EE0101040000000000"), std::nullopt);
+  EXPECT_EQ(value_of_frame("sim-check", APP, "0F00BB640900 EE010104000A000000"), std::nullopt);
   EXPECT_EQ(station_value(build("card", APP).m_request, {}), std::nullopt);
 }
 

@@ -8,8 +8,8 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr station_rule_st VERSION_RULE{station_wait_en::FRAME, 46, 0};
-constexpr station_rule_st AT_RULE{station_wait_en::AT_FINAL, 0, 0};
+constexpr station_rule_st VERSION_RULE{station_wait_en::FRAME, {46, 46}, 0};
+constexpr station_rule_st AT_RULE{station_wait_en::AT_FINAL, {}, 0};
 constexpr int LONG = 10000;  // for what must come
 constexpr int SHORT = 50;    // for what must not
 
@@ -120,7 +120,7 @@ TEST_F(Session, BlankLines_AreNotShown) {
 
 TEST_F(Session, PartWait_ShowsWhatStaysIncomplete) {
   m_phone.send({VERSION_OK.begin(), VERSION_OK.begin() + 20});
-  EXPECT_EQ(receive({station_wait_en::COUNT, 0, 1}, LONG, milliseconds(SHORT)), STATION_DAMAGED);
+  EXPECT_EQ(receive({station_wait_en::COUNT, {}, 1}, LONG, milliseconds(SHORT)), STATION_DAMAGED);
   EXPECT_EQ(m_shown.size(), 1U);
 }
 
