@@ -194,8 +194,7 @@ std::int32_t pub_pty_open(pub_pty_st* pty) {
 std::int32_t pub_pty_close(pub_pty_st* pty) {
   LOG_ENTRY();
   if (LOG_BAD_ARGUMENTS(pty == nullptr, pty != nullptr && pty->m_ptm_fd < 0)) return -1;
-  const bool is_other_process = pty->m_opener != 0 && pty->m_opener != getpid();
-  const std::int32_t result = is_other_process ? ERR_NONE : pub_pty_delete_mapping(pty);
+  const std::int32_t result = pub_pty_delete_mapping(pty);
   LOG_LINE("pub_pty_close pub_pty_delete_mapping ret_val[%d]", result);
   if (result != ERR_NONE) return result;
   std::memset(pty->m_pts_name_a, 0, sizeof pty->m_pts_name_a);
@@ -211,6 +210,7 @@ std::int32_t pub_pty_delete_mapping(pub_pty_st* pty) {
     LOG_LINE("[PTY]%d", 1);
     return ERR_ARGUMENT;
   }
+  if (pty->m_opener != 0 && pty->m_opener != getpid()) return ERR_NONE;  // the other process still needs it
   if (access(pty->m_pts_mapping_name_a, F_OK) != 0) {
     LOG_WARNING("pub_pty_delete_mapping \"%s\" does not exist", pty->m_pts_mapping_name_a);
     return ERR_NONE;

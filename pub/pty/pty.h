@@ -24,5 +24,6 @@ std::int32_t pub_pty_open(pub_pty_st* pty);
 // a null record or a master of -1: not the -101 that the log shows, callers test only for non-zero.
 std::int32_t pub_pty_close(pub_pty_st* pty);
 
-// Removes the link. 0, also when there is none; ERR_ARGUMENT for a null record; ERR_SYSTEM when it cannot be removed.
+// Removes the link. 0, also when there is none, or when another process opened the terminal and the link stays;
+// ERR_ARGUMENT for a null record; ERR_SYSTEM when it cannot be removed.
 std::int32_t pub_pty_delete_mapping(pub_pty_st* pty);

@@ -142,6 +142,26 @@ TEST_F(two_processes_test, PseudoTerminal_ClosedByTheChild_KeepsTheParentsLink) 
   EXPECT_FALSE(std::filesystem::is_symlink("/tmp/app-link"));
 }
 
+// The child's one thread is the reader of the terminal: its tear-down runs on it, and leaves the closing to the exit.
+TEST_F(two_processes_test, PseudoTerminal_AtTheTearDownOfTheChildsWorker_KeepsTheParentsLink) {
+  auto& context = g_handle_context;
+  auto& pty = context.m_pty_app;
+  set_link(pty.m_ptm_fd, 0);
+  std::strcpy(pty.m_pts_mapping_name_a, "/tmp/app-link");
+  ASSERT_EQ(pub_pty_open(&pty), 0);
+  context.m_app_thread.m_tid = gettid();
+  const int result = run_in_child([](pid_t self) {
+    amt_handle_become_child(self);
+    amt_deinit_resource();
+    return 7;
+  });
+  EXPECT_EQ(result, 7);
+  EXPECT_TRUE(std::filesystem::is_symlink("/tmp/app-link"));
+  context.m_app_thread.m_tid = 0;
+  EXPECT_EQ(pub_pty_close(&pty), 0);
+  pty.m_pts_mapping_name_a[0] = '\0';
+}
+
 TEST_F(two_processes_test, PseudoTerminal_OpenedAnewByTheChild_IsTheChildsToRemove) {
   pub_pty_st pty = {};
   std::strcpy(pty.m_pts_mapping_name_a, "/tmp/app-link");
