@@ -4,8 +4,9 @@
 //   request                                         answer ("ok", seq, ...) or ("fail", seq, reason)
 //   plug    seq NAME                                the master of a new raw pseudo-terminal, NAME leading to its slave
 //   unplug  seq NAME                                NAME is gone
-//   open    seq NAME                                a descriptor of the terminal that NAME leads to, or why there is
-//   none start   seq FOLDER COUNT ARG... NAME=VALUE...   its process id; the message carries the three standard streams
+//   open    seq NAME NOT_THIS                       which link NAME now is, and a descriptor of the terminal that it
+//                                                   leads to; none when there is none, or when the link is NOT_THIS
+//   start   seq FOLDER COUNT ARG... NAME=VALUE...   its process id; the message carries the three standard streams
 //   signal  seq PID NUMBER
 //   uevent  seq BYTES                               one kernel event to the listeners of group 1
 //
@@ -91,11 +92,23 @@ void unplug(const message& request) {
   answer(request, {});
 }
 
-// For the one who plays an application of the phone: the terminals of this sandbox cannot be opened from outside.
+// Tells a link from another one that took its name later.
+std::string identity(const std::string& name) {
+  struct stat status {};
+  if (::lstat(name.c_str(), &status) != 0) return "";
+  return std::to_string(status.st_ino) + " " + std::to_string(status.st_ctim.tv_sec) + " " +
+         std::to_string(status.st_ctim.tv_nsec);
+}
+
+// For the one who plays an application of the phone: the terminals of this sandbox cannot be opened from outside. That
+// there is none is no failure: it may come yet.
 void open_terminal(const message& request) {
-  const unique_fd terminal(::open(request.fields.at(2).c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
-  if (!terminal) return answer(request, {std::strerror(errno)});  // no failure: it may come yet
-  answer(request, {}, {terminal.get()});
+  const std::string& name = request.fields.at(2);
+  const std::string link = identity(name);
+  if (link.empty() || link == request.fields.at(3)) return answer(request, {link});
+  const unique_fd terminal(::open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
+  if (!terminal) return answer(request, {link});
+  answer(request, {link}, {terminal.get()});
 }
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
@@ -188,7 +201,7 @@ struct request_kind {
 constexpr std::array<request_kind, 6> REQUESTS = {{
     {"plug", 3, plug},
     {"unplug", 3, unplug},
-    {"open", 3, open_terminal},
+    {"open", 4, open_terminal},
     {"start", 5, start},
     {"signal", 4, send_signal},
     {"uevent", 3, uevent},

@@ -6,7 +6,7 @@ namespace handset {
 
 namespace {
 
-constexpr std::chrono::milliseconds TERMINAL_CHECK{50};  // nothing tells that the service has made one
+constexpr std::chrono::milliseconds TERMINAL_CHECK{3};  // nothing tells that the service has made one
 
 }  // namespace
 
@@ -29,8 +29,7 @@ void app_cable::open() {
   m_cable.connect(m_phone.app());
 }
 
-// The service makes a new terminal as soon as it sees that this one is closed. Should the old one still be caught, its
-// hang-up leads here once more.
+// The service makes a new terminal as soon as it sees that this one is closed.
 void app_cable::close() {
   if (!m_open) return m_cable.hold_station();  // that nobody is there at the start has been seen
   m_open = false;

@@ -92,6 +92,7 @@ struct phone::inside {
   tty_end modem_end;
   tty_end at_end;
   tty_end app;
+  std::string app_link;  // which link of that name was opened last
   std::unique_ptr<modem> simulated;
   std::function<void(std::string_view)> on_log;
   std::function<void(std::string_view)> on_out;
@@ -218,8 +219,9 @@ void phone::inside::unplug_link(const std::string& device, modem_link link, tty_
 }
 
 bool phone::inside::open_app() {
-  message answer = core->agent.request("open", {APP_LINK});
+  message answer = core->agent.request("open", {APP_LINK, app_link});
   if (answer.fds.empty()) return false;
+  app_link = answer.fields.front();
   app.attach(std::move(answer.fds.front()));
   return true;
 }

@@ -143,8 +143,8 @@ class phone {
 
   // The phone's own test application: its end of the APP link, a terminal that the service makes when it starts in the
   // platform set-up and makes anew when the application has closed it. open_app() waits for one; false: there was none
-  // in time. Between close_app() and open_app() wait for the service's log line about the new terminal, or the old one
-  // is opened once more. On app(), wait_hangup() tells that the service has let go of that terminal.
+  // in time. No terminal is opened twice: behind close_app() it waits for the new one. On app(), wait_hangup() tells
+  // that the service has let go of that terminal.
   bool open_app(std::chrono::milliseconds within = DEFAULT_WAIT);
   tty_end& app();
   void close_app();
