@@ -127,7 +127,8 @@ INSTANTIATE_TEST_SUITE_P(
                                        "\r\n^DWIFIADDR: \"", "\"\r\n\r\nOK\r\n", REPLY_CME_ERROR},
                       killed_record_st{"Pcba", SECOND_SN_RECORD, "AT^DPCBACTRL=2,", "", "", "AT^DPCBACTRL=1\r",
                                        "\r\n^DPCBACTRL: ", "\r\n\r\nOK\r\n", REPLY_ERROR},
-                      killed_record_st{"Imei", IMEI_RECORD, "AT^DCGSNW=", "\r", "", "", "", "", ""}),
+                      killed_record_st{"Imei", IMEI_RECORD, "AT^DCGSNW=", "\r", "", "", "", "", ""},
+                      killed_record_st{"Sn", SN_RECORD, "AT^DMSN=", "\r", "", "", "", "", ""}),
     [](const auto& record) { return record.param.m_name; });
 
 }  // namespace
