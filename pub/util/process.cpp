@@ -117,6 +117,7 @@ void pub_util_create_pid_file(const char* name) {
 
 pid_t pub_util_fork() {
   LOG_ENTRY();
+  std::fflush(stdout);
   pub_log_pause();
   const pid_t child = fork();
   pub_log_resume(child == 0);

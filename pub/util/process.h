@@ -20,7 +20,8 @@ std::int32_t pub_util_get_pid_and_check_run(const char* pid_file, const char* na
 // Writes the own pid into "/tmp/<name>.pid". A failure is only logged.
 void pub_util_create_pid_file(const char* name);
 
-// fork(2) while no other thread writes a log line: the child, which has the calling thread alone, can log. Its result.
+// fork(2) while no other thread writes a log line and no standard output is pending: the child, which has the calling
+// thread alone, can log, and prints nothing that the parent prints. Its result.
 pid_t pub_util_fork();
 
 // Real-time class, four below its maximum priority. A failure is only logged.

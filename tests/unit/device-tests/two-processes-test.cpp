@@ -1,5 +1,6 @@
 // A service that forks and goes on as two: nothing of the parent's other threads stops the child, each has a life of
 // its own, and two readers of one terminal can both be ended.
+#include <stdio_ext.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <termios.h>
@@ -97,6 +98,13 @@ TEST_F(two_processes_test, Child_ForkedWhileOthersDeleteTimers_CanDeleteTimers) 
     ASSERT_EQ(result, 7) << "fork " << i;
     m_log.clear();
   }
+}
+
+TEST_F(two_processes_test, Child_ForkedWhileStandardOutputIsPending_HasNothingToPrintAgain) {
+  std::printf("a line that is not at its end, ");
+  ASSERT_NE(__fpending(stdout), 0u);
+  EXPECT_EQ(run_in_child([](pid_t) { return __fpending(stdout) == 0 ? 7 : 1; }), 7);
+  std::printf("and its end\n");
 }
 
 TEST_F(two_processes_test, Child_OfAWorker_KnowsNoThreadButItsOwnAndNoTimer) {
