@@ -29,6 +29,16 @@ constexpr std::uint8_t ATOM_CONTROL = 112;
 constexpr std::uint8_t ATOM_CONTROL_RESULT = 113;
 constexpr std::int32_t NO_SUCH_INPUT = 3;
 
+// With a capital D, on purpose: it always was. A phone's C library prints the number, as a long, others print the text
+// as it stands here.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat"
+#pragma GCC diagnostic ignored "-Wformat-extra-args"
+void log_control(long control) {
+  LOG_LINE("control_id = %D", control);
+}
+#pragma GCC diagnostic pop
+
 // Owns the video device. Descriptor 0 counts as a failure.
 pub_fd open_video(const char* function) {
   pub_fd video(pub_util_open(VIDEO_DEVICE, O_RDWR));
@@ -54,7 +64,10 @@ std::int32_t amt_device_camera(std::uint8_t link, amt_message_st* request, amt_m
   LOG_ENTRY();
   if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
   const std::uint8_t id = amt_frame_command_id(&request->m_buf_a);
-  if (id != MAIN_CAMERA_ID && id != SECOND_CAMERA_ID) return ERR_FAIL;
+  if (id != MAIN_CAMERA_ID && id != SECOND_CAMERA_ID) {
+    LOG_FAILURE(ERR_FAIL);
+    return ERR_FAIL;
+  }
   {
     const pub_fd video = open_video(__func__);
     if (video.get() < 0) return ERR_FAIL;
@@ -68,8 +81,7 @@ std::int32_t amt_device_camera_control(std::uint8_t link, amt_message_st* reques
   LOG_ENTRY();
   if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
   const std::uint32_t control = amt_frame_get_int(&request->m_buf_a, ATOM_CONTROL);
-  // The line always was formatted with a capital D, which is a number on phones and nothing on other hosts.
-  LOG_LINE("control_id = %d", static_cast<int>(control));
+  log_control(static_cast<std::int32_t>(control));
   if (control != 1 && control != 2) {
     LOG_FAILURE(ERR_FAIL);
     LOG_LINE("invalid control_id: %d", static_cast<int>(control));
