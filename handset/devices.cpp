@@ -54,7 +54,6 @@ void make_devices(const fs::path& folder, const screen_size& screen) {
   write_whole_file(folder / "graphics/fb0", "");
   fs::resize_file(folder / "graphics/fb0", memory);
   write_whole_file(folder / "fb0.screen", screen_text(screen, memory));
-  write_whole_file(folder / "video0", "");
   write_whole_file(folder / "tty0", "");
   write_whole_file(folder / "tty0.mode", "0\n");
 }
@@ -62,7 +61,6 @@ void make_devices(const fs::path& folder, const screen_size& screen) {
 std::vector<bind_mount> device_binds(const fs::path& folder) {
   return {{folder / "graphics", "/dev/graphics", true},
           {folder / "tty0", "/dev/tty0", true},
-          {folder / "video0", "/dev/video0", true},
           {program_folder().parent_path() / "lib" / LIBRARY, LIBRARY_INSIDE}};
 }
 

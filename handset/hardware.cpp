@@ -12,6 +12,7 @@
 #include <sstream>
 
 #include "handset/error.h"
+#include "handset/phone.h"
 #include "handset/sandbox.h"
 #include "handset/tree.h"
 #include "handset/unique-fd.h"
@@ -29,6 +30,7 @@ constexpr char VOLTAGE[] = "/sys/class/power_supply/battery/voltage_now";
 constexpr char TEMPERATURE[] = "/sys/class/power_supply/battery/temp";
 constexpr char DRIVER_NODE[] = "/proc/driver/zelta_battery";
 constexpr char ADC[] = "/handset/devices/battery.adc";
+constexpr char VIDEO[] = "/handset/devices/video0";
 constexpr char PLAYER[] = "/system/bin/amt-audio";
 constexpr char PLAYED_SOUND[] = "/handset/audio";
 constexpr char SOUND[] = "/system/media/amt-loop.pcm";
@@ -52,6 +54,7 @@ constexpr initial_file FILES[] = {
     {ADC, "2841\n"},
     {PLAYED_SOUND, ""},
     {SOUND, ""},
+    {VIDEO, ""},
 };
 constexpr const char* FOLDERS[] = {"/data/local/wifi", "/data/etc"};
 
@@ -83,6 +86,10 @@ void hardware::install() {
   fs::copy_file(program_folder().parent_path() / "lib/phone/amt-audio", at(PLAYER), missing);
   // Nobody makes files in procfs.
   fs::permissions(at(DRIVER_NODE).parent_path(), fs::perms(0555));
+}
+
+std::vector<bind_mount> hardware::binds() const {
+  return {{at(VIDEO), "/dev/video0", true}};
 }
 
 void hardware::fail(const fs::path& path, file_fault fault) {

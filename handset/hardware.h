@@ -12,6 +12,8 @@
 
 namespace handset {
 
+struct bind_mount;
+
 // A storage card: a file system of its own in that folder of the phone, of so many KB.
 struct storage_card {
   std::string folder;
@@ -28,6 +30,8 @@ class hardware {
 
   // Makes what a working phone has.
   void install();
+  // What of it has to be put under /dev.
+  std::vector<bind_mount> binds() const;
 
   // Lets a file of the phone fail from now on; heal() brings it back with what it held.
   void fail(const std::filesystem::path& path, file_fault fault);

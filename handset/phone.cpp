@@ -162,6 +162,10 @@ std::vector<bind_mount> phone::inside::binds() const {
     const auto devices = device_binds(tree.host_path(DEVICES));
     binds.insert(binds.end(), devices.begin(), devices.end());
   }
+  if (options.has_hardware) {
+    const auto more = parts.binds();
+    binds.insert(binds.end(), more.begin(), more.end());
+  }
   std::error_code ignored;
   if (!fs::is_regular_file(options.service, ignored)) return binds;
   const fs::path binary = fs::canonical(options.service);
