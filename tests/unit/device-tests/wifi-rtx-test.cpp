@@ -22,6 +22,28 @@ std::string power(const std::string& bytes) {
 
 class wifi_rtx_test : public device_test {
  protected:
+  // A request that the library refused with -6: the lines from the call on, and no answer on either link.
+  void expect_failure_of_the_library(const std::string& atoms, const std::string& start, const std::string& end,
+                                     const std::string& error) {
+    for (const amt_link_en link : {AMT_LINK_PC, AMT_LINK_APP}) {
+      m_log.clear();
+      EXPECT_EQ(ask(link, 187, atoms), ERR_FAIL);
+      EXPECT_THAT(log(), ElementsAre("amt_device_wifi_rtx_test()", start, end,
+                                     device_failure("amt_device_wifi_rtx_test", ERR_FAIL), error));
+    }
+    EXPECT_TRUE(is_silent());
+  }
+  // A request that was refused on both links with one line, without a call or an answer.
+  void expect_refusal(const std::string& atoms, std::int32_t code, const std::string& line) {
+    for (const amt_link_en link : {AMT_LINK_PC, AMT_LINK_APP}) {
+      m_log.clear();
+      EXPECT_EQ(ask(link, 187, atoms), code);
+      EXPECT_THAT(log(),
+                  ElementsAre("amt_device_wifi_rtx_test()", device_failure("amt_device_wifi_rtx_test", code), line));
+    }
+    EXPECT_THAT(g_hwt_fake.m_calls, IsEmpty());
+    EXPECT_TRUE(is_silent());
+  }
   void start_wifi() {
     ASSERT_EQ(app(187, operation(1)), 0);
     to_app();
@@ -42,12 +64,10 @@ TEST_F(wifi_rtx_test, Start_Asked_SwitchesWifiOnOnce) {
 }
 
 TEST_F(wifi_rtx_test, Start_LibraryFails_WifiIsNotRunning) {
-  g_hwt_fake.m_results = {{"hwt_wifiCtrl(1)", -1}};
-  EXPECT_EQ(pc(187, operation(1)), ERR_FAIL);
-  EXPECT_EQ(app(187, operation(1)), ERR_FAIL);
+  g_hwt_fake.m_results = {{"hwt_wifiCtrl(1)", -6}};
+  expect_failure_of_the_library(operation(1), "WIFI-start start", "WIFI-start end. return:-6.",
+                                "WIFI-start error. call hwt_wifiCtrl fail: -6");
   EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_wifiCtrl(1)", "hwt_wifiCtrl(1)"));
-  EXPECT_TRUE(is_silent());
-  EXPECT_TRUE(m_log.has("WIFI-start error. call hwt_wifiCtrl fail: -1"));
   EXPECT_EQ(g_wifi_is_running, 0);
 }
 
@@ -70,11 +90,9 @@ TEST_F(wifi_rtx_test, Stop_NotRunning_IsAnsweredWithoutACall) {
 
 TEST_F(wifi_rtx_test, Stop_LibraryFails_WifiIsStillRunning) {
   start_wifi();
-  g_hwt_fake.m_results = {{"hwt_wifiCtrl(0)", 2}};
-  EXPECT_EQ(pc(187, operation(2)), ERR_FAIL);
-  EXPECT_EQ(app(187, operation(2)), ERR_FAIL);
-  EXPECT_TRUE(is_silent());
-  EXPECT_EQ(m_log.count("WIFI-stop error. call hwt_wifiCtrl fail: 2"), 2u);
+  g_hwt_fake.m_results = {{"hwt_wifiCtrl(0)", -6}};
+  expect_failure_of_the_library(operation(2), "WIFI-stop start", "WIFI-stop end. return:-6.",
+                                "WIFI-stop error. call hwt_wifiCtrl fail: -6");
   EXPECT_EQ(g_wifi_is_running, 1);
 }
 
@@ -112,6 +130,10 @@ TEST_F(wifi_rtx_test, Transmit_NumbersOfOneByte_HaveAZeroHighByte) {
 
 TEST_F(wifi_rtx_test, Transmit_LongerNumbers_AreCut) {
   start_wifi();
+  const std::string rest(298, '\x33');
+  EXPECT_EQ(app(187, operation(3) + channel("\x02" + rest) + rate("\x0B\x01" + rest) + power("\xFE\xFF" + rest)), 0);
+  EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_TxTest(1, -2, 267, 2)"));
+  g_hwt_fake.m_calls.clear();
   EXPECT_EQ(app(187, operation(3) + channel("\x01\x02") + rate("\x0A\x00\x09"s) + power("\x05\x00\x09"s)), 0);
   EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_TxTest(1, 5, 10, 1)"));
 }
@@ -126,25 +148,15 @@ TEST_F(wifi_rtx_test, Transmit_AtomAbsentOrEmpty_IsNamed) {
       {channel("\x01") + rate("\x01"), "Tx get power error"},
       {channel("\x01") + rate("\x01") + power(""), "Tx get power error"},
   };
-  for (const auto& [atoms, line] : rows) {
-    m_log.clear();
-    EXPECT_EQ(pc(187, operation(3) + atoms), ERR_FAIL);
-    EXPECT_EQ(app(187, operation(3) + atoms), ERR_FAIL);
-    EXPECT_EQ(m_log.count(line), 2u) << line;
-    EXPECT_THAT(log(), Contains(device_failure("amt_device_wifi_rtx_test", ERR_FAIL)).Times(2));
-  }
-  EXPECT_THAT(g_hwt_fake.m_calls, IsEmpty());
-  EXPECT_TRUE(is_silent());
+  for (const auto& [atoms, line] : rows) expect_refusal(operation(3) + atoms, ERR_FAIL, line);
 }
 
 TEST_F(wifi_rtx_test, Transmit_LibraryFails_SendsNothing) {
   start_wifi();
   g_hwt_fake.m_results = {{"hwt_TxTest(1, 1, 1, 1)", -6}};
   const std::string atoms = operation(3) + channel("\x01") + rate("\x01") + power("\x01");
-  EXPECT_EQ(pc(187, atoms), ERR_FAIL);
-  EXPECT_EQ(app(187, atoms), ERR_FAIL);
-  EXPECT_TRUE(is_silent());
-  EXPECT_EQ(m_log.count("WIFI-TX-start error. call hwt_TxTest fail: -6"), 2u);
+  expect_failure_of_the_library(atoms, "WIFI-TX-start start. channel:1; power:1; rate:1",
+                                "WIFI-TX-start end. return:-6.", "WIFI-TX-start error. call hwt_TxTest fail: -6");
 }
 
 TEST_F(wifi_rtx_test, TransmitStop_Running_CallsWithZeros) {
@@ -161,11 +173,9 @@ TEST_F(wifi_rtx_test, TransmitStop_Running_CallsWithZeros) {
 
 TEST_F(wifi_rtx_test, TransmitStop_LibraryFails_SendsNothing) {
   start_wifi();
-  g_hwt_fake.m_results = {{"hwt_TxTest(0, 0, 0, 0)", 1}};
-  EXPECT_EQ(pc(187, operation(4)), ERR_FAIL);
-  EXPECT_EQ(app(187, operation(4)), ERR_FAIL);
-  EXPECT_TRUE(is_silent());
-  EXPECT_EQ(m_log.count("WIFI-TX-stop error. call hwt_TxTest fail: 1"), 2u);
+  g_hwt_fake.m_results = {{"hwt_TxTest(0, 0, 0, 0)", -6}};
+  expect_failure_of_the_library(operation(4), "WIFI-TX-stop start. ", "WIFI-TX-stop end. return:-6.",
+                                "WIFI-TX-stop error. call hwt_TxTest fail: -6");
 }
 
 TEST_F(wifi_rtx_test, Receive_AllGiven_ReachesTheLibrary) {
@@ -189,14 +199,7 @@ TEST_F(wifi_rtx_test, Receive_AtomAbsentOrEmpty_IsNamed) {
       {channel("\x01"), "Rx get rate error"},
       {channel("\x01") + rate(""), "Rx get rate error"},
   };
-  for (const auto& [atoms, line] : rows) {
-    m_log.clear();
-    EXPECT_EQ(pc(187, operation(5) + atoms), ERR_FAIL);
-    EXPECT_EQ(app(187, operation(5) + atoms), ERR_FAIL);
-    EXPECT_EQ(m_log.count(line), 2u) << line;
-  }
-  EXPECT_THAT(g_hwt_fake.m_calls, IsEmpty());
-  EXPECT_TRUE(is_silent());
+  for (const auto& [atoms, line] : rows) expect_refusal(operation(5) + atoms, ERR_FAIL, line);
 }
 
 TEST_F(wifi_rtx_test, ReceiveStop_AfterAStart_StopsItsChannelAndTellsTheCount) {
@@ -223,12 +226,10 @@ TEST_F(wifi_rtx_test, ReceiveStop_WithoutAStart_StopsChannelSix) {
 
 TEST_F(wifi_rtx_test, Receive_LibraryFails_KeepsTheChannelOfTheLastStart) {
   start_wifi();
-  g_hwt_fake.m_results = {{"hwt_RxTest(1, 13, 10, none)", 4}};
+  g_hwt_fake.m_results = {{"hwt_RxTest(1, 13, 10, none)", -6}};
   const std::string atoms = operation(5) + channel("\x0D") + rate("\x0A");
-  EXPECT_EQ(pc(187, atoms), ERR_FAIL);
-  EXPECT_EQ(app(187, atoms), ERR_FAIL);
-  EXPECT_TRUE(is_silent());
-  EXPECT_EQ(m_log.count("WIFI-RX-start error. call hwt_RxTest fail: 4"), 2u);
+  expect_failure_of_the_library(atoms, "WIFI-RX-start start. channel:13; rate:10", "WIFI-RX-start end. return:-6.",
+                                "WIFI-RX-start error. call hwt_RxTest fail: -6");
   g_hwt_fake.m_calls.clear();
   app(187, operation(6));
   EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_RxTest(0, 6, 0, set)"));
@@ -236,23 +237,16 @@ TEST_F(wifi_rtx_test, Receive_LibraryFails_KeepsTheChannelOfTheLastStart) {
 
 TEST_F(wifi_rtx_test, ReceiveStop_LibraryFails_SendsNothing) {
   start_wifi();
-  g_hwt_fake.m_results = {{"hwt_RxTest(0, 6, 0, set)", 5}};
-  EXPECT_EQ(pc(187, operation(6)), ERR_FAIL);
-  EXPECT_EQ(app(187, operation(6)), ERR_FAIL);
-  EXPECT_TRUE(is_silent());
-  EXPECT_EQ(m_log.count("WIFI-RX-stop error. call hwt_RxTest fail: 5"), 2u);
+  g_hwt_fake.m_results = {{"hwt_RxTest(0, 6, 0, set)", -6}};
+  expect_failure_of_the_library(operation(6), "WIFI-RX-stop start. channel:6", "WIFI-RX-stop end. return:-6; cnt:0.",
+                                "WIFI-RX-stop error. call hwt_RxTest fail: -6");
 }
 
 TEST_F(wifi_rtx_test, Tests_WifiNotRunning_AreRefused) {
   for (const char number : {3, 4, 5, 6}) {
     const std::string atoms = operation(number) + channel("\x01") + rate("\x01") + power("\x01");
-    EXPECT_EQ(pc(187, atoms), ERR_FAIL);
-    EXPECT_EQ(app(187, atoms), ERR_FAIL);
+    expect_refusal(atoms, ERR_FAIL, "WIFI is not running");
   }
-  EXPECT_EQ(m_log.count("WIFI is not running"), 8u);
-  EXPECT_THAT(log(), Contains(device_failure("amt_device_wifi_rtx_test", ERR_FAIL)).Times(8));
-  EXPECT_THAT(g_hwt_fake.m_calls, IsEmpty());
-  EXPECT_TRUE(is_silent());
 }
 
 TEST_F(wifi_rtx_test, Operation_Unknown_IsRefusedAndNoted) {
@@ -270,9 +264,19 @@ TEST_F(wifi_rtx_test, Operation_Unknown_IsRefusedAndNoted) {
 }
 
 TEST_F(wifi_rtx_test, Operation_Absent_IsZeroAndRefused) {
-  EXPECT_EQ(pc(187), ERR_ARGUMENT);
-  EXPECT_EQ(app(187), ERR_ARGUMENT);
-  EXPECT_EQ(m_log.count("unknown operation: 0"), 2u);
+  expect_refusal("", ERR_ARGUMENT, "unknown operation: 0");
+  expect_refusal(bytes_atom(154, ""), ERR_ARGUMENT, "unknown operation: 0");
+}
+
+TEST_F(wifi_rtx_test, Operation_OfThreeHundredBytes_IsItsFirst) {
+  EXPECT_EQ(app(187, bytes_atom(154, "\x01" + std::string(299, '\x07'))), 0);
+  EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_wifiCtrl(1)"));
+  EXPECT_EQ(to_app(), "15 00 BB BC 0F 00 EE 9A 03 01 00 01 EE 01 01 04 00 00 00 00 00");
+}
+
+// An atom that claims more bytes than the record has.
+TEST_F(wifi_rtx_test, Operation_BehindAnAtomThatLeavesTheRecord_IsAbsent) {
+  expect_refusal("\xEE\x01\x03\xFF\xFF" + operation(1), ERR_ARGUMENT, "unknown operation: 0");
 }
 
 TEST_F(wifi_rtx_test, Operation_Known_IsNoted) {
