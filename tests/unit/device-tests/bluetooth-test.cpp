@@ -83,9 +83,13 @@ TEST_F(bluetooth_test, On_InTheChild_LogsItsSteps) {
   const pid_t self = getpid();
   pc(170);
   if (getpid() != self) {
-    const bool is_logged = m_log.has_in_a_row({"BT-start start", "BT-start end. return:9."}) &&
-                           m_log.has("BT-start error. call hwt_btCtrl fail: 9") &&
-                           m_log.has("error to exec: hciattach");
+    const auto lines = log();
+    const auto begin = std::find(lines.begin(), lines.end(), "BT-start start");
+    const bool is_logged =
+        testing::Value(std::vector(begin, lines.end()),
+                       ElementsAre("BT-start start", "BT-start end. return:9.", device_failure("amt_device_bt", -100),
+                                   "BT-start error. call hwt_btCtrl fail: 9", device_failure("amt_device_bt", -118),
+                                   "error to exec: hciattach"));
     _exit(is_logged ? 0 : 1);
   }
   int status = 0;
@@ -138,6 +142,7 @@ TEST_F(bluetooth_test, Address_ReadOfAnEmptyRecord_Fails) {
   EXPECT_EQ(app(172, int_atom(110, 1)), ERR_FAIL);
   EXPECT_TRUE(is_silent());
   EXPECT_EQ(m_log.count("read not completed"), 2u);
+  EXPECT_THAT(log(), Contains(device_failure("amt_device_bt_address", ERR_FAIL)).Times(2));
 }
 
 TEST_F(bluetooth_test, Address_Write_ReachesTheRecordAndLocksItsFolder) {
@@ -183,6 +188,7 @@ TEST_F(bluetooth_test, Address_WriteWithoutFolder_IsASystemError) {
   EXPECT_EQ(app(172, int_atom(110, 2) + string_atom(111, "00:11")), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());
   EXPECT_EQ(m_log.count("open(\"/amt/BT/BT_Address.txt\") fail: 2 - No such file or directory"), 2u);
+  EXPECT_THAT(log(), Contains(device_failure("amt_device_bt_address", ERR_SYSTEM)).Times(2));
   EXPECT_EQ(sync_calls(), "");
 }
 
@@ -191,6 +197,8 @@ TEST_F(bluetooth_test, Address_WriteFails_IsASystemErrorAndFlushedAllTheSame) {
   EXPECT_EQ(pc(172, int_atom(110, 2) + string_atom(111, "00:11")), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());
   EXPECT_TRUE(m_log.has("fputs() fail"));
+  EXPECT_FALSE(m_log.contains("write BT address"));
+  EXPECT_NE(fs::status("/amt/BT").permissions(), fs::perms(0555));
   EXPECT_THAT(log(), Contains(device_failure("amt_device_bt_address", ERR_SYSTEM)));
   EXPECT_EQ(sync_calls(), "sync\nsync\n");
 }
@@ -223,18 +231,37 @@ TEST_F(bluetooth_test, Hardware_LibraryAgrees_IsAnsweredOnBothLinks) {
 TEST_F(bluetooth_test, Hardware_LibraryFails_SendsNothing) {
   for (const auto& row : STEPS) {
     g_hwt_fake.m_results = {{row.m_call, -4}};
-    EXPECT_EQ(pc(172, int_atom(110, row.m_operation)), ERR_FAIL);
-    EXPECT_EQ(app(172, int_atom(110, row.m_operation)), ERR_FAIL);
-    EXPECT_EQ(m_log.count(std::string(row.m_step) + " error. call " + row.m_name + " fail: -4"), 2u);
+    const std::string step = row.m_step;
+    for (const amt_link_en link : {AMT_LINK_PC, AMT_LINK_APP}) {
+      m_log.clear();
+      EXPECT_EQ(ask(link, 172, int_atom(110, row.m_operation)), ERR_FAIL);
+      EXPECT_THAT(
+          log(),
+          ElementsAre("amt_device_bt_address()", "amt_device_bt_address op_type:" + std::to_string(row.m_operation),
+                      step + " start", step + " end. return:-4.", device_failure("amt_device_bt_address", ERR_FAIL),
+                      step + " error. call " + row.m_name + " fail: -4"));
+    }
   }
   EXPECT_TRUE(is_silent());
 }
 
 TEST_F(bluetooth_test, Address_UnknownOperation_IsRefused) {
-  for (const std::uint32_t operation : {0u, 4u, 9u, 12u, 0xFFFFFFFFu}) {
-    EXPECT_EQ(pc(172, int_atom(110, operation)), ERR_ARGUMENT);
-    EXPECT_EQ(app(172, int_atom(110, operation)), ERR_ARGUMENT);
-    EXPECT_EQ(m_log.count("unknown operation: " + std::to_string(static_cast<std::int32_t>(operation))), 2u);
+  const std::pair<std::uint32_t, std::string> rows[] = {{0, "0"},
+                                                        {4, "4"},
+                                                        {9, "9"},
+                                                        {12, "12"},
+                                                        {0x101, "257"},
+                                                        {0x7FFFFFFF, "2147483647"},
+                                                        {0x80000000, "-2147483648"},
+                                                        {0xFFFFFFFF, "-1"}};
+  for (const auto& [operation, shown] : rows) {
+    for (const amt_link_en link : {AMT_LINK_PC, AMT_LINK_APP}) {
+      m_log.clear();
+      EXPECT_EQ(ask(link, 172, int_atom(110, operation)), ERR_ARGUMENT);
+      EXPECT_THAT(log(),
+                  ElementsAre("amt_device_bt_address()", "amt_device_bt_address op_type:" + shown,
+                              device_failure("amt_device_bt_address", ERR_ARGUMENT), "unknown operation: " + shown));
+    }
   }
   EXPECT_TRUE(is_silent());
 }

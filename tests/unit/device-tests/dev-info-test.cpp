@@ -43,19 +43,45 @@ TEST_F(dev_info_test, DevInfo_LongestText_FitsTheFrame) {
   EXPECT_EQ(hex_of(answer.substr(4066)), "EE 01 01 04 00 00 00 00 00");
 }
 
+// One character more than it was told to give, and so no terminator anywhere in the buffer.
+TEST_F(dev_info_test, DevInfo_TextThatFillsTheBuffer_IsCutToItsLimit) {
+  install_misc_library();
+  g_misc_fake.m_device_information = std::string(4055, 'x') + "y";
+  EXPECT_EQ(app(238), 0);
+  const std::string answer = m_app.received();
+  ASSERT_EQ(answer.size(), 4075u);
+  EXPECT_EQ(answer.substr(11, 4055), std::string(4055, 'x'));
+  EXPECT_EQ(hex_of(answer.substr(4066)), "EE 01 01 04 00 00 00 00 00");
+}
+
+TEST_F(dev_info_test, DevInfo_NoText_IsAnEmptyAtom) {
+  install_misc_library();
+  g_misc_fake.m_device_information = "";
+  EXPECT_EQ(app(238), 0);
+  EXPECT_EQ(to_app(), "14 00 BB EF 0E 00 EE C8 02 00 00 EE 01 01 04 00 00 00 00 00");
+}
+
 TEST_F(dev_info_test, DevInfo_LibraryFails_GivesItsResult) {
   install_misc_library();
   g_misc_fake.m_result = -2;
   EXPECT_EQ(app(238), -2);
   EXPECT_TRUE(is_silent());
-  EXPECT_TRUE(m_log.has("stop call create_devinfo. return value:-2."));
+  EXPECT_EQ(m_log.texts().back(), "stop call create_devinfo. return value:-2.");
 }
 
 TEST_F(dev_info_test, DevInfo_NoLibrary_IsASystemError) {
   EXPECT_EQ(app(238), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());
   EXPECT_THAT(log(), Contains(device_failure("amt_read_dev_info", ERR_SYSTEM)));
-  EXPECT_TRUE(m_log.contains("call dlopen fail: - "));
+  EXPECT_TRUE(m_log.contains("call dlopen fail: - /system/lib64/hw/amt.vx5210.misc.so: "));
+}
+
+TEST_F(dev_info_test, DevInfo_LibraryWithoutTheOperation_IsASystemError) {
+  install_empty_misc_library();
+  EXPECT_EQ(app(238), ERR_SYSTEM);
+  EXPECT_TRUE(is_silent());
+  EXPECT_THAT(log(), Contains(device_failure("amt_read_dev_info", ERR_SYSTEM)));
+  EXPECT_FALSE(m_log.contains("will call"));
 }
 
 }  // namespace

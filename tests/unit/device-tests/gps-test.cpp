@@ -93,7 +93,31 @@ TEST_F(gps_test, ReadResult_LibraryFails_SendsNothing) {
   EXPECT_EQ(app(178), ERR_FAIL);
   EXPECT_TRUE(is_silent());
   EXPECT_THAT(log(), Contains(gps_failure("amt_gps_read_result")).Times(2));
-  EXPECT_TRUE(m_log.has("GPS-READ-SIGNAL error. call hwt_gpsCtrl fail: -7"));
+  EXPECT_EQ(m_log.count("GPS-READ-SIGNAL end. return:-7; svid:0; cnr:0."), 2u);
+  EXPECT_EQ(m_log.count("GPS-READ-SIGNAL error. call hwt_gpsCtrl fail: -7"), 2u);
+}
+
+TEST_F(gps_test, ReadResult_AnyIndex_ReachesTheLibraryAsItIs) {
+  const std::pair<std::uint32_t, std::string> rows[] = {
+      {0x7FFFFFFF, "2147483647"}, {0x80000000, "-2147483648"}, {0xFFFFFFFF, "-1"}};
+  for (const auto& [index, shown] : rows) {
+    g_hwt_fake.m_calls.clear();
+    EXPECT_EQ(app(178, int_atom(141, index)), 0);
+    EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_gpsCtrl(2, " + shown + ", set, set)"));
+    EXPECT_TRUE(m_log.has("GPS-READ-SIGNAL start. index:" + shown));
+  }
+}
+
+// What the library leaves alone is 0, and a negative number is its 32 bits.
+TEST_F(gps_test, ReadResult_LibraryGivesNothingOrNegatives_IsAnsweredSo) {
+  EXPECT_EQ(app(178), 0);
+  EXPECT_EQ(to_app(),
+            "21 00 BB B3 1B 00 EE 90 01 04 00 00 00 00 00 EE 8D 01 04 00 00 00 00 00 EE 01 01 04 00 00 00 00 00");
+  g_hwt_fake.m_svid = -1;
+  g_hwt_fake.m_cnr = -2;
+  EXPECT_EQ(app(178), 0);
+  EXPECT_EQ(to_app(),
+            "21 00 BB B3 1B 00 EE 90 01 04 00 FE FF FF FF EE 8D 01 04 00 FF FF FF FF EE 01 01 04 00 00 00 00 00");
 }
 
 TEST_F(gps_test, ReadResult_LinkClosed_GivesZero) {

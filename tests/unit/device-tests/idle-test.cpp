@@ -26,6 +26,7 @@ TEST_F(idle_test, Idle_LibraryRefuses_GivesItsResult) {
   EXPECT_EQ(pc(240), 23);
   EXPECT_EQ(app(240), 23);
   EXPECT_TRUE(is_silent());
+  EXPECT_EQ(m_log.count("stop call enter_idle. return value:23."), 2u);
   EXPECT_FALSE(m_log.has("enter_idle return OK."));
 }
 
@@ -34,6 +35,16 @@ TEST_F(idle_test, Idle_NoLibrary_IsASystemError) {
   EXPECT_EQ(app(240), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());
   EXPECT_THAT(log(), Contains(device_failure("amt_make_ue_enter_idle", ERR_SYSTEM)).Times(2));
+  EXPECT_TRUE(m_log.contains("call dlopen fail: - /system/lib64/hw/amt.vx5210.misc.so: "));
+}
+
+TEST_F(idle_test, Idle_LibraryWithoutTheOperation_IsASystemError) {
+  install_empty_misc_library();
+  EXPECT_EQ(app(240), ERR_SYSTEM);
+  EXPECT_TRUE(is_silent());
+  EXPECT_THAT(log(), Contains(device_failure("amt_make_ue_enter_idle", ERR_SYSTEM)));
+  EXPECT_TRUE(m_log.contains("call dlopen fail: - "));
+  EXPECT_FALSE(m_log.contains("will call"));
 }
 
 }  // namespace

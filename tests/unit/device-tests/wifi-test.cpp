@@ -48,6 +48,16 @@ TEST_F(wifi_test, Address_WriteFromTheApplication_IsAnsweredBare) {
   EXPECT_EQ(to_app(), APP_OK);
 }
 
+TEST_F(wifi_test, Address_WriteOfFiftyNineCharacters_IsTakenWhole) {
+  EXPECT_EQ(app(185, int_atom(152, 1) + string_atom(153, std::string(59, 'a'))), 0);
+  EXPECT_EQ(content_of(RECORD), std::string(59, 'a') + "\n");
+}
+
+TEST_F(wifi_test, Address_WriteWithAZeroByte_EndsAtIt) {
+  EXPECT_EQ(app(185, int_atom(152, 1) + string_atom(153, std::string("AA:BB\0:CC", 9))), 0);
+  EXPECT_EQ(content_of(RECORD), "AA:BB\n");
+}
+
 TEST_F(wifi_test, Address_WriteOfSixtyCharacters_IsTakenWhole) {
   EXPECT_EQ(app(185, int_atom(152, 1) + string_atom(153, std::string(60, 'a'))), 0);
   EXPECT_EQ(content_of(RECORD), std::string(60, 'a') + "\n");
@@ -62,7 +72,8 @@ TEST_F(wifi_test, Address_WriteOfNothing_Fails) {
   EXPECT_EQ(pc(185, int_atom(152, 1)), ERR_FAIL);
   EXPECT_EQ(app(185, int_atom(152, 1) + string_atom(153, "")), ERR_FAIL);
   EXPECT_TRUE(is_silent());
-  EXPECT_TRUE(m_log.has("write error"));
+  EXPECT_EQ(m_log.count("write error"), 2u);
+  EXPECT_THAT(log(), Contains(device_failure("amt_device_wifi_address", ERR_FAIL)).Times(2));
   EXPECT_EQ(content_of(RECORD), "(no file)");
 }
 
@@ -71,6 +82,8 @@ TEST_F(wifi_test, Address_WriteFails_FolderIsNotLocked) {
   EXPECT_EQ(pc(185, int_atom(152, 1) + string_atom(153, "AA:BB:CC:DD:EE:FF")), ERR_FAIL);
   EXPECT_TRUE(is_silent());
   EXPECT_TRUE(m_log.has("write error"));
+  EXPECT_THAT(log(), Contains(device_failure("amt_device_wifi_address", ERR_FAIL)));
+  EXPECT_FALSE(m_log.contains("Write WIFI address"));
   EXPECT_NE(fs::status("/amt/WIFI").permissions(), fs::perms(0555));
 }
 
@@ -85,17 +98,28 @@ TEST_F(wifi_test, Address_Check_AsksTheLibraryOnBothLinks) {
 
 TEST_F(wifi_test, Address_CheckFails_NamesTheBluetoothOperation) {
   g_hwt_fake.m_results = {{"hwt_wifiCheck()", 8}};
-  EXPECT_EQ(pc(185, int_atom(152, 2)), ERR_FAIL);
-  EXPECT_EQ(app(185, int_atom(152, 2)), ERR_FAIL);
+  for (const amt_link_en link : {AMT_LINK_PC, AMT_LINK_APP}) {
+    m_log.clear();
+    EXPECT_EQ(ask(link, 185, int_atom(152, 2)), ERR_FAIL);
+    EXPECT_THAT(log(), ElementsAre("amt_device_wifi_address()", "amt_device_wifi_address op_type:2",
+                                   "wifi connectivity check start", "wifi connectivity check end. return:8.",
+                                   device_failure("amt_device_wifi_address", ERR_FAIL),
+                                   "wifi connectivity check error. call hwt_btCtrl fail: 8"));
+  }
   EXPECT_TRUE(is_silent());
-  EXPECT_EQ(m_log.count("wifi connectivity check error. call hwt_btCtrl fail: 8"), 2u);
 }
 
 TEST_F(wifi_test, Address_UnknownOperation_IsRefused) {
-  for (const std::uint32_t operation : {3u, 10u, 0x80000000u, 0xFFFFFFFFu}) {
-    EXPECT_EQ(pc(185, int_atom(152, operation)), ERR_ARGUMENT);
-    EXPECT_EQ(app(185, int_atom(152, operation)), ERR_ARGUMENT);
-    EXPECT_EQ(m_log.count("unknown operation: " + std::to_string(static_cast<std::int32_t>(operation))), 2u);
+  const std::pair<std::uint32_t, std::string> rows[] = {
+      {3, "3"}, {10, "10"}, {0x7FFFFFFF, "2147483647"}, {0x80000000, "-2147483648"}, {0xFFFFFFFF, "-1"}};
+  for (const auto& [operation, shown] : rows) {
+    for (const amt_link_en link : {AMT_LINK_PC, AMT_LINK_APP}) {
+      m_log.clear();
+      EXPECT_EQ(ask(link, 185, int_atom(152, operation)), ERR_ARGUMENT);
+      EXPECT_THAT(log(),
+                  ElementsAre("amt_device_wifi_address()", "amt_device_wifi_address op_type:" + shown,
+                              device_failure("amt_device_wifi_address", ERR_ARGUMENT), "unknown operation: " + shown));
+    }
   }
   EXPECT_TRUE(is_silent());
 }
