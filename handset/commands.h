@@ -24,6 +24,7 @@ struct run_command {
   std::string modem_device = "/dev/ttyMODEM";
   std::string screen = "720x1280";       // or "none"
   std::string board = "present";         // or "absent", "empty"
+  std::vector<std::string> cards;        // "FOLDER=KB", "none"; nothing: the usual two
   std::vector<std::string> files;        // "PATH=TEXT"
   std::vector<std::string> properties;   // "NAME=VALUE"
   std::vector<std::string> environment;  // "NAME=VALUE"

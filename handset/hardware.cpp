@@ -78,6 +78,19 @@ fs::path aside(const fs::path& path) {
 
 }  // namespace
 
+std::optional<storage_card> read_storage_card(std::string_view text) {
+  const auto equals = text.rfind('=');
+  if (equals == text.npos) return std::nullopt;
+  const char* end = text.data() + text.size();
+  storage_card card{std::string(text.substr(0, equals)), 0};
+  std::uint32_t size = 0;
+  const auto [stop, failed] = std::from_chars(text.data() + equals + 1, end, size);
+  if (failed != std::errc{} || stop != end || size == 0) return std::nullopt;
+  if (card.folder.size() < 2 || card.folder.front() != '/') return std::nullopt;
+  card.size = size;
+  return card;
+}
+
 void hardware::install() {
   for (const auto& file : FILES) write_whole_file(at(file.path), file.content);
   for (const char* folder : FOLDERS) fs::create_directories(at(folder));

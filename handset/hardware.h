@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,11 +15,14 @@ namespace handset {
 
 struct bind_mount;
 
-// A storage card: a file system of its own in that folder of the phone, of so many KB.
+// A storage card: a file system of its own in that folder of the phone, of so many KB (whole pages of 4 KB).
 struct storage_card {
   std::string folder;
   std::uint64_t size;
 };
+
+// Reads "/storage/sdcard1=2048"; none when it is no such text.
+std::optional<storage_card> read_storage_card(std::string_view text);
 
 //   open  cannot be opened (EACCES)
 //   io    opens, but every read and write fails (EIO)

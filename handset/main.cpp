@@ -10,6 +10,7 @@
 #include "handset/control.h"
 #include "handset/devices.h"
 #include "handset/error.h"
+#include "handset/hardware.h"
 
 namespace {
 
@@ -50,6 +51,14 @@ CLI::App* add_run(CLI::App& app, run_command& command) {
   run->add_option("--board", command.board, "The board library; empty: it lacks every operation")
       ->check(CLI::IsMember({"present", "absent", "empty"}))
       ->capture_default_str();
+  run->add_option("--card", command.cards,
+                  "A storage card: FOLDER=KB, e.g. --card /storage/sdcard1=2048; none: the phone has no card\n"
+                  "(usual: /storage/sdcard0=12582912 and /storage/sdcard1=31166976)")
+      ->check([](const std::string& text) {
+        return text == "none" || read_storage_card(text) ? "" : "neither FOLDER=KB nor none";
+      })
+      ->take_all()
+      ->allow_extra_args(false);
   run->add_option("--file", command.files,
                   "Make a file first: PATH=TEXT, e.g. --file \"/data/board/control=IsChargeState = 1\"")
       ->take_all()

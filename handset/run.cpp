@@ -45,6 +45,14 @@ std::string read_whole(const fs::path& path) {
   return std::string(std::istreambuf_iterator<char>(stream), {});
 }
 
+// Instead of the usual ones, unless nothing is said.
+void choose_cards(const std::vector<std::string>& wanted, phone_options& options) {
+  if (!wanted.empty()) options.cards.clear();
+  for (const auto& text : wanted) {
+    if (const auto card = read_storage_card(text)) options.cards.push_back(*card);
+  }
+}
+
 phone_options options_of(const run_command& command) {
   phone_options options;
   options.mode = MODES.at(command.mode);
@@ -56,6 +64,7 @@ phone_options options_of(const run_command& command) {
   if (!command.arguments.empty()) options.arguments = command.arguments;
   if (command.quiet) options.log = log_sink::discard;
   options.board = BOARDS.at(command.board);
+  choose_cards(command.cards, options);
   for (const auto& property : command.properties) options.properties.insert(split_at_equals(property));
   for (const auto& file : command.files) options.files.insert(split_at_equals(file));
   return options;

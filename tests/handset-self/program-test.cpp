@@ -281,6 +281,35 @@ TEST_F(Program_Run, DeviceCommands_SetWhatFailsAndTakeItBack) {
   EXPECT_EQ(ctl({"device", "calls"}).output, "");
 }
 
+// A shell in the service's place tells what is mounted.
+std::string cards_of_phone(const words& options) {
+  words command = {HANDSET, "run", "--service", "/bin/sh"};
+  command.insert(command.end(), options.begin(), options.end());
+  command.insert(command.end(), {"--", "-c", "df -k --output=target,size | grep ^/storage | tr -s ' '"});
+  const auto result = run(command).output;
+  const auto cards = result.find("\n/storage");
+  return cards == result.npos ? "" : result.substr(cards + 1, result.find("service: ") - cards - 1);
+}
+
+TEST(Program_Cards, Unsaid_AreTheUsualTwo) {
+  EXPECT_EQ(cards_of_phone({}), "/storage/sdcard0 12582912\n/storage/sdcard1 31166976\n");
+}
+
+TEST(Program_Cards, Said_AreTheOnlyOnes) {
+  EXPECT_EQ(cards_of_phone({"--card", "/storage/sdcard1=2048"}), "/storage/sdcard1 2048\n");
+  EXPECT_EQ(cards_of_phone({"--card", "/storage/a=4", "--card", "/storage/b=8"}), "/storage/a 4\n/storage/b 8\n");
+  EXPECT_EQ(cards_of_phone({"--card", "none"}), "");
+}
+
+TEST(Program_Cards, WrongText_IsWrongUsage) {
+  for (const char* wrong : {"", "none=", "/storage/sdcard1", "/storage/sdcard1=", "/storage/sdcard1=0", "/storage/x=1M",
+                            "/storage/x=-4", "/storage/x=4294967296", "/=4", "storage/x=4"}) {
+    const auto result = run({HANDSET, "run", "--card", wrong});
+    EXPECT_THAT(result.output, HasSubstr("neither FOLDER=KB nor none")) << wrong;
+    EXPECT_EQ(result.status, exited(2)) << wrong;
+  }
+}
+
 TEST_F(Program_Run, ModemHangup_EndsTheServiceAndTheProgram) {
   start();
   EXPECT_EQ(ctl({"modem", "hangup"}).status, exited(0));
