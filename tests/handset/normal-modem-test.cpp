@@ -1,5 +1,5 @@
-// Requests that the service answers by a question of its own to the modem, or from a file, with the simulated modem:
-// identities, versions, test results, mode and checks.
+// Requests that the service answers by questions of its own to the simulated modem, or from a record: identities,
+// versions, test results, mode and checks.
 #include "tests/handset/app-phone.h"
 
 using namespace handset_test;
@@ -154,24 +154,6 @@ TEST_F(ModemRequest, FactoryDateOf14Characters_IsSentAnd15AreAnError) {
   expect(frame(65, ""), failure_frame(66), "AT^DMFD\?\?\r");
   know([](auto& state) { state.factory_date = "\xFF\xFF"; });
   expect(frame(65, ""), failure_frame(66), "AT^DMFD\?\?\r");
-}
-
-TEST_F(ModemRequest, Temperature_IsTheBatterysAndAsksNobody) {
-  expect(frame(55, ""), failure_frame(56), "");
-  expect_log(m_phone, "fopen error: errno=2");
-  m_phone.write_file("/sys/class/power_supply/battery/temp", "285\n");
-  expect(frame(55, ""), frame(56, "EE 16 01 0400 1D010000" + DONE), "");
-  m_phone.write_file("/sys/class/power_supply/battery/temp", "warm\n");
-  expect(frame(55, ""), failure_frame(56), "");
-}
-
-TEST_F(ModemRequest, ChannelSwitch_SendsTwelveCharacters) {
-  expect(frame(232, "EE 9F 01 0400 05000000"), frame(233, DONE), "AT^DMPCHN=5\r");
-  // Its carriage return does not fit any more; the modem acts all the same.
-  expect(frame(232, "EE 9F 01 0400 0C000000"), frame(233, DONE), "AT^DMPCHN=12");
-  EXPECT_EQ(known().channel, "12");
-  switch_modem([](auto& switches) { switches.refuse = true; });
-  expect(frame(232, "EE 9F 01 0400 05000000"), result_frame(233, "01000000"), "AT^DMPCHN=5\r");
 }
 
 TEST_F(ModemRequest, Amt1Flag_IsWrittenAndRead) {
