@@ -1,5 +1,5 @@
 // The battery's voltage and temperature: numbers in files, handed on as they are.
-#include "tests/handset/device-phone.h"
+#include "tests/handset/app-device-phone.h"
 
 using namespace handset_test;
 
@@ -8,7 +8,7 @@ namespace {
 constexpr char VOLTAGE[] = "/sys/class/power_supply/battery/voltage_now";
 constexpr char TEMPERATURE[] = "/sys/class/power_supply/battery/temp";
 
-class BatteryVoltage : public DevicePhone {};
+class BatteryVoltage : public AppDevicePhone {};
 
 TEST_F(BatteryVoltage, Number_IsHandedOnInTheDriversUnit) {
   start();
@@ -67,7 +67,7 @@ TEST_F(BatteryVoltage, NoNumber_Fails) {
   EXPECT_EQ(phone().log().count("battery_voltage: "), 0u);
 }
 
-class BatteryTemperature : public DevicePhone {
+class BatteryTemperature : public AppDevicePhone {
  protected:
   // This failure has a frame of its own.
   void expect_unknown() { expect_answer(phone(), frame(55, ""), result_frame(56, "0A000000")); }

@@ -3,7 +3,7 @@
 
 #include <cerrno>
 
-#include "tests/handset/device-phone.h"
+#include "tests/handset/app-device-phone.h"
 
 using namespace handset_test;
 
@@ -12,7 +12,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class Camera : public DevicePhone {
+class Camera : public AppDevicePhone {
  protected:
   void fail_call(const std::string& words, int error) { handset::fail_device_call(phone().devices(), words, error); }
   void heal_calls() { handset::heal_device_calls(phone().devices()); }

@@ -1,5 +1,5 @@
 // Lights and the vibrator: what the application asks for, what the drivers' files then hold, and what comes back.
-#include "tests/handset/device-phone.h"
+#include "tests/handset/app-device-phone.h"
 
 using namespace handset_test;
 
@@ -9,7 +9,7 @@ constexpr char SCREEN_LIGHT[] = "/sys/class/leds/lcd-backlight/brightness";
 constexpr char KEY_LIGHT[] = "/sys/class/leds/button-backlight/brightness";
 constexpr char VIBRATOR[] = "/sys/class/timed_output/vibrator/enable";
 
-class ScreenColour : public DevicePhone {};
+class ScreenColour : public AppDevicePhone {};
 
 TEST_F(ScreenColour, AnyRequest_IsAcknowledgedAndTouchesNothing) {
   start();
@@ -31,7 +31,7 @@ TEST_F(ScreenColour, WithoutAnyHardware_IsAcknowledged) {
   expect_done(29);
 }
 
-class ScreenLight : public DevicePhone {
+class ScreenLight : public AppDevicePhone {
  protected:
   // Sends levels that get no answer: what comes is that to the request behind them.
   void expect_silence(std::string_view line, std::size_t times) {
@@ -153,7 +153,7 @@ TEST_F(ScreenLight, CannotBeWritten_GivesNoAnswerAtAll) {
   EXPECT_EQ(content(SCREEN_LIGHT), "100");
 }
 
-class KeyLight : public DevicePhone {};
+class KeyLight : public AppDevicePhone {};
 
 TEST_F(KeyLight, FlagOne_SwitchesOn) {
   start();
@@ -207,7 +207,7 @@ TEST_F(KeyLight, CannotBeWritten_Fails) {
   expect_done(37, "EE 0F 04 0100 01");
 }
 
-class Vibrator : public DevicePhone {};
+class Vibrator : public AppDevicePhone {};
 
 TEST_F(Vibrator, FlagOne_StartsAPulseOfThreeSeconds) {
   start();

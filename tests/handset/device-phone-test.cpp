@@ -1,5 +1,5 @@
 // The card's size, the device information, idling, and the modem's channel.
-#include "tests/handset/device-phone.h"
+#include "tests/handset/app-device-phone.h"
 
 using namespace handset_test;
 
@@ -10,7 +10,7 @@ constexpr char FIRST_CARD[] = "EE 37 01 0400 0000C000";   // 12582912 KB
 constexpr char SECOND_CARD[] = "EE 37 01 0400 0092DB01";  // 31166976 KB
 constexpr char NO_CARD[] = "EE 37 01 0400 00000000";
 
-class Card : public DevicePhone {};
+class Card : public AppDevicePhone {};
 
 TEST_F(Card, WithoutStorageConfig_IsTheSecondFolder) {
   start();
@@ -85,7 +85,7 @@ TEST_F(Card, FolderOfALongerNameMounted_HasNothing) {
   expect_log(phone(), "sys call: statfs() failed! errno = 2");
 }
 
-class DeviceInformation : public DevicePhone {};
+class DeviceInformation : public AppDevicePhone {};
 
 TEST_F(DeviceInformation, Text_IsTheLibrarys) {
   start();
@@ -150,7 +150,7 @@ TEST_F(DeviceInformation, BoardOfTheOtherModel_AsksItsOwnLibrary) {
   expect_values(238, "", "EE C8 02 0200 6F6B");
 }
 
-class Idle : public DevicePhone {};
+class Idle : public AppDevicePhone {};
 
 TEST_F(Idle, Request_IsHandedToTheLibrary) {
   start();
@@ -189,7 +189,7 @@ TEST_F(Idle, LibraryWithoutTheOperation_Fails) {
 }
 
 // The twelve characters that always go out hold one digit and the carriage return, or two digits.
-class ChannelSwitch : public DevicePhone {
+class ChannelSwitch : public AppDevicePhone {
  protected:
   std::string asked() {
     return phone().simulated_modem().received(handset::modem_link::at).text().substr(LINK_STATUS_OFF.size());

@@ -1,5 +1,5 @@
 // Sound: the loop in the codec, and the player that is started and stopped.
-#include "tests/handset/device-phone.h"
+#include "tests/handset/app-device-phone.h"
 
 using namespace handset_test;
 
@@ -10,7 +10,7 @@ constexpr char SOUND[] = "/system/media/amt-loop.pcm";
 constexpr char PID_FILE[] = "/tmp/amt-audio.pid";
 constexpr char PLAYING[] = "playing /system/media/amt-loop.pcm (44100 Hz, format 1, 1024 frames)";
 
-class SoundLoop : public DevicePhone {};
+class SoundLoop : public AppDevicePhone {};
 
 TEST_F(SoundLoop, FlagOne_IsSwitchedOnWithItsType) {
   start();
@@ -77,7 +77,7 @@ TEST_F(SoundLoop, LibraryThatComesAndGoes_IsLoadedForEachRequest) {
   expect_log(phone(), "start audio-loop", 2);
 }
 
-class Player : public DevicePhone {
+class Player : public AppDevicePhone {
  protected:
   void expect_silent_soon() {
     const auto deadline = std::chrono::steady_clock::now() + handset::DEFAULT_WAIT;
