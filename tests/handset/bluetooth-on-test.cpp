@@ -1,6 +1,6 @@
 // Bluetooth-on, which stations send as a phone's last request: the service goes on as two processes that read the same
 // tty.
-#include "tests/handset/serial-phone.h"
+#include "tests/handset/app-phone.h"
 
 using namespace handset_test;
 
@@ -9,9 +9,13 @@ namespace {
 const std::string BLUETOOTH_ON = hex("AABBCCDD 0E000000 02000000 0600 BB AA 0000 D14E89A3");
 const std::string OK_ANSWER = hex("AABBCCDD 17000000 02000000 0F00 BB AB 0900 EE 01 01 0400 00000000 8F469038");
 
-constexpr char LIST_SERVICES[] = "grep -lx vx-kro-amt /proc/[0-9]*/comm 2>/dev/null | tr -dc '0-9\\n' | sort -n";
+// A child that has ended stays in the list of processes as long as its parent lives: the service reaps nobody.
+constexpr char LIST_SERVICES[] =
+    "for process in /proc/[0-9]*; do"
+    "  grep -qx vx-kro-amt $process/comm && ! grep -q '^State:.Z' $process/status && echo ${process#/proc/};"
+    "done 2>/dev/null | sort -n";
 
-// The service's processes in the phone, the oldest first.
+// The service's living processes in the phone, the oldest first.
 std::vector<std::string> services(handset::phone& phone) {
   std::istringstream found(phone.exec({"/bin/sh", "-c", LIST_SERVICES}).out);
   std::vector<std::string> pids;
@@ -74,9 +78,25 @@ TEST(BluetoothOn, SigTermToTheChild_LeavesTheParentServing) {
   phone.exec({"/bin/kill", "-TERM", services(phone).at(1)});
   ASSERT_TRUE(phone.wait_log("receive signal: 15 - SIGTERM"));
   ASSERT_TRUE(phone.wait_log("amt_handle_deinit()"));
+  ASSERT_TRUE(wait_services(phone, 1));
   expect_served(phone, 5);
   phone.send_signal(SIGTERM);
   EXPECT_EQ(phone.wait_exit(), handset::exited(0)) << phone.log().text();
+}
+
+// The child ends while it reads the application's terminal, and must not take the parent's name of it along.
+TEST(BluetoothOn, SigTermToTheApplicationsChild_LeavesTheParentsLink) {
+  handset::phone phone(platform());
+  start_app_serving(phone);
+  expect_answer(phone, frame(170, ""), result_frame(171, "00000000") + result_frame(171, "00000000"));
+  ASSERT_EQ(services(phone).size(), 2u);
+  phone.exec({"/bin/kill", "-TERM", services(phone).at(1)});
+  ASSERT_TRUE(wait_services(phone, 1));
+  EXPECT_EQ(phone.exec({"/bin/sh", "-c", "readlink /dev/ttyAPP"}).out.substr(0, 9), "/dev/pts/");
+  expect_answer(phone, frame(176, ""), result_frame(175, "00000000"));
+  phone.send_signal(SIGTERM);
+  EXPECT_EQ(phone.wait_exit(), handset::exited(0)) << phone.log().text();
+  EXPECT_EQ(phone.exec({"/bin/sh", "-c", "readlink /dev/ttyAPP"}).out, "");
 }
 
 }  // namespace
