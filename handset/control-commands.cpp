@@ -129,7 +129,8 @@ std::string heal_file(control_target& target, const words& rest) {
   return "";
 }
 
-std::string hardware_report(control_target& target, const words&) {
+std::string hardware_report(control_target& target, const words& rest) {
+  if (!rest.empty()) return target.the_phone.parts().state(fmt::format("{}", fmt::join(rest, " "))) + "\n";
   std::string report;
   for (const auto& [part, value] : target.the_phone.parts().state()) report += fmt::format("{}: {}\n", part, value);
   return report;
@@ -340,7 +341,8 @@ constexpr std::array<control_command, 35> COMMANDS = {{
     {"file fail", "PATH open|io", "from now on it cannot be opened, or gives EIO when it is read or written", 2, 2,
      fail_file},
     {"file heal", "PATH", "it is as before the failure", 1, 1, heal_file},
-    {"state", "", "what lights, vibrator, sound, battery, camera and radios now do", 0, 0, hardware_report},
+    {"state", "[PART]", "what lights, vibrator, sound, battery, camera and radios now do; e.g. state key light", 0, ANY,
+     hardware_report},
     {"adc", "NUMBER", "what the battery driver reads from its converter", 1, 1, set_adc},
     {"screenshot", "FILE.png [both]", "what the screen shows; both: the framebuffer's two halves", 1, 2, screenshot},
     {"device calls", "", "what was asked of framebuffer, console, video device and battery driver", 0, 0,

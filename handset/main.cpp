@@ -23,7 +23,9 @@ constexpr const char* ABOUT =
 constexpr const char* FOOTER =
     "Try:\n"
     "  handset run                             a phone; it prints the tty to connect a station to\n"
-    "  handset ctl uevent USB_STATE=DISCONNECTED    pull its cable (from another terminal)\n"
+    "  handset run --mode normal               one whose test application you play, with amt-station --app\n"
+    "  handset ctl state                       what its hardware now does (from another terminal)\n"
+    "  handset ctl uevent USB_STATE=DISCONNECTED    pull its cable\n"
     "  handset exec -- ls /amt                 a command in a fresh phone\n"
     "Exit status: that of the service (run) or command (exec), 128 + n when signal n ended it; 1 failed,\n"
     "  2 wrong usage, 3 this machine cannot make the sandbox, 127 the command cannot be started (exec).";
@@ -53,7 +55,7 @@ CLI::App* add_run(CLI::App& app, run_command& command) {
       ->capture_default_str();
   run->add_option("--card", command.cards,
                   "A storage card: FOLDER=KB, e.g. --card /storage/sdcard1=2048; none: the phone has no card\n"
-                  "(usual: /storage/sdcard0=12582912 and /storage/sdcard1=31166976)")
+                  "(may be there several times; usual: /storage/sdcard0=12582912 and /storage/sdcard1=31166976)")
       ->check([](const std::string& text) {
         return text == "none" || read_storage_card(text) ? "" : "neither FOLDER=KB nor none";
       })

@@ -259,6 +259,14 @@ TEST_F(Program_Run, ControlCommands_ReachThePhone) {
   EXPECT_EQ(end.read_exactly(8), "\r\nRING\r\n");
 }
 
+TEST_F(Program_Run, State_IsOfAllPartsOrOfOne) {
+  start();
+  EXPECT_THAT(ctl({"state"}).output, HasSubstr("\nkey light: off\nvibrator: still\n"));
+  EXPECT_EQ(ctl({"file", "write", "/sys/class/leds/button-backlight/brightness", "1"}).status, exited(0));
+  EXPECT_EQ(ctl({"state", "key", "light"}).output, "on\n");
+  EXPECT_EQ(ctl({"state", "smell"}).output, "the hardware has no smell\n");
+}
+
 TEST_F(Program_Run, Screenshot_IsWrittenWhereTheCallerIs) {
   start({"--screen", "48x80"});
   const fs::path folder = fs::temp_directory_path() / ("screenshot-" + std::to_string(::getpid()));
