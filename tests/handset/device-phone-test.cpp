@@ -1,4 +1,4 @@
-// The card's size, the device information, idling, and the modem's channel.
+// The card's size, the device information, and the modem's channel.
 #include "tests/handset/app-device-phone.h"
 
 using namespace handset_test;
@@ -148,44 +148,6 @@ TEST_F(DeviceInformation, BoardOfTheOtherModel_AsksItsOwnLibrary) {
   phone().write_file("/system/lib64/hw/amt.vx5211.misc.so", content(BOARD_LIBRARY));
   phone().write_file("/data/board/devinfo", "ok");
   expect_values(238, "", "EE C8 02 0200 6F6B");
-}
-
-class Idle : public AppDevicePhone {};
-
-TEST_F(Idle, Request_IsHandedToTheLibrary) {
-  start();
-  const auto before = board_calls();
-  EXPECT_EQ(state("idle"), "no");
-  expect_done(240);
-  EXPECT_EQ(board_calls(), before + "enter_idle() = 0\n");
-  EXPECT_EQ(state("idle"), "yes");
-  expect_log(phone(), "stop call enter_idle. return value:0.");
-  expect_log(phone(), "enter_idle return OK.", 2);
-  end_with(phone(), SIGTERM);
-}
-
-TEST_F(Idle, LibraryRefuses_Fails) {
-  start();
-  for (const char* refusal : {"enter_idle = 1", "enter_idle = -3"}) {
-    set_board_result(refusal);
-    expect_failure(240);
-  }
-  EXPECT_EQ(state("idle"), "no");
-  expect_log(phone(), "stop call enter_idle. return value:1.");
-  expect_log(phone(), "stop call enter_idle. return value:-3.");
-  EXPECT_EQ(phone().log().count("enter_idle return OK."), 0u);
-}
-
-TEST_F(Idle, WithoutLibrary_Fails) {
-  start(without_board_library());
-  expect_failure(240);
-  expect_log(phone(), "call dlopen fail: - /system/lib64/hw/amt.vx5210.misc.so: cannot open shared object file");
-}
-
-TEST_F(Idle, LibraryWithoutTheOperation_Fails) {
-  start(with_empty_board_library());
-  expect_failure(240);
-  expect_log(phone(), "call dlopen fail: - /system/lib64/hw/amt.vx5210.misc.so: undefined symbol: enter_idle");
 }
 
 // The twelve characters that always go out hold one digit and the carriage return, or two digits.
