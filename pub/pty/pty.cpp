@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <tuple>
@@ -24,9 +25,21 @@ constexpr mode_t MAPPING_MODE = 0660;
 constexpr uid_t MAPPING_OWNER = 1000;  // system
 constexpr gid_t MAPPING_GROUP = 1001;  // radio
 constexpr std::size_t SLAVE_NAME_ROOM = 128;
+constexpr int LINK_TRIES = 10;
 
 const char* existence(const char* path) {
   return access(path, F_OK) == 0 ? "exists" : "not exists";
+}
+
+// Whether the link of a record that was opened is another process's: the one that forked, which made it, or the other
+// one of the two, which has put a terminal of its own there since.
+bool belongs_to_other_process(const pub_pty_st& pty) {
+  if (pty.m_opener == 0) return false;
+  if (pty.m_opener != getpid()) return true;
+  if (pty.m_pts_name_a[0] == '\0') return false;
+  char target[SLAVE_NAME_ROOM] = {};
+  return readlink(pty.m_pts_mapping_name_a, target, sizeof target - 1) > 0 &&
+         std::strcmp(target, pty.m_pts_name_a) != 0;
 }
 
 // The last lines of a mapping that cannot be made.
@@ -55,19 +68,29 @@ std::int32_t find_slave_name(pub_pty_st& pty) {
   return ERR_NONE;
 }
 
-// A link that an earlier run left behind. That there is none is no error.
-void remove_stale_link(const char* mapping) {
+// A link that an earlier run left behind. That there is none is no error. Whether the path is free now.
+bool remove_stale_link(const char* mapping) {
   const int result = unlink(mapping);
   LOG_LINE("create_pts_mapping unlink(%s) ret_val[%d]", mapping, result);
   if (result == 0) LOG_LINE("create_pts_mapping \"%s\" %s", mapping, existence(mapping));
+  return result == 0 || errno == ENOENT;
 }
 
+bool make_link(const pub_pty_st& pty) {
+  const int result = symlink(pty.m_pts_name_a, pty.m_pts_mapping_name_a);
+  LOG_LINE("create_pts_mapping symlink(%s, %s) ret_val[%d]", pty.m_pts_name_a, pty.m_pts_mapping_name_a, result);
+  return result == 0;
+}
+
+// The two processes that a fork has made lose their terminal at the same moment and both come here: when the other one
+// was faster with its link, that one is stale, too.
 std::int32_t link_to_slave(const pub_pty_st& pty) {
   const char* mapping = pty.m_pts_mapping_name_a;
-  remove_stale_link(mapping);
-  const int result = symlink(pty.m_pts_name_a, mapping);
-  LOG_LINE("create_pts_mapping symlink(%s, %s) ret_val[%d]", pty.m_pts_name_a, mapping, result);
-  if (result == 0) return ERR_NONE;
+  for (int tries = 0; tries < LINK_TRIES; ++tries) {
+    const bool is_free = remove_stale_link(mapping);
+    if (make_link(pty)) return ERR_NONE;
+    if (!is_free || errno != EEXIST) break;
+  }
   LOG_SYS_CALL("symlink");
   LOG_FAILURE_OF("create_pts_mapping", ERR_WRITE);
   LOG_FAILURE_OF("create_pts_mapping", ERR_SYSTEM);
@@ -210,7 +233,10 @@ std::int32_t pub_pty_delete_mapping(pub_pty_st* pty) {
     LOG_LINE("[PTY]%d", 1);
     return ERR_ARGUMENT;
   }
-  if (pty->m_opener != 0 && pty->m_opener != getpid()) return ERR_NONE;  // the other process still needs it
+  if (belongs_to_other_process(*pty)) {
+    LOG_LINE("pub_pty_delete_mapping \"%s\" is another process's", pty->m_pts_mapping_name_a);
+    return ERR_NONE;
+  }
   if (access(pty->m_pts_mapping_name_a, F_OK) != 0) {
     LOG_WARNING("pub_pty_delete_mapping \"%s\" does not exist", pty->m_pts_mapping_name_a);
     return ERR_NONE;

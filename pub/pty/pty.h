@@ -11,7 +11,7 @@ struct pub_pty_st {
   char m_pts_name_a[40];          // slave device, as the system names it
   char m_pts_mapping_name_a[28];  // the link to it
   std::int32_t m_nonblock_mode;   // non-zero: the master is switched to non-blocking mode
-  pid_t m_opener;                 // the process that made the link, and alone removes it; 0 = any
+  pid_t m_opener;                 // the process that opened the master, and alone removes its link; 0 = any
 };
 
 // Opens a master, makes the link to its slave (mode 0660, user 1000, group 1001), makes the terminal raw and unlocks
@@ -24,6 +24,6 @@ std::int32_t pub_pty_open(pub_pty_st* pty);
 // a null record or a master of -1: not the -101 that the log shows, callers test only for non-zero.
 std::int32_t pub_pty_close(pub_pty_st* pty);
 
-// Removes the link. 0, also when there is none, or when another process opened the terminal and the link stays;
-// ERR_ARGUMENT for a null record; ERR_SYSTEM when it cannot be removed.
+// Removes the link. 0, also when there is none, or when it is the link of another process, which stays; ERR_ARGUMENT
+// for a null record; ERR_SYSTEM when it cannot be removed.
 std::int32_t pub_pty_delete_mapping(pub_pty_st* pty);

@@ -99,4 +99,14 @@ TEST(BluetoothOn, SigTermToTheApplicationsChild_LeavesTheParentsLink) {
   EXPECT_EQ(phone.exec({"/bin/sh", "-c", "readlink /dev/ttyAPP"}).out, "");
 }
 
+// Both processes lose the terminal at the same moment, and each makes a new one under the same name.
+TEST(BluetoothOn, ApplicationCloses_OneOfTheTwoServesTheNext) {
+  handset::phone phone(platform());
+  start_app_serving(phone);
+  expect_answer(phone, frame(170, ""), result_frame(171, "00000000") + result_frame(171, "00000000"));
+  phone.close_app();
+  ASSERT_TRUE(phone.open_app()) << phone.log().text();
+  expect_answer(phone, frame(176, ""), result_frame(175, "00000000"));
+}
+
 }  // namespace

@@ -183,6 +183,48 @@ TEST_F(two_processes_test, PseudoTerminal_OpenedAnewByTheChild_IsTheChildsToRemo
   pub_pty_close(&pty);
 }
 
+// What two processes do that have lost the terminal they shared, here with a record for each.
+TEST_F(two_processes_test, PseudoTerminal_WhoseNameAnotherHasTaken_LeavesTheLink) {
+  pub_pty_st first = {};
+  pub_pty_st second = {};
+  std::strcpy(first.m_pts_mapping_name_a, "/tmp/app-link");
+  std::strcpy(second.m_pts_mapping_name_a, "/tmp/app-link");
+  ASSERT_EQ(pub_pty_open(&first), 0);
+  ASSERT_EQ(pub_pty_open(&second), 0);
+  EXPECT_EQ(pub_pty_close(&first), 0);
+  EXPECT_EQ(std::filesystem::read_symlink("/tmp/app-link"), second.m_pts_name_a);
+  EXPECT_TRUE(m_log.has("pub_pty_delete_mapping \"/tmp/app-link\" is another process's"));
+  EXPECT_EQ(pub_pty_close(&second), 0);
+  EXPECT_FALSE(std::filesystem::is_symlink("/tmp/app-link"));
+}
+
+TEST_F(two_processes_test, PseudoTerminals_OpenedAtTheSameMoment_LeaveTheLinkToOneOfThem) {
+  for (int i = 0; i < 300; ++i) {
+    std::array<pub_pty_st, 2> both = {};
+    std::atomic<int> ready = 0;
+    std::array<std::thread, 2> openers;
+    for (std::size_t at = 0; at < both.size(); ++at) {
+      std::strcpy(both[at].m_pts_mapping_name_a, "/tmp/app-link");
+      openers[at] = std::thread([&ready, &pty = both[at]] {
+        ++ready;
+        while (ready < 2) {
+        }
+        pub_pty_open(&pty);
+      });
+    }
+    for (auto& opener : openers) opener.join();
+    ASSERT_TRUE(std::filesystem::is_symlink("/tmp/app-link")) << "round " << i;
+    const std::string winner = std::filesystem::read_symlink("/tmp/app-link");
+    EXPECT_TRUE(
+        std::any_of(both.begin(), both.end(),
+                    [&winner](const pub_pty_st& pty) { return pty.m_ptm_fd > 0 && winner == pty.m_pts_name_a; }))
+        << "round " << i;
+    for (auto& pty : both) pub_pty_close(&pty);
+    ASSERT_FALSE(std::filesystem::is_symlink("/tmp/app-link")) << "round " << i;
+    m_log.clear();
+  }
+}
+
 // A terminal that tells of one byte and then waits for nine more: a read of it blocks as if another reader had been
 // faster.
 void make_reads_block(int fd) {
