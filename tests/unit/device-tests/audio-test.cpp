@@ -36,6 +36,40 @@ class audio_test : public device_test {
   }
 };
 
+// A process of the test that runs under the given name.
+class named_process {
+ public:
+  explicit named_process(const std::string& program) {
+    fs::copy_file("/bin/sleep", program, fs::copy_options::overwrite_existing);
+    std::string name = program;
+    std::string seconds = "1000";
+    char* const arguments[] = {name.data(), seconds.data(), nullptr};
+    EXPECT_EQ(posix_spawn(&m_pid, program.c_str(), nullptr, nullptr, arguments, environ), 0);
+    const std::string command_line = "/proc/" + std::to_string(m_pid) + "/cmdline";
+    EXPECT_TRUE(wait_for([&] { return read_whole_file(command_line).starts_with(program); }));
+  }
+  ~named_process() {
+    if (m_pid <= 0) return;
+    kill(m_pid, SIGKILL);
+    waitpid(m_pid, nullptr, 0);
+  }
+  named_process(const named_process&) = delete;
+  named_process& operator=(const named_process&) = delete;
+
+  pid_t pid() const { return m_pid; }
+  bool is_running() const { return waitpid(m_pid, nullptr, WNOHANG) == 0; }
+  // By which signal it ended.
+  int ended_by() {
+    int status = 0;
+    waitpid(m_pid, &status, 0);
+    m_pid = 0;
+    return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+  }
+
+ private:
+  pid_t m_pid = 0;
+};
+
 TEST_F(audio_test, Audio_Start_RunsThePlayerWithTheConfiguredTone) {
   install_player();
   EXPECT_EQ(app(33, flag_atom(15, 1)), 0);
@@ -51,13 +85,26 @@ TEST_F(audio_test, Audio_NoFlag_Starts) {
   EXPECT_TRUE(m_log.has("start audio"));
 }
 
-TEST_F(audio_test, Audio_FlagTwo_StartsAndIsLoggedAsStop) {
+TEST_F(audio_test, Audio_FlagAboveOne_StartsAndIsLoggedAsStop) {
   install_player();
+  for (const std::uint8_t flag : {2, 255}) {
+    fs::remove(ARGUMENTS);
+    EXPECT_EQ(app(33, flag_atom(15, flag)), 0);
+    EXPECT_TRUE(fs::exists(ARGUMENTS));
+    EXPECT_TRUE(m_log.has("stop audio"));
+    EXPECT_FALSE(m_log.has("start audio"));
+    EXPECT_EQ(to_app(), AUDIO_OK);
+  }
+}
+
+// It starts a player and stops none.
+TEST_F(audio_test, Audio_FlagTwo_LeavesARunningPlayerAlone) {
+  install_player();
+  const named_process player("/tmp/amt-audio");
+  write_file(PID_FILE, std::to_string(player.pid()) + "\n");
   EXPECT_EQ(app(33, flag_atom(15, 2)), 0);
-  EXPECT_TRUE(fs::exists(ARGUMENTS));
-  EXPECT_TRUE(m_log.has("stop audio"));
-  EXPECT_FALSE(m_log.has("start audio"));
-  EXPECT_EQ(to_app(), AUDIO_OK);
+  EXPECT_TRUE(player.is_running());
+  EXPECT_TRUE(fs::exists(PID_FILE));
 }
 
 TEST_F(audio_test, Audio_PlayerFails_IsASystemError) {
@@ -68,11 +115,28 @@ TEST_F(audio_test, Audio_PlayerFails_IsASystemError) {
   EXPECT_TRUE(m_log.contains("system(/system/bin/amt-audio 44100 2 1024 /data/etc/tone.wav) fail: "));
 }
 
+TEST_F(audio_test, Audio_PlayerKilled_IsASystemError) {
+  write_file(PLAYER, "#!/bin/sh\nkill -9 $$\n");
+  fs::permissions(PLAYER, fs::perms(0755));
+  EXPECT_EQ(app(33, flag_atom(15, 1)), ERR_SYSTEM);
+  EXPECT_TRUE(is_silent());
+}
+
+TEST_F(audio_test, Audio_ShellCannotBeStarted_IsASystemError) {
+  install_player();
+  g_outside_calls.m_spawn_error = EAGAIN;
+  EXPECT_EQ(app(33, flag_atom(15, 1)), ERR_SYSTEM);
+  EXPECT_TRUE(is_silent());
+  EXPECT_THAT(log(), ElementsAre("amt_device_audio()", device_failure("amt_device_audio", ERR_SYSTEM, "11"),
+                                 "system(/system/bin/amt-audio 44100 2 1024 /data/etc/tone.wav) fail: 11 - Resource "
+                                 "temporarily unavailable"));
+}
+
 TEST_F(audio_test, Audio_PlayerMissing_IsNamed) {
   EXPECT_EQ(app(33, flag_atom(15, 1)), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());
-  EXPECT_TRUE(m_log.has("access(\"/system/bin/amt-audio\") fail: 2 - No such file or directory"));
-  EXPECT_FALSE(m_log.contains("tone.wav"));
+  EXPECT_THAT(log(), ElementsAre("amt_device_audio()", device_failure("amt_device_audio", ERR_SYSTEM, "2"),
+                                 "access(\"/system/bin/amt-audio\") fail: 2 - No such file or directory"));
 }
 
 TEST_F(audio_test, Audio_ToneMissing_IsNamedAndNothingIsStarted) {
@@ -113,44 +177,15 @@ TEST_F(audio_test, Audio_StopWithoutPidFile_IsAnsweredOk) {
   EXPECT_TRUE(m_log.has("stop audio"));
 }
 
-// A process of the test that runs under the given name.
-class named_process {
- public:
-  explicit named_process(const std::string& program) {
-    fs::copy_file("/bin/sleep", program, fs::copy_options::overwrite_existing);
-    std::string name = program;
-    std::string seconds = "1000";
-    char* const arguments[] = {name.data(), seconds.data(), nullptr};
-    EXPECT_EQ(posix_spawn(&m_pid, program.c_str(), nullptr, nullptr, arguments, environ), 0);
-    const std::string command_line = "/proc/" + std::to_string(m_pid) + "/cmdline";
-    EXPECT_TRUE(wait_for([&] { return read_whole_file(command_line).starts_with(program); }));
-  }
-  ~named_process() {
-    if (m_pid <= 0) return;
-    kill(m_pid, SIGKILL);
-    waitpid(m_pid, nullptr, 0);
-  }
-  named_process(const named_process&) = delete;
-  named_process& operator=(const named_process&) = delete;
-
-  pid_t pid() const { return m_pid; }
-  bool is_running() const { return waitpid(m_pid, nullptr, WNOHANG) == 0; }
-  // By which signal it ended.
-  int ended_by() {
-    int status = 0;
-    waitpid(m_pid, &status, 0);
-    m_pid = 0;
-    return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-  }
-
- private:
-  pid_t m_pid = 0;
-};
-
 TEST_F(audio_test, Audio_Stop_KillsThePlayerOfThePidFile) {
   named_process player("/tmp/amt-audio");
   write_file(PID_FILE, std::to_string(player.pid()) + "\n");
+  bool is_pid_file_gone = false;
+  g_outside_calls.m_on_kill = [&] { is_pid_file_gone = !fs::exists(PID_FILE); };
   EXPECT_EQ(app(33, flag_atom(15, 0)), 0);
+  g_outside_calls.m_on_kill = nullptr;
+  ASSERT_THAT(g_outside_calls.m_kills, ElementsAre(kill_call_st{player.pid(), SIGKILL}));
+  EXPECT_TRUE(is_pid_file_gone) << "a player that starts meanwhile would lose its own";
   EXPECT_EQ(player.ended_by(), SIGKILL);
   EXPECT_FALSE(fs::exists(PID_FILE));
   EXPECT_EQ(to_app(), AUDIO_OK);
@@ -161,8 +196,25 @@ TEST_F(audio_test, Audio_StopWithPidOfAnotherProgram_KillsNothing) {
   write_file(PID_FILE, std::to_string(other.pid()) + "\n");
   EXPECT_EQ(app(33, flag_atom(15, 0)), 0);
   EXPECT_TRUE(other.is_running());
+  EXPECT_THAT(g_outside_calls.m_kills, IsEmpty());
   EXPECT_TRUE(fs::exists(PID_FILE));
   EXPECT_EQ(to_app(), AUDIO_OK);
+}
+
+// Numbers that kill takes for a group of processes or for all, as they are or cut to the width of a pid; the first
+// process; the service itself; nothing that is a number.
+TEST_F(audio_test, Audio_StopWithPidFileOfNoPlayer_KillsNothing) {
+  for (const std::string& content :
+       {std::string(""), std::string("junk"), std::string("-"), std::string("0"), std::string("-1"), std::string("1"),
+        std::string("4294967295"), std::string("4294967296"), std::string("4294967297"),
+        std::string("-9223372036854775808"), std::string("99999999999999999999"), std::to_string(getpid()),
+        std::to_string(-getpid())}) {
+    write_file(PID_FILE, content);
+    EXPECT_EQ(app(33, flag_atom(15, 0)), 0);
+    EXPECT_THAT(g_outside_calls.m_kills, IsEmpty()) << content;
+    EXPECT_EQ(content_of(PID_FILE), content);
+    EXPECT_EQ(to_app(), AUDIO_OK);
+  }
 }
 
 TEST_F(audio_test, AudioLoop_Enable_CallsTheBoardsLibrary) {

@@ -15,6 +15,7 @@
 #include "amt/amt-handle/channel/registrations.h"
 #include "pub/result.h"
 #include "tests/unit/at/hwt-fake.h"
+#include "tests/unit/device-tests/outside-calls.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/links.h"
 #include "tests/unit/temp-folder.h"
@@ -56,6 +57,12 @@ inline std::string frame(std::uint8_t id, std::string_view atoms) {
   return little_endian(size + 6, 2) + '\xBB' + static_cast<char>(id) + little_endian(size, 2) + std::string(atoms);
 }
 
+// A frame as a station sends it. Nobody looks at the checksum.
+inline std::string wrapped(std::string_view bare) {
+  return from_hex("AA BB CC DD ") + little_endian(static_cast<std::uint32_t>(bare.size()) + 8, 4) +
+         little_endian(2, 4) + std::string(bare) + std::string(4, '\0');
+}
+
 inline amt_handle_func handler_of(amt_link_en link, std::uint8_t id) {
   for (const auto& row : amt_handle_registrations()) {
     if (row.m_link == link && row.m_request_id == id) return row.m_handler;
@@ -69,6 +76,7 @@ class device_test : public context_test {
     namespace fs = std::filesystem;
     set_link(g_handle_context.m_pty_app.m_ptm_fd, m_app.service_end());
     g_hwt_fake = {};
+    g_outside_calls = {};
     g_src_lcd_brightness = -1;
     g_wifi_is_running = 0;
     g_wifi_rtx_rx_channel = std::uint8_t{6};
@@ -146,6 +154,7 @@ class device_test : public context_test {
 };
 
 // An error-trace line of the device tests.
-inline testing::Matcher<const std::string&> device_failure(const std::string& function, std::int32_t code) {
-  return failure_line("amt/amt-device", function, code);
+inline testing::Matcher<const std::string&> device_failure(const std::string& function, std::int32_t code,
+                                                           const std::string& error = "-?[0-9]+") {
+  return failure_line("amt/amt-device", function, code, error);
 }
