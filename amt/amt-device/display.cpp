@@ -23,7 +23,7 @@ constexpr std::int32_t VIBRATOR_PULSE_MS = 3000;
 
 void remember_brightness() {
   if (g_src_lcd_brightness >= 0) return;
-  std::int32_t value = -1;
+  std::int32_t value = g_src_lcd_brightness;
   amt_device_read_number("amt_device_lcd_brightness", LCD_FILE, &value);
   g_src_lcd_brightness = value;
 }
