@@ -4,6 +4,8 @@
 
 #include <future>
 
+#include "amt/amt-handle/channel/registry.h"
+#include "amt/amt-handle/pc/dispatch.h"
 #include "tests/unit/device-tests/device-test.h"
 
 namespace {
@@ -39,16 +41,32 @@ TEST_F(battery_test, Voltage_OnThePcLink_IsABareFrame) {
 TEST_F(battery_test, Voltage_FileMissing_IsASystemError) {
   EXPECT_EQ(app(9), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());
-  EXPECT_THAT(log(), Contains(device_failure("amt_device_battery_voltage", ERR_SYSTEM)));
-  EXPECT_TRUE(
-      m_log.has("Open file \"/sys/class/power_supply/battery/voltage_now\" fail: 2 - No such file or directory"));
+  EXPECT_THAT(
+      log(),
+      ElementsAre("amt_device_battery_voltage()", device_failure("amt_device_battery_voltage", ERR_SYSTEM, "2"),
+                  "Open file \"/sys/class/power_supply/battery/voltage_now\" fail: 2 - No such file or directory"));
 }
 
 TEST_F(battery_test, Voltage_NoNumber_IsASystemError) {
-  write_file(VOLTAGE, "unknown");
+  for (const char* content : {"unknown", "-", "\xFF"}) {
+    m_log.clear();
+    write_file(VOLTAGE, content);
+    EXPECT_EQ(app(9), ERR_SYSTEM) << content;
+    EXPECT_TRUE(is_silent());
+    EXPECT_THAT(log(),
+                ElementsAre("amt_device_battery_voltage()", device_failure("amt_device_battery_voltage", ERR_SYSTEM),
+                            testing::StartsWith("fscanf() return: 0; ")));
+  }
+}
+
+// Reading fails only behind the open.
+TEST_F(battery_test, Voltage_FileIsAFolder_IsASystemError) {
+  fs::create_directories(VOLTAGE);
   EXPECT_EQ(app(9), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());
-  EXPECT_TRUE(m_log.contains("fscanf() return: 0; "));
+  EXPECT_THAT(
+      log(), ElementsAre("amt_device_battery_voltage()", device_failure("amt_device_battery_voltage", ERR_SYSTEM, "21"),
+                         "fscanf() return: -1; 21 - Is a directory"));
 }
 
 TEST_F(battery_test, Voltage_EmptyFile_IsASystemError) {
@@ -104,24 +122,39 @@ TEST_F(battery_test, ReadAdc_CommandNeverTaken_IsTriedFiveTimes) {
   EXPECT_FALSE(m_log.contains("count = 6"));
 }
 
+TEST_F(battery_test, ReadAdc_ShellCannotBeStarted_SaysWhyFiveTimes) {
+  g_outside_calls.m_spawn_error = EAGAIN;
+  EXPECT_EQ(pc(224), ERR_FAIL);
+  EXPECT_TRUE(is_silent());
+  EXPECT_THAT(log(), Contains(device_failure("amt_device_do_command", ERR_SYSTEM, "11")).Times(5));
+  EXPECT_EQ(m_log.last(),
+            "system(echo \"amt_get_vbatt\" > /proc/driver/zelta_battery) FAIL[count = 5]: 11 - Resource temporarily "
+            "unavailable");
+}
+
 TEST_F(battery_test, ReadAdc_NodeCannotBeRead_Fails) {
   write_file(NODE, "");
   fs::permissions(NODE, fs::perms::owner_write);
   EXPECT_EQ(pc(224), ERR_FAIL);
   EXPECT_TRUE(is_silent());
-  EXPECT_TRUE(m_log.has("sys call: fopen() failed! errno = 13"));
+  EXPECT_THAT(log(), ElementsAre("amt_device_battery_voltage_check()", "amt_read_adc()", "amt_device_do_command()",
+                                 "system(echo \"amt_get_vbatt\" > /proc/driver/zelta_battery) OK",
+                                 "sys call: fopen() failed! errno = 13", device_failure("amt_read_adc", -1, "13")));
 }
 
 TEST_F(battery_test, ReadAdc_NoNumber_Fails) {
   driver driver("busy");
   EXPECT_EQ(pc(224), ERR_FAIL);
   EXPECT_TRUE(is_silent());
-  EXPECT_TRUE(m_log.contains("sys call: fscanf() failed! errno = "));
+  EXPECT_THAT(log(), ElementsAre("amt_device_battery_voltage_check()", "amt_read_adc()", "amt_device_do_command()",
+                                 "system(echo \"amt_get_vbatt\" > /proc/driver/zelta_battery) OK", "ADC value: 0",
+                                 testing::StartsWith("sys call: fscanf() failed! errno = "),
+                                 device_failure("amt_read_adc", -1)));
 }
 
 TEST_F(battery_test, ReadAdc_NullPointer_Fails) {
   EXPECT_EQ(amt_read_adc(nullptr), ERR_FAIL);
-  EXPECT_TRUE(m_log.has("Null pointer."));
+  EXPECT_THAT(log(), ElementsAre("amt_read_adc()", device_failure("amt_read_adc", ERR_FAIL), "Null pointer."));
   EXPECT_FALSE(fs::exists(NODE));
 }
 
@@ -138,8 +171,23 @@ TEST_F(battery_test, Calibrate_FourValues_ReachTheRecordAndTheDriver) {
   EXPECT_EQ(content_of(NODE), "amt_set_vbatt[1] [22] [-1] [4444]\n");
   EXPECT_EQ(to_pc(), CALIBRATED);
   EXPECT_EQ(sync_calls(), "sync\nsync\n");
-  EXPECT_TRUE(m_log.has("SAVA ADC value: 1 22 -1 4444"));
-  EXPECT_TRUE(m_log.has("echo \"amt_set_vbatt[1] [22] [-1] [4444]\" > /proc/driver/zelta_battery"));
+  EXPECT_TRUE(m_log.has_in_a_row({"amt_device_battery_voltage_check()", "amt_write_adc_diff_value()",
+                                  "SAVA ADC value: 1 22 -1 4444",
+                                  "echo \"amt_set_vbatt[1] [22] [-1] [4444]\" > /proc/driver/zelta_battery"}));
+}
+
+TEST_F(battery_test, Calibrate_AgainWithShorterValues_ReplacesTheRecordWhole) {
+  write_file(RECORD, "amt_set_vbatt[1111] [2222] [3333] [4444]");
+  EXPECT_EQ(pc(226, calibration(1, 2, 3, 4)), 0);
+  EXPECT_EQ(content_of(RECORD), "amt_set_vbatt[1] [2] [3] [4]");
+}
+
+TEST_F(battery_test, Calibrate_ShellCannotBeStarted_IsAnsweredAllTheSame) {
+  g_outside_calls.m_spawn_error = EAGAIN;
+  EXPECT_EQ(pc(226, calibration(1, 2, 3, 4)), 0);
+  EXPECT_EQ(to_pc(), CALIBRATED);
+  EXPECT_TRUE(m_log.has_in_a_row(
+      {"echo \"amt_set_vbatt[1] [2] [3] [4]\" > /proc/driver/zelta_battery", "sys call: system() failed! errno = 11"}));
 }
 
 TEST_F(battery_test, Calibrate_DriverAsksForTheRecord_FindsItWritten) {
@@ -183,7 +231,10 @@ TEST_F(battery_test, Calibrate_RecordCannotBeMade_DriverIsToldNothing) {
   EXPECT_EQ(pc(226, calibration(1, 2, 3, 4)), ERR_FAIL);
   EXPECT_TRUE(is_silent());
   EXPECT_EQ(content_of(NODE), "(no file)");
-  EXPECT_TRUE(m_log.has("sys call: fopen() failed! errno = 21"));
+  EXPECT_EQ(sync_calls(), "");
+  EXPECT_THAT(
+      log(), ElementsAre("amt_device_battery_voltage_check()", "amt_write_adc_diff_value()",
+                         "sys call: fopen() failed! errno = 21", device_failure("amt_write_adc_diff_value", -1, "21")));
 }
 
 TEST_F(battery_test, Calibrate_RecordCannotBeWritten_DriverIsToldNothing) {
@@ -192,7 +243,21 @@ TEST_F(battery_test, Calibrate_RecordCannotBeWritten_DriverIsToldNothing) {
   EXPECT_TRUE(is_silent());
   EXPECT_EQ(content_of(NODE), "(no file)");
   EXPECT_EQ(sync_calls(), "sync\nsync\n");
-  EXPECT_TRUE(m_log.has("sys call: fprintf() failed! errno = 28"));
+  EXPECT_THAT(log(), ElementsAre("amt_device_battery_voltage_check()", "amt_write_adc_diff_value()",
+                                 "SAVA ADC value: 1 2 3 4", "sys call: fprintf() failed! errno = 28",
+                                 device_failure("amt_write_adc_diff_value", -1, "28")));
+}
+
+// As the PC sees it: the fixed message that its request arrived, then the error frame.
+TEST_F(battery_test, Calibrate_RecordCannotBeMade_ThePcGetsTheErrorFrame) {
+  amt_handle_reg_handle_func(AMT_LINK_PC, 226, handler_of(AMT_LINK_PC, 226));
+  fs::create_directory(RECORD);
+  set_message(g_handle_context.m_request, wrapped(frame(226, calibration(1, 2, 3, 4))));
+  EXPECT_EQ(handle_amt_pc_req(), 0);
+  EXPECT_EQ(to_pc(),
+            "AA BB CC DD 08 00 00 00 02 02 00 00 76 4A EE 1D "
+            "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB E3 09 00 EE 01 01 04 00 01 00 00 00 74 65 19 CA");
+  EXPECT_EQ(content_of(NODE), "(no file)");
 }
 
 TEST_F(battery_test, VoltageCheck_AnyOtherRequest_Fails) {

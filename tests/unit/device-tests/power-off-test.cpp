@@ -1,9 +1,14 @@
+#include <chrono>
 #include <csignal>
 #include <ctime>
+#include <future>
 
 #include "tests/unit/device-tests/device-test.h"
+#include "tests/unit/wait-for.h"
 
 namespace {
+
+using std::chrono::steady_clock;
 
 // On a development host the power goes by SIGTERM to the service itself.
 class power_off_test : public device_test {
@@ -25,11 +30,17 @@ class power_off_test : public device_test {
 };
 
 TEST_F(power_off_test, PowerOff_Asked_AnswersTwoSecondsBeforeThePowerGoes) {
-  const std::time_t start = std::time(nullptr);
-  EXPECT_EQ(pc(236), 0);
-  EXPECT_GE(std::time(nullptr) - start, 1);
+  std::string answer;
+  g_outside_calls.m_on_kill = [&] { answer = to_pc(); };
+  const auto start = steady_clock::now();
+  auto result = std::async(std::launch::async, [this] { return pc(236); });
+  ASSERT_TRUE(wait_for([this] { return m_log.contains("send PC rsp data: "); }));
+  const auto sent = steady_clock::now();
+  EXPECT_EQ(result.get(), 0);
+  EXPECT_GE(steady_clock::now() - start, std::chrono::seconds(2));
+  EXPECT_GE(steady_clock::now() - sent, std::chrono::seconds(1)) << "the wait comes after the answer";
   EXPECT_TRUE(is_power_off());
-  EXPECT_EQ(to_pc(), "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB ED 09 00 EE 01 01 04 00 00 00 00 00 56 1F C9 C9");
+  EXPECT_EQ(answer, "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB ED 09 00 EE 01 01 04 00 00 00 00 00 56 1F C9 C9");
 }
 
 TEST_F(power_off_test, PowerOff_AnswerCannotBeSent_PowerGoesAllTheSame) {

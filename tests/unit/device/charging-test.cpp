@@ -47,8 +47,9 @@ TEST_F(Charging, Control_BoardRefuses_IsItsResult) {
 TEST_F(Charging, Control_NegativeType_IsRefusedWithoutTheLibrary) {
   EXPECT_EQ(amt_usb_charge_ctrl(-1), -101);
   EXPECT_TRUE(m_board.m_calls.empty());
-  EXPECT_TRUE(m_log.has("will call amt_usb_charger_enable , type:-1."));
-  EXPECT_TRUE(m_log.has("parameter type(-1) is not valid."));
+  EXPECT_THAT(m_log.texts(), ElementsAre("will call amt_usb_charger_enable , type:-1.",
+                                         failure_line("amt/amt-device", "amt_usb_charge_ctrl", -101),
+                                         "parameter type(-1) is not valid."));
   m_board.remove();
   EXPECT_EQ(amt_usb_charge_ctrl(-1), -101);
   EXPECT_FALSE(m_log.contains("call dlopen fail"));

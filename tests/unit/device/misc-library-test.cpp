@@ -83,7 +83,7 @@ TEST_F(MiscLibrary, MissingLibrary_IsASystemFailure) {
   m_board.remove();
   m_log.clear();
   EXPECT_EQ(call("IsChargeState", 0), -118);
-  EXPECT_THAT(m_log.texts(), ElementsAre(failure_line("amt/amt-device", "caller", -118),
+  EXPECT_THAT(m_log.texts(), ElementsAre(failure_line("amt/amt-device", "caller", -118, "2"),
                                          "call dlopen fail: - /system/lib64/hw/amt.vx5210.misc.so: cannot open shared "
                                          "object file: No such file or directory"));
 }
@@ -107,6 +107,16 @@ TEST_F(MiscLibrary, FolderInItsPlace_IsASystemFailure) {
   m_board.remove();
   std::filesystem::create_directories(test_board::PATH);
   EXPECT_EQ(call("IsChargeState", 0), -118);
+}
+
+TEST_F(MiscLibrary, SecondBoard_LoadsItsOwn) {
+  constexpr char SECOND[] = "/system/lib64/hw/amt.vx5211.misc.so";
+  std::filesystem::rename(test_board::PATH, SECOND);
+  EXPECT_EQ(call("IsChargeState", 0), -118);
+  phone_root::set_property("ro.board.platform", "vx5211-evb");
+  amt_device_init_library_paths();
+  EXPECT_EQ(call("IsChargeState", 0), 0);
+  phone_root::remove(SECOND);
 }
 
 // Nothing of it is kept: what is there at the moment of a call counts.

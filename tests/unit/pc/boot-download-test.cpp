@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "amt/amt-handle/channel/registry.h"
+#include "amt/amt-handle/pc/dispatch.h"
 #include "tests/unit/device/board.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/links.h"
@@ -94,6 +96,19 @@ TEST_F(BootDownload, RequestWithoutTheLibrary_FailsAndNothingIsSent) {
   EXPECT_TRUE(m_log.has("amt_modem_boot_dl_fin_read finished. flag:0; ret_val:-118."));
   EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-handle", "amt_modem_boot_dl_fin_read", -100)));
   EXPECT_EQ(m_log.last(), "read error");
+}
+
+// As the PC sees it: the fixed message that its request arrived, then the error frame.
+TEST_F(BootDownload, RequestWithoutTheOperation_IsAnsweredWithTheErrorFrame) {
+  amt_handle_reg_handle_func(1, 244, amt_modem_boot_dl_fin_read);
+  m_board.use_empty();
+  set_message(g_handle_context.m_request,
+              from_hex("AA BB CC DD 0E 00 00 00 02 00 00 00 06 00 BB F4 00 00 00 00 00 00"));
+  EXPECT_EQ(handle_amt_pc_req(), 0);
+  EXPECT_EQ(m_pc.received_hex(),
+            "AA BB CC DD 08 00 00 00 02 02 00 00 76 4A EE 1D "
+            "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB F5 09 00 EE 01 01 04 00 01 00 00 00 4E 71 CB 37");
+  EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-device", "amt_boot_dl_fin_read", -118)));
 }
 
 TEST_F(BootDownload, RequestWithBadArguments_IsRefusedBeforeTheBoardIsAsked) {
