@@ -5,6 +5,7 @@
 
 #include <android/log.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <initializer_list>
 #include <span>
@@ -15,7 +16,10 @@ struct pub_log_module_st {
 };
 
 inline bool pub_log_enabled(const pub_log_module_st& module) {
-  return __android_log_is_loggable(ANDROID_LOG_DEBUG, module.m_tag, ANDROID_LOG_VERBOSE) != 0;
+  const int error = errno;  // a phone reads properties here, and may not be allowed to
+  const bool is_enabled = __android_log_is_loggable(ANDROID_LOG_DEBUG, module.m_tag, ANDROID_LOG_VERBOSE) != 0;
+  errno = error;
+  return is_enabled;
 }
 
 void pub_log_line(const pub_log_module_st& module, const char* format, ...) __attribute__((format(printf, 2, 3)));

@@ -1,5 +1,6 @@
 #include "pub/log.h"
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -10,6 +11,21 @@
 
 #include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
+
+namespace {
+
+bool g_is_errno_broken_by_the_question = false;
+
+}  // namespace
+
+// Takes the log library's place: on a phone the answer is in properties, whose reading may fail.
+extern "C" int __android_log_is_loggable(int priority, const char* tag, int default_priority) {
+  static const auto real =
+      reinterpret_cast<decltype(&__android_log_is_loggable)>(dlsym(RTLD_NEXT, "__android_log_is_loggable"));
+  const int answer = real(priority, tag, default_priority);
+  if (g_is_errno_broken_by_the_question) errno = 98;
+  return answer;
+}
 
 namespace {
 
@@ -113,6 +129,19 @@ TEST_F(Log, DumpOf251Bytes_IsCutAndMarked) {
 TEST_F(Log, DumpOfAFullRecord_IsCutAndMarked) {
   LOG_DUMP("x", std::vector<std::uint8_t>(4096, 0x01));
   EXPECT_THAT(m_log.texts(), ElementsAre("x: (data_len = 4096) -- " + repeated("01", 250) + "..."));
+}
+
+TEST_F(Log, QuestionWhetherToLogBreaksErrno_LinesShowItAsItWas) {
+  g_is_errno_broken_by_the_question = true;
+  errno = 13;
+  LOG_LINE("x");
+  LOG_SYS_CALL("open");
+  LOG_FAILURE_AT(7, -1);
+  const int error = errno;
+  g_is_errno_broken_by_the_question = false;
+  EXPECT_EQ(error, 13);
+  EXPECT_THAT(m_log.texts(), ElementsAre("x", "sys call: open() failed! errno = 13",
+                                         "FILE-a/module, LINE-7, FUNC-TestBody(), error_code=-1, errno=13"));
 }
 
 void logger_that_breaks_errno(const __android_logger_data*, const char*) {
