@@ -61,7 +61,10 @@ int hwt_btCheck(void) {
 }
 
 int hwt_wifiCtrl(int on) {
-  return perform(call_of("hwt_wifiCtrl", {on}), [on](hwt::call_files::state& state) { state["wifi"] = on; });
+  return perform(call_of("hwt_wifiCtrl", {on}), [on](hwt::call_files::state& state) {
+    state["wifi"] = on;
+    if (on == 0) state["tx"] = state["rx"] = 0;  // the chip is off
+  });
 }
 
 int hwt_wifiCheck(void) {
