@@ -64,7 +64,7 @@ TEST_P(WifiAddress, Read_EmptyRecord_IsAnErrorAnswer) {
   start();
   phone().write_file(RECORD, "");
   expect_failure(185, READ);
-  expect_logged(": read fail");
+  expect_logged(" read fail\n");
   expect_logged("read error");
 }
 

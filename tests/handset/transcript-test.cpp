@@ -155,7 +155,7 @@ TEST_P(Transcript, Session_IsAsKept) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Kept, Transcript, ::testing::Values("first-session", "errors", "application"),
+INSTANTIATE_TEST_SUITE_P(Kept, Transcript, ::testing::Values("first-session", "errors", "application", "device-tests"),
                          [](const auto& session) { return std::regex_replace(session.param, std::regex("-"), "_"); });
 
 }  // namespace
