@@ -1,0 +1,23 @@
+// What a phone's kernel tells of the service.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "handset/phone.h"
+
+namespace soak {
+
+struct facts {
+  int pid = 0;
+  std::vector<std::string> descriptors;  // what is open, sorted
+  std::vector<std::string> threads;      // their ids
+  std::vector<std::string> processes;    // of the whole phone: name and state, sorted
+  std::size_t children = 0;              // of the service, those included that nobody waited for
+  long private_kb = 0;                   // memory that it has changed and no other process has
+};
+
+facts facts_of(handset::phone& phone);
+std::string show(const facts& found);
+
+}  // namespace soak
