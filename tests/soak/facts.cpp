@@ -50,10 +50,10 @@ void read_processes(handset::phone& phone, facts& found) {
   std::sort(found.processes.begin(), found.processes.end());
 }
 
-// Unchanged pages of files are not counted: whether they are private depends on who else runs the same program.
+// Pages that are no file's. What else is private depends on who else runs the same program, and on what the disk has.
 void read_memory(handset::phone& phone, const std::string& folder, facts& found) {
   for (const std::string& line : lines_of(run(phone, {"/bin/cat", folder + "/smaps_rollup"}))) {
-    if (line.starts_with("Private_Dirty")) found.private_kb += std::stol(line.substr(line.find(':') + 1));
+    if (line.starts_with("Anonymous:")) found.memory_kb += std::stol(line.substr(line.find(':') + 1));
   }
 }
 
@@ -79,7 +79,7 @@ facts facts_of(handset::phone& phone) {
 std::string show(const facts& found) {
   return "pid " + std::to_string(found.pid) + ", descriptors" + join(found.descriptors) + ", threads" +
          join(found.threads) + ", processes" + join(found.processes) + ", children " + std::to_string(found.children) +
-         ", private memory " + std::to_string(found.private_kb) + " kB";
+         ", memory " + std::to_string(found.memory_kb) + " kB";
 }
 
 }  // namespace soak

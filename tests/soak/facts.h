@@ -14,7 +14,7 @@ struct facts {
   std::vector<std::string> threads;      // their ids
   std::vector<std::string> processes;    // of the whole phone: name and state, sorted
   std::size_t children = 0;              // of the service, those included that nobody waited for
-  long private_kb = 0;                   // memory that it has changed and no other process has
+  long memory_kb = 0;                    // of its own: stacks, heaps, changed data
 };
 
 facts facts_of(handset::phone& phone);

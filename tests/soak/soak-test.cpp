@@ -141,10 +141,10 @@ class Soak : public ::testing::Test {
     EXPECT_EQ(before.children, 0u) << what;
     EXPECT_EQ(after.children, 0u) << what;
 #ifndef SOAK_HAS_SANITIZER
-    EXPECT_LE(after.private_kb, before.private_kb + MOST_GROWTH_KB) << what;
+    EXPECT_LE(after.memory_kb, before.memory_kb + MOST_GROWTH_KB) << what;
 #endif
-    std::printf("private memory %ld kB before, %ld kB after; %zu descriptors, %zu threads\n", before.private_kb,
-                after.private_kb, after.descriptors.size(), after.threads.size());
+    std::printf("memory %ld kB before, %ld kB after; %zu descriptors, %zu threads\n", before.memory_kb, after.memory_kb,
+                after.descriptors.size(), after.threads.size());
   }
 
   void report(std::chrono::steady_clock::duration time, const soak::faults& broken) const {
