@@ -49,7 +49,7 @@ std::size_t share_of(pace cost) {
     case pace::SHELL:
       return 30;
     case pace::RECORD:
-      return 15;
+      return 12;
     case pace::FAST:
       break;
   }
