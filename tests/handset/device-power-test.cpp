@@ -135,11 +135,4 @@ TEST_F(PcOnly, PowerOff_IsAnsweredTwoSecondsBeforeThePowerGoes) {
   EXPECT_EQ(phone().log().count("receive signal: 15 - SIGTERM"), 1u);
 }
 
-TEST_F(PcOnly, PowerOff_PcGoneMeanwhile_EndsAllTheSame) {
-  start();
-  expect_ok(236, "", 237);
-  phone().unplug_pc();
-  expect_clean_end(phone());
-}
-
 }  // namespace
