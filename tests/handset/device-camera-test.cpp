@@ -30,7 +30,7 @@ class Camera : public AppDevicePhone {
 
 handset::phone_options without_video_device() {
   auto options = platform();
-  options.screen = std::nullopt;
+  options.has_hardware = false;
   return options;
 }
 
@@ -64,6 +64,7 @@ TEST_F(Camera, WithoutDevice_Fails) {
   start(without_video_device());
   expect_failure(139);
   expect_failure(147);
+  expect_log(phone(), "sys call: open() failed! errno = 2", 2);
 }
 
 TEST_F(Camera, DriverRefuses_Fails) {
