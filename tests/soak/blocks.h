@@ -38,8 +38,7 @@ std::string fill_digits(random_source& random, std::string_view text);
 std::string bare(const request& wanted);
 std::string wrapped(std::string_view bare);
 
-// Atoms that are not what their handler expects: other types, lengths and values, missing and foreign ones. No atom
-// gets the value that makes a handler write a record unless it had it before.
+// Atoms that are not what their handler expects: other types, lengths and values, missing and foreign ones.
 void damage_atoms(random_source& random, request& wanted);
 
 // An answer's frame. Throws failure when it is not well-formed.
