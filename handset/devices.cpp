@@ -5,7 +5,6 @@
 #include <iterator>
 
 #include "handset/error.h"
-#include "handset/phone.h"
 #include "handset/sandbox.h"
 #include "handset/tree.h"
 

@@ -9,9 +9,9 @@
 #include <string_view>
 #include <vector>
 
-namespace handset {
+#include "handset/mounts.h"
 
-struct bind_mount;
+namespace handset {
 
 struct screen_size {
   std::uint32_t width = 720;

@@ -12,7 +12,6 @@
 #include <sstream>
 
 #include "handset/error.h"
-#include "handset/phone.h"
 #include "handset/sandbox.h"
 #include "handset/tree.h"
 #include "handset/unique-fd.h"

@@ -3,7 +3,6 @@
 // keep.
 #pragma once
 
-#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -11,15 +10,9 @@
 #include <string_view>
 #include <vector>
 
+#include "handset/mounts.h"
+
 namespace handset {
-
-struct bind_mount;
-
-// A storage card: a file system of its own in that folder of the phone, of so many KB (whole pages of 4 KB).
-struct storage_card {
-  std::string folder;
-  std::uint64_t size;
-};
 
 // Reads "/storage/sdcard1=2048"; none when it is no such text.
 std::optional<storage_card> read_storage_card(std::string_view text);

@@ -27,6 +27,7 @@
 #include "handset/error.h"
 #include "handset/hardware.h"
 #include "handset/modem.h"
+#include "handset/mounts.h"
 #include "handset/process.h"
 #include "handset/text-log.h"
 #include "handset/tty-end.h"
@@ -40,13 +41,6 @@ namespace handset {
 enum class run_mode { simplified, usb, normal };
 
 enum class log_sink { capture, discard };  // the service's standard error: into log(), or to /dev/null
-
-// A file or folder of the host, seen in the phone at `inside`.
-struct bind_mount {
-  std::filesystem::path host;
-  std::filesystem::path inside;
-  bool writable = false;
-};
 
 // The board library under /system/lib64/hw.
 //   present  simulated; watched and steered through the files of handset/hwt/call-files.h in /data/board

@@ -15,8 +15,6 @@
 #include <initializer_list>
 
 #include "handset/error.h"
-#include "handset/hardware.h"
-#include "handset/phone.h"
 #include "handset/tree.h"
 
 namespace handset {

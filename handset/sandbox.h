@@ -8,13 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "handset/mounts.h"
 #include "handset/unique-fd.h"
 
 namespace handset {
 
 class phone_tree;
-struct bind_mount;
-struct storage_card;
 
 // The folder of the running program, where its companions (agent, service) lie.
 std::filesystem::path program_folder();
