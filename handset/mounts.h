@@ -14,7 +14,7 @@ struct bind_mount {
   bool writable = false;
 };
 
-// A storage card: a file system of its own in that folder of the phone, of so many KB.
+// A storage card: a file system of its own in that folder of the phone, of so many KB (whole pages of 4 KB).
 struct storage_card {
   std::string folder;
   std::uint64_t size;
