@@ -3,6 +3,7 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 
 #include "amt/amt-cfg.h"
@@ -62,23 +63,27 @@ std::int32_t run_frame_handler(std::uint8_t id) {
   return handler(AMT_LINK_PC, &context.m_request_copy, &context.m_response);
 }
 
-// The modem's device was reset: open it anew. The block is lost, its sender has to repeat it.
+// The modem's device was reset: open it anew. The block is lost, its sender has to repeat it. When it cannot be opened,
+// m_fd_modem stays as it was for now: see handle_amt_pc_req.
 std::int32_t reopen_modem() {
-  auto& fd = g_handle_context.m_fd_modem;
+  auto& context = g_handle_context;
+  std::atomic<int> fd = context.m_fd_modem.load();
   const std::int32_t result =
       pub_util_try_to_reopen_device(&fd, g_amt_cfg.m_tty_modem_a, O_RDWR, REOPEN_TRIES, REOPEN_PAUSE_MS);
-  amt_modem_finish_opening();
-  pub_util_wake_thread(g_handle_context.m_modem_thread);
+  if (result == ERR_NONE) context.m_fd_modem = fd.load();
+  amt_modem_finish_opening(fd);
+  pub_util_wake_thread(context.m_modem_thread);
   return result;
 }
 
-std::int32_t judge_modem_write(ssize_t written, int error) {
+std::int32_t judge_modem_write(ssize_t written, int error, bool* is_modem_lost) {
   const auto& request = g_handle_context.m_request;
   if (written == static_cast<ssize_t>(request.m_buf_len)) return ERR_NONE;
   std::int32_t result = ERR_FAIL;
   if (written < 0 && (error == EIO || error == EBADF)) {
     LOG_LINE("write error 1, errno[%d]", error);
     result = reopen_modem();
+    *is_modem_lost = result != ERR_NONE;
   } else if (written < 0) {
     LOG_LINE("write error 2, errno[%d]", error);
   }
@@ -87,10 +92,10 @@ std::int32_t judge_modem_write(ssize_t written, int error) {
 }
 
 // Writes the block, as it came, to the modem.
-std::int32_t pass_to_modem() {
+std::int32_t pass_to_modem(bool* is_modem_lost) {
   const auto& request = g_handle_context.m_request;
   const ssize_t written = pub_util_write(g_handle_context.m_fd_modem, request.m_buf_a.data(), request.m_buf_len);
-  const std::int32_t result = judge_modem_write(written, errno);
+  const std::int32_t result = judge_modem_write(written, errno, is_modem_lost);
   const auto shown = static_cast<std::size_t>(std::max<ssize_t>(written, 0));
   if (written < 0) {
     LOG_LINE("%s: (data_len = %d) -- %s", "write to modem: ", static_cast<int>(written), "");
@@ -111,7 +116,12 @@ std::int32_t handle_amt_pc_req() {
   std::int32_t result = run_frame_handler(id);
   handle_amt_imei_and_sn(id);
   if (result == ERR_NOT_HANDLED) result = handle_amt_pc_req_at();
-  if (result == ERR_NOT_HANDLED) result = pass_to_modem();
+  bool is_modem_lost = false;
+  if (result == ERR_NOT_HANDLED) result = pass_to_modem(&is_modem_lost);
   if (result == ERR_NONE) return ERR_NONE;
-  return amt_handle_send_rsp_err(AMT_LINK_PC, &context.m_response, static_cast<std::uint8_t>(id + 1), 1);
+  result = amt_handle_send_rsp_err(AMT_LINK_PC, &context.m_response, static_cast<std::uint8_t>(id + 1), 1);
+  // Not earlier: the modem reader ends the service when it finds its link closed, and the PC is to have its answer
+  // then.
+  if (is_modem_lost) context.m_fd_modem = 0;
+  return result;
 }

@@ -54,7 +54,7 @@ std::int32_t open_modem_link() {
   auto& fd = g_handle_context.m_fd_modem;
   const std::int32_t result =
       pub_util_try_to_open_device(&fd, g_amt_cfg.m_tty_modem_a, O_RDWR, OPEN_TRIES, OPEN_PAUSE_MS);
-  amt_modem_finish_opening();
+  amt_modem_finish_opening(g_handle_context.m_fd_modem);
   return result;
 }
 
