@@ -76,7 +76,8 @@ CLI::App* add_run(CLI::App& app, run_command& command) {
 }
 
 CLI::App* add_exec(CLI::App& app, exec_command& command) {
-  auto* exec = app.add_subcommand("exec", "Run a command in a fresh phone, with its files but without the service");
+  auto* exec =
+      app.add_subcommand("exec", "Run a command in a fresh phone, with its files but without service and hardware");
   exec->add_option("--bind", command.binds, "A folder of this machine to have in the phone, writable")
       ->check(CLI::ExistingPath)
       ->allow_extra_args(false);
