@@ -1,5 +1,5 @@
-// What needs a whole phone: how soon the handshake of a start on USB insertion is seen, and radio requests of the test
-// application.
+// What needs a whole phone: how soon the handshake of a start on USB insertion is seen, and radio and device requests
+// of the test application.
 #include "handset/phone.h"
 
 #include <fmt/format.h>
@@ -10,12 +10,12 @@
 #include <array>
 #include <chrono>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "tests/bench/contender.h"
 #include "tests/bench/fail.h"
+#include "tests/bench/process-facts.h"
 #include "tests/bench/series.h"
 #include "tests/bench/terminal.h"
 
@@ -122,22 +122,24 @@ std::string hexadecimal(std::string_view bytes) {
   return text;
 }
 
-// The platform set-up with a modem that is played here: it confirms that it is silenced.
-std::unique_ptr<handset::phone> start_platform(bool filtered) {
-  constexpr std::string_view SILENCING = "AT^DLKS=0\r";
+handset::phone_options platform_options(bool filtered) {
   handset::phone_options options;
   options.mode = handset::run_mode::normal;
   options.simulated_modem = false;
   options.log = handset::log_sink::discard;
   options.environment = {filtered ? "ANDROID_LOG_TAGS=*:s" : "ANDROID_LOG_TAGS=*:d"};
   options.files[BACKLIGHT_FILE] = "0\n";
-  auto phone = std::make_unique<handset::phone>(options);
-  phone->start();
-  expect(phone->at_end().read_exactly(SILENCING.size()) == SILENCING, "the modem is not silenced");
-  expect(phone->at_end().write_all("\r\nOK\r\n"), "the AT link is gone");
-  expect(phone->out().wait_for("init over result=0"), "the set-up fails");
-  expect(phone->open_app(), "there is no APP link");
-  return phone;
+  return options;
+}
+
+// The platform set-up with a modem that is played here: it confirms that it is silenced.
+void start_platform(handset::phone& phone) {
+  constexpr std::string_view SILENCING = "AT^DLKS=0\r";
+  phone.start();
+  expect(phone.at_end().read_exactly(SILENCING.size()) == SILENCING, "the modem is not silenced");
+  expect(phone.at_end().write_all("\r\nOK\r\n"), "the AT link is gone");
+  expect(phone.out().wait_for("init over result=0"), "the set-up fails");
+  expect(phone.open_app(), "there is no APP link");
 }
 
 constexpr int ROUNDS = 31;
@@ -162,27 +164,55 @@ void compare(const char* what, const std::array<links_st, 4>& links, double (*ti
 
 void measure_application(const std::string& peer) {
   bench_pin(BENCH_CONTENDERS_PROCESSOR);  // what a phone starts runs where this thread does
-  const auto filtered = start_platform(true);
-  const auto full = start_platform(false);
+  handset::phone filtered(platform_options(true));
+  handset::phone full(platform_options(false));
+  start_platform(filtered);
+  start_platform(full);
   bench_pin(BENCH_OWN_PROCESSOR);
   const terminal app[4];
   const terminal at[2];
   std::vector<contender> bare;
   for (int i = 0; i < 2; ++i) {
     const std::string name = fmt::format("{}-bare-{}", BACKLIGHT_FILE, i);  // on the same file system
-    filtered->write_file(name, "0\n");
-    const std::string file = filtered->host_path(name);
+    filtered.write_file(name, "0\n");
+    const std::string file = filtered.host_path(name);
     bare.emplace_back(
         std::vector<std::string>{peer, "ask", app[i].path(), at[i].path(), hexadecimal(TEXT), hexadecimal(ANSWER)});
     bare.emplace_back(std::vector<std::string>{peer, "store", app[i + 2].path(), file, hexadecimal(BACKLIGHT_ANSWER)});
   }
-  const links_st filtered_links{filtered->app().fd(), filtered->at_end().fd()};
-  const links_st full_links{full->app().fd(), full->at_end().fd()};
+  const links_st filtered_links{filtered.app().fd(), filtered.at_end().fd()};
+  const links_st full_links{full.app().fd(), full.at_end().fd()};
   compare("Radio request APP -> modem -> APP",
           {{{app[0].fd(), at[0].fd()}, {app[1].fd(), at[1].fd()}, filtered_links, full_links}}, time_requests);
   compare("Device request that writes one file", {{{app[2].fd(), -1}, {app[3].fd(), -1}, filtered_links, full_links}},
           time_backlight);
-  expect(full->read_file(BACKLIGHT_FILE).value_or("").starts_with("1"), "the file was not written");
+  expect(full.read_file(BACKLIGHT_FILE).value_or("").starts_with("1"), "the file was not written");
+}
+
+// Radio requests are forwarded without an allocation.
+void count_allocations(const std::filesystem::path& library, bool filtered) {
+  constexpr int FEW = 100;
+  constexpr int MANY = 10000;
+  constexpr char LIBRARY_INSIDE[] = "/handset/count.so";
+  constexpr char COUNTER_INSIDE[] = "/data/counter";
+  auto options = platform_options(filtered);
+  options.screen.reset();  // nothing else is preloaded
+  options.binds.push_back({library, LIBRARY_INSIDE});
+  options.environment.push_back(std::string("LD_PRELOAD=") + LIBRARY_INSIDE);
+  options.environment.push_back(std::string("AMT_BENCH_COUNTER=") + COUNTER_INSIDE);
+  handset::phone phone(options);
+  const allocation_counter counter(phone.host_path(COUNTER_INSIDE));
+  start_platform(phone);
+  const links_st links{phone.app().fd(), phone.at_end().fd()};
+  time_requests(links, 1);
+  const unsigned long at_start = counter.count();
+  expect(at_start > 0, "the allocation counter does not count");
+  time_requests(links, FEW);
+  const unsigned long at_few = counter.count();
+  time_requests(links, MANY - FEW);
+  fmt::print("\nOne service, {}; radio requests\n", filtered ? "log filtered" : "every line written to /dev/null");
+  fmt::print("  allocations: {} to start and in the first request, {} in requests 1 to {}, {} in requests {} to {}\n",
+             at_start, at_few - at_start, FEW, counter.count() - at_few, FEW + 1, MANY);
 }
 
 }  // namespace
@@ -191,6 +221,10 @@ int main() {
   measure_handshake();
   bench_pin(BENCH_OWN_PROCESSOR);
   bench_take_service_priority();  // inherited by the phones
-  measure_application(std::filesystem::read_symlink("/proc/self/exe").parent_path() / "amt-bench-peer");
+  const auto programs = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+  measure_application(programs / "amt-bench-peer");
+  for (const bool filtered : {true, false}) {
+    count_allocations(programs.parent_path() / "lib/libamt-bench-count.so", filtered);
+  }
   return 0;
 }
