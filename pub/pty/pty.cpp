@@ -237,7 +237,8 @@ std::int32_t pub_pty_delete_mapping(pub_pty_st* pty) {
     LOG_LINE("pub_pty_delete_mapping \"%s\" is another process's", pty->m_pts_mapping_name_a);
     return ERR_NONE;
   }
-  if (access(pty->m_pts_mapping_name_a, F_OK) != 0) {
+  struct stat link = {};  // of the link itself: it goes also when its terminal has gone before it
+  if (lstat(pty->m_pts_mapping_name_a, &link) != 0) {
     LOG_WARNING("pub_pty_delete_mapping \"%s\" does not exist", pty->m_pts_mapping_name_a);
     return ERR_NONE;
   }

@@ -98,6 +98,14 @@ TEST_F(Pty, DeleteMapping_RemovesTheLinkAndNotItsTarget) {
   EXPECT_TRUE(std::filesystem::exists("target"));
 }
 
+// What is left when the terminal went before its link, or when the link was made to a name that leads nowhere.
+TEST_F(Pty, DeleteMappingThatLeadsNowhere_RemovesTheLink) {
+  std::filesystem::create_symlink("/dev/pts/no-such", "map");
+  EXPECT_EQ(pub_pty_delete_mapping(&m_pty), 0);
+  EXPECT_FALSE(std::filesystem::is_symlink("map"));
+  EXPECT_THAT(m_log.texts(), ElementsAre("pub_pty_delete_mapping()", "pub_pty_delete_mapping unlink(map) ret_val[0]"));
+}
+
 TEST_F(Pty, DeleteMappingThatIsMissing_IsAWarning) {
   EXPECT_EQ(pub_pty_delete_mapping(&m_pty), 0);
   EXPECT_THAT(m_log.texts(),
