@@ -19,6 +19,7 @@ constexpr char HANDSHAKE_PROPERTY[] = "sys.vx.amt.failure.handshake";
 constexpr std::int32_t OPERATION_READ = 2;
 
 std::int32_t amt_write_content_to_file_sync(const char* content) {
+  LOG_ENTRY();
   if (LOG_BAD_ARGUMENTS(content == nullptr, content != nullptr && *content == '\0')) return ERR_ARGUMENT;
   return amt_write_record(__func__, "write content", AMT_FLAG_FILE, content);
 }
@@ -76,6 +77,7 @@ std::int32_t handle_amt_damt1_operation(std::int32_t operation, std::int32_t* va
 }
 
 void amt_set_handshake_permission() {
+  LOG_ENTRY();
   const bool is_permitted = g_power_supply_is_ac == 0 && amt_is_handshake_permitted_by_file();
   LOG_LINE(is_permitted ? "permit to enter amt by handshake. " : "do not permit to enter amt by handshake. ");
   const char* value = is_permitted ? "2" : "1";

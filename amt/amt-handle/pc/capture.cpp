@@ -173,6 +173,7 @@ void handle_amt_imei_and_sn_rsp(const amt_message_st& block) {
 }
 
 std::int32_t handle_amt_imei_and_sn_save_file(std::uint8_t type) {
+  LOG_ENTRY();
   if (LOG_BAD_ARGUMENTS(type != AMT_CAPTURE_IMEI && type != AMT_CAPTURE_BOARD)) return ERR_ARGUMENT;
   const identity_st& identity = g_to_be_saved.latest();
   const std::uint8_t channel = g_amt_channel;

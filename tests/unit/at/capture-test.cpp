@@ -61,9 +61,9 @@ TEST_F(capture, ImeiTextConfirmed_IsWrittenAndFlushed) {
   EXPECT_EQ(read("/amt/imei-2.txt"), std::nullopt);
   EXPECT_EQ(syncs(), 2);
   expect_pending(0);
-  EXPECT_TRUE(m_log.has("g_cur_treat_cmd_type:1;"));
   EXPECT_TRUE(
-      m_log.has_in_a_row({"write pcba-sn: 359881234567890", "save imei to file. channel:0; content:359881234567890;",
+      m_log.has_in_a_row({"g_cur_treat_cmd_type:1;", "handle_amt_imei_and_sn_save_file()", "amt_write_pcba_sn()",
+                          "write pcba-sn: 359881234567890", "save imei to file. channel:0; content:359881234567890;",
                           "Writed imei to file success."}));
 }
 

@@ -99,10 +99,10 @@ TEST_F(Amt1Flag, Write_0Or1_IsTheWholeFileAndFlushed) {
     EXPECT_EQ(value, 0);
     EXPECT_EQ(phone_root::read(FLAG_FILE), digit);
     EXPECT_EQ(phone_root::take_sync_calls(), 2);
-    EXPECT_EQ(m_log.texts(),
-              (std::vector<std::string>{"handle_amt_damt1_operation()",
-                                        "handle_amt_damt1_operation op_type: " + digit + ".", "write content: " + digit,
-                                        "Writed to file(/amt/power_usb_amt.txt) success.flag: " + digit + "."}));
+    EXPECT_EQ(m_log.texts(), (std::vector<std::string>{
+                                 "handle_amt_damt1_operation()", "handle_amt_damt1_operation op_type: " + digit + ".",
+                                 "amt_write_content_to_file_sync()", "write content: " + digit,
+                                 "Writed to file(/amt/power_usb_amt.txt) success.flag: " + digit + "."}));
   }
 }
 
@@ -206,7 +206,11 @@ TEST_F(Amt1Flag, Publish_FileSaysNo_IsNotPermitted) {
 TEST_F(Amt1Flag, Publish_AcSupply_IsNotPermittedWhateverTheFileSays) {
   phone_root::write(FLAG_FILE, "1");
   g_power_supply_is_ac = 1;
+  m_log.clear();
   EXPECT_EQ(published(), "1");
+  EXPECT_EQ(m_log.texts(),
+            (std::vector<std::string>{"amt_set_handshake_permission()", "do not permit to enter amt by handshake. ",
+                                      "set property(sys.vx.amt.failure.handshake) to 1."}));
   EXPECT_FALSE(m_log.contains("readed success"));
 }
 
