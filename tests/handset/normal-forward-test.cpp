@@ -238,7 +238,7 @@ TEST_F(Forward_Raw, NoFinalResultIn4096Bytes_IsAnErrorAnswerAndALine) {
   request(frame(13, ""), "AT^DTTEST=0D\r");
   answer(std::string(4096, 'x'));
   expect(result_frame(14, "01000000"));
-  expect_log(m_phone, "the modem's answer fills the record without a final result");
+  expect_log(m_phone, "LINE-1045, FUNC-read_at(), error_code=-101");
   end_with(m_phone, SIGTERM);
 }
 

@@ -199,7 +199,7 @@ TEST(AtLink, AnswerWithoutEnd_IsAnErrorAnswerAtTheEndOfTheRecord) {
   ASSERT_EQ(phone.at_end().read_exactly(9), "AT^DGSN?\r");
   ASSERT_TRUE(phone.at_end().write_all(std::string(4096, 'x')));
   EXPECT_EQ(to_hex(phone.app().read_exactly(15)), to_hex(result_frame(8, "0A000000")));
-  expect_log(phone, "the modem's answer fills the record without a final result");
+  expect_log(phone, "LINE-1045, FUNC-read_at(), error_code=-101");
 }
 
 }  // namespace

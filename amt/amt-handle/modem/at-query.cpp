@@ -48,11 +48,6 @@ std::int32_t amt_modem_send() {
 std::int32_t amt_modem_receive() {
   auto& receive = g_handle_context.m_at_receive;
   const auto room = static_cast<std::uint32_t>(receive.m_buf_a.size() - receive.m_buf_len);
-  if (room == 0) {
-    LOG_FAILURE(ERR_FAIL);
-    LOG_LINE("the modem's answer fills the record without a final result");
-    return ERR_FAIL;
-  }
   std::uint32_t count = 0;
   const std::int32_t result = read_at(receive.m_buf_a.data() + receive.m_buf_len, room, &count);
   receive.m_buf_len += count;

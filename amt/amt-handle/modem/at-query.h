@@ -28,8 +28,8 @@ void amt_modem_prepare(const char* format, ...) __attribute__((format(printf, 1,
 // Sends the command. Codes of write_at.
 std::int32_t amt_modem_send();
 
-// Reads once behind what was received. Codes of read_at; ERR_FAIL when the record is full: an answer that long has no
-// final result any more.
+// Reads once behind what was received. Codes of read_at, which refuses to read into a full record (ERR_ARGUMENT): an
+// answer that long has no final result any more.
 std::int32_t amt_modem_receive();
 
 // What was received since the command.

@@ -213,11 +213,12 @@ TEST_F(forward, CommandOneByteLonger_IsRefused) {
   EXPECT_EQ(to_modem(), "");
 }
 
-TEST_F(forward, RecordFullWithoutAFinalResult_Fails) {
+// There is no room left, and a read without room is refused.
+TEST_F(forward, RecordFullWithoutAFinalResult_GivesTheReadsCode) {
   const std::string noise(1000, 'x');
   modem_says({noise, noise, noise, noise, noise.substr(0, 96)});
-  EXPECT_EQ(stop_tx(), ERR_FAIL);
-  EXPECT_TRUE(has_failure("amt_modem_receive", ERR_FAIL, "the modem's answer fills the record without a final result"));
+  EXPECT_EQ(stop_tx(), ERR_ARGUMENT);
+  EXPECT_TRUE(has_failure("read_at", ERR_ARGUMENT, "0, 1, 0"));
   EXPECT_EQ(to_app(), "");
 }
 
