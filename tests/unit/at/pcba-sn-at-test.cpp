@@ -1,5 +1,7 @@
 #include "amt/amt-handle/pc/pcba-sn-at.h"
 
+#include <chrono>
+
 #include "tests/unit/at/phone-test.h"
 
 namespace {
@@ -21,6 +23,13 @@ TEST_F(pcba_sn_at, Write_ReplacesTheRecordAndFlushes) {
   EXPECT_EQ(read(FILE_NAME), "PCBA0001");
   EXPECT_EQ(syncs(), 2);
   EXPECT_TRUE(m_log.has_in_a_row({"write pcba-sn: PCBA0001", "Writed pcba-sn: PCBA0001."}));
+}
+
+// 50 ms in front of each of the two flushes: the answer comes only when the record is safe.
+TEST_F(pcba_sn_at, Write_IsAnsweredBehindBothPauses) {
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(send("AT^DPCBACTRL=2,PCBA0001"), OK);
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(100));
 }
 
 TEST_F(pcba_sn_at, WriteWithCarriageReturn_IsReadBackWithIt) {
