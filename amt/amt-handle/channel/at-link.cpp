@@ -29,8 +29,13 @@ constexpr std::uint32_t REOPEN_TRIES = 30;
 constexpr std::uint32_t REOPEN_PAUSE_MS = 1000;
 constexpr std::uint32_t LOG_LIMIT = 1023;
 
+// The precision that shows a text of this length: in a log line, which has an end, and on standard output.
 int printable(std::uint32_t length) {
   return static_cast<int>(std::min(length, LOG_LIMIT));
+}
+
+int whole(std::uint32_t length) {
+  return static_cast<int>(std::min(length, static_cast<std::uint32_t>(INT32_MAX)));
 }
 
 bool contains(std::string_view text, std::string_view word) {
@@ -53,6 +58,7 @@ std::int32_t write_link_status_off(int fd) {
   if (static_cast<std::size_t>(written) < LINK_STATUS_OFF.size()) {
     LOG_WARNING("write not completed: to write(%d) != written(%d)", static_cast<int>(LINK_STATUS_OFF.size()),
                 static_cast<int>(written));
+    LOG_FAILURE_OF("disable_unsolicited_code", ERR_INCOMPLETE);
     return ERR_INCOMPLETE;
   }
   return ERR_NONE;
@@ -75,6 +81,7 @@ std::int32_t read_confirmation(int fd, int index) {
   if (contains(answer, FINAL_OK)) return ERR_NONE;
   if (std::any_of(std::begin(FINAL_ERRORS), std::end(FINAL_ERRORS),
                   [&answer](std::string_view error) { return contains(answer, error); })) {
+    LOG_FAILURE_OF("disable_unsolicited_code", ERR_FAIL);
     return ERR_FAIL;
   }
   if (ready == 0) {
@@ -96,6 +103,23 @@ std::int32_t repair_link() {
 // Whether a failed transfer may be repaired: only a reset link, and only when there is a modem behind it.
 bool is_repairable(int error) {
   return error == EIO && g_no_modem == 0;
+}
+
+// A transfer that failed, of write_at or read_at: its lines. True when it is worth a repair.
+bool judge_failure(const char* function, const char* call, int error) {
+  const bool is_to_repair = is_repairable(error);
+  LOG_LINE("%s ret_val[%d]", function, is_to_repair ? ERR_SYSTEM : ERR_FAIL);
+  errno = error;
+  LOG_SYS_CALL(call);
+  if (!is_to_repair) LOG_FAILURE_OF(function, ERR_FAIL);
+  return is_to_repair;
+}
+
+// The transfer that did not go well after the repair either.
+std::int32_t fail_again(const char* function, const char* call, ssize_t count) {
+  if (count < 0) LOG_SYS_CALL(call);
+  LOG_FAILURE_OF(function, ERR_FAIL);
+  return ERR_FAIL;
 }
 
 ssize_t write_link(const char* text, std::uint32_t length) {
@@ -124,12 +148,13 @@ std::int32_t disable_unsolicited_code(int fd) {
     const std::int32_t result = read_confirmation(fd, index);
     if (result != ERR_NOT_HANDLED) return result;
   }
+  LOG_FAILURE(ERR_TIMEOUT);
   return ERR_TIMEOUT;
 }
 
 std::int32_t write_at(const char* text, std::uint32_t length) {
   LOG_ENTRY();
-  std::printf("[%s:L%d]write_at: %.*s\n", __func__, __LINE__, text == nullptr ? 0 : printable(length),
+  std::printf("[%s:L%d]write_at: %.*s\n", __func__, __LINE__, text == nullptr ? 0 : whole(length),
               text == nullptr ? "" : text);
   if (LOG_BAD_ARGUMENTS_AT(931, text == nullptr, length == 0)) return ERR_ARGUMENT;
   const ssize_t written = write_link(text, length);
@@ -141,12 +166,11 @@ std::int32_t write_at(const char* text, std::uint32_t length) {
     LOG_LINE("send ==> %.*s", printable(length), text);
     return ERR_NONE;
   }
-  const bool is_to_repair = is_repairable(error);
-  LOG_LINE("write_at ret_val[%d]", is_to_repair ? ERR_SYSTEM : ERR_FAIL);
-  if (!is_to_repair) return ERR_FAIL;
+  if (!judge_failure(__func__, "write", error)) return ERR_FAIL;
   const std::int32_t repaired = repair_link();
   if (repaired != ERR_NONE) return repaired;
-  if (write_link(text, length) != static_cast<ssize_t>(length)) return ERR_FAIL;
+  const ssize_t again = write_link(text, length);
+  if (again != static_cast<ssize_t>(length)) return fail_again(__func__, "write", again);
   LOG_LINE("send ==> %.*s", printable(length), text);
   return ERR_NONE;
 }
@@ -158,14 +182,14 @@ std::int32_t read_at(char* buffer, std::uint32_t length, std::uint32_t* read_len
   std::printf("[%s]read_at\n", __func__);
   const ssize_t count = read_link(buffer, length);
   const int error = errno;
-  const int shown = count > 0 ? printable(static_cast<std::uint32_t>(count)) : 0;
-  std::printf("[%s]read_at return:%.*s\n", __func__, shown, buffer);
-  LOG_LINE("read_at read_len_ptr[%d] buf_ptr[%.*s]", static_cast<int>(count), shown, buffer);
+  const auto shown = static_cast<std::uint32_t>(std::max(count, ssize_t{0}));
+  std::printf("[%s]read_at return:%.*s\n", __func__, whole(shown), buffer);
+  LOG_LINE("read_at read_len_ptr[%d] buf_ptr[%.*s]", static_cast<int>(count), printable(shown), buffer);
   if (count >= 0) return finish_read(buffer, count, read_length);
 
-  if (!is_repairable(error)) return ERR_FAIL;
+  if (!judge_failure(__func__, "read", error)) return ERR_FAIL;
   const std::int32_t repaired = repair_link();
   if (repaired != ERR_NONE) return repaired;
   const ssize_t again = read_link(buffer, length);
-  return again > 0 ? finish_read(buffer, again, read_length) : static_cast<std::int32_t>(ERR_FAIL);
+  return again > 0 ? finish_read(buffer, again, read_length) : fail_again(__func__, "read", again);
 }

@@ -6,9 +6,12 @@
 #include <string>
 
 #include "pub/result.h"
+#include "tests/unit/failure-line.h"
 #include "tests/unit/links.h"
 
 namespace {
+
+using testing::ElementsAre;
 
 class AtLink : public context_test {
  protected:
@@ -51,6 +54,22 @@ TEST_F(AtLink, Write_Prints_WhatItDoes) {
   EXPECT_NE(printed.find("]write_at: AT\r\n[write_at]write_at return:3\n"), std::string::npos) << printed;
 }
 
+// A radio request fills up to a whole record: only the log's lines are short, the print is not.
+TEST_F(AtLink, WriteAndRead_TextOf2000_ArePrintedWhole) {
+  const std::string text(2000, 'a');
+  char buffer[2000];
+  socket_link link;
+  set_link(g_handle_context.m_fd_at, link.service_end());
+  testing::internal::CaptureStdout();
+  write_text(text);
+  link.send(text);
+  read_at(buffer, sizeof buffer, &m_length);
+  std::fflush(stdout);
+  const std::string printed = testing::internal::GetCapturedStdout();
+  EXPECT_NE(printed.find("]write_at: " + text + "\n[write_at]write_at return:2000\n"), std::string::npos);
+  EXPECT_NE(printed.find("[read_at]read_at return:" + text + "\n"), std::string::npos);
+}
+
 TEST_F(AtLink, Write_NothingOrNull_IsRefused) {
   EXPECT_EQ(write_at(nullptr, 3), -101);
   EXPECT_TRUE(m_log.has("1, 0"));
@@ -83,8 +102,9 @@ TEST_F(AtLink, Write_TextOf2000_IsShownTo1023) {
 TEST_F(AtLink, Write_OtherErrorThanEio_FailsAtOnce) {
   set_link(g_handle_context.m_fd_at, open_full_device());
   EXPECT_EQ(write_text("AT\r"), -100);
-  EXPECT_EQ(m_log.texts(),
-            (std::vector<std::string>{"write_at()", "write_at write_len[-1]", "write_at ret_val[-100]"}));
+  EXPECT_THAT(m_log.texts(), ElementsAre("write_at()", "write_at write_len[-1]", "write_at ret_val[-100]",
+                                         "sys call: write() failed! errno = 28",
+                                         failure_line("amt/amt-handle", "write_at", -100, "28")));
 }
 
 TEST_F(AtLink, Write_ClosedLink_FailsAtOnce) {
@@ -105,7 +125,9 @@ TEST_F(AtLink, Write_ResetLink_IsReopenedSilencedAndTheTextSentAgain) {
   m_at.send("\r\nOK\r\n");
   EXPECT_EQ(write_text("AT^DMSN\r"), 0);
   EXPECT_EQ(m_at.received(), "AT^DLKS=0\rAT^DMSN\r");
-  EXPECT_TRUE(m_log.has_in_a_row({"write_at write_len[-1]", "write_at ret_val[-118]"}));
+  EXPECT_TRUE(
+      m_log.has_in_a_row({"write_at write_len[-1]", "write_at ret_val[-118]", "sys call: write() failed! errno = 5"}));
+  EXPECT_FALSE(m_log.contains("error_code="));
   EXPECT_TRUE(m_log.has("(0/30)try to open device \"" + m_at.name() + "\""));
   EXPECT_EQ(m_log.last(), "send ==> AT^DMSN\r");
 }
@@ -115,6 +137,17 @@ TEST_F(AtLink, Write_ModemRefusesTheSilencing_TextIsSentAgainAllTheSame) {
   m_at.send("\r\nERROR\r\n");
   EXPECT_EQ(write_text("AT^DMSN\r"), 0);
   EXPECT_EQ(m_at.received(), "AT^DLKS=0\rAT^DMSN\r");
+}
+
+// What was found takes neither the silencing, which does not count, nor the text, which does.
+TEST_F(AtLink, Write_FailsAgainAfterTheRepair_Fails) {
+  reset_link();
+  set_device(g_amt_cfg.m_tty_at_mux_a, "/dev/full");
+  EXPECT_EQ(write_text("AT^DMSN\r"), -100);
+  const auto texts = m_log.texts();
+  ASSERT_GE(texts.size(), 2u);
+  EXPECT_EQ(texts[texts.size() - 2], "sys call: write() failed! errno = 28");
+  EXPECT_THAT(texts.back(), failure_line("amt/amt-handle", "write_at", -100, "28"));
 }
 
 TEST_F(AtLink, Write_ModemTalksPastTheSilencing_IsATimeOut) {
@@ -178,6 +211,18 @@ TEST_F(AtLink, Read_ClosedLink_Fails) {
   set_link(g_handle_context.m_fd_at, 0);
   EXPECT_EQ(read_at(m_buffer, sizeof m_buffer, &m_length), -100);
   EXPECT_EQ(m_length, 0u);
+  EXPECT_THAT(m_log.texts(),
+              ElementsAre("read_at()", "read_at read_len_ptr[-1] buf_ptr[]", "read_at ret_val[-100]",
+                          "sys call: read() failed! errno = 9", failure_line("amt/amt-handle", "read_at", -100, "9")));
+}
+
+// The device that the reopening finds is always ready and has nothing.
+TEST_F(AtLink, Read_DeviceFoundHasNoModem_IsATimeOut) {
+  reset_link();
+  set_device(g_amt_cfg.m_tty_at_mux_a, "/dev/null");
+  EXPECT_EQ(read_at(m_buffer, sizeof m_buffer, &m_length), -113);
+  EXPECT_TRUE(m_log.has("read_at ret_val[-118]"));
+  EXPECT_THAT(m_log.last(), failure_line("amt/amt-handle", "disable_unsolicited_code", -113));
 }
 
 TEST_F(AtLink, Read_ResetLinkWithoutModem_IsNotRepaired) {
@@ -214,6 +259,7 @@ TEST_F(AtLink, Silence_EachErrorOfTheModem_Fails) {
     m_at.send(answer);
     EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), -100) << answer;
     EXPECT_EQ(m_at.received(), "AT^DLKS=0\r");
+    EXPECT_THAT(m_log.last(), failure_line("amt/amt-handle", "disable_unsolicited_code", -100));
   }
 }
 
@@ -235,6 +281,7 @@ TEST_F(AtLink, Silence_FiveAnswersWithoutAResult_IsATimeOut) {
   EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), -113);
   EXPECT_TRUE(m_log.has("(4/5)tries. buf_a: \"nnnnnnnnnnnnnnnnnn\""));
   EXPECT_FALSE(m_log.contains("(5/5)tries."));
+  EXPECT_THAT(m_log.last(), failure_line("amt/amt-handle", "disable_unsolicited_code", -113));
 }
 
 TEST_F(AtLink, Silence_NoDescriptor_IsRefused) {
@@ -256,6 +303,7 @@ TEST_F(AtLink, Silence_OnlyAPartWritten_IsIncomplete) {
   set_link(g_handle_context.m_fd_at, open_sink_with_room(4));
   EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), -119);
   EXPECT_TRUE(m_log.has_in_a_row({"WARNING !", "write not completed: to write(10) != written(4)"}));
+  EXPECT_THAT(m_log.last(), failure_line("amt/amt-handle", "disable_unsolicited_code", -119));
 }
 
 }  // namespace
