@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
 
 #include "amt/amt-handle/channel/registry.h"
@@ -203,6 +204,16 @@ TEST_F(Dispatch, HandlerThatFails_IsReportedWithTheNextId) {
   }
 }
 
+TEST_F(Dispatch, HandlerThatFails_IdentityWriteAwaitsTheModemAllTheSame) {
+  g_handler.m_result = ERR_FAIL;
+  serve(5);
+  receive(request_frame(5));
+  EXPECT_EQ(g_cur_treat_cmd_type.load(), 1);
+  serve(87);
+  receive(request_frame(87));
+  EXPECT_EQ(g_cur_treat_cmd_type.load(), 2);
+}
+
 TEST_F(Dispatch, HandlerThatFailsWithTheLinkGone_IsTheSendersResult) {
   serve(123);
   g_handler.m_result = ERR_FAIL;
@@ -305,6 +316,16 @@ TEST_F(Dispatch, ModemFailsOnAFrame_IsReportedWithTheNextId) {
   set_link(g_handle_context.m_fd_modem, open_full_device());
   EXPECT_EQ(receive(request_frame(123)), 0);
   EXPECT_EQ(m_pc.received_hex(), ERROR_124);
+}
+
+// The pause comes before the write's line in the log, and before the error frame.
+TEST_F(Dispatch, ModemThatDoesNotTakeTheBlock_IsGivenTwentyMilliseconds) {
+  for (const int modem : {open_sink_with_room(3), open_full_device()}) {
+    set_link(g_handle_context.m_fd_modem, modem);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(receive("ATI99\r"), 0);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(20));
+  }
 }
 
 class Reopen : public Dispatch {
