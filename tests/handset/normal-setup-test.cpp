@@ -30,6 +30,7 @@ TEST(Platform, WithModem_ServesTheApplication) {
   expect_answer(phone, frame(7, ""), frame(8, "EE 15 02 0000  EE 01 01 0400 00000000"));
   EXPECT_EQ(phone.log().count(NOT_OPENED), 0u);
   EXPECT_EQ(phone.log().count("register command id: "), 119u);
+  EXPECT_EQ(phone.log().count("property-amt.normal.amt.switch_status value: @##@"), 1u);  // unset
   end_with(phone, SIGTERM);
 }
 

@@ -175,6 +175,7 @@ TEST(UsbHandshake, NoEnumerationInTwentySeconds_Ends) {
   wait_serving(phone);
   expect_end(phone, PERMITTED);
   EXPECT_EQ(phone.log().count("usb enum timeout. time:20 seconds."), 1u);
+  EXPECT_EQ(phone.log().count(", timeMSec:20000. "), 1u);
 }
 
 TEST(UsbHandshake, PcSilentForFiveSeconds_Ends) {

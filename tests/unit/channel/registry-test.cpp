@@ -163,6 +163,21 @@ TEST(Registrations, PcRows_AreTheSeventeenInTheirOrder) {
   EXPECT_EQ(ids, (std::vector<int>{45, 170, 172, 185, 187, 174, 176, 178, 191, 224, 226, 236, 193, 219, 240, 91, 244}));
 }
 
+// 219 twice: what it is first given is taken over by the last row.
+TEST(Registrations, AppRows_AreTheHundredAndTwoInTheirOrder) {
+  std::vector<int> ids;
+  for (const auto& row : amt_handle_registrations()) {
+    if (row.m_link == AMT_LINK_APP) ids.push_back(row.m_request_id);
+  }
+  EXPECT_EQ(ids,
+            (std::vector<int>{1,   3,   5,   11,  13,  15,  17,  19,  21,  23,  25,  27,  39,  41,  42,  43,  47,
+                              49,  51,  53,  59,  61,  63,  67,  69,  71,  73,  75,  77,  79,  81,  83,  87,  93,
+                              95,  97,  101, 103, 105, 107, 109, 111, 113, 115, 117, 119, 121, 123, 125, 127, 129,
+                              131, 133, 135, 149, 151, 153, 155, 201, 204, 205, 207, 209, 211, 213, 219, 221, 7,
+                              9,   29,  31,  33,  35,  37,  45,  55,  57,  65,  85,  89,  91,  137, 139, 147, 170,
+                              172, 185, 174, 176, 178, 180, 228, 230, 187, 232, 99,  234, 238, 240, 195, 197, 219}));
+}
+
 TEST_F(Registry, WholeTableRegistered_WarnsOfTheOneThatIsTakenOver) {
   for (const auto& row : amt_handle_registrations()) {
     EXPECT_EQ(amt_handle_reg_handle_func(row.m_link, row.m_request_id, row.m_handler), 0);
