@@ -79,13 +79,18 @@ std::int32_t reopen_modem() {
 std::int32_t judge_modem_write(ssize_t written, int error, bool* is_modem_lost) {
   const auto& request = g_handle_context.m_request;
   if (written == static_cast<ssize_t>(request.m_buf_len)) return ERR_NONE;
-  std::int32_t result = ERR_FAIL;
-  if (written < 0 && (error == EIO || error == EBADF)) {
+  const bool is_reset = written < 0 && (error == EIO || error == EBADF);
+  if (is_reset) {
     LOG_LINE("write error 1, errno[%d]", error);
-    result = reopen_modem();
-    *is_modem_lost = result != ERR_NONE;
   } else if (written < 0) {
     LOG_LINE("write error 2, errno[%d]", error);
+  }
+  errno = error;
+  LOG_FAILURE_OF("handle_amt_pc_req", ERR_FAIL);
+  std::int32_t result = ERR_FAIL;
+  if (is_reset) {
+    result = reopen_modem();
+    *is_modem_lost = result != ERR_NONE;
   }
   pub_util_sleep_ms(FAILED_WRITE_PAUSE_MS);
   return result;

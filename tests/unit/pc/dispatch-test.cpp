@@ -300,6 +300,7 @@ TEST_F(Dispatch, ModemTakesOnlyAPart_IsReportedAndNotRetried) {
   EXPECT_EQ(m_pc.received_hex(), ERROR_0);
   EXPECT_EQ(m_log.count("write to modem: : (data_len = 3) -- 415449"), 1u);
   EXPECT_FALSE(m_log.contains("write error"));
+  EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-handle", "handle_amt_pc_req", -100)).Times(1));
 }
 
 TEST_F(Dispatch, ModemFailsOtherwise_IsReported) {
@@ -308,6 +309,8 @@ TEST_F(Dispatch, ModemFailsOtherwise_IsReported) {
   EXPECT_EQ(receive("ATI\r"), 0);
   EXPECT_EQ(m_pc.received_hex(), ERROR_0);
   EXPECT_TRUE(m_log.has("write error 2, errno[28]"));
+  EXPECT_THAT(m_log.texts(),
+              testing::Contains(failure_line("amt/amt-handle", "handle_amt_pc_req", -100, "28")).Times(1));
   EXPECT_TRUE(m_log.has("write to modem: : (data_len = -1) -- "));
   EXPECT_EQ(g_handle_context.m_fd_modem, fd);
 }
@@ -350,6 +353,7 @@ TEST_F(Reopen, ResetModem_IsOpenedAnewAndTheBlockIsLost) {
   EXPECT_EQ(fcntl(fd, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
   EXPECT_EQ(m_fresh.received() + m_pc.received(), "");
   EXPECT_TRUE(m_log.has("write error 1, errno[5]"));
+  EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-handle", "handle_amt_pc_req", -100, "5")));
   EXPECT_TRUE(m_log.has("(0/60)try to open device \"" + m_fresh.name() + "\""));
   EXPECT_TRUE(m_log.has_in_a_row({reopened_line(), "write to modem: : (data_len = -1) -- "}));
 
