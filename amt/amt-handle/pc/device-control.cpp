@@ -1,5 +1,6 @@
-// Each command is answered OK or ERROR; only one that lacks its first field gives ERR_FAIL instead, and the dispatcher
-// answers it with its error frame. A sequence that fails half-way is left as it is: the station stops what it started.
+// Each command is answered OK or ERROR; only one that lacks its first field gives ERR_ARGUMENT instead, and the
+// dispatcher answers it with its error frame. A sequence that fails half-way is left as it is: the station stops what
+// it started.
 #include "amt/amt-handle/pc/device-control.h"
 
 #include <algorithm>
@@ -34,9 +35,10 @@ std::int32_t reply(std::int32_t result) {
 }
 
 // The value of the next comma field; none, logged, when there is no further field.
-std::optional<std::int32_t> take_value(std::string_view& rest, const char* name) {
+std::optional<std::int32_t> take_value(const char* function, std::string_view& rest, const char* name) {
   const auto field = handle_amt_next_field(rest);
   if (field) return handle_amt_field_value(*field);
+  LOG_FAILURE_OF(function, ERR_ARGUMENT);
   LOG_LINE("%s is null!!!", name);
   return std::nullopt;
 }
@@ -90,7 +92,7 @@ std::int32_t start_and_read_gps(const char* function, std::string_view rest) {
   if (amt_device_call_hwt(start, [] { return hwt_gpsCtrl(1, 0, nullptr, nullptr); }) != ERR_NONE) {
     return handle_amt_reply_error();
   }
-  const auto index = take_value(rest, "index");
+  const auto index = take_value(function, rest, "index");
   if (!index) return handle_amt_reply_error();
 
   int svid = 0;
@@ -105,8 +107,8 @@ std::int32_t start_and_read_gps(const char* function, std::string_view rest) {
 
 std::int32_t handle_amt_device_gps_ctrl(const char*, std::string_view rest) {
   log_command(__func__);
-  const auto flag = take_value(rest, "flag");
-  if (!flag) return ERR_FAIL;
+  const auto flag = take_value(__func__, rest, "flag");
+  if (!flag) return ERR_ARGUMENT;
   LOG_LINE("getted flag:%d.", *flag);
   if (*flag == STOP) {
     return reply(amt_device_call_hwt(AMT_HWT_STEP("GPS-stop", "hwt_gpsCtrl"),
@@ -128,10 +130,10 @@ std::int32_t stop_wifi(const char* function) {
 
 std::int32_t start_tx(const char* function, std::string_view rest) {
   if (start_wifi(function) != ERR_NONE) return ERR_FAIL;
-  const auto channel_value = take_value(rest, "channel");
-  const auto rate_value = channel_value ? take_value(rest, "rate") : std::nullopt;
-  const auto power_value = rate_value ? take_value(rest, "power") : std::nullopt;
-  if (!power_value) return ERR_FAIL;
+  const auto channel_value = take_value(function, rest, "channel");
+  const auto rate_value = channel_value ? take_value(function, rest, "rate") : std::nullopt;
+  const auto power_value = rate_value ? take_value(function, rest, "power") : std::nullopt;
+  if (!power_value) return ERR_ARGUMENT;
 
   const auto channel = static_cast<std::uint8_t>(*channel_value);
   const auto rate = static_cast<std::uint16_t>(*rate_value);
@@ -150,9 +152,9 @@ std::int32_t stop_tx(const char* function) {
 
 std::int32_t start_rx(const char* function, std::string_view rest) {
   if (start_wifi(function) != ERR_NONE) return ERR_FAIL;
-  const auto channel_value = take_value(rest, "channel");
-  const auto rate_value = channel_value ? take_value(rest, "rate") : std::nullopt;
-  if (!rate_value) return ERR_FAIL;
+  const auto channel_value = take_value(function, rest, "channel");
+  const auto rate_value = channel_value ? take_value(function, rest, "rate") : std::nullopt;
+  if (!rate_value) return ERR_ARGUMENT;
 
   const auto channel = static_cast<std::uint8_t>(*channel_value);
   const auto rate = static_cast<std::uint16_t>(*rate_value);
@@ -177,8 +179,8 @@ std::int32_t stop_rx(const char* function) {
 
 std::int32_t handle_amt_device_wifi_tx_ctrl(const char*, std::string_view rest) {
   log_command(__func__);
-  const auto control = take_value(rest, "control");
-  if (!control) return ERR_FAIL;
+  const auto control = take_value(__func__, rest, "control");
+  if (!control) return ERR_ARGUMENT;
   LOG_LINE("getted control:%d.", *control);
   if (*control == START) return reply(start_tx(__func__, rest));
   if (*control == STOP) return reply(stop_tx(__func__));
@@ -187,8 +189,8 @@ std::int32_t handle_amt_device_wifi_tx_ctrl(const char*, std::string_view rest) 
 
 std::int32_t handle_amt_device_wifi_rx_ctrl(const char*, std::string_view rest) {
   log_command(__func__);
-  const auto control = take_value(rest, "control");
-  if (!control) return ERR_FAIL;
+  const auto control = take_value(__func__, rest, "control");
+  if (!control) return ERR_ARGUMENT;
   LOG_LINE("getted control:%d.", *control);
   if (*control == START) return reply(start_rx(__func__, rest));
   if (*control == STOP) return reply(stop_rx(__func__));
