@@ -80,6 +80,7 @@ bool is_nothing_received(const char* function) {
 }  // namespace
 
 const char* get_bt_addr_file() {
+  LOG_ENTRY();
   for (const char* path : {BT_FILE, SECOND_BT_FILE}) {
     if (access(path, F_OK) == 0) return path;
   }
