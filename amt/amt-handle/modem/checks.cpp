@@ -81,11 +81,12 @@ std::int32_t amt_dtoc_checkSIM(std::uint8_t link, amt_message_st* request, amt_m
   const std::int32_t refusal = AMT_CHECK_MODEM_REQUEST(link, request, response);
   if (refusal != ERR_NONE) return refusal;
   amt_modem_prepare("AT^DTOC\r");
-  if (amt_modem_exchange(amt_log_answer_as(__func__)) != ERR_NONE) {
+  const bool is_answered = amt_modem_exchange(amt_log_answer_as(__func__)) == ERR_NONE;
+  const auto type = is_answered ? find_sim_type(amt_modem_answer()) : std::nullopt;
+  if (!type) {
+    LOG_FAILURE(ERR_FAIL);
     return send_failure(link, response, SIM_RESPONSE_ID);
   }
-  const auto type = find_sim_type(amt_modem_answer());
-  if (!type) return send_failure(link, response, SIM_RESPONSE_ID);
   const bool is_known = *type == 1 || *type == 2;
   amt_handle_start_rsp(response, SIM_RESPONSE_ID);
   amt_frame_add_flag(&response->m_buf_a, ATOM_SIM, is_known ? 1 : 0);
@@ -97,7 +98,10 @@ std::int32_t amt_modem_handle_read_outdate(std::uint8_t link, amt_message_st* re
   const std::int32_t refusal = AMT_CHECK_MODEM_REQUEST(link, request, response);
   if (refusal != ERR_NONE) return refusal;
   const auto date = query_date();
-  if (!date) return send_failure(link, response, DATE_RESPONSE_ID);
+  if (!date) {
+    LOG_FAILURE(ERR_FAIL);
+    return send_failure(link, response, DATE_RESPONSE_ID);
+  }
   amt_handle_start_rsp(response, DATE_RESPONSE_ID);
   amt_frame_add_string(&response->m_buf_a, ATOM_DATE, date->data());
   return amt_handle_finish_rsp(link, response);

@@ -100,7 +100,10 @@ std::int32_t forward_answer(std::uint8_t link, amt_message_st* response, bool* i
   if (result != ERR_NONE) return result;
   result = forward_line(link, response);
   if (amt_modem_answer().find(OK) != std::string_view::npos) return result;
-  if (amt_answer_is_error(amt_modem_answer())) return ERR_FAIL;
+  if (amt_answer_is_error(amt_modem_answer())) {
+    LOG_FAILURE_OF("amt_modem_handle_req", ERR_FAIL);
+    return ERR_FAIL;
+  }
   *is_final = false;
   return result;
 }

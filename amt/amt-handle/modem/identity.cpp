@@ -19,14 +19,15 @@ constexpr std::uint8_t ATOM_BOARD = 38;
 constexpr std::uint8_t ATOM_SERIAL = 163;
 
 struct identity_st {
+  const char* m_handler;
   const char* m_query;
   std::string_view m_prefix;
   std::uint8_t m_response_id;
 };
 
-constexpr identity_st IMEI{"AT^DGSN?\r", "\r\n^DGSN: ", 8};
-constexpr identity_st BOARD{"AT^DMSN\r", "\r\n^DMSN:", 86};
-constexpr identity_st SERIAL{"AT^DMSN\r", "\r\n^DMSN:", 235};
+constexpr identity_st IMEI{"amt_modem_handle_read_imei", "AT^DGSN?\r", "\r\n^DGSN: ", 8};
+constexpr identity_st BOARD{"amt_modem_handle_read_board", "AT^DMSN\r", "\r\n^DMSN:", 86};
+constexpr identity_st SERIAL{"amt_read_serial_number", "AT^DMSN\r", "\r\n^DMSN:", 235};
 
 // A value, zero-terminated.
 struct value_st {
@@ -48,6 +49,7 @@ std::optional<value_st> read_identity(const identity_st& identity, AfterRead aft
 }
 
 std::int32_t send_failure(const identity_st& identity, std::uint8_t link, amt_message_st* response) {
+  LOG_FAILURE_OF(identity.m_handler, ERR_FAIL);
   return amt_handle_send_rsp_err(link, response, identity.m_response_id, AMT_ERROR_MODEM);
 }
 

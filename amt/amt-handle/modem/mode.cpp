@@ -120,7 +120,11 @@ std::int32_t amt_handle_normal_to_amt(std::uint8_t link, amt_message_st* request
   if (refusal != ERR_NONE) return refusal;
   const auto mode = static_cast<std::int32_t>(amt_frame_get_int(&request->m_buf_a, ATOM_MODE));
   LOG_LINE("amt_handle_normal_to_amt amt_mode:%d", mode);
-  if (switch_modem(mode) != ERR_NONE) return send_failure(link, response, MODE_RESPONSE_ID);
+  const std::int32_t switched = switch_modem(mode);
+  if (switched != ERR_NONE) {
+    LOG_FAILURE(switched);
+    return send_failure(link, response, MODE_RESPONSE_ID);
+  }
 
   // The order matters: the restarted service finds the switch set, and the application has its answer before USB and
   // this process go.
@@ -136,7 +140,10 @@ std::int32_t amt_query_amt_support(std::uint8_t link, amt_message_st* request, a
   const std::int32_t refusal = AMT_CHECK_MODEM_REQUEST(link, request, response);
   if (refusal != ERR_NONE) return refusal;
   const auto technology = query_radio_technology();
-  if (!technology) return send_failure(link, response, SUPPORT_RESPONSE_ID);
+  if (!technology) {
+    LOG_FAILURE(ERR_FAIL);
+    return send_failure(link, response, SUPPORT_RESPONSE_ID);
+  }
   LOG_LINE("getted nstandby0_rat:%d.", *technology);
   amt_handle_start_rsp(response, SUPPORT_RESPONSE_ID);
   amt_frame_add_int(&response->m_buf_a, ATOM_RADIO_TECHNOLOGY, static_cast<std::uint32_t>(*technology));
@@ -182,7 +189,10 @@ std::int32_t amt_handle_damt1_cmd(std::uint8_t link, amt_message_st* request, am
   std::int32_t flag = 0;
   const std::int32_t result = handle_amt_damt1_operation(operation, &flag);
   LOG_LINE("amt_handle_damt1_cmd op_type:%d; flag:%d; ret_val:%d.", operation, flag, result);
-  if (result != ERR_NONE) return send_failure(link, response, DAMT1_RESPONSE_ID);
+  if (result != ERR_NONE) {
+    LOG_FAILURE(result);
+    return send_failure(link, response, DAMT1_RESPONSE_ID);
+  }
   amt_handle_start_rsp(response, DAMT1_RESPONSE_ID);
   amt_frame_add_int(&response->m_buf_a, ATOM_FLAG, static_cast<std::uint32_t>(flag));
   return amt_handle_finish_rsp(link, response);

@@ -144,8 +144,9 @@ std::int32_t amt_modem_write_test_result(std::uint8_t link, amt_message_st* requ
   const char* name = __func__;
   const std::int32_t code = amt_modem_exchange(
       [name](std::int32_t read_code, std::string_view answer) { log_read(name, read_code, answer); }, judge_write);
-  return code == ERR_NONE ? send_ok(link, response, WRITE_RESPONSE_ID)
-                          : send_failure(link, response, WRITE_RESPONSE_ID);
+  if (code == ERR_NONE) return send_ok(link, response, WRITE_RESPONSE_ID);
+  LOG_FAILURE(code);
+  return send_failure(link, response, WRITE_RESPONSE_ID);
 }
 
 std::int32_t amt_modem_read_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
@@ -153,7 +154,11 @@ std::int32_t amt_modem_read_test_result(std::uint8_t link, amt_message_st* reque
   const std::int32_t refusal = AMT_CHECK_MODEM_REQUEST(link, request, response);
   if (refusal != ERR_NONE) return refusal;
   read_result_st known{get_number(request, ATOM_STATION)};
-  if (query_station(known) != ERR_NONE) return send_failure(link, response, READ_RESPONSE_ID);
+  const std::int32_t code = query_station(known);
+  if (code != ERR_NONE) {
+    LOG_FAILURE(code);
+    return send_failure(link, response, READ_RESPONSE_ID);
+  }
   record_read_result(__func__, known.m_station, known.m_result);
 
   amt_handle_start_rsp(response, READ_RESPONSE_ID);
@@ -172,6 +177,7 @@ std::int32_t amt_item_write_test_result(std::uint8_t link, amt_message_st* reque
   const auto index = static_cast<std::int32_t>(static_cast<std::uint32_t>(station) - 1);
   if (saveProductTestItem(index, result) != ERR_NONE) {
     std::printf("[%s:L%d] write fail station_num: %d, station_result: %d\n", __func__, __LINE__, station, result);
+    LOG_FAILURE(ERR_INCOMPLETE);
     LOG_LINE("amt_item_write_test_result write_item ret_val[%d]", ERR_INCOMPLETE);
     return send_failure(link, response, ITEM_WRITE_RESPONSE_ID);
   }
@@ -186,6 +192,7 @@ std::int32_t amt_item_read_test_result(std::uint8_t link, amt_message_st* reques
   const std::int32_t value = readProductTestItem(station);
   LOG_LINE("amt_item_read_test_result station_num[%d] station_result[%d]", station, value);
   if (value < 0 || value >= ITEM_VALUES) {
+    LOG_FAILURE(ERR_NOT_HANDLED);
     LOG_LINE("amt_item_read_test_result read_item ret_val[%d]", ERR_NOT_HANDLED);
     return send_failure(link, response, ITEM_READ_RESPONSE_ID);
   }

@@ -59,6 +59,7 @@ TEST_P(sim_failure, OfTheModem_IsAnsweredWithAnErrorResponse) {
   modem_says({GetParam().m_answer});
   EXPECT_EQ(run(amt_dtoc_checkSIM, CHECK_SIM), ERR_NONE);
   EXPECT_EQ(to_app(), SIM_FAILURE);
+  EXPECT_TRUE(has_trace("amt_dtoc_checkSIM", ERR_FAIL));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -101,6 +102,7 @@ TEST_P(date_failure, OfTheModem_IsAnsweredWithAnErrorResponse) {
   modem_says({GetParam().m_answer});
   EXPECT_EQ(run(amt_modem_handle_read_outdate, READ_DATE), ERR_NONE);
   EXPECT_EQ(to_app(), DATE_FAILURE);
+  EXPECT_TRUE(has_trace("amt_modem_handle_read_outdate", ERR_FAIL));
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, date_failure,

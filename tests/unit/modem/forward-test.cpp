@@ -115,6 +115,7 @@ class forward_error : public forward, public testing::WithParamInterface<error_r
 TEST_P(forward_error, OfTheModem_FailsBehindWhatCameBefore) {
   modem_says({GetParam().m_answer});
   EXPECT_EQ(stop_tx(), ERR_FAIL);
+  EXPECT_TRUE(has_trace("amt_modem_handle_req", ERR_FAIL));
   EXPECT_EQ(to_app(), GetParam().m_response);
 }
 

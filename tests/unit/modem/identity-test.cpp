@@ -83,12 +83,15 @@ TEST_P(identity_failure, OfEachRead_IsAnsweredWithAnErrorResponse) {
   modem_says({GetParam().m_answer});
   EXPECT_EQ(run(amt_modem_handle_read_board, READ_BOARD), ERR_NONE);
   EXPECT_EQ(to_app(), BOARD_FAILURE);
+  EXPECT_TRUE(has_trace("amt_modem_handle_read_board", ERR_FAIL));
   modem_says({GetParam().m_answer});
   EXPECT_EQ(run(amt_read_serial_number, READ_SERIAL), ERR_NONE);
   EXPECT_EQ(to_app(), SERIAL_FAILURE);
+  EXPECT_TRUE(has_trace("amt_read_serial_number", ERR_FAIL));
   modem_says({GetParam().m_answer});
   EXPECT_EQ(run(amt_modem_handle_read_imei, READ_IMEI), ERR_NONE);
   EXPECT_EQ(to_app(), IMEI_FAILURE);
+  EXPECT_TRUE(has_trace("amt_modem_handle_read_imei", ERR_FAIL));
 }
 
 INSTANTIATE_TEST_SUITE_P(

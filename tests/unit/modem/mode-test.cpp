@@ -38,6 +38,7 @@ TEST_P(support_failure, OfTheModem_IsAnsweredWithAnErrorResponse) {
   modem_says({GetParam().m_answer});
   EXPECT_EQ(run(amt_query_amt_support, QUERY_SUPPORT), ERR_NONE);
   EXPECT_EQ(to_app(), SUPPORT_FAILURE);
+  EXPECT_TRUE(has_trace("amt_query_amt_support", ERR_FAIL));
   EXPECT_TRUE(GetParam().m_line == nullptr || m_log.has(GetParam().m_line));
 }
 

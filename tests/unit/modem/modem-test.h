@@ -61,6 +61,16 @@ class modem_test : public context_test {
     return testing::AssertionFailure() << "in " << testing::PrintToString(texts);
   }
 
+  // Whether the error-trace line of a handler is there.
+  testing::AssertionResult has_trace(const std::string& function, std::int32_t code) const {
+    const testing::Matcher<const std::string&> trace = failure_line("amt/amt-handle", function, code);
+    const auto texts = m_log.texts();
+    for (const auto& text : texts) {
+      if (trace.Matches(text)) return testing::AssertionSuccess();
+    }
+    return testing::AssertionFailure() << "in " << testing::PrintToString(texts);
+  }
+
   // What every modem-backed handler refuses, without a word to anybody.
   void expect_refusals(amt_handle_func handler, const std::string& name) {
     auto& request = g_handle_context.m_request;

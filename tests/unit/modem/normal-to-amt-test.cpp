@@ -88,6 +88,7 @@ TEST_F(normal_to_amt, BandRefused_NothingElseIsSentOrSet) {
   EXPECT_EQ(run(amt_handle_normal_to_amt, TO_AMT_4), ERR_NONE);
   EXPECT_EQ(to_modem(), "AT^DMPCHN=0\r");
   EXPECT_EQ(to_app(), TO_AMT_FAILURE);
+  EXPECT_TRUE(has_trace("amt_handle_normal_to_amt", ERR_FAIL));
   EXPECT_EQ(phone_root::get_property(SWITCH_PROPERTY), "");
   EXPECT_EQ(g_ends, 0);
 }
@@ -96,6 +97,7 @@ TEST_F(normal_to_amt, ModeRefused_NothingIsSetOrEnded) {
   modem_says({"\r\nOK\r\n", "\r\n+CME ERROR: 3\r\n"});
   EXPECT_EQ(run(amt_handle_normal_to_amt, TO_AMT_4), ERR_NONE);
   EXPECT_EQ(to_app(), TO_AMT_FAILURE);
+  EXPECT_TRUE(has_trace("amt_handle_normal_to_amt", ERR_FAIL));
   EXPECT_EQ(phone_root::get_property(SWITCH_PROPERTY), "");
   EXPECT_EQ(phone_root::get_property("ctl.stop"), "");
   EXPECT_EQ(g_ends, 0);
@@ -134,6 +136,7 @@ TEST_F(app_amt1_flag, UnknownOperation_IsAnsweredWithAnErrorResponse) {
   EXPECT_EQ(run(amt_handle_damt1_cmd, "0F 00 BB DB 09 00 EE C0 01 04 00 03 00 00 00"), ERR_NONE);
   EXPECT_EQ(to_app(), "0F 00 BB DC 09 00 EE 01 01 04 00 0A 00 00 00");
   EXPECT_TRUE(m_log.has("amt_handle_damt1_cmd op_type:3; flag:0; ret_val:-101."));
+  EXPECT_TRUE(has_trace("amt_handle_damt1_cmd", ERR_ARGUMENT));
 }
 
 TEST_F(app_amt1_flag, BadArgumentsAndNoModem_AreRefused) {

@@ -96,6 +96,7 @@ TEST_F(station_write, ErrorOfTheModem_IsAnsweredWithAnErrorResponse) {
     EXPECT_EQ(run(amt_modem_write_test_result, WRITE_3_1), ERR_NONE);
     EXPECT_EQ(to_app(), WRITE_FAILURE);
     EXPECT_TRUE(m_log.has("amt_modem_write_test_result\tret_val[-100]"));
+    EXPECT_TRUE(has_trace("amt_modem_write_test_result", ERR_FAIL));
     m_log.clear();
   }
 }
@@ -192,6 +193,7 @@ TEST_F(station_read, ErrorOfTheModem_IsAnsweredWithAnErrorResponse) {
   EXPECT_EQ(run(amt_modem_read_test_result, READ_7), ERR_NONE);
   EXPECT_EQ(to_app(), READ_FAILURE);
   EXPECT_TRUE(m_log.has("amt_modem_read_test_result ret_val[-100] station_num[5] station_result[1]"));
+  EXPECT_TRUE(has_trace("amt_modem_read_test_result", ERR_FAIL));
   EXPECT_EQ(phone_root::read(RESULT_FILE).substr(0, 14), "0\n0\n0\n0\n0\n0\n0\n");
 }
 
@@ -246,7 +248,8 @@ TEST_F(items, WriteBehindTheLast_IsAnsweredWithAnErrorResponse) {
   EXPECT_THAT(testing::internal::GetCapturedStdout(),
               testing::MatchesRegex("\\[.*:L[0-9]+\\] write fail station_num: 37, station_result: 1\n"));
   EXPECT_EQ(to_app(), "0F 00 BB E7 09 00 EE 01 01 04 00 0A 00 00 00");
-  EXPECT_TRUE(m_log.has("amt_item_write_test_result write_item ret_val[-119]"));
+  EXPECT_TRUE(
+      has_failure("amt_item_write_test_result", ERR_INCOMPLETE, "amt_item_write_test_result write_item ret_val[-119]"));
 }
 
 TEST_F(items, Read_GivesTheStationItself) {
@@ -260,7 +263,8 @@ TEST_F(items, Read_GivesTheStationItself) {
 TEST_F(items, ReadOfThreeOrMore_IsAnsweredWithAnErrorResponse) {
   EXPECT_EQ(run(amt_item_read_test_result, "0F 00 BB E4 09 00 EE 27 01 04 00 03 00 00 00"), ERR_NONE);
   EXPECT_EQ(to_app(), "0F 00 BB E5 09 00 EE 01 01 04 00 0A 00 00 00");
-  EXPECT_TRUE(m_log.has("amt_item_read_test_result read_item ret_val[-104]"));
+  EXPECT_TRUE(
+      has_failure("amt_item_read_test_result", ERR_NOT_HANDLED, "amt_item_read_test_result read_item ret_val[-104]"));
 }
 
 TEST_F(items, ReadThatFails_IsAnsweredWithAnErrorResponse) {
