@@ -25,9 +25,9 @@ enum item_code_en : std::int32_t {
   ITEM_REFUSED = -3,     // no such item, or it was not written
 };
 
-void log_failure(const char* function, const char* what, const char* path) {
+void log_failure(const char* function, const char* what, const char* path, std::int32_t code = ERR_WRITE) {
   const int error = errno;
-  LOG_FAILURE_OF(function, ERR_WRITE);
+  LOG_FAILURE_OF(function, code);
   if (path != nullptr) {
     LOG_LINE("%s(%s) failure. errorr: %d - %s", what, path, error, std::strerror(error));
   } else {
@@ -86,6 +86,7 @@ std::int32_t provide_product_file() {
   if (access(AMT_PRODUCT_FILE, F_OK) == 0) return ERR_NONE;
   log_failure("readProductTestItem", "access file", AMT_PRODUCT_FILE);
   if (initTestFile(AMT_PRODUCT_FILE, AMT_PRODUCT_ITEMS) == ERR_NONE) return ERR_NONE;
+  LOG_FAILURE_OF("readProductTestItem", ITEM_UNWRITABLE);
   LOG_LINE("initTestFile fail: init result file error\n");
   return ITEM_UNWRITABLE;
 }
@@ -141,7 +142,7 @@ std::int32_t updateTestItem(const char* path, std::int32_t index, std::int32_t r
     if (is_done) {
       LOG_LINE("write item [%d], result= %s\n", index, digit);
     } else {
-      log_failure("updateTestItem", "write file", path);
+      log_failure("updateTestItem", "write file", path, ITEM_UNWRITABLE);
     }
   });
   return is_written ? std::int32_t{ERR_NONE} : ITEM_UNWRITABLE;

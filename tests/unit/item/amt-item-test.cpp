@@ -7,6 +7,7 @@
 #include <climits>
 #include <filesystem>
 
+#include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
 #include "tests/unit/phone-root.h"
 
@@ -121,6 +122,7 @@ TEST_F(item_file, UpdateOfAMissingFile_DoesNotMakeIt) {
 
 TEST_F(item_file, UpdateOfAFullSystem_Fails) {
   EXPECT_EQ(updateTestItem("/dev/full", 0, 1), -2);
+  EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-item", "updateTestItem", -2, "28")));
 }
 
 class item_save : public item {};
@@ -215,6 +217,7 @@ TEST_F(item_read, FileThatCannotBeMade_Fails) {
   std::filesystem::create_symlink("/amt/no/file", PRODUCT_FILE);
   EXPECT_EQ(readProductTestItem(0), -2);
   EXPECT_TRUE(m_log.has("initTestFile fail: init result file error\n"));
+  EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-item", "readProductTestItem", -2)));
 }
 
 TEST_F(item_read, FileThatCannotBeOpened_Fails) {
