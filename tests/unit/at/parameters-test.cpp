@@ -100,6 +100,15 @@ TEST_F(at_parameter, OutCount_IsTheCutLength) {
   EXPECT_EQ(length, 20u);
 }
 
+TEST_F(at_parameter, ZeroByteWithoutCarriageReturn_DataCountsToItsEnd) {
+  using namespace std::string_literals;
+  std::uint32_t length = 99;
+  char out[AMT_PARAMETER_LIMIT] = {};
+  set_message(g_handle_context.m_request, "AT^DMSN=SN1\0XY"s);
+  EXPECT_EQ(handle_amt_get_at_para(PREFIX, out, &length), 0);
+  EXPECT_EQ(std::string(out, length), "SN1\0XY"s);
+}
+
 struct missing_row {
   const char* m_name;
   const char* m_text;

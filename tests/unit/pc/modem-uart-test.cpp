@@ -1,12 +1,15 @@
 // A modem behind a real UART: its device's name says so, and its line speed is set.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
+#include <thread>
 
 #include "amt/amt-handle/channel/modem-link.h"
 #include "amt/amt-handle/pc/dispatch.h"
 #include "tests/unit/links.h"
 #include "tests/unit/phone-root.h"
+#include "tests/unit/wait-for.h"
 
 namespace {
 
@@ -44,6 +47,21 @@ TEST_F(ModemUart, Reopened_GetsTheSpeedOfFrames) {
   EXPECT_EQ(handle_amt_pc_req(), 0);
   EXPECT_EQ(speed(), static_cast<speed_t>(B460800));
   EXPECT_TRUE(m_log.has("convert speed 460800 -> B460800"));
+}
+
+TEST_F(ModemUart, AwayForAMoment_IsTriedAgainAfterASecond) {
+  phone_root::remove(UART);
+  std::thread return_of_the_modem([this] {
+    EXPECT_TRUE(wait_for([this] { return m_log.contains("open device \"/dev/ttyS77\" fail: 2"); }));
+    std::filesystem::create_symlink(m_line.name(), UART);
+  });
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(handle_amt_pc_req(), 0);
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1000));
+  return_of_the_modem.join();
+  EXPECT_TRUE(m_log.has("(1/60)try to open device \"/dev/ttyS77\""));
+  EXPECT_FALSE(m_log.contains("(2/60)"));
+  EXPECT_EQ(m_pc.received(), "");
 }
 
 TEST_F(ModemUart, NotReopened_KeepsItsSpeed) {
