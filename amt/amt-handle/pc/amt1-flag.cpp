@@ -91,8 +91,9 @@ std::int32_t handle_amt_not_permit_handshake_at() {
   if (!rest) return ERR_NOT_HANDLED;
   const auto field = handle_amt_next_field(*rest);
   if (!field) {
+    LOG_FAILURE(ERR_ARGUMENT);
     LOG_LINE("type is null!!!");
-    return ERR_FAIL;
+    return ERR_ARGUMENT;
   }
   const std::int32_t type = handle_amt_field_value(*field);
   std::int32_t value = 0;

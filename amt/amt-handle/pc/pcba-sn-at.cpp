@@ -32,8 +32,9 @@ std::int32_t read_serial() {
 std::int32_t write_serial(std::string_view rest) {
   const auto field = handle_amt_next_field(rest);
   if (!field) {
+    LOG_FAILURE_OF(LINK, ERR_ARGUMENT);
     LOG_LINE("pcba-sn is null!!!");
-    return ERR_FAIL;
+    return ERR_ARGUMENT;
   }
   char serial[AMT_PCBA_SN_SIZE] = {};
   if (field->size() > sizeof serial - 1) return reply_failure("pcba-sn is too long.");
@@ -51,8 +52,9 @@ std::int32_t handle_amt_pcba_sn_at() {
   if (!rest) return ERR_NOT_HANDLED;
   const auto field = handle_amt_next_field(*rest);
   if (!field) {
+    LOG_FAILURE(ERR_ARGUMENT);
     LOG_LINE("type is null!!!");
-    return ERR_FAIL;
+    return ERR_ARGUMENT;
   }
   const auto type = static_cast<std::uint8_t>(handle_amt_field_value(*field));
   if (type == TYPE_READ) return read_serial();

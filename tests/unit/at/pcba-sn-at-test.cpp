@@ -125,14 +125,14 @@ TEST_F(pcba_sn_at, TypeOfMoreThanEightBits_IsCut) {
 
 TEST_F(pcba_sn_at, NoType_IsAnsweredByTheErrorFrame) {
   EXPECT_EQ(send_for_hex("AT^DPCBACTRL="), ERROR_FRAME);
-  EXPECT_TRUE(m_log.has("type is null!!!"));
+  EXPECT_TRUE(has_failure("handle_amt_pcba_sn_at", -101, "type is null!!!"));
 }
 
 TEST_F(pcba_sn_at, NoSerialNumber_IsAnsweredByTheErrorFrame) {
   write(FILE_NAME, "OLD");
   EXPECT_EQ(send_for_hex("AT^DPCBACTRL=2"), ERROR_FRAME);
   EXPECT_EQ(send_for_hex("AT^DPCBACTRL=2,,"), ERROR_FRAME);
-  EXPECT_TRUE(m_log.has("pcba-sn is null!!!"));
+  EXPECT_TRUE(has_failure("handle_amt_pcba_sn_at", -101, "pcba-sn is null!!!"));
   EXPECT_EQ(read(FILE_NAME), "OLD");
 }
 

@@ -268,8 +268,11 @@ TEST_F(Amt1Flag, Command_WithoutType_FailsGenericallyAndAnswersNothing) {
   for (const char* text : {"AT^DAMT1=", "AT^DAMT1=,,,"}) {
     set_message(g_handle_context.m_request, text);
     m_log.clear();
-    EXPECT_EQ(handle_amt_not_permit_handshake_at(), -100) << text;
-    EXPECT_TRUE(m_log.has("type is null!!!"));
+    EXPECT_EQ(handle_amt_not_permit_handshake_at(), -101) << text;
+    const auto lines = m_log.texts();
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_THAT(lines[1], failure_line("amt/amt-handle", "handle_amt_not_permit_handshake_at", -101));
+    EXPECT_EQ(lines[2], "type is null!!!");
   }
   EXPECT_EQ(m_pc.received(), "");
 }
