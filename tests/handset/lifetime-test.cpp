@@ -11,6 +11,8 @@ TEST(Lifetime, SigTerm_WhileServing_TearsDownOnceAndExits0) {
   end_with(phone, SIGTERM);
   EXPECT_EQ(phone.log().count("receive signal: 15 - SIGTERM"), 1u);
   EXPECT_EQ(phone.log().count("pub_util_kill_thread()"), 3u);  // the three workers
+  EXPECT_EQ(phone.log().count("delete timer.timerId:0."), 2u);
+  EXPECT_EQ(phone.log().count("deleteTimer success, timerId[-1]"), 2u);
 }
 
 TEST(Lifetime, SigUsr2_WhileServing_TearsDownOnceAndExits0) {

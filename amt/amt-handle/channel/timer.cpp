@@ -10,8 +10,8 @@
 #include "amt/amt-handle/channel/log-module.h"
 #include "pub/result.h"
 
-amt_timer_st g_usbEnumTimer;
-amt_timer_st g_handShakeTimer;
+amt_timer_st g_usbEnumTimer{.m_id{AMT_TIMER_NOT_SET_UP}};
+amt_timer_st g_handShakeTimer{.m_id{AMT_TIMER_NOT_SET_UP}};
 
 namespace {
 
@@ -46,6 +46,11 @@ timer_t to_id(std::int64_t handle) {
 
 int printable(std::int64_t handle) {
   return static_cast<int>(handle);
+}
+
+// A timer that another process has made: there is none here.
+void forget(amt_timer_st& timer) {
+  if (timer.m_id != AMT_TIMER_NOT_SET_UP) timer.m_id = AMT_NO_TIMER;
 }
 
 }  // namespace
@@ -87,13 +92,14 @@ void amt_timer_set(amt_timer_st& timer, std::int32_t milliseconds) {
 bool amt_timer_delete(amt_timer_st& timer) {
   const timer_lock_guard guard;
   const std::int64_t handle = timer.m_id;
+  const bool is_timer = handle != AMT_NO_TIMER && handle != AMT_TIMER_NOT_SET_UP;
   if (handle != AMT_NO_TIMER) {
     LOG_LINE("delete timer.timerId:%d.", printable(handle));
-    timer_delete(to_id(handle));
+    if (is_timer) timer_delete(to_id(handle));
     timer.m_id = AMT_NO_TIMER;
   }
   LOG_LINE("deleteTimer success, timerId[%d]", printable(timer.m_id));
-  return handle != AMT_NO_TIMER && !timer.m_is_expired;
+  return is_timer && !timer.m_is_expired;
 }
 
 bool amt_timer_expire(amt_timer_st& timer) {
@@ -105,6 +111,6 @@ bool amt_timer_expire(amt_timer_st& timer) {
 
 void amt_timer_become_child() {
   new (&g_timer_lock) std::binary_semaphore(1);
-  g_usbEnumTimer.m_id = AMT_NO_TIMER;
-  g_handShakeTimer.m_id = AMT_NO_TIMER;
+  forget(g_usbEnumTimer);
+  forget(g_handShakeTimer);
 }

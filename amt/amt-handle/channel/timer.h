@@ -6,8 +6,11 @@
 #include <cstdint>
 
 inline constexpr std::int64_t AMT_NO_TIMER = -1;
+// What the service's two timers hold until a -u start has set them to "none", and for good in any other start: no timer
+// either, but its deletion in the tear-down is told like that of one. The system gives no such handle.
+inline constexpr std::int64_t AMT_TIMER_NOT_SET_UP = 0;
 
-// -1 = no timer. Any other value, negative ones included, is the system's.
+// -1 = no timer. Any other value but 0, negative ones included, is the system's.
 struct amt_timer_st {
   std::atomic<std::int64_t> m_id{AMT_NO_TIMER};
   bool m_is_expired = false;  // under the timer lock

@@ -162,6 +162,16 @@ TEST_F(Timer, Delete_OfNone_OnlyLogs) {
             (std::vector<std::string>{"deleteTimer success, timerId[-1]", "deleteTimer success, timerId[-1]"}));
 }
 
+// What the tear-down of a start without -u finds in both.
+TEST_F(Timer, Delete_OfOneThatWasNeverSetUp_IsToldAndDeletesNothing) {
+  const std::ptrdiff_t before = timers_of_the_system();
+  m_timer.m_id = 0;
+  EXPECT_FALSE(amt_timer_delete(m_timer));
+  EXPECT_EQ(m_timer.m_id, -1);
+  EXPECT_EQ(timers_of_the_system(), before);
+  EXPECT_EQ(m_log.texts(), (std::vector<std::string>{"delete timer.timerId:0.", "deleteTimer success, timerId[-1]"}));
+}
+
 TEST_F(Timer, Expiry_RunsTheActionOnceWithItsValue) {
   amt_timer_create(m_timer, note_expiry);
   amt_timer_set(m_timer, 1);
