@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdio>
 #include <string>
 
@@ -297,6 +298,21 @@ TEST_F(AtLink, Silence_HungUpLink_IsASystemFailure) {
   m_at.hang_up();
   EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), -118);
   EXPECT_TRUE(m_log.contains("FUNC-disable_unsolicited_code(), error_code=-118, errno=5"));
+}
+
+// Waits its five seconds.
+TEST_F(AtLink, Silence_LinkThatTakesNothing_IsATimeOut) {
+  socket_link link;
+  set_link(g_handle_context.m_fd_at, link.service_end());
+  fcntl(link.service_end(), F_SETFL, O_NONBLOCK);
+  while (write(link.service_end(), "x", 1) == 1) {
+  }
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(disable_unsolicited_code(link.service_end()), -113);
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+  EXPECT_THAT(m_log.texts(), ElementsAre("disable_unsolicited_code()",
+                                         failure_line("amt/amt-handle", "disable_unsolicited_code", -113),
+                                         "wait 5 seconds to write time out"));
 }
 
 TEST_F(AtLink, Silence_OnlyAPartWritten_IsIncomplete) {
