@@ -10,18 +10,8 @@ namespace {
 
 constexpr bool UNSTEADY = false;
 
-// Not here: 170, which doubles the service, and 236, which ends it.
-constexpr frame_row PC_ROWS[] = {
-    {45, "19:i=1"},
-    {45, "19:i=16"},
-    {45, "19:i=17"},
-    {45, "19:i=18"},
-    {45, "19:i=19"},
-    {45, "19:i=20"},
-    {45, "19:i=32"},
-    {45, "19:i=64"},
-    {91, "39:i=1# 36:i=1", pace::RECORD},
-    {91, "39:i=# 36:i=2 37:s=text", pace::RECORD},
+// Requests of both links. Not here: 170, which doubles the service.
+constexpr frame_row COMMON_ROWS[] = {
     {172, "110:i=2 111:s=11:22:33:44:55:##", pace::RECORD, UNSTEADY},
     {172, "110:i=1", pace::FAST, UNSTEADY},
     {172, "110:i=3"},
@@ -41,6 +31,21 @@ constexpr frame_row PC_ROWS[] = {
     {187, "154:b=05 155:b=0# 156:b=0600", pace::SHELL, UNSTEADY},
     {187, "154:b=06", pace::SHELL, UNSTEADY},
     {187, "154:b=02", pace::SHELL},
+    {240, ""},
+};
+
+// Not here: 236, which ends the service.
+constexpr frame_row PC_OWN_ROWS[] = {
+    {45, "19:i=1"},
+    {45, "19:i=16"},
+    {45, "19:i=17"},
+    {45, "19:i=18"},
+    {45, "19:i=19"},
+    {45, "19:i=20"},
+    {45, "19:i=32"},
+    {45, "19:i=64"},
+    {91, "39:i=1# 36:i=1", pace::RECORD},
+    {91, "39:i=# 36:i=2 37:s=text", pace::RECORD},
     {191, "160:i=1 162:i=8 161:s=SN######", pace::RECORD, UNSTEADY},
     {191, "160:i=0", pace::FAST, UNSTEADY},
     {193, "190:b=02 191:s=PCBA-######", pace::RECORD, UNSTEADY},
@@ -48,12 +53,11 @@ constexpr frame_row PC_ROWS[] = {
     {219, "", pace::RECORD, UNSTEADY},
     {224, "", pace::SHELL},
     {226, "146:i=## 147:i=-## 148:i=### 149:i=0", pace::RECORD, UNSTEADY},
-    {240, ""},
     {244, ""},
 };
 
-// Not here: 170 again, and 195, which ends the service.
-constexpr frame_row APP_ROWS[] = {
+// Not here: 195, which ends the service.
+constexpr frame_row APP_OWN_ROWS[] = {
     {1, "8:i=#"},
     {3, "8:i=# 9:b=0102"},
     {5, "21:s=86012345678901#"},
@@ -139,27 +143,8 @@ constexpr frame_row APP_ROWS[] = {
     {151, "62:b=######"},
     {153, ""},
     {155, ""},
-    {172, "110:i=2 111:s=11:22:33:44:55:##", pace::RECORD, UNSTEADY},
-    {172, "110:i=1", pace::FAST, UNSTEADY},
-    {172, "110:i=3"},
-    {172, "110:i=10"},
-    {172, "110:i=11"},
-    {174, "140:i=0"},
-    {174, "140:i=2"},
-    {174, "140:i=1"},
-    {176, ""},
-    {178, "141:i=#"},
     {180, "112:i=1"},
     {180, "112:i=2"},
-    {185, "152:i=1 153:s=aa:bb:cc:dd:ee:##", pace::RECORD, UNSTEADY},
-    {185, "152:i=0", pace::FAST, UNSTEADY},
-    {185, "152:i=2"},
-    {187, "154:b=01", pace::SHELL},
-    {187, "154:b=03 155:b=0# 156:b=2602 157:b=1###", pace::SHELL, UNSTEADY},
-    {187, "154:b=04", pace::SHELL, UNSTEADY},
-    {187, "154:b=05 155:b=0# 156:b=0600", pace::SHELL, UNSTEADY},
-    {187, "154:b=06", pace::SHELL, UNSTEADY},
-    {187, "154:b=02", pace::SHELL},
     {197, ""},
     {201, "1:i=#"},
     {204, "1:i=#"},
@@ -179,8 +164,19 @@ constexpr frame_row APP_ROWS[] = {
     {232, "159:i=1#", pace::SHELL},  // goes out without its line end: the modem waits for more
     {234, "", pace::FAST, UNSTEADY},
     {238, ""},
-    {240, ""},
 };
+
+template <std::size_t First, std::size_t Second>
+constexpr std::array<frame_row, First + Second> join(const frame_row (&first)[First],
+                                                     const frame_row (&second)[Second]) {
+  std::array<frame_row, First + Second> all{};
+  std::copy_n(first, First, all.begin());
+  std::copy_n(second, Second, all.begin() + First);
+  return all;
+}
+
+constexpr auto PC_ROWS = join(PC_OWN_ROWS, COMMON_ROWS);
+constexpr auto APP_ROWS = join(APP_OWN_ROWS, COMMON_ROWS);
 
 constexpr auto SERVICE = answered_by::SERVICE;
 constexpr auto MODEM = answered_by::MODEM;
