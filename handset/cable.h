@@ -22,9 +22,10 @@ class cable {
   void disconnect();
   // What a station says waits until the phone's end is connected, instead of being lost.
   void hold_station() { m_outside.hold_input(true); }
+  bool has_station() const { return !m_outside.hung_up(); }
 
   // Called when a station has closed its terminal, and when the phone's side was closed. At the start no station is
-  // there: that counts as having left.
+  // there: unless its words are held, that counts as having left.
   void on_station_left(std::function<void()> action) { m_on_station_left = std::move(action); }
   void on_phone_left(std::function<void()> action) { m_inside.on_hangup(std::move(action)); }
 
