@@ -130,9 +130,14 @@ void hardware::set_adc(std::string_view text) {
   write_whole_file(at(ADC), std::string(text) + "\n");
 }
 
+// Where the file's own content lies, failing or not.
+fs::path hardware::content(const fs::path& path) const {
+  const auto fault = m_faults.find(path);
+  return fault != m_faults.end() && fault->second == file_fault::io ? aside(at(path)) : at(path);
+}
+
 std::string hardware::text(const fs::path& path) const {
-  const fs::path place = m_faults.contains(path) && m_faults.at(path) == file_fault::io ? aside(at(path)) : at(path);
-  std::ifstream stream(place, std::ios::binary);
+  std::ifstream stream(content(path), std::ios::binary);
   return first_line(std::string(std::istreambuf_iterator<char>(stream), {}));
 }
 
@@ -152,7 +157,7 @@ std::string hardware::vibrator() const {
   struct stat status {};
   timespec now{};
   const long pulse = std::atol(text(VIBRATOR).c_str());
-  if (::stat(at(VIBRATOR).c_str(), &status) != 0 || ::clock_gettime(CLOCK_REALTIME, &now) != 0) return "gone";
+  if (::stat(content(VIBRATOR).c_str(), &status) != 0 || ::clock_gettime(CLOCK_REALTIME, &now) != 0) return "gone";
   const long age = (now.tv_sec - status.st_mtim.tv_sec) * 1000 + (now.tv_nsec - status.st_mtim.tv_nsec) / 1'000'000;
   return pulse > age ? std::to_string(pulse - std::max(age, 0L)) + " ms to go" : "still";
 }

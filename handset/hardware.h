@@ -44,6 +44,7 @@ class hardware {
 
  private:
   std::filesystem::path at(const std::filesystem::path& path) const { return m_root / path.relative_path(); }
+  std::filesystem::path content(const std::filesystem::path& path) const;
   std::string text(const std::filesystem::path& path) const;
   std::map<std::string, int> numbers(const std::filesystem::path& path, char separator) const;
   std::string vibrator() const;

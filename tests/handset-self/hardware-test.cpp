@@ -87,6 +87,15 @@ TEST(Hardware_Vibrator, Pulse_RunsDownByItself) {
   while (phone.parts().state("vibrator") != "still") ASSERT_LT(std::chrono::steady_clock::now(), deadline);
 }
 
+TEST(Hardware_Vibrator, FailingInUse_TellsOfThePulseBefore) {
+  phone phone;
+  phone.write_file(VIBRATOR, "3600000");
+  std::filesystem::last_write_time(phone.host_path(VIBRATOR),
+                                   std::filesystem::file_time_type::clock::now() - std::chrono::hours(2));
+  phone.parts().fail(VIBRATOR, file_fault::io);
+  EXPECT_EQ(phone.parts().state("vibrator"), "still");
+}
+
 TEST(Hardware_Player, Started_PlaysInTheBackgroundUntilKilled) {
   phone phone;
   EXPECT_EQ(phone.parts().state("sound"), "silent");
