@@ -7,9 +7,9 @@
 #include <cstring>
 
 #include "amt/amt-cfg.h"
-#include "amt/amt-handle/channel/init.h"
-#include "amt/amt-handle/channel/lifetime.h"
-#include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/context/state.h"
+#include "amt/amt-handle/life/lifetime.h"
+#include "amt/amt-handle/service/init.h"
 #include "platform/log.h"
 #include "pub/log.h"
 #include "pub/result.h"

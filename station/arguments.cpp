@@ -7,7 +7,7 @@
 #include <charconv>
 #include <vector>
 
-#include "amt/amt-handle/channel/command-names.h"
+#include "amt/amt-convert/command-names.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 // Request 33: flag 15 starts the player (any value but 0) or stops it. The player puts itself into the background; its
 // pid file is how a later stop finds it.

@@ -9,9 +9,9 @@
 #include "amt/amt-device/log-module.h"
 #include "amt/amt-device/misc-library.h"
 #include "amt/amt-device/shell.h"
-#include "amt/amt-handle/channel/registry.h"
-#include "amt/amt-handle/channel/response.h"
-#include "amt/amt-handle/pc/record.h"
+#include "amt/amt-handle/context/registry.h"
+#include "amt/amt-handle/context/response.h"
+#include "amt/amt-record/record.h"
 #include "pub/result.h"
 #include "pub/util/io.h"
 

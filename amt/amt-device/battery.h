@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 enum amt_charge_mode_en : std::int32_t {
   AMT_CHARGE_NOT_VALID = 0,  // or any other value: the supply cannot be told yet

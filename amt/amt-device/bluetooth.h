@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 // Request 170, Bluetooth on. The process forks: the parent answers at once, while the child waits for the hardware and
 // answers a second time. Both go on as services afterwards, two readers of the same links; on purpose, stations send

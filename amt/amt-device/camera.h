@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 // Requests 139 and 147 select the main and the second camera. ERR_FAIL for any other id.
 std::int32_t amt_device_camera(std::uint8_t link, amt_message_st* request, amt_message_st* response);

@@ -4,8 +4,8 @@
 
 #include "amt/amt-device/device.h"
 #include "amt/amt-device/log-module.h"
-#include "amt/amt-handle/channel/registry.h"
-#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/context/registry.h"
+#include "amt/amt-handle/context/response.h"
 #include "pub/result.h"
 #include "pub/util/device.h"
 #include "pub/util/io.h"

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 // Request 137 of the test application: answered with the card's capacity in KB in atom 55, 0 when there is no card.
 std::int32_t amt_device_tf_card(std::uint8_t link, amt_message_st* request, amt_message_st* response);

@@ -3,8 +3,8 @@
 #include "amt/amt-device/device.h"
 #include "amt/amt-device/log-module.h"
 #include "amt/amt-device/misc-library.h"
-#include "amt/amt-handle/channel/registry.h"
-#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/context/registry.h"
+#include "amt/amt-handle/context/response.h"
 #include "pub/result.h"
 
 namespace {

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 // Request 238 of the test application: answered with the library's text in atom 200. The library's own result when it
 // is not 0; ERR_SYSTEM when it cannot be used.

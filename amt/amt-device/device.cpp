@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "amt/amt-device/log-module.h"
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-handle/context/response.h"
 #include "pub/result.h"
 #include "pub/util/io.h"
 

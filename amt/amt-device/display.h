@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-handle/context/state.h"
 
 // The LCD brightness that the phone had before the first brightness request; -1 while it could not be read.
 extern relaxed<std::int32_t> g_src_lcd_brightness;

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 // 0; the board library's own result when it refuses; ERR_SYSTEM when the library cannot be used.
 std::int32_t amt_make_ue_enter_idle();

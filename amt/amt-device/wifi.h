@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-handle/context/state.h"
 
 // Request 185. Atom 152: 0 reads the address into atom 153, 1 writes it from there, 2 checks the connectivity.
 std::int32_t amt_device_wifi_address(std::uint8_t link, amt_message_st* request, amt_message_st* response);

@@ -13,7 +13,7 @@
 
 #include "amt/amt-convert/at-data.h"
 #include "amt/amt-convert/wrap.h"
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 #include "amt/amt-handle/pc/at-chain.h"
 #include "amt/amt-screen/banner-data.h"
 #include "amt/amt-screen/screen.h"

@@ -2,8 +2,8 @@
 // modem gets the text.
 #include <algorithm>
 
+#include "amt/amt-handle/context/parameters.h"
 #include "amt/amt-handle/pc/at-chain.h"
-#include "amt/amt-handle/pc/parameters.h"
 #include "pub/result.h"
 #include "tests/fuzz/phone.h"
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <memory>
 
+#include "amt/amt-handle/context/parameters.h"
 #include "amt/amt-handle/pc/capture.h"
 #include "amt/amt-handle/pc/dispatch.h"
-#include "amt/amt-handle/pc/parameters.h"
 #include "pub/result.h"
 #include "tests/fuzz/phone.h"
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "amt/amt-device/wifi.h"
-#include "amt/amt-handle/channel/registrations.h"
+#include "amt/amt-handle/service/registrations.h"
 #include "pub/result.h"
 #include "tests/fuzz/phone.h"
 

@@ -2,7 +2,7 @@
 // application gets whole frames.
 #include <algorithm>
 
-#include "amt/amt-handle/channel/at-link.h"
+#include "amt/amt-handle/modem/at-link.h"
 #include "pub/result.h"
 #include "tests/fuzz/phone.h"
 

@@ -4,8 +4,8 @@
 
 #include "amt/amt-handle/pc/amt1-flag.h"
 #include "amt/amt-handle/pc/pcba-sn.h"
-#include "amt/amt-item.h"
-#include "amt/amt-wifi.h"
+#include "amt/amt-record/item.h"
+#include "amt/amt-record/wifi-address.h"
 #include "pub/result.h"
 #include "pub/util/device.h"
 #include "pub/util/process.h"

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "amt/amt-handle/channel/usb-monitor.h"
+#include "amt/amt-handle/service/usb-monitor.h"
 #include "tests/fuzz/fuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

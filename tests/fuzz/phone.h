@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 #include "tests/fuzz/fuzz.h"
 
 enum fuzz_fault_en : std::uint8_t {

@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <map>
 
-#include "amt/amt-handle/channel/registrations.h"
+#include "amt/amt-handle/service/registrations.h"
 #include "tests/handset/app-phone.h"
 #include "tests/soak/app-link.h"
 #include "tests/soak/facts.h"

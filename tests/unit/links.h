@@ -18,9 +18,9 @@
 #include <string_view>
 
 #include "amt/amt-cfg.h"
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/channel/state.h"
-#include "amt/amt-handle/channel/usb-monitor.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-handle/context/state.h"
+#include "amt/amt-handle/service/usb-monitor.h"
 #include "tests/unit/log-capture.h"
 
 // "AA BB 0D" from bytes.

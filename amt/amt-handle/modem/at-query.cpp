@@ -4,9 +4,9 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "amt/amt-handle/channel/at-link.h"
-#include "amt/amt-handle/channel/registry.h"
-#include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/context/registry.h"
+#include "amt/amt-handle/context/state.h"
+#include "amt/amt-handle/modem/at-link.h"
 #include "pub/util/io.h"
 
 namespace {

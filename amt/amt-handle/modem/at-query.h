@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-handle/context/log-module.h"
 #include "amt/amt-handle/modem/answer.h"
 #include "pub/result.h"
 

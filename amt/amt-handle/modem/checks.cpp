@@ -6,10 +6,10 @@
 #include <cstdio>
 #include <optional>
 
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/parameters.h"
+#include "amt/amt-handle/context/response.h"
 #include "amt/amt-handle/modem/at-query.h"
-#include "amt/amt-handle/pc/parameters.h"
 #include "pub/result.h"
 #include "pub/util/io.h"
 

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 // APP request 99: whether the modem finds a SIM of a known type. The answer has no result atom: on purpose.
 std::int32_t amt_dtoc_checkSIM(std::uint8_t link, amt_message_st* request, amt_message_st* response);

@@ -5,8 +5,8 @@
 
 #include "amt/amt-convert/amt-convert.h"
 #include "amt/amt-convert/at-data.h"
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/response.h"
 #include "amt/amt-handle/modem/answer.h"
 #include "amt/amt-handle/modem/at-query.h"
 #include "pub/result.h"

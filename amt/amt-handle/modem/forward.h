@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 // Sends the request as "AT^DTTEST=<AT data in hexadecimal>\r" and turns each "\r\n^DTTEST: <AT data>\r\n" of the answer
 // into a response, until the final result. 0; ERR_ARGUMENT; ERR_NO_MODEM; ERR_FAIL when the request cannot be

@@ -4,8 +4,8 @@
 #include <optional>
 #include <span>
 
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/response.h"
 #include "amt/amt-handle/modem/at-query.h"
 #include "pub/result.h"
 

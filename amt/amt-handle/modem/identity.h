@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 // APP requests 7, 85 and 234. Whatever goes wrong with the modem is answered with an error response; nothing is sent
 // for a bad request (ERR_ARGUMENT) or without a modem (ERR_NO_MODEM).

@@ -8,13 +8,13 @@
 #include <cstring>
 #include <optional>
 
-#include "amt/amt-handle/channel/at-link.h"
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/registry.h"
-#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/parameters.h"
+#include "amt/amt-handle/context/registry.h"
+#include "amt/amt-handle/context/response.h"
+#include "amt/amt-handle/modem/at-link.h"
 #include "amt/amt-handle/modem/at-query.h"
 #include "amt/amt-handle/pc/amt1-flag.h"
-#include "amt/amt-handle/pc/parameters.h"
 #include "platform/property.h"
 #include "pub/result.h"
 #include "pub/util/io.h"

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 // APP request 195: puts the modem into factory test, answers, and then ends the service, which init starts anew in that
 // mode. A failure of the modem is answered with an error response, and nothing ends.

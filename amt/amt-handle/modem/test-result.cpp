@@ -4,11 +4,11 @@
 #include <cstdio>
 #include <string_view>
 
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/registry.h"
-#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/registry.h"
+#include "amt/amt-handle/context/response.h"
 #include "amt/amt-handle/modem/at-query.h"
-#include "amt/amt-item.h"
+#include "amt/amt-record/item.h"
 #include "pub/result.h"
 
 namespace {

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 // APP requests 91 and 89: the modem's store and the station result file. A failure of the modem is answered with an
 // error response; one of the file is only logged. Nothing is sent for a bad request or without a modem.

@@ -5,9 +5,9 @@
 #include <optional>
 #include <string_view>
 
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/registry.h"
-#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/registry.h"
+#include "amt/amt-handle/context/response.h"
 #include "amt/amt-handle/modem/at-query.h"
 #include "amt/amt-handle/pc/software-version.h"
 #include "pub/result.h"

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 // The name of a module code, "(undefined)" for an unknown one.
 const char* amt_get_module_name(std::uint32_t module);

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 inline constexpr char AMT_ADB_SERIAL_FILE[] = "/amt/usb_serial";
 

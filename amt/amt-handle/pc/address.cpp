@@ -7,12 +7,12 @@
 #include <string>
 #include <string_view>
 
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/parameters.h"
 #include "amt/amt-handle/pc/at-reply.h"
-#include "amt/amt-handle/pc/parameters.h"
-#include "amt/amt-handle/pc/record.h"
-#include "amt/amt-wifi.h"
+#include "amt/amt-record/record.h"
+#include "amt/amt-record/wifi-address.h"
 #include "pub/result.h"
 #include "pub/util/io.h"
 

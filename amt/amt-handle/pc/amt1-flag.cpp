@@ -3,13 +3,13 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/registry.h"
-#include "amt/amt-handle/channel/response.h"
-#include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/parameters.h"
+#include "amt/amt-handle/context/registry.h"
+#include "amt/amt-handle/context/response.h"
+#include "amt/amt-handle/context/state.h"
 #include "amt/amt-handle/pc/at-reply.h"
-#include "amt/amt-handle/pc/parameters.h"
 #include "platform/property.h"
 #include "pub/result.h"
 

@@ -4,8 +4,8 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/pc/record.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-record/record.h"
 
 inline constexpr char AMT_FLAG_FILE[] = "/amt/power_usb_amt.txt";
 

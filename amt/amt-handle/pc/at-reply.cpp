@@ -4,8 +4,8 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-handle/context/response.h"
 
 std::int32_t handle_amt_reply_ok() {
   return amt_handle_send_at_rsp(&g_handle_context.m_response, "\r\nOK\r\n");

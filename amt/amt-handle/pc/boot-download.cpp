@@ -1,11 +1,11 @@
 #include "amt/amt-handle/pc/boot-download.h"
 
 #include "amt/amt-device/battery.h"
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/registry.h"
-#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/parameters.h"
+#include "amt/amt-handle/context/registry.h"
+#include "amt/amt-handle/context/response.h"
 #include "amt/amt-handle/pc/at-reply.h"
-#include "amt/amt-handle/pc/parameters.h"
 #include "pub/result.h"
 
 namespace {

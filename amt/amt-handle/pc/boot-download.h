@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 // AT chain link of "AT^DBOOTDLFIN".
 std::int32_t handle_amt_boot_dl_fin_read_at();

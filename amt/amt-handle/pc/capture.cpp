@@ -4,11 +4,11 @@
 #include <string_view>
 
 #include "amt/amt-convert/amt-convert.h"
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/parameters.h"
+#include "amt/amt-handle/context/state.h"
 #include "amt/amt-handle/pc/handover.h"
-#include "amt/amt-handle/pc/parameters.h"
 #include "amt/amt-handle/pc/pcba-sn.h"
 #include "pub/result.h"
 

@@ -8,10 +8,10 @@
 #include <string_view>
 
 #include "amt/amt-device/hwt-call.h"
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/parameters.h"
+#include "amt/amt-handle/context/state.h"
 #include "amt/amt-handle/pc/at-reply.h"
-#include "amt/amt-handle/pc/parameters.h"
 #include "platform/hwt.h"
 #include "pub/result.h"
 

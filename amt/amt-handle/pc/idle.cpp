@@ -1,9 +1,9 @@
 #include "amt/amt-handle/pc/idle.h"
 
 #include "amt/amt-device/idle.h"
-#include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/parameters.h"
 #include "amt/amt-handle/pc/at-reply.h"
-#include "amt/amt-handle/pc/parameters.h"
 #include "pub/result.h"
 
 std::int32_t handle_amt_enter_idle_at() {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <string_view>
 
-#include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/parameters.h"
 #include "amt/amt-handle/pc/at-reply.h"
-#include "amt/amt-handle/pc/parameters.h"
 #include "amt/amt-handle/pc/pcba-sn.h"
 #include "pub/result.h"
 

@@ -2,10 +2,10 @@
 
 #include <cstring>
 
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/registry.h"
-#include "amt/amt-handle/channel/response.h"
-#include "amt/amt-handle/pc/record.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/registry.h"
+#include "amt/amt-handle/context/response.h"
+#include "amt/amt-record/record.h"
 #include "pub/result.h"
 
 namespace {

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 inline constexpr char AMT_PCBA_SN_FILE[] = "/amt/sn-2.txt";
 inline constexpr std::uint32_t AMT_PCBA_SN_SIZE = 30;  // 29 characters and the terminator

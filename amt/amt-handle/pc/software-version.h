@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 inline constexpr std::uint32_t AMT_VERSION_TEXT_SIZE = 100;  // room that get_ap_sw_version needs
 

@@ -1,5 +1,5 @@
 // The reader of the APP link.
-#include "amt/amt-handle/channel/app-link.h"
+#include "amt/amt-handle/service/app-link.h"
 
 #include <sys/socket.h>
 
@@ -7,8 +7,8 @@
 #include <filesystem>
 #include <vector>
 
-#include "amt/amt-handle/channel/registry.h"
-#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/context/registry.h"
+#include "amt/amt-handle/context/response.h"
 #include "pub/result.h"
 #include "pub/util/thread.h"
 #include "tests/unit/app/application.h"

@@ -1,9 +1,9 @@
 // Bringing up the links to the test application and the modem.
-#include "amt/amt-handle/channel/platform-setup.h"
+#include "amt/amt-handle/service/platform-setup.h"
 
 #include <filesystem>
 
-#include "amt/amt-handle/channel/lifetime.h"
+#include "amt/amt-handle/life/lifetime.h"
 #include "pub/result.h"
 #include "pub/util/io.h"
 #include "tests/unit/app/application.h"

@@ -1,4 +1,4 @@
-#include "amt/amt-handle/pc/parameters.h"
+#include "amt/amt-handle/context/parameters.h"
 
 #include "tests/unit/at/at-test.h"
 #include "tests/unit/failure-line.h"

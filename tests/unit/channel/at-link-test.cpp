@@ -1,4 +1,4 @@
-#include "amt/amt-handle/channel/at-link.h"
+#include "amt/amt-handle/modem/at-link.h"
 
 #include <gtest/gtest.h>
 

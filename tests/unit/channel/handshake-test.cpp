@@ -1,8 +1,8 @@
-#include "amt/amt-handle/channel/handshake.h"
+#include "amt/amt-handle/service/handshake.h"
 
 #include <gtest/gtest.h>
 
-#include "amt/amt-handle/channel/timer.h"
+#include "amt/amt-handle/life/timer.h"
 #include "tests/unit/links.h"
 #include "tests/unit/phone-root.h"
 

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-#include "amt/amt-handle/channel/init.h"
+#include "amt/amt-handle/service/init.h"
 #include "tests/unit/log-capture.h"
 #include "tests/unit/phone-root.h"
 

@@ -1,5 +1,5 @@
 // The reader of the modem data link. Its end is the end of the process: it runs in a child, which tells its log.
-#include "amt/amt-handle/channel/modem-link.h"
+#include "amt/amt-handle/service/modem-link.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

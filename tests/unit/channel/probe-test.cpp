@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "amt/amt-handle/channel/pc-link.h"
+#include "amt/amt-handle/service/pc-link.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "amt/amt-handle/channel/registry.h"
+#include "amt/amt-handle/context/registry.h"
 
 #include <gtest/gtest.h>
 
@@ -7,11 +7,11 @@
 #include <utility>
 #include <vector>
 
-#include "amt/amt-handle/channel/command-names.h"
-#include "amt/amt-handle/channel/registrations.h"
+#include "amt/amt-convert/command-names.h"
 #include "amt/amt-handle/modem/forward.h"
 #include "amt/amt-handle/modem/mode.h"
 #include "amt/amt-handle/modem/version.h"
+#include "amt/amt-handle/service/registrations.h"
 #include "pub/result.h"
 #include "tests/unit/links.h"
 

@@ -1,8 +1,8 @@
-#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/context/response.h"
 
 #include <gtest/gtest.h>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 #include "pub/result.h"
 #include "tests/unit/links.h"
 

@@ -1,4 +1,4 @@
-#include "amt/amt-handle/channel/timer.h"
+#include "amt/amt-handle/life/timer.h"
 
 #include <gtest/gtest.h>
 #include <time.h>

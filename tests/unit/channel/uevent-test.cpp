@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "amt/amt-handle/channel/usb-monitor.h"
+#include "amt/amt-handle/service/usb-monitor.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <future>
 
-#include "amt/amt-handle/channel/registry.h"
+#include "amt/amt-handle/context/registry.h"
 #include "amt/amt-handle/pc/dispatch.h"
 #include "tests/unit/device-tests/device-test.h"
 

@@ -12,7 +12,7 @@
 #include "amt/amt-device/display.h"
 #include "amt/amt-device/misc-library.h"
 #include "amt/amt-device/wifi.h"
-#include "amt/amt-handle/channel/registrations.h"
+#include "amt/amt-handle/service/registrations.h"
 #include "pub/result.h"
 #include "tests/unit/at/hwt-fake.h"
 #include "tests/unit/device-tests/outside-calls.h"

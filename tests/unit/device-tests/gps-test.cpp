@@ -1,4 +1,5 @@
-#include "amt/amt-gps.h"
+#include "amt/amt-device/gps.h"
+
 #include "tests/unit/device-tests/device-test.h"
 
 namespace {

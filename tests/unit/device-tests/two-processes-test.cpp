@@ -9,8 +9,8 @@
 #include <csignal>
 #include <thread>
 
-#include "amt/amt-handle/channel/lifetime.h"
-#include "amt/amt-handle/channel/timer.h"
+#include "amt/amt-handle/life/lifetime.h"
+#include "amt/amt-handle/life/timer.h"
 #include "pub/log.h"
 #include "pub/pty/pty.h"
 #include "pub/util/io.h"

@@ -59,7 +59,7 @@ TEST(AtCommandsDocument, EachCommandFromThePc_IsThere) {
 // There the line end goes without saying.
 TEST(AtCommandsDocument, EachCommandForTheModem_IsThere) {
   const auto all = documented(document());
-  for (const char* folder : {"amt/amt-handle/modem", "amt/amt-handle/channel"}) {
+  for (const char* folder : {"amt/amt-handle/modem", "amt/amt-handle/service"}) {
     for (const auto& command : commands_in(folder)) {
       EXPECT_TRUE(is_documented(all, std::regex_replace(command, std::regex("␍"), ""))) << command;
     }

@@ -1,7 +1,7 @@
 // docs/protocol.md against the code: which requests there are, and the example of the checksum.
 #include "amt/amt-convert/wrap.h"
-#include "amt/amt-handle/channel/registrations.h"
 #include "amt/amt-handle/modem/forward.h"
+#include "amt/amt-handle/service/registrations.h"
 #include "tests/unit/docs/text.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <map>
 
-#include "amt/amt-handle/channel/registrations.h"
+#include "amt/amt-handle/service/registrations.h"
 #include "tests/unit/docs/text.h"
 
 namespace {
@@ -15,7 +15,7 @@ struct row_st {
 
 // The rows as they are written, since a pointer has no name.
 std::vector<row_st> written_rows() {
-  const auto source = project_text("amt/amt-handle/channel/registrations.cpp");
+  const auto source = project_text("amt/amt-handle/service/registrations.cpp");
   std::vector<row_st> result;
   for (const auto& row : matches(source, "\\{AMT_LINK_(?:PC|APP), ([0-9]+, [a-z0-9_A-Z]+)\\}")) {
     result.push_back({std::stoi(row), row.substr(row.find(' ') + 1)});
@@ -24,7 +24,7 @@ std::vector<row_st> written_rows() {
 }
 
 std::set<int> forwarded_ids() {
-  const auto source = project_text("amt/amt-handle/channel/registrations.cpp");
+  const auto source = project_text("amt/amt-handle/service/registrations.cpp");
   return numbers(between(source, "FORWARDED_IDS[] = {", "}"));
 }
 

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 #include "pub/result.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/links.h"

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "amt/amt-handle/channel/registry.h"
+#include "amt/amt-handle/context/registry.h"
 #include "amt/amt-handle/pc/dispatch.h"
 #include "tests/unit/device/board.h"
 #include "tests/unit/failure-line.h"

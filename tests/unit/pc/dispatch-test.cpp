@@ -5,8 +5,8 @@
 #include <chrono>
 #include <string>
 
-#include "amt/amt-handle/channel/registry.h"
-#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/context/registry.h"
+#include "amt/amt-handle/context/response.h"
 #include "amt/amt-handle/modem/version.h"
 #include "pub/result.h"
 #include "tests/unit/failure-line.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "amt/amt-handle/pc/parameters.h"
+#include "amt/amt-handle/context/parameters.h"
 #include "tests/unit/links.h"
 
 namespace {

@@ -1,5 +1,5 @@
 // The WiFi driver's text with the recorded address in it, byte for byte.
-#include "amt/amt-wifi.h"
+#include "amt/amt-record/wifi-address.h"
 #include "tests/unit/at/phone-test.h"
 
 namespace {

@@ -1,5 +1,6 @@
 // The record of the WiFi address.
-#include "amt/amt-wifi.h"
+#include "amt/amt-record/wifi-address.h"
+
 #include "tests/unit/at/phone-test.h"
 
 namespace {

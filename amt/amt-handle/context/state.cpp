@@ -1,4 +1,4 @@
-#include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/context/state.h"
 
 relaxed<std::int32_t> g_usb_activate;
 relaxed<std::int32_t> g_amt_mode;

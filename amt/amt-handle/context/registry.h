@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 #include "pub/log.h"
 
 // Puts a handler into the PC table (link 1) or the APP table (any other link); null clears the entry. 0, or

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <span>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 struct amt_registration_st {
   amt_link_en m_link;

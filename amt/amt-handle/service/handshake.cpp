@@ -1,12 +1,12 @@
-#include "amt/amt-handle/channel/handshake.h"
+#include "amt/amt-handle/service/handshake.h"
 
 #include <cstring>
 
 #include "amt/amt-device/battery.h"
-#include "amt/amt-handle/channel/lifetime.h"
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/state.h"
-#include "amt/amt-handle/channel/timer.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/state.h"
+#include "amt/amt-handle/life/lifetime.h"
+#include "amt/amt-handle/life/timer.h"
 #include "amt/amt-handle/pc/amt1-flag.h"
 #include "amt/amt-screen/banner.h"
 #include "pub/result.h"

@@ -1,4 +1,4 @@
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 #include <new>
 #include <type_traits>

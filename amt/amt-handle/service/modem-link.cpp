@@ -1,4 +1,4 @@
-#include "amt/amt-handle/channel/modem-link.h"
+#include "amt/amt-handle/service/modem-link.h"
 
 #include <cerrno>
 #include <csignal>
@@ -6,12 +6,12 @@
 #include <string_view>
 
 #include "amt/amt-cfg.h"
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/channel/handshake.h"
-#include "amt/amt-handle/channel/lifetime.h"
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/state.h"
+#include "amt/amt-handle/life/lifetime.h"
 #include "amt/amt-handle/pc/capture.h"
+#include "amt/amt-handle/service/handshake.h"
 #include "pub/util/device.h"
 #include "pub/util/io.h"
 #include "pub/util/signals.h"

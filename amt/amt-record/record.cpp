@@ -1,10 +1,10 @@
-#include "amt/amt-handle/pc/record.h"
+#include "amt/amt-record/record.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
-#include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/context/log-module.h"
 #include "pub/result.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "amt/amt-wifi.h"
+#include "amt/amt-record/wifi-address.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "amt/amt-handle/pc/record.h"
+#include "amt/amt-record/record.h"
 #include "pub/log.h"
 #include "pub/result.h"
 #include "pub/util/io.h"

@@ -1,4 +1,4 @@
-#include "amt/amt-handle/channel/pc-link.h"
+#include "amt/amt-handle/service/pc-link.h"
 
 #include <algorithm>
 #include <cctype>
@@ -8,13 +8,13 @@
 
 #include "amt/amt-cfg.h"
 #include "amt/amt-device/battery.h"
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/channel/handshake.h"
-#include "amt/amt-handle/channel/lifetime.h"
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/modem-link.h"
-#include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/state.h"
+#include "amt/amt-handle/life/lifetime.h"
 #include "amt/amt-handle/pc/dispatch.h"
+#include "amt/amt-handle/service/handshake.h"
+#include "amt/amt-handle/service/modem-link.h"
 #include "pub/result.h"
 #include "pub/util/device.h"
 #include "pub/util/io.h"

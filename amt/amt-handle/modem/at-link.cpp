@@ -1,4 +1,4 @@
-#include "amt/amt-handle/channel/at-link.h"
+#include "amt/amt-handle/modem/at-link.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -11,9 +11,9 @@
 #include <string_view>
 
 #include "amt/amt-cfg.h"
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/state.h"
 #include "pub/result.h"
 #include "pub/util/device.h"
 #include "pub/util/io.h"

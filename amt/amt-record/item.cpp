@@ -1,4 +1,4 @@
-#include "amt/amt-item.h"
+#include "amt/amt-record/item.h"
 
 #include <unistd.h>
 
@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "amt/amt-handle/pc/record.h"
+#include "amt/amt-record/record.h"
 #include "pub/log.h"
 #include "pub/result.h"
 #include "pub/util/io.h"

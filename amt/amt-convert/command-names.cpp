@@ -1,4 +1,4 @@
-#include "amt/amt-handle/channel/command-names.h"
+#include "amt/amt-convert/command-names.h"
 
 #include <array>
 

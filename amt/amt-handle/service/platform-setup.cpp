@@ -1,13 +1,13 @@
-#include "amt/amt-handle/channel/platform-setup.h"
+#include "amt/amt-handle/service/platform-setup.h"
 
 #include <fcntl.h>
 
 #include "amt/amt-cfg.h"
-#include "amt/amt-handle/channel/app-link.h"
-#include "amt/amt-handle/channel/at-link.h"
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/state.h"
+#include "amt/amt-handle/modem/at-link.h"
+#include "amt/amt-handle/service/app-link.h"
 #include "pub/pty/pty.h"
 #include "pub/result.h"
 #include "pub/util/device.h"

@@ -1,11 +1,11 @@
-#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/context/response.h"
 
 #include <algorithm>
 
 #include "amt/amt-convert/amt-convert.h"
 #include "amt/amt-convert/wrap.h"
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-handle/context/log-module.h"
 #include "pub/result.h"
 #include "pub/util/io.h"
 

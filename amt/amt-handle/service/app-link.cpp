@@ -1,14 +1,14 @@
-#include "amt/amt-handle/channel/app-link.h"
+#include "amt/amt-handle/service/app-link.h"
 
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 
-#include "amt/amt-handle/channel/command-names.h"
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-convert/command-names.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/response.h"
 #include "pub/pty/pty.h"
 #include "pub/result.h"
 #include "pub/util/io.h"

@@ -1,10 +1,10 @@
-#include "amt/amt-handle/pc/parameters.h"
+#include "amt/amt-handle/context/parameters.h"
 
 #include <algorithm>
 #include <climits>
 
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-handle/context/log-module.h"
 #include "pub/result.h"
 
 namespace {

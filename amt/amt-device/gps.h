@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/channel/handle-context.h"
+#include "amt/amt-handle/context/handle-context.h"
 
 // Request 174. Atom 140: 0, or no atom, stops GPS, 2 checks its connectivity, anything else starts it.
 std::int32_t amt_gps_control(std::uint8_t link, amt_message_st* request, amt_message_st* response);

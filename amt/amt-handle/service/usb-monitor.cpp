@@ -1,4 +1,4 @@
-#include "amt/amt-handle/channel/usb-monitor.h"
+#include "amt/amt-handle/service/usb-monitor.h"
 
 #include <linux/netlink.h>
 #include <poll.h>
@@ -11,11 +11,11 @@
 #include <cstdlib>
 #include <tuple>
 
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/channel/handshake.h"
-#include "amt/amt-handle/channel/lifetime.h"
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/state.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/state.h"
+#include "amt/amt-handle/life/lifetime.h"
+#include "amt/amt-handle/service/handshake.h"
 #include "pub/util/io.h"
 #include "pub/util/signals.h"
 #include "pub/util/thread.h"

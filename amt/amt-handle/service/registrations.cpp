@@ -1,4 +1,4 @@
-#include "amt/amt-handle/channel/registrations.h"
+#include "amt/amt-handle/service/registrations.h"
 
 #include <array>
 
@@ -9,9 +9,9 @@
 #include "amt/amt-device/card.h"
 #include "amt/amt-device/dev-info.h"
 #include "amt/amt-device/display.h"
+#include "amt/amt-device/gps.h"
 #include "amt/amt-device/idle.h"
 #include "amt/amt-device/wifi.h"
-#include "amt/amt-gps.h"
 #include "amt/amt-handle/modem/checks.h"
 #include "amt/amt-handle/modem/forward.h"
 #include "amt/amt-handle/modem/identity.h"

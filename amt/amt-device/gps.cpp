@@ -1,9 +1,9 @@
-#include "amt/amt-gps.h"
+#include "amt/amt-device/gps.h"
 
 #include "amt/amt-device/device.h"
 #include "amt/amt-device/hwt-call.h"
-#include "amt/amt-handle/channel/registry.h"
-#include "amt/amt-handle/channel/response.h"
+#include "amt/amt-handle/context/registry.h"
+#include "amt/amt-handle/context/response.h"
 #include "platform/hwt.h"
 #include "pub/log.h"
 #include "pub/result.h"

@@ -1,4 +1,4 @@
-#include "amt/amt-handle/channel/lifetime.h"
+#include "amt/amt-handle/life/lifetime.h"
 
 #include <unistd.h>
 
@@ -6,10 +6,10 @@
 #include <csignal>
 #include <cstdlib>
 
-#include "amt/amt-handle/channel/handle-context.h"
-#include "amt/amt-handle/channel/log-module.h"
-#include "amt/amt-handle/channel/state.h"
-#include "amt/amt-handle/channel/timer.h"
+#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/state.h"
+#include "amt/amt-handle/life/timer.h"
 #include "amt/amt-handle/pc/amt1-flag.h"
 #include "pub/util/io.h"
 #include "pub/util/signals.h"

@@ -1,4 +1,4 @@
-#include "amt/amt-handle/channel/timer.h"
+#include "amt/amt-handle/life/timer.h"
 
 #include <signal.h>
 
@@ -7,7 +7,7 @@
 #include <new>
 #include <semaphore>
 
-#include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-handle/context/log-module.h"
 #include "pub/result.h"
 
 amt_timer_st g_usbEnumTimer{.m_id{AMT_TIMER_NOT_SET_UP}};

@@ -1,7 +1,7 @@
-#include "amt/amt-handle/channel/registry.h"
+#include "amt/amt-handle/context/registry.h"
 
-#include "amt/amt-handle/channel/command-names.h"
-#include "amt/amt-handle/channel/log-module.h"
+#include "amt/amt-convert/command-names.h"
+#include "amt/amt-handle/context/log-module.h"
 #include "pub/result.h"
 
 std::int32_t amt_handle_reg_handle_func(std::uint8_t link, std::uint32_t request_id, amt_handle_func handler) {
