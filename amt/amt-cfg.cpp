@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <span>
+#include <tuple>
 #include <variant>
 
 #include "pub/cfg/cfg.h"
@@ -72,21 +73,19 @@ void parse_line(char* line) {
   if (key != std::end(CFG_KEYS)) store(*key, value);
 }
 
-std::int32_t parse_amt_cfg(const char* path) {
-  LOG_ENTRY();
+result_code_en parse_amt_cfg(const char* path) {
+  pub_log_entry(k_log);
   const pub_file file = pub_util_fopen(path, "r");
   if (!file) {
-    LOG_SYS_CALL("fopen");
-    LOG_FAILURE(ERR_WRITE);
-    LOG_FAILURE(ERR_SYSTEM);
-    LOG_LINE("fail to open file: %s", path);
-    return ERR_SYSTEM;
+    pub_log_sys_call(k_log, "fopen");
+    pub_log_failure(k_log, ERR_WRITE);
+    return pub_fail(k_log, ERR_SYSTEM, "fail to open file: %s", path);
   }
   char line[100];
   std::uint32_t length = 0;
   std::int32_t is_eof = 0;
   while (is_eof == 0) {
-    pub_cfg_get_line(file.get(), line, sizeof line, &length, &is_eof);
+    std::ignore = pub_cfg_get_line(file.get(), line, sizeof line, &length, &is_eof);
     parse_line(line);
   }
   return ERR_NONE;
@@ -94,9 +93,9 @@ std::int32_t parse_amt_cfg(const char* path) {
 
 }  // namespace
 
-std::int32_t amt_cfg_init(const char* path) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS_AT(231, path == nullptr)) return ERR_ARGUMENT;
+result_code_en amt_cfg_init(const char* path) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments({k_log, 231}, {path == nullptr})) return ERR_ARGUMENT;
   g_amt_cfg = {};
   g_amt_cfg.m_modem_uart_at_baudrate = DEFAULT_BAUDRATE;
   g_amt_cfg.m_modem_uart_amt_baudrate = DEFAULT_BAUDRATE;

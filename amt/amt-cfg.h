@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "pub/result.h"
+
 struct amt_cfg_st {
   char m_tty_pc_a[28];      // PC link device
   char m_tty_app_a[28];     // path under which the test application finds the APP link
@@ -21,4 +23,4 @@ extern amt_cfg_st g_amt_cfg;
 
 // Resets the record (zeros, both baud rates 115200) and reads the file. Lines that make no sense and unknown keys are
 // skipped; text is cut to its field. 0, ERR_ARGUMENT for a null path, ERR_SYSTEM when the file cannot be opened.
-std::int32_t amt_cfg_init(const char* path);
+result_code_en amt_cfg_init(const char* path);

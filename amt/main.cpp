@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <tuple>
 
 #include "amt/amt-cfg.h"
 #include "amt/amt-handle/context/state.h"
@@ -65,7 +66,7 @@ std::int32_t choose_mode() {
     return 0;
   }
   char folder[256] = "";
-  pub_util_get_process_path(folder, sizeof folder);
+  std::ignore = pub_util_get_process_path(folder, sizeof folder);
   std::printf("[%s]command path is \"%s\"\n", PROGRAM_NAME, folder);
   const bool is_normal = std::strstr(folder, "/system/bin") != nullptr;
   std::printf("[%s]run under %s \n", PROGRAM_NAME, is_normal ? NORMAL_MODE : SIMPLIFIED_MODE);
@@ -77,12 +78,12 @@ std::int32_t choose_mode() {
 bool is_another_running() {
   std::int32_t is_run = 0;
   std::int64_t pid = 0;
-  pub_util_get_pid_and_check_run(g_pid_path_a, PROGRAM_NAME, &is_run, &pid);
+  std::ignore = pub_util_get_pid_and_check_run(g_pid_path_a, PROGRAM_NAME, &is_run, &pid);
   return is_run != 0 && pid != getpid();
 }
 
-std::int32_t start_service(std::int32_t normal_mode) {
-  std::int32_t result = amt_cfg_init(g_cfg_path_a);
+result_code_en start_service(std::int32_t normal_mode) {
+  result_code_en result = amt_cfg_init(g_cfg_path_a);
   std::printf("[%s]config over result=%d\n", PROGRAM_NAME, result);
   if (result != ERR_NONE) return result;
   result = amt_handle_init(normal_mode);
@@ -114,10 +115,10 @@ int main(int argc, char* argv[]) {
   pub_util_install_handler(SIGUSR2, signal_treatment);
   pub_util_raise_process_priority();
 
-  const std::int32_t result = start_service(normal_mode);
+  const result_code_en result = start_service(normal_mode);
   if (result == ERR_NONE) pub_util_sleep_forever();
   LOG_LINE("FATAL ERROR!!!");
-  LOG_FAILURE_AT(429, result);
-  LOG_ENTRY_OF("amt_deinit_resource");
+  pub_log_failure({k_log, 429}, result);
+  pub_log_entry({k_log, "amt_deinit_resource"});
   amt_handle_end_service(result);
 }

@@ -4,9 +4,6 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
-
-#include "pub/result.h"
-
 namespace {
 
 constexpr std::size_t DUMP_LIMIT = 250;  // keeps a line under the log's 1024 characters
@@ -48,6 +45,17 @@ class log_entrance {
   }
 };
 
+void print_line(const pub_log_module_st& module, const char* format, va_list arguments) {
+  const errno_keeper keeper;
+  const log_entrance entrance;
+  __android_log_vprint(ANDROID_LOG_DEBUG, module.m_tag, format, arguments);
+}
+
+void print_failure(const pub_log_site& site, std::int32_t code, const char* format, va_list arguments) {
+  pub_log_failure(site, code);
+  if (pub_log_enabled(site.m_module)) print_line(site.m_module, format, arguments);
+}
+
 }  // namespace
 
 void pub_log_pause() {
@@ -62,24 +70,46 @@ void pub_log_resume(bool is_child) {
 }
 
 void pub_log_line(const pub_log_module_st& module, const char* format, ...) {
-  const errno_keeper keeper;
-  const log_entrance entrance;
   va_list arguments;
   va_start(arguments, format);
-  __android_log_vprint(ANDROID_LOG_DEBUG, module.m_tag, format, arguments);
+  print_line(module, format, arguments);
   va_end(arguments);
 }
 
-void pub_log_failure(const pub_log_module_st& module, int line, const char* function, std::int32_t code) {
-  if (!pub_log_enabled(module)) return;
-  pub_log_line(module, "FILE-%s, LINE-%d, FUNC-%s(), error_code=%d, errno=%d", module.m_file, line, function, code,
-               errno);
+void pub_log_failure(const pub_log_site& site, std::int32_t code) {
+  if (!pub_log_enabled(site.m_module)) return;
+  pub_log_line(site.m_module, "FILE-%s, LINE-%d, FUNC-%s(), error_code=%d, errno=%d", site.m_module.m_file, site.m_line,
+               site.m_function, code, errno);
 }
 
-bool pub_log_bad_arguments(const pub_log_module_st& module, int line, const char* function,
-                           std::initializer_list<bool> bad) {
+void pub_log_failure(const pub_log_site& site, std::int32_t code, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  print_failure(site, code, format, arguments);
+  va_end(arguments);
+}
+
+result_code_en pub_fail(const pub_log_site& site, result_code_en code) {
+  pub_log_failure(site, code);
+  return code;
+}
+
+result_code_en pub_fail(const pub_log_site& site, result_code_en code, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  print_failure(site, code, format, arguments);
+  va_end(arguments);
+  return code;
+}
+
+result_code_en pub_fail_sys_call(const pub_log_site& site, result_code_en code, const char* call) {
+  pub_log_sys_call(site.m_module, call);
+  return pub_fail(site, code);
+}
+
+bool pub_log_bad_arguments(const pub_log_site& site, std::initializer_list<bool> bad) {
   if (std::find(bad.begin(), bad.end(), true) == bad.end()) return false;
-  pub_log_failure(module, line, function, ERR_ARGUMENT);
+  pub_log_failure(site, ERR_ARGUMENT);
 
   char text[64];
   std::size_t length = 0;
@@ -92,7 +122,7 @@ bool pub_log_bad_arguments(const pub_log_module_st& module, int line, const char
     text[length++] = flag ? '1' : '0';
   }
   text[length] = '\0';
-  if (pub_log_enabled(module)) pub_log_line(module, "%s", text);
+  if (pub_log_enabled(site.m_module)) pub_log_line(site.m_module, "%s", text);
   return true;
 }
 

@@ -1,6 +1,6 @@
 // The log lines that every module writes, one function for each kind. A source file names its tag and module once, in
-// a constant `k_log`, and uses the macros. Nothing is formatted that the platform log would not print, and no log call
-// changes errno.
+// a constant `k_log`, and gives it to each call. Nothing is formatted that the platform log would not print, and no log
+// call changes errno.
 #pragma once
 
 #include <android/log.h>
@@ -10,9 +10,25 @@
 #include <initializer_list>
 #include <span>
 
+#include "pub/result.h"
+
 struct pub_log_module_st {
   const char* m_tag;   // platform log tag; null for the few lines that carry none
   const char* m_file;  // what an error-trace line prints as FILE, e.g. "amt/amt-handle"
+};
+
+// Where a line comes from. A module alone stands for the place of the call. A private helper gives the name of the
+// function it works for; a line given by number is the site number that field tools look for.
+struct pub_log_site {
+  constexpr pub_log_site(const pub_log_module_st& module, int line = __builtin_LINE(),
+                         const char* function = __builtin_FUNCTION())
+      : m_module(module), m_line(line), m_function(function) {}
+  constexpr pub_log_site(const pub_log_module_st& module, const char* function, int line = __builtin_LINE())
+      : m_module(module), m_line(line), m_function(function) {}
+
+  const pub_log_module_st& m_module;
+  int m_line;
+  const char* m_function;
 };
 
 inline bool pub_log_enabled(const pub_log_module_st& module) {
@@ -23,37 +39,42 @@ inline bool pub_log_enabled(const pub_log_module_st& module) {
 }
 
 void pub_log_line(const pub_log_module_st& module, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+// The entry line of a function: "%s()".
+inline void pub_log_entry(const pub_log_site& site) {
+  if (pub_log_enabled(site.m_module)) pub_log_line(site.m_module, "%s()", site.m_function);
+}
+
+// The error-trace line: "FILE-%s, LINE-%d, FUNC-%s(), error_code=%d, errno=%d".
+void pub_log_failure(const pub_log_site& site, std::int32_t code);
+// The error-trace line, then the text.
+void pub_log_failure(const pub_log_site& site, std::int32_t code, const char* format, ...)
+    __attribute__((format(printf, 3, 4)));
+// The same, and gives the code, for the caller to return.
+result_code_en pub_fail(const pub_log_site& site, result_code_en code);
+result_code_en pub_fail(const pub_log_site& site, result_code_en code, const char* format, ...)
+    __attribute__((format(printf, 3, 4)));
+// "sys call: %s() failed! errno = %d"
+void pub_log_sys_call(const pub_log_module_st& module, const char* call);
+// A failed system call: its line, then the error-trace line. Gives the code.
+result_code_en pub_fail_sys_call(const pub_log_site& site, result_code_en code, const char* call);
+// The error-trace line (ERR_ARGUMENT) and a line with each flag as 0 or 1, if any flag is set; gives whether one was.
+bool pub_log_bad_arguments(const pub_log_site& site, std::initializer_list<bool> bad);
+// "%s: (data_len = %d) -- %s": at most 250 bytes as hexadecimal, then "..." when there are more.
+void pub_log_dump(const pub_log_module_st& module, const char* label, std::span<const std::uint8_t> bytes);
+
 // Between the two no other thread is in the platform's log: its locks are free in a child that is forked there. A
 // thread that has something to log waits; the caller must log nothing. The child, which has no other threads, says so.
 void pub_log_pause();
 void pub_log_resume(bool is_child);
-// "FILE-%s, LINE-%d, FUNC-%s(), error_code=%d, errno=%d"
-void pub_log_failure(const pub_log_module_st& module, int line, const char* function, std::int32_t code);
-// The error-trace line (ERR_ARGUMENT) and a line with each flag as 0 or 1, if any flag is set; tells whether one was.
-bool pub_log_bad_arguments(const pub_log_module_st& module, int line, const char* function,
-                           std::initializer_list<bool> bad);
-// "sys call: %s() failed! errno = %d"
-void pub_log_sys_call(const pub_log_module_st& module, const char* call);
-// "%s: (data_len = %d) -- %s": at most 250 bytes as hexadecimal, "..." behind them when there are more.
-void pub_log_dump(const pub_log_module_st& module, const char* label, std::span<const std::uint8_t> bytes);
 
+// Macros, so that what a line would print is computed only when it is printed.
 #define LOG_LINE(...)                                             \
   do {                                                            \
     if (pub_log_enabled(k_log)) pub_log_line(k_log, __VA_ARGS__); \
   } while (false)
-#define LOG_ENTRY_OF(name) LOG_LINE("%s()", name)
-#define LOG_ENTRY() LOG_ENTRY_OF(__func__)
 #define LOG_WARNING(...)   \
   do {                     \
     LOG_LINE("WARNING !"); \
     LOG_LINE(__VA_ARGS__); \
   } while (false)
-#define LOG_SYS_CALL(call) pub_log_sys_call(k_log, call)
-#define LOG_FAILURE(code) pub_log_failure(k_log, __LINE__, __func__, code)
-// For a private helper, which logs under the name of the function it works for.
-#define LOG_FAILURE_OF(function, code) pub_log_failure(k_log, __LINE__, function, code)
-// With the site number that field tools look for.
-#define LOG_FAILURE_AT(line, code) pub_log_failure(k_log, line, __func__, code)
-#define LOG_BAD_ARGUMENTS(...) pub_log_bad_arguments(k_log, __LINE__, __func__, {__VA_ARGS__})
-#define LOG_BAD_ARGUMENTS_AT(line, ...) pub_log_bad_arguments(k_log, line, __func__, {__VA_ARGS__})
-#define LOG_DUMP(label, bytes) pub_log_dump(k_log, label, bytes)

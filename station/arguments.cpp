@@ -7,7 +7,7 @@
 #include <charconv>
 #include <vector>
 
-#include "amt/amt-convert/command-names.h"
+#include "amt/amt-convert/ids.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "amt/amt-convert/command-names.h"
+#include "amt/amt-convert/ids.h"
 
 namespace {
 

@@ -23,8 +23,8 @@ const char* describe(amt_at_fault_en fault) {
   }
 }
 
-std::int32_t fail_conversion(const char* function, const amt_at_result_st& result) {
-  LOG_FAILURE_OF(function, ERR_FAIL);
+result_code_en fail_conversion(const char* function, const amt_at_result_st& result) {
+  pub_log_failure({k_log, function}, ERR_FAIL);
   if (const char* what = describe(result.m_fault); what != nullptr) {
     LOG_LINE("%s mismatch: %02X != %02X", what, result.m_found, result.m_wanted);
   } else if (result.m_fault == amt_at_fault_en::ATOM_TYPE) {
@@ -37,39 +37,41 @@ std::int32_t fail_conversion(const char* function, const amt_at_result_st& resul
 
 }  // namespace
 
-std::int32_t amt_convert_app_2_pc(amt_message_st* message) {
-  LOG_ENTRY();
-  const std::int32_t result = amt_wrap(message);
-  LOG_BAD_ARGUMENTS(result != ERR_NONE);
+result_code_en amt_convert_app_2_pc(amt_message_st* message) {
+  pub_log_entry(k_log);
+  const result_code_en result = amt_wrap(message);
+  pub_log_bad_arguments(k_log, {result != ERR_NONE});
   return result;
 }
 
-std::int32_t amt_convert_pc_2_app(amt_message_st* message) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS(message == nullptr, message != nullptr && message->m_buf_len == 0)) return ERR_ARGUMENT;
+result_code_en amt_convert_pc_2_app(amt_message_st* message) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments(k_log, {message == nullptr, message != nullptr && message->m_buf_len == 0}))
+    return ERR_ARGUMENT;
   return amt_unwrap(message);
 }
 
-std::int32_t amt_convert_req_amt_data_2_at_data(const amt_frame_st* frame, std::uint8_t* out, std::uint32_t out_size,
-                                                std::uint32_t* out_len) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS(frame == nullptr, out == nullptr, out_size == 0, out_len == nullptr)) return ERR_ARGUMENT;
+result_code_en amt_convert_req_amt_data_2_at_data(const amt_frame_st* frame, std::uint8_t* out, std::uint32_t out_size,
+                                                  std::uint32_t* out_len) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments(k_log, {frame == nullptr, out == nullptr, out_size == 0, out_len == nullptr}))
+    return ERR_ARGUMENT;
   std::size_t length = 0;
   const amt_at_result_st result = amt_at_data_from_frame(*frame, {out, out_size}, &length);
   *out_len = static_cast<std::uint32_t>(length);
   return result.m_fault == amt_at_fault_en::NONE ? ERR_NONE : fail_conversion(__func__, result);
 }
 
-std::int32_t amt_convert_rsp_at_data_2_amt_data(const std::uint8_t* at_data, std::uint32_t at_len, amt_frame_st* frame,
-                                                std::uint32_t frame_size) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS(at_data == nullptr, at_len == 0, frame == nullptr, frame_size != AMT_FRAME_SIZE)) {
+result_code_en amt_convert_rsp_at_data_2_amt_data(const std::uint8_t* at_data, std::uint32_t at_len,
+                                                  amt_frame_st* frame, std::uint32_t frame_size) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments(k_log, {at_data == nullptr, at_len == 0, frame == nullptr, frame_size != AMT_FRAME_SIZE})) {
     return ERR_ARGUMENT;
   }
   const amt_at_result_st result = amt_frame_from_at_data({at_data, at_len}, *frame);
   if (result.m_fault == amt_at_fault_en::NONE) return ERR_NONE;
   if (result.m_fault != amt_at_fault_en::EMPTY_BYTES) return fail_conversion(__func__, result);
   // On purpose no empty atom: the modem means "nothing to tell", and no response goes out.
-  pub_log_bad_arguments(k_log, __LINE__, "rsp_at_data_2_amt_data_atom_byte", {false, false, false, true, false});
+  pub_log_bad_arguments({k_log, "rsp_at_data_2_amt_data_atom_byte"}, {false, false, false, true, false});
   return ERR_ARGUMENT;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "amt/amt-convert/ids.h"
 namespace {
 
 constexpr std::size_t COMMAND_HEAD_AT = 2;
@@ -48,7 +49,7 @@ amt_at_result_st append_atom(const amt_atom_st& atom, bool is_length_wanted, app
 }
 
 amt_at_result_st append_atoms(const amt_frame_st& frame, appender& out) {
-  const bool is_length_wanted = amt_frame_command_id(&frame) == AMT_DSP_TRANSPARENT_CONTROL;
+  const bool is_length_wanted = amt_frame_command_id(&frame) == AMT_DSP_TRANSPARENT_CONTROL_CMD;
   std::uint16_t remaining = amt_frame_data_length(&frame);  // 16 bits, as the lengths in the frame are
   std::size_t offset = AMT_FRAME_HEAD_SIZE;
   while (remaining != 0) {
@@ -82,20 +83,20 @@ struct layout_st {
 
 // What follows the result code. Any other response has nothing there that becomes an atom.
 constexpr layout_st LAYOUTS[] = {
-    {8, {field_en::BYTES, 21, 15}},
-    {24, {field_en::INT, 12}, {field_en::BYTES_BEHIND_U32, 4}},
-    {26, {field_en::INT, 13}},
-    {46, {field_en::INT, 19}, {field_en::BYTES, 18, 64}},
-    {48, {field_en::BYTES_BEHIND_U32, 4}},
-    {60, {field_en::INT, 24}},
-    {62, {field_en::BYTES_BEHIND_U32, 4}},
-    {78, {field_en::BYTES_BEHIND_U32, 34}},
-    {100, {field_en::FLAG, 41}},
-    {106, {field_en::BYTES_BEHIND_U32, 43}},
-    {110, {field_en::FLAG, 44}},
-    {114, {field_en::BYTES_BEHIND_U32, 4}},
-    {152, {field_en::BYTES_BEHIND_U16, 62}},
-    {221, {field_en::BYTES_BEHIND_U16, 62}},
+    {AMT_READIMEI_RSPCMD, {field_en::BYTES, AMT_ATOM_IMEI, 15}},
+    {AMT_RXDATA_RSPCMD, {field_en::INT, AMT_ATOM_RX_VALUE}, {field_en::BYTES_BEHIND_U32, AMT_ATOM_DATA}},
+    {AMT_IQPOWER_RSPCMD, {field_en::INT, AMT_ATOM_IQ_POWER}},
+    {AMT_VERSION_RSPCMD, {field_en::INT, AMT_ATOM_MODULE}, {field_en::BYTES, AMT_ATOM_VERSION, 64}},
+    {AMT_READTABLE_MEMORY_RSPCMD, {field_en::BYTES_BEHIND_U32, AMT_ATOM_DATA}},
+    {AMT_READ_RFADC_RSPCMD, {field_en::INT, AMT_ATOM_RF_ADC}},
+    {AMT_READTABLE_FLASH_RSPCMD, {field_en::BYTES_BEHIND_U32, AMT_ATOM_DATA}},
+    {AMT_IQSERIAL_RSPCMD, {field_en::BYTES_BEHIND_U32, AMT_ATOM_IQ_SERIAL}},
+    {AMT_USIMCHECK_RSPCMD, {field_en::FLAG, AMT_ATOM_SIM}},
+    {AMT_GSM_TRANSPARENT_CONTROL_RSPCMD, {field_en::BYTES_BEHIND_U32, AMT_ATOM_GSM_CONTROL}},
+    {AMT_GSM_READTABLE_FLAG_FLASH_RSPCMD, {field_en::FLAG, AMT_ATOM_TABLE_FLAG}},
+    {AMT_GSM_READTABLE_MEMORY_RSPCMD, {field_en::BYTES_BEHIND_U32, AMT_ATOM_DATA}},
+    {AMT_DSP_TRANSPARENT_CONTROL_RSPCMD, {field_en::BYTES_BEHIND_U16, AMT_ATOM_DSP_CONTROL}},
+    {AMT_DSP_TRANSPARENT_CONTROL_INDCMD, {field_en::BYTES_BEHIND_U16, AMT_ATOM_DSP_CONTROL}},
 };
 
 const layout_st* find_layout(std::uint8_t response_id) {

@@ -17,8 +17,6 @@
 
 #include "amt/amt-convert/frame.h"
 
-inline constexpr std::uint8_t AMT_DSP_TRANSPARENT_CONTROL = 151;
-
 // Why a conversion failed.
 enum class amt_at_fault_en : std::uint8_t {
   NONE,

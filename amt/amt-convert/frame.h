@@ -22,7 +22,6 @@ inline constexpr std::size_t AMT_FRAME_HEAD_SIZE = 6;   // bytes in front of the
 inline constexpr std::size_t AMT_ATOM_HEAD_SIZE = 5;    // bytes in front of an atom's value
 inline constexpr std::uint8_t AMT_COMMAND_HEAD = 0xBB;  // byte 2 of every frame
 inline constexpr std::uint8_t AMT_ATOM_HEAD = 0xEE;     // byte 0 of every atom
-inline constexpr std::uint8_t AMT_ATOM_RESULT = 1;      // the result code, in every response
 
 using amt_frame_st = std::array<std::uint8_t, AMT_FRAME_SIZE>;
 

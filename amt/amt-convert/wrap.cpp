@@ -23,7 +23,7 @@ bool amt_is_wrapped(std::span<const std::uint8_t> bytes) {
   return bytes.size() > AMT_WRAP_SIZE && amt_read_u32(bytes.data()) == WRAP_MAGIC;
 }
 
-std::int32_t amt_wrap(amt_message_st* message) {
+result_code_en amt_wrap(amt_message_st* message) {
   if (message == nullptr) return ERR_ARGUMENT;
   const std::uint32_t length = message->m_buf_len != 0 ? message->m_buf_len : amt_frame_total_length(&message->m_buf_a);
   if (length == 0 || length > AMT_FRAME_SIZE - AMT_WRAP_SIZE) return ERR_ARGUMENT;
@@ -41,7 +41,7 @@ std::int32_t amt_wrap(amt_message_st* message) {
   return ERR_NONE;
 }
 
-std::int32_t amt_unwrap(amt_message_st* message) {
+result_code_en amt_unwrap(amt_message_st* message) {
   if (message == nullptr || message->m_buf_len == 0) return ERR_ARGUMENT;
   if (message->m_buf_len > AMT_FRAME_SIZE) return ERR_FAIL;
   std::uint8_t* bytes = message->m_buf_a.data();

@@ -15,6 +15,7 @@
 #include <span>
 
 #include "amt/amt-convert/frame.h"
+#include "pub/result.h"
 
 inline constexpr std::size_t AMT_WRAP_HEAD_SIZE = 12;
 inline constexpr std::size_t AMT_WRAP_CHECKSUM_SIZE = 4;
@@ -50,8 +51,8 @@ bool amt_is_wrapped(std::span<const std::uint8_t> bytes);
 
 // Bare frame to wrapped frame, in place. A length of 0 takes the frame's own total length. ERR_ARGUMENT, with the
 // message unchanged, when message is null, there is nothing to wrap, or the result would not fit the record.
-std::int32_t amt_wrap(amt_message_st* message);
+result_code_en amt_wrap(amt_message_st* message);
 
 // Wrapped frame to bare frame, in place; the bytes behind the shortened data stay as they were. ERR_ARGUMENT when
 // message is null or empty, ERR_FAIL when it is no wrapped frame.
-std::int32_t amt_unwrap(amt_message_st* message);
+result_code_en amt_unwrap(amt_message_st* message);

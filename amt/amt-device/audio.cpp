@@ -5,8 +5,10 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <tuple>
 
 #include "amt/amt-cfg.h"
+#include "amt/amt-convert/ids.h"
 #include "amt/amt-device/log-module.h"
 #include "amt/amt-device/misc-library.h"
 #include "amt/amt-device/shell.h"
@@ -22,8 +24,6 @@ constexpr char PLAYER[] = "/system/bin/amt-audio";
 constexpr char PLAYER_NAME[] = "amt-audio";
 constexpr char PLAYER_PID_FILE[] = "/tmp/amt-audio.pid";
 
-constexpr std::uint8_t ATOM_FLAG = 15;
-constexpr std::uint8_t ATOM_LOOP_TYPE = 30;
 constexpr std::uint32_t START = 1;
 
 // 0, or why the file is not there.
@@ -36,29 +36,27 @@ void log_access_error(const char* path, int error) {
 }
 
 // The shell returns when the player has put itself into the background.
-std::int32_t start_player() {
+result_code_en start_player() {
   const amt_device_command command("%s %ld %ld %ld %s", PLAYER, static_cast<long>(g_amt_cfg.m_audio_sample_rate),
                                    static_cast<long>(g_amt_cfg.m_audio_format),
                                    static_cast<long>(g_amt_cfg.m_audio_frame_count), g_amt_cfg.m_audio_file_a);
   const int player_error = access_error(PLAYER);
   const int file_error = access_error(g_amt_cfg.m_audio_file_a);
   if (player_error != 0 || file_error != 0) {
-    LOG_FAILURE_OF("amt_device_audio", ERR_SYSTEM);
+    pub_log_failure({k_log, "amt_device_audio"}, ERR_SYSTEM);
     log_access_error(PLAYER, player_error);
     log_access_error(g_amt_cfg.m_audio_file_a, file_error);
     return ERR_SYSTEM;
   }
   if (pub_util_run_command(command.text()) == 0) return ERR_NONE;
-  const int error = errno;
-  LOG_FAILURE_OF("amt_device_audio", ERR_SYSTEM);
-  LOG_LINE("system(%s) fail: %d - %s", command.text(), error, std::strerror(error));
-  return ERR_SYSTEM;
+  return pub_fail({k_log, "amt_device_audio"}, ERR_SYSTEM, "system(%s) fail: %d - %s", command.text(), errno,
+                  std::strerror(errno));
 }
 
 void stop_player() {
   std::int32_t is_run = 0;
   std::int64_t pid = 0;
-  pub_util_get_pid_and_check_run(PLAYER_PID_FILE, PLAYER_NAME, &is_run, &pid);
+  std::ignore = pub_util_get_pid_and_check_run(PLAYER_PID_FILE, PLAYER_NAME, &is_run, &pid);
   if (is_run == 0) return;
   unlink(PLAYER_PID_FILE);
   kill(static_cast<pid_t>(pid), SIGKILL);
@@ -66,26 +64,26 @@ void stop_player() {
 
 }  // namespace
 
-std::int32_t amt_device_audio(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  LOG_ENTRY();
-  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
-  const std::uint32_t operation = amt_frame_get_flag(&request->m_buf_a, ATOM_FLAG);
+result_code_en amt_device_audio(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  pub_log_entry(k_log);
+  if (amt_handle_is_bad_request(k_log, link, request, response)) return ERR_ARGUMENT;
+  const std::uint32_t operation = amt_frame_get_flag(&request->m_buf_a, AMT_ATOM_SWITCH);
   if (operation == 0) {
     stop_player();
   } else {
-    const std::int32_t result = start_player();
+    const result_code_en result = start_player();
     if (result != ERR_NONE) return result;
   }
   LOG_LINE("%s audio", operation == START ? "start" : "stop");
-  return amt_handle_send_rsp_ok(link, response, 34);
+  return amt_handle_send_rsp_ok(link, response, AMT_BELL_RSPCMD);
 }
 
-std::int32_t amt_device_audio_loop(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  LOG_ENTRY();
-  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
-  const int enable = amt_frame_get_flag(&request->m_buf_a, ATOM_FLAG) == START ? 1 : 0;
-  const auto type = static_cast<int>(amt_frame_get_int(&request->m_buf_a, ATOM_LOOP_TYPE));
-  const std::int32_t result =
+result_code_en amt_device_audio_loop(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  pub_log_entry(k_log);
+  if (amt_handle_is_bad_request(k_log, link, request, response)) return ERR_ARGUMENT;
+  const int enable = amt_frame_get_flag(&request->m_buf_a, AMT_ATOM_SWITCH) == START ? 1 : 0;
+  const auto type = static_cast<int>(amt_frame_get_int(&request->m_buf_a, AMT_ATOM_LOOP_TYPE));
+  const result_code_en result =
       amt_device_call_misc<int(int, int)>(__func__, "codec_loop_test", [enable, type](auto* codec_loop_test) {
         LOG_LINE("will call codec_loop_test. enable:%d; type:%d.", enable, type);
         codec_loop_test(type, enable);  // what it gives back says nothing about the loop
@@ -94,5 +92,5 @@ std::int32_t amt_device_audio_loop(std::uint8_t link, amt_message_st* request, a
       });
   if (result != ERR_NONE) return result;
   LOG_LINE("%s audio-loop", enable == 1 ? "start" : "stop");
-  return amt_handle_send_rsp_ok(link, response, 32);
+  return amt_handle_send_rsp_ok(link, response, AMT_AUDIOLOOP_RSPCMD);
 }

@@ -3,10 +3,11 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-convert/frame.h"
+#include "pub/result.h"
 
 // Request 33: flag 15 starts the player (any value but 0) or stops it. The player puts itself into the background; its
 // pid file is how a later stop finds it.
-std::int32_t amt_device_audio(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+result_code_en amt_device_audio(std::uint8_t link, amt_message_st* request, amt_message_st* response);
 // Request 31: flag 15 is 1 to enable the loop-back, atom 30 its type, which only the board's library knows.
-std::int32_t amt_device_audio_loop(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+result_code_en amt_device_audio_loop(std::uint8_t link, amt_message_st* request, amt_message_st* response);

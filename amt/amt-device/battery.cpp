@@ -3,15 +3,15 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <utility>
 
+#include "amt/amt-convert/ids.h"
 #include "amt/amt-device/device.h"
 #include "amt/amt-device/log-module.h"
 #include "amt/amt-device/misc-library.h"
 #include "amt/amt-device/shell.h"
 #include "amt/amt-handle/context/registry.h"
 #include "amt/amt-handle/context/response.h"
-#include "amt/amt-record/record.h"
+#include "amt/amt-record/calibration.h"
 #include "pub/result.h"
 #include "pub/util/io.h"
 
@@ -19,33 +19,27 @@ namespace {
 
 constexpr char VOLTAGE_FILE[] = "/sys/class/power_supply/battery/voltage_now";
 constexpr char DRIVER_NODE[] = "/proc/driver/zelta_battery";
-constexpr char CALIBRATION_RECORD[] = "/amt/vbatt";
 constexpr char PREPARE_COMMAND[] = "echo \"amt_get_vbatt\" > /proc/driver/zelta_battery";
 constexpr std::uint32_t PREPARE_PAUSE_MS = 20;
 
-constexpr std::uint8_t READ_ADC_ID = 224;
-constexpr std::uint8_t WRITE_ADC_ID = 226;
-constexpr std::uint8_t ATOM_VOLTAGE = 5;
-constexpr std::uint8_t ATOM_CALIBRATION = 146;  // and the three behind it
-constexpr std::uint8_t ATOM_ADC = 151;
-
-std::int32_t answer_adc(amt_message_st* response) {
-  amt_handle_start_rsp(response, READ_ADC_ID + 1);
+result_code_en answer_adc(amt_message_st* response) {
+  amt_handle_start_rsp(response, AMT_READ_VBATT_ADC_RSPCMD);
   std::uint32_t value = 0;
-  const std::int32_t result = amt_read_adc(&value);
-  if (result == ERR_NONE) amt_frame_add_int(&response->m_buf_a, ATOM_ADC, value);
+  const result_code_en result = amt_read_adc(&value);
+  if (result == ERR_NONE) amt_frame_add_int(&response->m_buf_a, AMT_ATOM_ADC, value);
   return result;
 }
 
 // The record is written before the driver is told: the driver reads it again at the phone's next start.
-std::int32_t calibrate_adc(const amt_message_st* request, amt_message_st* response) {
-  amt_handle_start_rsp(response, WRITE_ADC_ID + 1);
-  std::array<std::int32_t, 4> value;
+result_code_en calibrate_adc(const amt_message_st* request, amt_message_st* response) {
+  amt_handle_start_rsp(response, AMT_WRITE_VBATT_ADC_RSPCMD);
+  static constexpr std::uint8_t CALIBRATION_ATOMS[] = {AMT_ATOM_CALIBRATION_1, AMT_ATOM_CALIBRATION_2,
+                                                       AMT_ATOM_CALIBRATION_3, AMT_ATOM_CALIBRATION_4};
+  std::array<std::int32_t, std::size(CALIBRATION_ATOMS)> value;
   for (std::size_t i = 0; i < value.size(); ++i) {
-    value[i] = static_cast<std::int32_t>(
-        amt_frame_get_int(&request->m_buf_a, static_cast<std::uint8_t>(ATOM_CALIBRATION + i)));
+    value[i] = static_cast<std::int32_t>(amt_frame_get_int(&request->m_buf_a, CALIBRATION_ATOMS[i]));
   }
-  const std::int32_t result = amt_write_adc_diff_value(value[0], value[1], value[2], value[3]);
+  const result_code_en result = amt_write_adc_diff_value(value[0], value[1], value[2], value[3]);
   if (result != ERR_NONE) return result;
 
   // Values that do not fit the command are cut with it; the record holds them whole.
@@ -53,80 +47,54 @@ std::int32_t calibrate_adc(const amt_message_st* request, amt_message_st* respon
                                    value[3], DRIVER_NODE);
   const int status = pub_util_run_command(command.text());
   LOG_LINE("%s", command.text());
-  if (status < 0) LOG_SYS_CALL("system");
+  if (status < 0) pub_log_sys_call(k_log, "system");
   return ERR_NONE;
 }
 
 }  // namespace
 
-std::int32_t amt_device_battery_voltage(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  LOG_ENTRY();
-  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
+result_code_en amt_device_battery_voltage(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  pub_log_entry(k_log);
+  if (amt_handle_is_bad_request(k_log, link, request, response)) return ERR_ARGUMENT;
   std::int32_t voltage = 0;
-  const std::int32_t result = amt_device_read_number(__func__, VOLTAGE_FILE, &voltage);
+  const result_code_en result = amt_device_read_number(k_log, VOLTAGE_FILE, &voltage);
   if (result != ERR_NONE) return result;
   LOG_LINE("battery_voltage: %d", voltage);
-  amt_handle_start_rsp(response, 10);
-  amt_frame_add_int(&response->m_buf_a, ATOM_VOLTAGE, static_cast<std::uint32_t>(voltage));
+  amt_handle_start_rsp(response, AMT_READ_BATTERY_RSPCMD);
+  amt_frame_add_int(&response->m_buf_a, AMT_ATOM_VOLTAGE, static_cast<std::uint32_t>(voltage));
   return amt_device_finish_bare_rsp(link, response);
 }
 
-std::int32_t amt_device_battery_voltage_check(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  LOG_ENTRY();
-  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
+result_code_en amt_device_battery_voltage_check(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  pub_log_entry(k_log);
+  if (amt_handle_is_bad_request(k_log, link, request, response)) return ERR_ARGUMENT;
   const std::uint8_t id = amt_frame_command_id(&request->m_buf_a);
-  std::int32_t result = ERR_FAIL;
-  if (id == READ_ADC_ID) {
+  result_code_en result = ERR_FAIL;
+  if (id == AMT_READ_VBATT_ADC_CMD) {
     result = answer_adc(response);
-  } else if (id == WRITE_ADC_ID) {
+  } else if (id == AMT_WRITE_VBATT_ADC_CMD) {
     result = calibrate_adc(request, response);
   } else {
-    LOG_FAILURE(ERR_FAIL);
-    LOG_LINE("Invalid command id[%d]", id);
+    pub_log_failure(k_log, ERR_FAIL, "Invalid command id[%d]", id);
   }
   return result == ERR_NONE ? amt_handle_finish_rsp(link, response) : result;
 }
 
-std::int32_t amt_read_adc(std::uint32_t* value) {
-  LOG_ENTRY();
-  if (value == nullptr) {
-    LOG_FAILURE(ERR_FAIL);
-    LOG_LINE("Null pointer.");
-    return ERR_FAIL;
-  }
+result_code_en amt_read_adc(std::uint32_t* value) {
+  pub_log_entry(k_log);
+  if (value == nullptr) return pub_fail(k_log, ERR_FAIL, "Null pointer.");
   if (amt_device_do_command(PREPARE_COMMAND) != ERR_NONE) return ERR_FAIL;
   pub_util_sleep_ms(PREPARE_PAUSE_MS);
   const pub_file node = pub_util_fopen(DRIVER_NODE, "r");
-  if (!node) return amt_device_fail_sys_call(__func__, "fopen");
+  if (!node) return amt_device_fail_sys_call(k_log, "fopen");
   const int count = std::fscanf(node.get(), "%u", value);
   LOG_LINE("ADC value: %u", *value);
-  return count == 1 ? ERR_NONE : amt_device_fail_sys_call(__func__, "fscanf");
+  return count == 1 ? ERR_NONE : amt_device_fail_sys_call(k_log, "fscanf");
 }
 
-std::int32_t amt_write_adc_diff_value(std::int32_t value1, std::int32_t value2, std::int32_t value3,
-                                      std::int32_t value4) {
-  LOG_ENTRY();
-  pub_file record = pub_util_fopen(CALIBRATION_RECORD, "w");
-  if (!record) return amt_device_fail_sys_call(__func__, "fopen");
-  char text[80];
-  std::snprintf(text, sizeof text, "amt_set_vbatt[%d] [%d] [%d] [%d]", value1, value2, value3, value4);
-  int error = 0;
-  const bool is_written = amt_finish_record(std::move(record), text, [&](bool) {
-    error = errno;
-    LOG_LINE("SAVA ADC value: %d %d %d %d", value1, value2, value3, value4);
-  });
-  if (is_written) return ERR_NONE;
-  errno = error;
-  return amt_device_fail_sys_call(__func__, "fprintf");
-}
-
-std::int32_t amt_usb_charge_ctrl(std::int32_t type) {
+result_code_en amt_usb_charge_ctrl(std::int32_t type) {
   LOG_LINE("will call amt_usb_charger_enable , type:%d.", type);
-  if (type < 0) {
-    LOG_FAILURE(ERR_ARGUMENT);
-    LOG_LINE("parameter type(%d) is not valid.", type);
-    return ERR_ARGUMENT;
-  }
+  if (type < 0) return pub_fail(k_log, ERR_ARGUMENT, "parameter type(%d) is not valid.", type);
   return amt_device_call_misc<int(int)>(__func__, "amt_usb_charger_enable", [type](auto* enable) {
     LOG_LINE("will call amt_usb_charger_enable.");
     const int result = enable(type);
@@ -136,9 +104,9 @@ std::int32_t amt_usb_charge_ctrl(std::int32_t type) {
   });
 }
 
-std::int32_t amt_get_charge_mode(std::int32_t* mode) {
+result_code_en amt_get_charge_mode(std::int32_t* mode) {
   *mode = 0;
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   return amt_device_call_misc<int()>(__func__, "IsChargeState", [mode](auto* is_charge_state) {
     LOG_LINE("will call IsChargeState.");
     *mode = is_charge_state();
@@ -147,7 +115,7 @@ std::int32_t amt_get_charge_mode(std::int32_t* mode) {
   });
 }
 
-std::int32_t amt_boot_dl_fin_read(std::int32_t* flag) {
+result_code_en amt_boot_dl_fin_read(std::int32_t* flag) {
   *flag = 0;
   LOG_LINE("amt_boot_dl_fin_read start.");
   return amt_device_call_misc<int()>(__func__, "amt_check_system_sanity", [flag](auto* check) {

@@ -4,7 +4,9 @@
 #include <sys/ioctl.h>
 
 #include <cerrno>
+#include <tuple>
 
+#include "amt/amt-convert/ids.h"
 #include "amt/amt-device/device.h"
 #include "amt/amt-device/log-module.h"
 #include "amt/amt-handle/context/registry.h"
@@ -22,11 +24,6 @@ constexpr unsigned long SET_INPUT = _IOWR('V', 39, int);  // VIDIOC_S_INPUT
 constexpr unsigned long CONTROL_CAMERA = _IOWR('V', 99, int);
 static_assert(SELECT_CAMERA == 0xC0045662 && SET_INPUT == 0xC0045627 && CONTROL_CAMERA == 0xC0045663);
 
-constexpr std::uint8_t MAIN_CAMERA_ID = 139;
-constexpr std::uint8_t SECOND_CAMERA_ID = 147;
-constexpr std::uint8_t CONTROL_RESPONSE_ID = 181;
-constexpr std::uint8_t ATOM_CONTROL = 112;
-constexpr std::uint8_t ATOM_CONTROL_RESULT = 113;
 constexpr std::int32_t NO_SUCH_INPUT = 3;
 
 // With a capital D, on purpose: it always was. A phone's C library prints the number, as a long, others print the text
@@ -40,62 +37,57 @@ void log_control(long control) {
 #pragma GCC diagnostic pop
 
 // Owns the video device. Descriptor 0 counts as a failure.
-pub_fd open_video(const char* function) {
+pub_fd open_video(const pub_log_site& site) {
   pub_fd video(pub_util_open(VIDEO_DEVICE, O_RDWR));
   if (video.get() > 0) return video;
-  amt_device_fail_sys_call(function, "open");
+  std::ignore = amt_device_fail_sys_call(site, "open");
   return pub_fd();
 }
 
 // The driver's result of a control, or ERR_FAIL, which is negative: results are not.
-std::int32_t control_camera(int video, std::uint32_t control) {
+std::int32_t control_camera(const pub_log_site& site, int video, std::uint32_t control) {
   int value = 1;
   if (ioctl(video, SET_INPUT, &value) < 0) {
-    return errno == ENODEV ? NO_SUCH_INPUT : amt_device_fail_sys_call("amt_device_camera_control", "ioctl");
+    return errno == ENODEV ? NO_SUCH_INPUT : amt_device_fail_sys_call(site, "ioctl");
   }
   value = control == 1 ? 0 : 1;
   const int result = ioctl(video, CONTROL_CAMERA, &value);
-  return result >= 0 ? result : amt_device_fail_sys_call("amt_device_camera_control", "ioctl");
+  return result >= 0 ? result : amt_device_fail_sys_call(site, "ioctl");
 }
 
 }  // namespace
 
-std::int32_t amt_device_camera(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  LOG_ENTRY();
-  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
+result_code_en amt_device_camera(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  pub_log_entry(k_log);
+  if (amt_handle_is_bad_request(k_log, link, request, response)) return ERR_ARGUMENT;
   const std::uint8_t id = amt_frame_command_id(&request->m_buf_a);
-  if (id != MAIN_CAMERA_ID && id != SECOND_CAMERA_ID) {
-    LOG_FAILURE(ERR_FAIL);
-    return ERR_FAIL;
-  }
+  if (id != AMT_CAMERA_PREVIEW_CMD && id != AMT_SECOND_CAMERA_PREVIEW_CMD) return pub_fail(k_log, ERR_FAIL);
   {
-    const pub_fd video = open_video(__func__);
+    const pub_fd video = open_video(k_log);
     if (video.get() < 0) return ERR_FAIL;
-    int camera = id == MAIN_CAMERA_ID ? 1 : 0;
-    if (ioctl(video.get(), SELECT_CAMERA, &camera) < 0) return amt_device_fail_sys_call(__func__, "ioctl");
+    int camera = id == AMT_CAMERA_PREVIEW_CMD ? 1 : 0;
+    if (ioctl(video.get(), SELECT_CAMERA, &camera) < 0) return amt_device_fail_sys_call(k_log, "ioctl");
   }
   return amt_handle_send_rsp_ok(link, response, id + 1u);
 }
 
-std::int32_t amt_device_camera_control(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  LOG_ENTRY();
-  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
-  const std::uint32_t control = amt_frame_get_int(&request->m_buf_a, ATOM_CONTROL);
+result_code_en amt_device_camera_control(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  pub_log_entry(k_log);
+  if (amt_handle_is_bad_request(k_log, link, request, response)) return ERR_ARGUMENT;
+  const std::uint32_t control = amt_frame_get_int(&request->m_buf_a, AMT_ATOM_CAMERA_CONTROL);
   log_control(static_cast<std::int32_t>(control));
   if (control != 1 && control != 2) {
-    LOG_FAILURE(ERR_FAIL);
-    LOG_LINE("invalid control_id: %d", static_cast<int>(control));
-    return ERR_FAIL;
+    return pub_fail(k_log, ERR_FAIL, "invalid control_id: %d", static_cast<int>(control));
   }
   std::int32_t result = ERR_FAIL;
   {
-    const pub_fd video = open_video(__func__);
+    const pub_fd video = open_video(k_log);
     if (video.get() < 0) return ERR_FAIL;
-    result = control_camera(video.get(), control);
+    result = control_camera(k_log, video.get(), control);
   }
   if (result < 0) return ERR_FAIL;
   LOG_LINE("update result: %d", result);
-  amt_handle_start_rsp(response, CONTROL_RESPONSE_ID);
-  amt_frame_add_int(&response->m_buf_a, ATOM_CONTROL_RESULT, static_cast<std::uint32_t>(result));
+  amt_handle_start_rsp(response, AMT_CAMERA_CONTROL_RSPCMD);
+  amt_frame_add_int(&response->m_buf_a, AMT_ATOM_CAMERA_RESULT, static_cast<std::uint32_t>(result));
   return amt_handle_finish_rsp(link, response);
 }

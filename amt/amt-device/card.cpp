@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "amt/amt-convert/ids.h"
 #include "amt/amt-device/device.h"
 #include "amt/amt-device/log-module.h"
 #include "amt/amt-handle/context/registry.h"
@@ -16,9 +17,6 @@ constexpr char STORAGE_CONFIG[] = "/data/etc/storage.config";
 constexpr int CARD_IS_FIRST = 1;  // the card, and not the phone's own storage, is the first of the two folders
 constexpr char FIRST_STORAGE[] = "/storage/sdcard0";
 constexpr char SECOND_STORAGE[] = "/storage/sdcard1";
-
-constexpr std::uint8_t RESPONSE_ID = 138;
-constexpr std::uint8_t ATOM_CAPACITY = 55;
 
 const char* find_card() {
   LOG_LINE("amt_device_tf_card--->will open storage config file: %s", STORAGE_CONFIG);
@@ -42,12 +40,12 @@ std::uint32_t capacity_kb(const char* path) {
 
 }  // namespace
 
-std::int32_t amt_device_tf_card(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  LOG_ENTRY();
-  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
+result_code_en amt_device_tf_card(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  pub_log_entry(k_log);
+  if (amt_handle_is_bad_request(k_log, link, request, response)) return ERR_ARGUMENT;
   const std::uint32_t capacity = capacity_kb(find_card());
   LOG_LINE("tf card capability: %ld KB", static_cast<long>(capacity));
-  amt_handle_start_rsp(response, RESPONSE_ID);
-  amt_frame_add_int(&response->m_buf_a, ATOM_CAPACITY, capacity);
+  amt_handle_start_rsp(response, AMT_READCAPABILITY_CARD_RSPCMD);
+  amt_frame_add_int(&response->m_buf_a, AMT_ATOM_CAPACITY, capacity);
   return amt_handle_finish_rsp(link, response);
 }

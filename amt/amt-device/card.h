@@ -3,7 +3,8 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-convert/frame.h"
+#include "pub/result.h"
 
 // Request 137 of the test application: answered with the card's capacity in KB in atom 55, 0 when there is no card.
-std::int32_t amt_device_tf_card(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+result_code_en amt_device_tf_card(std::uint8_t link, amt_message_st* request, amt_message_st* response);

@@ -1,5 +1,6 @@
 #include "amt/amt-device/dev-info.h"
 
+#include "amt/amt-convert/ids.h"
 #include "amt/amt-device/device.h"
 #include "amt/amt-device/log-module.h"
 #include "amt/amt-device/misc-library.h"
@@ -9,18 +10,16 @@
 
 namespace {
 
-constexpr std::uint8_t RESPONSE_ID = 239;
-constexpr std::uint8_t ATOM_TEXT = 200;
 constexpr int TEXT_LIMIT = 4055;
 
 }  // namespace
 
-std::int32_t amt_read_dev_info(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  LOG_ENTRY();
-  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
-  amt_handle_start_rsp(response, RESPONSE_ID);
+result_code_en amt_read_dev_info(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  pub_log_entry(k_log);
+  if (amt_handle_is_bad_request(k_log, link, request, response)) return ERR_ARGUMENT;
+  amt_handle_start_rsp(response, AMT_READ_DEV_INFO_RSPCMD);
   char text[TEXT_LIMIT + 1] = {};
-  const std::int32_t result =
+  const result_code_en result =
       amt_device_call_misc<int(char*, int)>(__func__, "create_devinfo", [&text](auto* create_devinfo) {
         LOG_LINE("will call create_devinfo.");
         const int returned = create_devinfo(text, TEXT_LIMIT);
@@ -30,6 +29,6 @@ std::int32_t amt_read_dev_info(std::uint8_t link, amt_message_st* request, amt_m
   if (result != ERR_NONE) return result;
   text[TEXT_LIMIT] = '\0';
   LOG_LINE("create_devinfo return OK. %s", text);
-  amt_frame_add_string(&response->m_buf_a, ATOM_TEXT, text);
+  amt_frame_add_string(&response->m_buf_a, AMT_ATOM_DEV_INFO, text);
   return amt_device_finish_bare_rsp(link, response);
 }

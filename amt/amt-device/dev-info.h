@@ -3,8 +3,9 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-convert/frame.h"
+#include "pub/result.h"
 
 // Request 238 of the test application: answered with the library's text in atom 200. The library's own result when it
 // is not 0; ERR_SYSTEM when it cannot be used.
-std::int32_t amt_read_dev_info(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+result_code_en amt_read_dev_info(std::uint8_t link, amt_message_st* request, amt_message_st* response);

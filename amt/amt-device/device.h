@@ -6,14 +6,15 @@
 #include <cstdint>
 
 #include "amt/amt-convert/frame.h"
+#include "pub/log.h"
 
 // As amt_handle_finish_rsp, for the handlers that answer with a bare frame on every link.
-std::int32_t amt_device_finish_bare_rsp(std::uint8_t link, amt_message_st* response);
+result_code_en amt_device_finish_bare_rsp(std::uint8_t link, amt_message_st* response);
 
 // One decimal number in a file, as the kernel's device files hold it. 0 or ERR_SYSTEM, logged as a failure of
-// `function`; *value is then as it was.
-std::int32_t amt_device_read_number(const char* function, const char* path, std::int32_t* value);
-std::int32_t amt_device_write_number(const char* function, const char* path, std::int32_t value);
+// site; *value is then as it was.
+result_code_en amt_device_read_number(const pub_log_site& site, const char* path, std::int32_t* value);
+result_code_en amt_device_write_number(const pub_log_site& site, const char* path, std::int32_t value);
 
-// Logs "sys call: %s() failed! errno = %d" and the error-trace line for `function`; gives ERR_FAIL.
-std::int32_t amt_device_fail_sys_call(const char* function, const char* call);
+// Logs "sys call: %s() failed! errno = %d" and the error-trace line for site; gives ERR_FAIL.
+result_code_en amt_device_fail_sys_call(const pub_log_site& site, const char* call);

@@ -3,18 +3,19 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-convert/frame.h"
 #include "amt/amt-handle/context/state.h"
+#include "pub/result.h"
 
 // The LCD brightness that the phone had before the first brightness request; -1 while it could not be read.
 extern relaxed<std::int32_t> g_src_lcd_brightness;
 
 // Request 29, answered OK: the test application draws the colours itself.
-std::int32_t amt_device_lcd_color(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+result_code_en amt_device_lcd_color(std::uint8_t link, amt_message_st* request, amt_message_st* response);
 // Request 57: atom 26 is the level; one above 255 asks for the brightness that the phone had. A file that fails gives
 // no answer at all and the result 0: on purpose, the station goes on after its own time-out.
-std::int32_t amt_device_lcd_brightness(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+result_code_en amt_device_lcd_brightness(std::uint8_t link, amt_message_st* request, amt_message_st* response);
 // Request 37: flag 15 is written to the key light.
-std::int32_t amt_device_button_backlight(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+result_code_en amt_device_button_backlight(std::uint8_t link, amt_message_st* request, amt_message_st* response);
 // Request 35: flag 15 stops the vibrator (0) or starts it for three seconds.
-std::int32_t amt_device_vibrator(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+result_code_en amt_device_vibrator(std::uint8_t link, amt_message_st* request, amt_message_st* response);

@@ -20,7 +20,7 @@ char g_audio_path_a[512];
 }  // namespace
 
 void amt_device_init_library_paths() {
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   const char* model = "vx5210";
   char value[PROPERTY_VALUE_MAX] = "";
   if (property_get(MODEL_PROPERTY, value, "") > 0) {
@@ -45,8 +45,7 @@ amt_misc_operation::amt_misc_operation(const char* caller, const char* name)
     : m_library(dlopen(g_misc_path_a, RTLD_LAZY)), m_address(m_library == nullptr ? nullptr : dlsym(m_library, name)) {
   if (m_address != nullptr) return;
   const char* error = dlerror();
-  LOG_FAILURE_OF(caller, ERR_SYSTEM);
-  LOG_LINE("call dlopen fail: - %s", error == nullptr ? name : error);
+  pub_log_failure({k_log, caller}, ERR_SYSTEM, "call dlopen fail: - %s", error == nullptr ? name : error);
 }
 
 amt_misc_operation::~amt_misc_operation() {

@@ -31,8 +31,9 @@ class amt_misc_operation {
 // Calls an operation of the misc library for `caller`, a function's name for the log: `use` gets the function, logs,
 // calls, and gives the result. ERR_SYSTEM when the library or the operation is missing.
 template <typename Function, typename Use>
-std::int32_t amt_device_call_misc(const char* caller, const char* name, Use use) {
+result_code_en amt_device_call_misc(const char* caller, const char* name, Use use) {
   const amt_misc_operation operation(caller, name);
   if (operation.address() == nullptr) return ERR_SYSTEM;
-  return use(reinterpret_cast<Function*>(operation.address()));
+  // The library's own result goes where a code goes: on purpose, callers look only whether it is 0.
+  return static_cast<result_code_en>(use(reinterpret_cast<Function*>(operation.address())));
 }

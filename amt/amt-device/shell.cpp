@@ -16,17 +16,16 @@ amt_device_command::amt_device_command(const char* format, ...) {
   va_end(arguments);
 }
 
-std::int32_t amt_device_do_command(const char* command) {
+result_code_en amt_device_do_command(const char* command) {
   constexpr int TRIES = 5;
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   for (int count = 1; count <= TRIES; ++count) {
     if (pub_util_run_command(command) == 0) {
       LOG_LINE("system(%s) OK", command);
       return ERR_NONE;
     }
-    const int error = errno;
-    LOG_FAILURE(ERR_SYSTEM);
-    LOG_LINE("system(%s) FAIL[count = %d]: %d - %s", command, count, error, std::strerror(error));
+    pub_log_failure(k_log, ERR_SYSTEM, "system(%s) FAIL[count = %d]: %d - %s", command, count, errno,
+                    std::strerror(errno));
   }
   return ERR_FAIL;
 }

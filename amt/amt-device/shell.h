@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "pub/result.h"
+
 // A command composed of numbers and configuration, in the room that commands have: one that does not fit is cut.
 class amt_device_command {
  public:
@@ -14,4 +16,4 @@ class amt_device_command {
 };
 
 // Runs a shell command, up to five times at once one after the other until it exits with 0. 0 or ERR_FAIL.
-std::int32_t amt_device_do_command(const char* command);
+result_code_en amt_device_do_command(const char* command);

@@ -26,12 +26,11 @@ enum item_code_en : std::int32_t {
 };
 
 void log_failure(const char* function, const char* what, const char* path, std::int32_t code = ERR_WRITE) {
-  const int error = errno;
-  LOG_FAILURE_OF(function, code);
   if (path != nullptr) {
-    LOG_LINE("%s(%s) failure. errorr: %d - %s", what, path, error, std::strerror(error));
+    pub_log_failure({k_log, function}, code, "%s(%s) failure. errorr: %d - %s", what, path, errno,
+                    std::strerror(errno));
   } else {
-    LOG_LINE("%s. errorr: %d - %s", what, error, std::strerror(error));
+    pub_log_failure({k_log, function}, code, "%s. errorr: %d - %s", what, errno, std::strerror(errno));
   }
 }
 
@@ -54,14 +53,12 @@ constexpr item_file_st PRODUCT{AMT_PRODUCT_FILE, AMT_PRODUCT_ITEMS};
 constexpr item_file_st RESULT{AMT_RESULT_FILE, AMT_RESULT_ITEMS};
 
 std::int32_t refuse_save(const char* function, const char* why, std::int32_t code) {
-  LOG_FAILURE_OF(function, code);
-  LOG_LINE("Save fail: %s\n", why);
+  pub_log_failure({k_log, function}, code, "Save fail: %s\n", why);
   return code;
 }
 
 std::int32_t refuse_index(const char* function, std::int32_t index) {
-  LOG_FAILURE_OF(function, ITEM_REFUSED);
-  LOG_LINE("item index error: %d\n", index);
+  pub_log_failure({k_log, function}, ITEM_REFUSED, "item index error: %d\n", index);
   return ITEM_REFUSED;
 }
 
@@ -86,8 +83,7 @@ std::int32_t provide_product_file() {
   if (access(AMT_PRODUCT_FILE, F_OK) == 0) return ERR_NONE;
   log_failure("readProductTestItem", "access file", AMT_PRODUCT_FILE);
   if (initTestFile(AMT_PRODUCT_FILE, AMT_PRODUCT_ITEMS) == ERR_NONE) return ERR_NONE;
-  LOG_FAILURE_OF("readProductTestItem", ITEM_UNWRITABLE);
-  LOG_LINE("initTestFile fail: init result file error\n");
+  pub_log_failure({k_log, "readProductTestItem"}, ITEM_UNWRITABLE, "initTestFile fail: init result file error\n");
   return ITEM_UNWRITABLE;
 }
 
@@ -108,13 +104,9 @@ std::int32_t read_item(std::FILE* file, std::int32_t index) {
 
 }  // namespace
 
-std::int32_t initTestFile(const char* path, std::int32_t count) {
-  LOG_ENTRY();
-  if (count > AMT_PRODUCT_ITEMS) {
-    LOG_FAILURE(ERR_WRITE);
-    LOG_LINE("test item error: %d\n", count);
-    return ERR_WRITE;
-  }
+result_code_en initTestFile(const char* path, std::int32_t count) {
+  pub_log_entry(k_log);
+  if (count > AMT_PRODUCT_ITEMS) return pub_fail(k_log, ERR_WRITE, "test item error: %d\n", count);
   LOG_LINE("initTestFile . path:%s; count: %d\n", path, count);
   pub_file file = pub_util_fopen(path, "w");
   if (!file) {
@@ -130,7 +122,7 @@ std::int32_t initTestFile(const char* path, std::int32_t count) {
 }
 
 std::int32_t updateTestItem(const char* path, std::int32_t index, std::int32_t result) {
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   pub_file file = pub_util_fopen(path, "r+");
   if (!file) {
     log_failure(__func__, "open file", path);
@@ -149,17 +141,17 @@ std::int32_t updateTestItem(const char* path, std::int32_t index, std::int32_t r
 }
 
 std::int32_t saveProductTestItem(std::int32_t index, std::int32_t result) {
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   return save_item(__func__, PRODUCT, index, result);
 }
 
 std::int32_t saveAmtTestItem(std::int32_t index, std::int32_t result) {
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   return save_item(__func__, RESULT, index, result);
 }
 
 std::int32_t readProductTestItem(std::int32_t index) {
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   if (index >= AMT_PRODUCT_ITEMS) return refuse_index(__func__, index);
   const std::int32_t provided = provide_product_file();
   if (provided != ERR_NONE) return provided;
@@ -169,4 +161,13 @@ std::int32_t readProductTestItem(std::int32_t index) {
     return ITEM_UNREADABLE;
   }
   return read_item(file.get(), index);
+}
+
+void amt_note_station_result(const pub_log_site& site, std::int32_t station, std::int32_t result) {
+  if (saveAmtTestItem(station, result) != ERR_NONE) {
+    LOG_LINE("[%s:L%d] write fail amt station_num: %d, station_result: %d\n", site.m_function, site.m_line, station,
+             result);
+  } else {
+    LOG_LINE("write amt_result success amt station_num: %d, station_result: %d.\n", station, result);
+  }
 }

@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+#include "pub/log.h"
+
 inline constexpr char AMT_PRODUCT_FILE[] = "/amt/product.txt";
 inline constexpr std::int32_t AMT_PRODUCT_ITEMS = 36;
 inline constexpr char AMT_RESULT_FILE[] = "/amt/amt_result.txt";
@@ -14,7 +16,7 @@ inline constexpr std::int32_t AMT_RESULT_ITEMS = 20;
 
 // Creates or empties a file and writes `count` items of '0'. 0; -1 for more than 36 items, or when it cannot be
 // written.
-std::int32_t initTestFile(const char* path, std::int32_t count);
+result_code_en initTestFile(const char* path, std::int32_t count);
 
 // Writes one item: result 1 is a pass, 2 a fail, any other unknown. A negative index writes item 0; on purpose, nobody
 // looks at the seek. 0; -1 when the file cannot be opened; -2 when it cannot be written.
@@ -24,6 +26,10 @@ std::int32_t updateTestItem(const char* path, std::int32_t index, std::int32_t r
 // cannot be made; -3 when the index is above the file's last, or the item cannot be written.
 std::int32_t saveProductTestItem(std::int32_t index, std::int32_t result);
 std::int32_t saveAmtTestItem(std::int32_t index, std::int32_t result);
+
+// Writes what a station reported into the station result file, and logs how that went: a failure is no more than that.
+// site: the request handler that got the report.
+void amt_note_station_result(const pub_log_site& site, std::int32_t station, std::int32_t result);
 
 // The digit of an item of the product file, which is made when it is missing; 0 behind the end of a short file. -1 when
 // it cannot be read; -2 when it cannot be made; -3 for an index above 35.

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "pub/log.h"
 #include "pub/util/io.h"
 
 inline constexpr std::uint32_t AMT_CONTENT_SIZE = 100;  // room for a record's line
@@ -11,9 +12,9 @@ inline constexpr std::uint32_t AMT_CONTENT_SIZE = 100;  // room for a record's l
 // The end of every record write, after the file was closed: waits 50 ms, runs the platform's sync, and both again.
 void amt_flush_records();
 
-// Opens a record; null, with the failure logged, when that does not work. function names the caller in the error-trace
-// line.
-pub_file amt_open_record(const char* function, const char* path, const char* mode);
+// Opens a record; null, with the failure logged under the given code, when that does not work. site names the caller.
+pub_file amt_open_record(const pub_log_site& site, const char* path, const char* mode,
+                         result_code_en code = ERR_SYSTEM);
 
 // Writes text into a record that was just opened, closes it and flushes the records, whatever came of the write.
 // `report` is called with the outcome before the file is closed, with errno telling why a write failed.
@@ -29,9 +30,9 @@ bool amt_finish_record(pub_file file, const char* text, Report report) {
 
 // Replaces a record by text, without a line end; logs "<label>: <text>". 0, or ERR_SYSTEM when the file cannot be
 // opened or written.
-std::int32_t amt_write_record(const char* function, const char* label, const char* path, const char* text);
+result_code_en amt_write_record(const pub_log_site& site, const char* label, const char* path, const char* text);
 
 // The first line of a record, its line end included, at most 98 characters; logs "<label>: <line>" unless label is
 // null. 0, or ERR_SYSTEM; the buffer is then empty.
-std::int32_t amt_read_record(const char* function, const char* label, const char* path,
-                             char (&content)[AMT_CONTENT_SIZE]);
+result_code_en amt_read_record(const pub_log_site& site, const char* label, const char* path,
+                               char (&content)[AMT_CONTENT_SIZE]);

@@ -37,7 +37,7 @@ void copy_address(address_text& address, std::string_view text) {
 
 // The recorded address with its line end; empty when there is none. A record that is missing is no failure, one that
 // holds nothing is: ERR_FAIL.
-std::int32_t read_factory_address(address_text& address) {
+result_code_en read_factory_address(address_text& address) {
   copy_address(address, "");
   const pub_file file = pub_util_fopen(AMT_WIFI_ADDRESS_FILE, "r");
   if (!file) {
@@ -46,17 +46,14 @@ std::int32_t read_factory_address(address_text& address) {
   }
   char line[LINE_SIZE];
   if (std::fgets(line, sizeof line, file.get()) == nullptr) {
-    LOG_FAILURE_OF(PATCH, ERR_FAIL);
-    LOG_LINE("read  %s fail", AMT_WIFI_ADDRESS_FILE);
-    return ERR_FAIL;
+    return pub_fail({k_log, PATCH}, ERR_FAIL, "read  %s fail", AMT_WIFI_ADDRESS_FILE);
   }
   copy_address(address, line);
   return ERR_NONE;
 }
 
 void log_missing(const char* path) {
-  LOG_FAILURE_OF(PATCH, ERR_FAIL);
-  LOG_LINE("open  %s fail", path);
+  pub_log_failure({k_log, PATCH}, ERR_FAIL, "open  %s fail", path);
 }
 
 struct nvram_files_st {
@@ -94,7 +91,7 @@ void write_address(std::FILE* copy, const char* address) {
 
 // Copies the source line by line with the address in place. A piece of a line that is longer than the buffer counts as
 // a line of its own. ERR_FAIL when the limit of copied lines is reached: the rest is dropped.
-std::int32_t copy_lines(const nvram_files_st& files, const char* address, bool& is_replaced) {
+result_code_en copy_lines(const nvram_files_st& files, const char* address, bool& is_replaced) {
   char line[LINE_SIZE];
   int count = 0;
   while (std::fgets(line, sizeof line, files.m_source.get()) != nullptr) {
@@ -108,26 +105,23 @@ std::int32_t copy_lines(const nvram_files_st& files, const char* address, bool& 
       continue;
     }
     std::fputs(line, files.m_copy.get());
-    if (++count == LINE_COUNT_LIMIT) {
-      LOG_FAILURE_OF(PATCH, ERR_FAIL);
-      return ERR_FAIL;
-    }
+    if (++count == LINE_COUNT_LIMIT) return pub_fail({k_log, PATCH}, ERR_FAIL);
   }
   return ERR_NONE;
 }
 
 // Fills the copy; ERR_FAIL, too, when not all of it could be written.
-std::int32_t patch(const nvram_files_st& files, const char* address) {
+result_code_en patch(const nvram_files_st& files, const char* address) {
   bool is_replaced = false;
-  std::int32_t result = copy_lines(files, address, is_replaced);
+  result_code_en result = copy_lines(files, address, is_replaced);
   if (!is_replaced && *address != '\0') {
     std::fseek(files.m_copy.get(), 0, SEEK_END);
     write_address(files.m_copy.get(), address);
     LOG_LINE("new wifi_addr_nvram: %s", address);
   }
   if (std::fflush(files.m_copy.get()) != 0 || std::ferror(files.m_copy.get()) != 0) {
-    LOG_SYS_CALL("fputs");
-    LOG_FAILURE_OF(PATCH, ERR_FAIL);
+    pub_log_sys_call(k_log, "fputs");
+    pub_log_failure({k_log, PATCH}, ERR_FAIL);
     result = ERR_FAIL;
   }
   return result;
@@ -147,22 +141,14 @@ void open_copy_to_all() {
 
 }  // namespace
 
-std::int32_t amt_read_wifi_address(char* buffer, std::size_t size) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS(buffer == nullptr, size == 0)) return ERR_FAIL;
+result_code_en amt_read_wifi_address(char* buffer, std::size_t size) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments(k_log, {buffer == nullptr, size == 0})) return ERR_FAIL;
   *buffer = '\0';
   const pub_file file = pub_util_fopen(AMT_WIFI_ADDRESS_FILE, "r");
-  if (!file) {
-    LOG_FAILURE(ERR_FAIL);
-    LOG_LINE("open %s fail", AMT_WIFI_ADDRESS_FILE);
-    return ERR_FAIL;
-  }
+  if (!file) return pub_fail(k_log, ERR_FAIL, "open %s fail", AMT_WIFI_ADDRESS_FILE);
   char line[LINE_SIZE];
-  if (std::fgets(line, sizeof line, file.get()) == nullptr) {
-    LOG_FAILURE(ERR_FAIL);
-    LOG_LINE("read fail");
-    return ERR_FAIL;
-  }
+  if (std::fgets(line, sizeof line, file.get()) == nullptr) return pub_fail(k_log, ERR_FAIL, "read fail");
   const std::size_t length = std::strlen(line);
   LOG_LINE("wifi_addr_len: %d", static_cast<int>(length));
   const std::size_t count = std::min(length == 0 ? 0 : length - 1, size - 1);
@@ -171,34 +157,27 @@ std::int32_t amt_read_wifi_address(char* buffer, std::size_t size) {
   return ERR_NONE;
 }
 
-std::int32_t amt_write_wifi_address(const char* address) {
-  LOG_ENTRY();
-  if (address == nullptr || *address == '\0') {
-    LOG_FAILURE(ERR_ARGUMENT);
-    return ERR_ARGUMENT;
-  }
+result_code_en amt_write_wifi_address(const char* address) {
+  pub_log_entry(k_log);
+  if (address == nullptr || *address == '\0') return pub_fail(k_log, ERR_ARGUMENT);
   pub_file file = pub_util_fopen(AMT_WIFI_ADDRESS_FILE, "w+");
-  if (!file) {
-    LOG_FAILURE(ERR_FAIL);
-    LOG_LINE("open %s fail", AMT_WIFI_ADDRESS_FILE);
-    return ERR_FAIL;
-  }
+  if (!file) return pub_fail(k_log, ERR_FAIL, "open %s fail", AMT_WIFI_ADDRESS_FILE);
   const std::string line = std::string(address) + "\n";
   const bool is_written = amt_finish_record(std::move(file), line.c_str(), [address](bool is_done) {
     if (is_done) {
       LOG_LINE("write BT address: %s", address);  // names Bluetooth on purpose: field tools look for it
       return;
     }
-    LOG_SYS_CALL("fputs");
-    LOG_FAILURE_OF("amt_write_wifi_address", ERR_SYSTEM);
+    pub_log_sys_call(k_log, "fputs");
+    pub_log_failure({k_log, "amt_write_wifi_address"}, ERR_SYSTEM);
   });
   return is_written ? ERR_NONE : ERR_SYSTEM;
 }
 
-std::int32_t amt_write_wifi_to_nvram_file() {
-  LOG_ENTRY();
+result_code_en amt_write_wifi_to_nvram_file() {
+  pub_log_entry(k_log);
   address_text address;
-  std::int32_t result = read_factory_address(address);
+  result_code_en result = read_factory_address(address);
   LOG_LINE("wifi_addr_amt: %s", address);
   nvram_files_st files;
   if (!open_files(files)) return ERR_FAIL;

@@ -1,5 +1,7 @@
 #include "amt/amt-screen/banner.h"
 
+#include <tuple>
+
 #include "amt/amt-screen/log-module.h"
 #include "amt/amt-screen/screen.h"
 #include "pub/util/io.h"
@@ -11,11 +13,11 @@ constexpr std::uint32_t SETTLE_MS = 3000;  // for what the phone itself shows on
 }  // namespace
 
 void amt_handle_load_image_for_handshake() {
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   if (screen_init() != 0) {
     LOG_LINE("screen_init return error, not update screen.");
     return;
   }
   pub_util_sleep_ms(SETTLE_MS);
-  screen_update();
+  std::ignore = screen_update();  // logged; there is nobody to tell
 }

@@ -77,20 +77,20 @@ class mapped_window {
 
 }  // namespace
 
-std::int32_t screen_load_image(std::uint32_t width, std::uint32_t height) {
-  LOG_ENTRY();
+result_code_en screen_load_image(std::uint32_t width, std::uint32_t height) {
+  pub_log_entry(k_log);
   std::uint8_t* pixels = load_pixels();
   std::free(g_screen_image.m_pixels);
   g_screen_image.m_pixels = pixels;
-  if (pixels == nullptr) return -1;
+  if (pixels == nullptr) return ERR_WRITE;
   g_screen.m_width = width;
   g_screen.m_height = height;
   g_screen.m_is_loaded = 1;
-  return 0;
+  return ERR_NONE;
 }
 
 void screen_draw_image(std::int64_t destination) {
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   const std::int64_t screen_width = g_screen.m_width;
   const std::int64_t screen_height = g_screen.m_height;
   const std::int64_t width = g_screen_image.m_width;

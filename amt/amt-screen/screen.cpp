@@ -97,25 +97,25 @@ bool show_layer() {
 
 }  // namespace
 
-std::int32_t screen_init() {
-  LOG_ENTRY();
+result_code_en screen_init() {
+  pub_log_entry(k_log);
   set_console_to_graphics();
   pub_fd framebuffer(pub_util_open("/dev/graphics/fb0", O_RDWR));
   if (framebuffer.get() < 0) {
     log_message(k_framebuffer_log, "fb open failed!\n");
-    return -1;
+    return ERR_WRITE;
   }
-  if (!query(framebuffer.get()) || !map(framebuffer.get())) return -1;
+  if (!query(framebuffer.get()) || !map(framebuffer.get())) return ERR_WRITE;
   if (screen_load_image(g_screen.m_variable.xres, g_screen.m_variable.yres) != 0) {
     unmap_one_screen();
-    return -1;
+    return ERR_WRITE;
   }
   g_screen.m_fd = framebuffer.release();
-  return 0;
+  return ERR_NONE;
 }
 
-std::int32_t screen_update() {
-  LOG_ENTRY();
+result_code_en screen_update() {
+  pub_log_entry(k_log);
   fb_var_screeninfo& variable = g_screen.m_variable;
   variable.yoffset = variable.yoffset == 0 ? variable.yres : 0;
   variable.bits_per_pixel = BITS_PER_PIXEL;
@@ -123,8 +123,8 @@ std::int32_t screen_update() {
   screen_draw_image(OFFSET_BYTES_PER_PIXEL * screen_distance(variable.xres, variable.yoffset));
 
   const bool is_first = g_screen.m_enabled_layers == 0;
-  if (is_first && !prepare_layer()) return -1;
+  if (is_first && !prepare_layer()) return ERR_WRITE;
   ioctl(g_screen.m_fd, FBIOPUT_VSCREENINFO, &variable);
-  if (is_first && !show_layer()) return -1;
-  return 0;
+  if (is_first && !show_layer()) return ERR_WRITE;
+  return ERR_NONE;
 }

@@ -1,10 +1,13 @@
 // The phone's framebuffer and the one picture that is shown on it. Owns the mapped screen and the inflated picture;
-// both stay for the life of the process, and only the banner's thread touches them. Results are 0 or -1.
+// both stay for the life of the process, and only the banner's thread touches them. Results are 0 or -1
+// (ERR_WRITE).
 #pragma once
 
 #include <linux/fb.h>
 
 #include <cstdint>
+
+#include "pub/result.h"
 
 struct screen_image_st {
   std::uint32_t m_width;       // pixels
@@ -29,11 +32,11 @@ extern screen_image_st g_screen_image;
 extern screen_st g_screen;
 
 // Puts the console into graphics mode, opens and maps the framebuffer, loads the image. Nothing stays open after -1.
-std::int32_t screen_init();
+result_code_en screen_init();
 // Inflates the image and records the screen's size. After -1 there is no image, not even an earlier one.
-std::int32_t screen_load_image(std::uint32_t width, std::uint32_t height);
+result_code_en screen_load_image(std::uint32_t width, std::uint32_t height);
 // Draws into the half of the framebuffer that is not shown and shows it.
-std::int32_t screen_update();
+result_code_en screen_update();
 // A black screen with the image in its middle, at a byte offset into the mapped memory. An image larger than the screen
 // is not cut to it and runs into the neighbouring rows; what lies outside the mapped memory is not written.
 void screen_draw_image(std::int64_t destination);

@@ -22,9 +22,10 @@ void cut_from_end(char* text, const char* unwanted) {
 
 }  // namespace
 
-std::int32_t pub_cfg_get_line(std::FILE* file, char* buffer, std::uint32_t size, std::uint32_t* length,
-                              std::int32_t* is_eof) {
-  if (LOG_BAD_ARGUMENTS(file == nullptr, buffer == nullptr, size < 3, length == nullptr, is_eof == nullptr)) {
+result_code_en pub_cfg_get_line(std::FILE* file, char* buffer, std::uint32_t size, std::uint32_t* length,
+                                std::int32_t* is_eof) {
+  if (pub_log_bad_arguments(k_log,
+                            {file == nullptr, buffer == nullptr, size < 3, length == nullptr, is_eof == nullptr})) {
     return ERR_ARGUMENT;
   }
   std::memset(buffer, 0, size);
@@ -39,8 +40,8 @@ std::int32_t pub_cfg_get_line(std::FILE* file, char* buffer, std::uint32_t size,
   return ERR_NONE;
 }
 
-std::int32_t pub_cfg_get_param_and_value(char* line, char** key, char** value) {
-  if (LOG_BAD_ARGUMENTS(line == nullptr, key == nullptr, value == nullptr)) return ERR_ARGUMENT;
+result_code_en pub_cfg_get_param_and_value(char* line, char** key, char** value) {
+  if (pub_log_bad_arguments(k_log, {line == nullptr, key == nullptr, value == nullptr})) return ERR_ARGUMENT;
   char* start = skip_blanks(line);
   if (*start == '#') return ERR_NOT_HANDLED;
   char* equals = std::strchr(start, '=');

@@ -43,21 +43,20 @@ bool belongs_to_other_process(const pub_pty_st& pty) {
 }
 
 // The last lines of a mapping that cannot be made.
-std::int32_t fail_mapping(pub_pty_st& pty) {
+result_code_en fail_mapping(pub_pty_st& pty) {
   LOG_LINE("create_pts_mapping m_pts_mapping_name_a[%s] ret_val[%d]", pty.m_pts_mapping_name_a, ERR_SYSTEM);
-  pub_pty_delete_mapping(&pty);
+  std::ignore = pub_pty_delete_mapping(&pty);
   return ERR_SYSTEM;
 }
 
-std::int32_t find_slave_name(pub_pty_st& pty) {
+result_code_en find_slave_name(pub_pty_st& pty) {
   char name[SLAVE_NAME_ROOM] = {};
   const bool is_named = ptsname_r(pty.m_ptm_fd, name, sizeof name) == 0;
   LOG_LINE("create_pts_mapping pts_name_ptr[%s]", name);
   if (!is_named) {
-    LOG_SYS_CALL("ptsname");
-    LOG_FAILURE_OF("create_pts_mapping", ERR_SYSTEM);
-    LOG_LINE("create_pts_mapping m_pts_name_a[%s] ret_val[%d]", pty.m_pts_name_a, ERR_SYSTEM);
-    return ERR_SYSTEM;
+    pub_log_sys_call(k_log, "ptsname");
+    return pub_fail({k_log, "create_pts_mapping"}, ERR_SYSTEM, "create_pts_mapping m_pts_name_a[%s] ret_val[%d]",
+                    pty.m_pts_name_a, ERR_SYSTEM);
   }
   constexpr std::size_t limit = sizeof pty.m_pts_name_a - 1;
   const std::size_t length = std::strlen(name);
@@ -84,47 +83,43 @@ bool make_link(const pub_pty_st& pty) {
 
 // The two processes that a fork has made lose their terminal at the same moment and both come here: when the other one
 // was faster with its link, that one is stale, too.
-std::int32_t link_to_slave(const pub_pty_st& pty) {
+result_code_en link_to_slave(const pub_pty_st& pty) {
   const char* mapping = pty.m_pts_mapping_name_a;
   for (int tries = 0; tries < LINK_TRIES; ++tries) {
     const bool is_free = remove_stale_link(mapping);
     if (make_link(pty)) return ERR_NONE;
     if (!is_free || errno != EEXIST) break;
   }
-  LOG_SYS_CALL("symlink");
-  LOG_FAILURE_OF("create_pts_mapping", ERR_WRITE);
-  LOG_FAILURE_OF("create_pts_mapping", ERR_SYSTEM);
-  LOG_LINE("[PTY]map %s -> %s failed", pty.m_pts_name_a, mapping);
-  return ERR_SYSTEM;
+  pub_log_sys_call(k_log, "symlink");
+  pub_log_failure({k_log, "create_pts_mapping"}, ERR_WRITE);
+  return pub_fail({k_log, "create_pts_mapping"}, ERR_SYSTEM, "[PTY]map %s -> %s failed", pty.m_pts_name_a, mapping);
 }
 
 // The application may not be root: the slave is given to its user and group. Whether that worked is its own to find
 // out.
-std::int32_t give_to_application(const char* mapping) {
+result_code_en give_to_application(const char* mapping) {
   const int mode_result = chmod(mapping, MAPPING_MODE);
   LOG_LINE("create_pts_mapping chmod(%s, %d) ret_val[%d]", mapping, static_cast<int>(MAPPING_MODE), mode_result);
   if (mode_result != 0) {
-    LOG_SYS_CALL("chmod");
-    LOG_FAILURE_OF("create_pts_mapping", ERR_SYSTEM);
+    pub_log_sys_call(k_log, "chmod");
+    pub_log_failure({k_log, "create_pts_mapping"}, ERR_SYSTEM);
   }
   std::ignore = chown(mapping, MAPPING_OWNER, MAPPING_GROUP);
-  const std::int32_t result = mode_result == 0 ? ERR_NONE : ERR_SYSTEM;
+  const result_code_en result = mode_result == 0 ? ERR_NONE : ERR_SYSTEM;
   LOG_LINE("create_pts_mapping chown(%s, %d, %d) ret_val[%d]", mapping, static_cast<int>(MAPPING_OWNER),
            static_cast<int>(MAPPING_GROUP), result);
-  if (result != ERR_NONE) LOG_SYS_CALL("chown");
+  if (result != ERR_NONE) pub_log_sys_call(k_log, "chown");
   return result;
 }
 
-std::int32_t create_pts_mapping(pub_pty_st& pty) {
-  LOG_ENTRY();
+result_code_en create_pts_mapping(pub_pty_st& pty) {
+  pub_log_entry(k_log);
   const bool is_closed = pty.m_ptm_fd < 0;
   const bool is_unnamed = pty.m_pts_mapping_name_a[0] == '\0';
   if (is_closed || is_unnamed) {
-    LOG_FAILURE(ERR_ARGUMENT);
-    LOG_LINE("[PTY]%d, %d, %d", 0, is_closed ? 1 : 0, is_unnamed ? 1 : 0);
-    return ERR_ARGUMENT;
+    return pub_fail(k_log, ERR_ARGUMENT, "[PTY]%d, %d, %d", 0, is_closed ? 1 : 0, is_unnamed ? 1 : 0);
   }
-  std::int32_t result = find_slave_name(pty);
+  result_code_en result = find_slave_name(pty);
   if (result == ERR_NONE) result = link_to_slave(pty);
   if (result == ERR_NONE) result = give_to_application(pty.m_pts_mapping_name_a);
   if (result != ERR_NONE) return fail_mapping(pty);
@@ -133,40 +128,33 @@ std::int32_t create_pts_mapping(pub_pty_st& pty) {
 }
 
 // One step of the terminal's settings: its line, and why it failed.
-std::int32_t judge_attr_step(const char* call, int fd, int result) {
+result_code_en judge_attr_step(const char* call, int fd, int result) {
   LOG_LINE("set_ptm_attr %s(%d) ret_val[%d]", call, fd, result);
   if (result == 0) return ERR_NONE;
-  LOG_SYS_CALL(call);
-  LOG_FAILURE_OF("set_ptm_attr", ERR_SYSTEM);
-  return ERR_SYSTEM;
+  return pub_fail_sys_call({k_log, "set_ptm_attr"}, ERR_SYSTEM, call);
 }
 
 // Reading and applying the settings is told only when it fails.
-std::int32_t fail_attributes(const char* call, int fd) {
-  LOG_SYS_CALL(call);
-  LOG_FAILURE_OF("set_ptm_attr", ERR_SYSTEM);
-  LOG_LINE("set_ptm_attr %s(%d) ret_val[%d]", call, fd, ERR_SYSTEM);
-  return ERR_SYSTEM;
+result_code_en fail_attributes(const char* call, int fd) {
+  pub_log_sys_call(k_log, call);
+  return pub_fail({k_log, "set_ptm_attr"}, ERR_SYSTEM, "set_ptm_attr %s(%d) ret_val[%d]", call, fd, ERR_SYSTEM);
 }
 
 // Raw enough for frames. ONLCR stays as it was: without OPOST it does nothing.
-std::int32_t make_raw(int fd) {
+result_code_en make_raw(int fd) {
   termios attributes = {};
   if (tcgetattr(fd, &attributes) != 0) return fail_attributes("tcgetattr", fd);
   attributes.c_iflag = 0;
   attributes.c_oflag &= ~static_cast<tcflag_t>(OPOST | OLCUC | OCRNL | ONOCR | ONLRET);
   attributes.c_lflag &= ~static_cast<tcflag_t>(ISIG | ICANON | ECHO | ECHOE);
-  return tcsetattr(fd, TCSANOW, &attributes) == 0 ? std::int32_t{ERR_NONE} : fail_attributes("tcsetattr", fd);
+  return tcsetattr(fd, TCSANOW, &attributes) == 0 ? ERR_NONE : fail_attributes("tcsetattr", fd);
 }
 
-std::int32_t set_ptm_attr(int fd) {
-  LOG_ENTRY();
+result_code_en set_ptm_attr(int fd) {
+  pub_log_entry(k_log);
   LOG_LINE("set_ptm_attr fd[%d]", fd);
-  if (fd < 0) {
-    LOG_FAILURE(ERR_ARGUMENT);
-    return ERR_ARGUMENT;
-  }
-  std::int32_t result = make_raw(fd);
+  if (fd < 0) return pub_fail(k_log, ERR_ARGUMENT);
+  result_code_en result = make_raw(fd);
   if (result == ERR_NONE) result = judge_attr_step("grantpt", fd, grantpt(fd));
   if (result == ERR_NONE) result = judge_attr_step("unlockpt", fd, unlockpt(fd));
   LOG_LINE("set_ptm_attr fd[%d] ret_val[%d]", fd, result);
@@ -175,8 +163,8 @@ std::int32_t set_ptm_attr(int fd) {
 
 // What makes an opened master usable. The link is made before the slave is unlocked: on purpose, who waits for the link
 // cannot open it too early.
-std::int32_t set_up_master(pub_pty_st& pty) {
-  std::int32_t result = create_pts_mapping(pty);
+result_code_en set_up_master(pub_pty_st& pty) {
+  result_code_en result = create_pts_mapping(pty);
   if (result == ERR_NONE) result = set_ptm_attr(pty.m_ptm_fd);
   if (result == ERR_NONE && pty.m_nonblock_mode != 0) {
     result = pub_util_set_fd_mode(pty.m_ptm_fd, pty.m_nonblock_mode != 0);
@@ -186,26 +174,19 @@ std::int32_t set_up_master(pub_pty_st& pty) {
 
 }  // namespace
 
-std::int32_t pub_pty_open(pub_pty_st* pty) {
-  LOG_ENTRY();
-  if (pty == nullptr) {
-    LOG_FAILURE(ERR_ARGUMENT);
-    return ERR_ARGUMENT;
-  }
+result_code_en pub_pty_open(pub_pty_st* pty) {
+  pub_log_entry(k_log);
+  if (pty == nullptr) return pub_fail(k_log, ERR_ARGUMENT);
   LOG_LINE("pub_pty_open m_ptm_fd[%d]", pty->m_ptm_fd.load());
-  if (pty->m_ptm_fd > 0) pub_pty_close(pty);
+  if (pty->m_ptm_fd > 0) std::ignore = pub_pty_close(pty);
 
   pty->m_ptm_fd = pub_util_open(PTMX, O_RDWR);
   LOG_LINE("pub_pty_open m_ptm_fd[%d]", pty->m_ptm_fd.load());
-  if (pty->m_ptm_fd < 0) {
-    LOG_SYS_CALL("open");
-    LOG_FAILURE(ERR_SYSTEM);
-    return ERR_SYSTEM;
-  }
+  if (pty->m_ptm_fd < 0) return pub_fail_sys_call(k_log, ERR_SYSTEM, "open");
   pty->m_opener = getpid();
-  const std::int32_t result = set_up_master(*pty);
+  const result_code_en result = set_up_master(*pty);
   if (result != ERR_NONE) {
-    pub_pty_close(pty);
+    std::ignore = pub_pty_close(pty);
     return result;
   }
   LOG_LINE("pub_pty_open \"%s\" %s", pty->m_pts_mapping_name_a, existence(pty->m_pts_mapping_name_a));
@@ -214,10 +195,10 @@ std::int32_t pub_pty_open(pub_pty_st* pty) {
   return ERR_NONE;
 }
 
-std::int32_t pub_pty_close(pub_pty_st* pty) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS(pty == nullptr, pty != nullptr && pty->m_ptm_fd < 0)) return -1;
-  const std::int32_t result = pub_pty_delete_mapping(pty);
+result_code_en pub_pty_close(pub_pty_st* pty) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments(k_log, {pty == nullptr, pty != nullptr && pty->m_ptm_fd < 0})) return ERR_WRITE;
+  const result_code_en result = pub_pty_delete_mapping(pty);
   LOG_LINE("pub_pty_close pub_pty_delete_mapping ret_val[%d]", result);
   if (result != ERR_NONE) return result;
   std::memset(pty->m_pts_name_a, 0, sizeof pty->m_pts_name_a);
@@ -226,13 +207,9 @@ std::int32_t pub_pty_close(pub_pty_st* pty) {
   return ERR_NONE;
 }
 
-std::int32_t pub_pty_delete_mapping(pub_pty_st* pty) {
-  LOG_ENTRY();
-  if (pty == nullptr) {
-    LOG_FAILURE(ERR_ARGUMENT);
-    LOG_LINE("[PTY]%d", 1);
-    return ERR_ARGUMENT;
-  }
+result_code_en pub_pty_delete_mapping(pub_pty_st* pty) {
+  pub_log_entry(k_log);
+  if (pty == nullptr) return pub_fail(k_log, ERR_ARGUMENT, "[PTY]%d", 1);
   if (belongs_to_other_process(*pty)) {
     LOG_LINE("pub_pty_delete_mapping \"%s\" is another process's", pty->m_pts_mapping_name_a);
     return ERR_NONE;
@@ -245,8 +222,8 @@ std::int32_t pub_pty_delete_mapping(pub_pty_st* pty) {
   const int result = unlink(pty->m_pts_mapping_name_a);
   LOG_LINE("pub_pty_delete_mapping unlink(%s) ret_val[%d]", pty->m_pts_mapping_name_a, result);
   if (result != 0) {
-    LOG_SYS_CALL("unlink");
-    LOG_FAILURE(ERR_WRITE);
+    pub_log_sys_call(k_log, "unlink");
+    pub_log_failure(k_log, ERR_WRITE);
     return ERR_SYSTEM;
   }
   return ERR_NONE;

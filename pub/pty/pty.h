@@ -6,6 +6,8 @@
 #include <atomic>
 #include <cstdint>
 
+#include "pub/result.h"
+
 struct pub_pty_st {
   std::atomic<int> m_ptm_fd;      // master; above 0 = open, -1 after a close
   char m_pts_name_a[40];          // slave device, as the system names it
@@ -18,12 +20,12 @@ struct pub_pty_st {
 // the slave. An open record is closed first, a link left by an earlier run is replaced. 0; ERR_ARGUMENT for a null
 // record or an empty mapping name; ERR_SYSTEM, or the code of pub_util_set_fd_mode, when a step failed: the record is
 // then closed.
-std::int32_t pub_pty_open(pub_pty_st* pty);
+result_code_en pub_pty_open(pub_pty_st* pty);
 
-// Closes the master and removes the link. 0, the code of pub_pty_delete_mapping (the master then stays open), or -1 for
-// a null record or a master of -1: not the -101 that the log shows, callers test only for non-zero.
-std::int32_t pub_pty_close(pub_pty_st* pty);
+// Closes the master and removes the link. 0, the code of pub_pty_delete_mapping (the master then stays open), or
+// ERR_WRITE for a null record or a master of -1: not the -101 that the log shows, callers test only for non-zero.
+result_code_en pub_pty_close(pub_pty_st* pty);
 
 // Removes the link. 0, also when there is none, or when it is the link of another process, which stays; ERR_ARGUMENT
 // for a null record; ERR_SYSTEM when it cannot be removed.
-std::int32_t pub_pty_delete_mapping(pub_pty_st* pty);
+result_code_en pub_pty_delete_mapping(pub_pty_st* pty);

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <tuple>
 
 #include "pub/cfg/cfg.h"
 #include "pub/result.h"
@@ -36,8 +37,8 @@ const line_speed_st& line_speed(std::int32_t speed) {
 
 void log_open_failure(const char* path, int error) {
   errno = error;
-  LOG_FAILURE_OF("pub_util_try_to_open_device", ERR_SYSTEM);
-  LOG_LINE("open device \"%s\" fail: %d - %s", path, error, std::strerror(error));
+  pub_log_failure({k_log, "pub_util_try_to_open_device"}, ERR_SYSTEM, "open device \"%s\" fail: %d - %s", path, error,
+                  std::strerror(error));
 }
 
 // The attempts of both openers: the new descriptor, or 0.
@@ -63,13 +64,13 @@ int open_with_tries(const char* path, int flags, std::uint32_t tries, std::uint3
 
 bool set_speed(termios& attributes, speed_t speed) {
   if (cfsetispeed(&attributes, speed) != 0) {
-    LOG_SYS_CALL("cfsetispeed");
-    LOG_FAILURE_OF("pub_util_set_serial_dev_attr", ERR_WRITE);
+    pub_log_sys_call(k_log, "cfsetispeed");
+    pub_log_failure({k_log, "pub_util_set_serial_dev_attr"}, ERR_WRITE);
     return false;
   }
   if (cfsetospeed(&attributes, speed) != 0) {
-    LOG_SYS_CALL("cfsetospeed");
-    LOG_FAILURE_OF("pub_util_set_serial_dev_attr", ERR_WRITE);
+    pub_log_sys_call(k_log, "cfsetospeed");
+    pub_log_failure({k_log, "pub_util_set_serial_dev_attr"}, ERR_WRITE);
     return false;
   }
   return true;
@@ -78,14 +79,14 @@ bool set_speed(termios& attributes, speed_t speed) {
 bool is_in_mounts(const char* mount_point) {
   const pub_file mounts = pub_util_fopen("/proc/mounts", "r");
   if (!mounts) {
-    LOG_SYS_CALL("fopen");
+    pub_log_sys_call(k_log, "fopen");
     return false;
   }
   char line[200];
   std::uint32_t length = 0;
   std::int32_t is_eof = 0;
   while (is_eof == 0) {
-    pub_cfg_get_line(mounts.get(), line, sizeof line, &length, &is_eof);
+    std::ignore = pub_cfg_get_line(mounts.get(), line, sizeof line, &length, &is_eof);
     if (std::strstr(line, mount_point) != nullptr) return true;
   }
   return false;
@@ -93,24 +94,23 @@ bool is_in_mounts(const char* mount_point) {
 
 }  // namespace
 
-std::int32_t pub_util_set_fd_mode(int fd, bool is_nonblock_mode) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS(fd < 0)) return ERR_ARGUMENT;
+result_code_en pub_util_set_fd_mode(int fd, bool is_nonblock_mode) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments(k_log, {fd < 0})) return ERR_ARGUMENT;
   LOG_LINE("pub_util_set_fd_mode fd[%d] is_nonblock_mode[%d]", fd, is_nonblock_mode ? 1 : 0);
   const int flags = fcntl(fd, F_GETFL);
   if (flags < 0 || fcntl(fd, F_SETFL, is_nonblock_mode ? flags | O_NONBLOCK : flags & ~O_NONBLOCK) < 0) {
-    LOG_SYS_CALL("fcntl");
-    LOG_FAILURE(ERR_SYSTEM);
-    return ERR_SYSTEM;
+    return pub_fail_sys_call(k_log, ERR_SYSTEM, "fcntl");
   }
   LOG_LINE("pub_util_set_fd_mode return ERR_NONE");
   return ERR_NONE;
 }
 
-std::int32_t pub_util_try_to_open_device(std::atomic<int>* fd, const char* path, int flags, std::uint32_t tries,
-                                         std::uint32_t pause_ms) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS(fd == nullptr, path == nullptr, path != nullptr && *path == '\0')) return ERR_ARGUMENT;
+result_code_en pub_util_try_to_open_device(std::atomic<int>* fd, const char* path, int flags, std::uint32_t tries,
+                                           std::uint32_t pause_ms) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments(k_log, {fd == nullptr, path == nullptr, path != nullptr && *path == '\0'}))
+    return ERR_ARGUMENT;
   pub_util_close(*fd);
   const int opened = open_with_tries(path, flags, tries, pause_ms);
   if (opened == 0) return ERR_SYSTEM;
@@ -118,10 +118,11 @@ std::int32_t pub_util_try_to_open_device(std::atomic<int>* fd, const char* path,
   return ERR_NONE;
 }
 
-std::int32_t pub_util_try_to_reopen_device(std::atomic<int>* fd, const char* path, int flags, std::uint32_t tries,
-                                           std::uint32_t pause_ms) {
-  LOG_ENTRY_OF("pub_util_try_to_open_device");
-  if (LOG_BAD_ARGUMENTS(fd == nullptr, path == nullptr, path != nullptr && *path == '\0')) return ERR_ARGUMENT;
+result_code_en pub_util_try_to_reopen_device(std::atomic<int>* fd, const char* path, int flags, std::uint32_t tries,
+                                             std::uint32_t pause_ms) {
+  pub_log_entry({k_log, "pub_util_try_to_open_device"});
+  if (pub_log_bad_arguments(k_log, {fd == nullptr, path == nullptr, path != nullptr && *path == '\0'}))
+    return ERR_ARGUMENT;
   pub_fd opened(open_with_tries(path, flags, tries, pause_ms));
   if (opened.get() <= 0) {
     opened.release();
@@ -134,8 +135,8 @@ std::int32_t pub_util_try_to_reopen_device(std::atomic<int>* fd, const char* pat
     return ERR_NONE;
   }
   if (dup3(opened.get(), number, O_CLOEXEC) < 0) {
-    LOG_SYS_CALL("dup3");
-    LOG_FAILURE(ERR_SYSTEM);
+    pub_log_sys_call(k_log, "dup3");
+    pub_log_failure(k_log, ERR_SYSTEM);
     *fd = 0;
     return ERR_SYSTEM;
   }
@@ -143,13 +144,13 @@ std::int32_t pub_util_try_to_reopen_device(std::atomic<int>* fd, const char* pat
 }
 
 void pub_util_set_serial_dev_attr(int fd, std::int32_t speed) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS(fd < 0)) return;
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments(k_log, {fd < 0})) return;
   termios attributes = {};
   const bool is_read = tcgetattr(fd, &attributes) == 0;
   if (!is_read) {
-    LOG_SYS_CALL("tcgetattr");
-    LOG_FAILURE(ERR_WRITE);
+    pub_log_sys_call(k_log, "tcgetattr");
+    pub_log_failure(k_log, ERR_WRITE);
   }
   const line_speed_st& row = line_speed(speed);
   LOG_LINE("convert speed %ld -> %s", static_cast<long>(speed), row.m_name);
@@ -160,27 +161,22 @@ void pub_util_set_serial_dev_attr(int fd, std::int32_t speed) {
   attributes.c_cflag |= CRTSCTS;
   attributes.c_lflag = 0;
   if (tcsetattr(fd, TCSANOW, &attributes) != 0) {
-    LOG_SYS_CALL("tcsetattr");
-    LOG_FAILURE(ERR_WRITE);
+    pub_log_sys_call(k_log, "tcsetattr");
+    pub_log_failure(k_log, ERR_WRITE);
   }
 }
 
-std::int32_t pub_util_get_mount_fs_info(const char* mount_point, pub_fs_info_st* info) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS(mount_point == nullptr, mount_point != nullptr && *mount_point == '\0', info == nullptr)) {
+result_code_en pub_util_get_mount_fs_info(const char* mount_point, pub_fs_info_st* info) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments(
+          k_log, {mount_point == nullptr, mount_point != nullptr && *mount_point == '\0', info == nullptr})) {
     return ERR_ARGUMENT;
   }
   if (!is_in_mounts(mount_point)) {
-    LOG_FAILURE(ERR_NOT_HANDLED);
-    LOG_LINE("file system \"%s\" has not been mounted", mount_point);
-    return ERR_NOT_HANDLED;
+    return pub_fail(k_log, ERR_NOT_HANDLED, "file system \"%s\" has not been mounted", mount_point);
   }
   struct statfs status = {};
-  if (statfs(mount_point, &status) != 0) {
-    LOG_SYS_CALL("statfs");
-    LOG_FAILURE(ERR_SYSTEM);
-    return ERR_SYSTEM;
-  }
+  if (statfs(mount_point, &status) != 0) return pub_fail_sys_call(k_log, ERR_SYSTEM, "statfs");
   const auto kilobytes = [&status](std::uint64_t blocks) {
     return static_cast<std::uint32_t>(blocks * static_cast<std::uint64_t>(status.f_bsize) / 1024);
   };

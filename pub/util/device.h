@@ -4,6 +4,8 @@
 #include <atomic>
 #include <cstdint>
 
+#include "pub/result.h"
+
 struct pub_fs_info_st {
   std::uint32_t m_total_kb;
   std::uint32_t m_used_kb;
@@ -11,18 +13,18 @@ struct pub_fs_info_st {
 };
 
 // Sets or clears O_NONBLOCK. ERR_ARGUMENT for a negative descriptor, ERR_SYSTEM when fcntl fails.
-std::int32_t pub_util_set_fd_mode(int fd, bool is_nonblock_mode);
+result_code_en pub_util_set_fd_mode(int fd, bool is_nonblock_mode);
 
 // Opens a device into *fd, closing what *fd held; up to `tries` attempts, each failed one followed by a pause.
 // ERR_ARGUMENT for a null pointer or an empty path, ERR_SYSTEM when it could not be opened.
-std::int32_t pub_util_try_to_open_device(std::atomic<int>* fd, const char* path, int flags, std::uint32_t tries,
-                                         std::uint32_t pause_ms);
+result_code_en pub_util_try_to_open_device(std::atomic<int>* fd, const char* path, int flags, std::uint32_t tries,
+                                           std::uint32_t pause_ms);
 
 // As pub_util_try_to_open_device for a descriptor that other threads read meanwhile: *fd keeps its number and its old
 // device until the new one takes its place in one step. When no attempt succeeds, *fd is 0; its number is then not
 // closed and so cannot become another file under a reader that still holds it.
-std::int32_t pub_util_try_to_reopen_device(std::atomic<int>* fd, const char* path, int flags, std::uint32_t tries,
-                                           std::uint32_t pause_ms);
+result_code_en pub_util_try_to_reopen_device(std::atomic<int>* fd, const char* path, int flags, std::uint32_t tries,
+                                             std::uint32_t pause_ms);
 
 // Raw line with hardware flow control at the next rate of 115200, 230400, 460800, 921600 bit/s that is not below
 // speed; 921600 above. Failures are only logged.
@@ -30,4 +32,4 @@ void pub_util_set_serial_dev_attr(int fd, std::int32_t speed);
 
 // The file system at a mount point. The mount point is searched as a substring of the lines of /proc/mounts.
 // ERR_ARGUMENT, ERR_NOT_HANDLED when it is not mounted, ERR_SYSTEM when it cannot be queried.
-std::int32_t pub_util_get_mount_fs_info(const char* mount_point, pub_fs_info_st* info);
+result_code_en pub_util_get_mount_fs_info(const char* mount_point, pub_fs_info_st* info);

@@ -55,45 +55,41 @@ bool runs_under_name(long pid, const char* name) {
 
 }  // namespace
 
-std::int32_t pub_util_get_cmd_line(pid_t pid, char* buffer, std::uint32_t size) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS(buffer == nullptr, size == 0)) return ERR_ARGUMENT;
+result_code_en pub_util_get_cmd_line(pid_t pid, char* buffer, std::uint32_t size) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments(k_log, {buffer == nullptr, size == 0})) return ERR_ARGUMENT;
   char path[40];
   cmd_line_path(path, pid);
   const pub_file file = pub_util_fopen(path, "r");
   if (!file) {
-    LOG_FAILURE(ERR_SYSTEM);
+    pub_log_failure(k_log, ERR_SYSTEM);
     log_open_failure(path);
     return ERR_SYSTEM;
   }
   char word[256] = "";
-  if (std::fscanf(file.get(), "%255s", word) != 1) {
-    LOG_SYS_CALL("fscanf");
-    LOG_FAILURE(ERR_SYSTEM);
-    return ERR_SYSTEM;
-  }
+  if (std::fscanf(file.get(), "%255s", word) != 1) return pub_fail_sys_call(k_log, ERR_SYSTEM, "fscanf");
   std::snprintf(buffer, size, "%s", word);
   return ERR_NONE;
 }
 
-std::int32_t pub_util_get_process_path(char* buffer, std::uint32_t size) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS(buffer == nullptr, size == 0)) return ERR_ARGUMENT;
-  const std::int32_t result = pub_util_get_cmd_line(getpid(), buffer, size);
+result_code_en pub_util_get_process_path(char* buffer, std::uint32_t size) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments(k_log, {buffer == nullptr, size == 0})) return ERR_ARGUMENT;
+  const result_code_en result = pub_util_get_cmd_line(getpid(), buffer, size);
   if (result != ERR_NONE) return result;
   if (char* slash = std::strrchr(buffer, '/')) *slash = '\0';
   return ERR_NONE;
 }
 
-std::int32_t pub_util_get_pid_and_check_run(const char* pid_file, const char* name, std::int32_t* is_run,
-                                            std::int64_t* pid) {
-  LOG_ENTRY();
+result_code_en pub_util_get_pid_and_check_run(const char* pid_file, const char* name, std::int32_t* is_run,
+                                              std::int64_t* pid) {
+  pub_log_entry(k_log);
   if (is_run != nullptr) *is_run = 0;
   if (pid != nullptr) *pid = 0;
   const bool no_file = pid_file == nullptr;
   const bool no_name = name == nullptr;
-  if (LOG_BAD_ARGUMENTS(no_file, !no_file && *pid_file == '\0', no_name, !no_name && *name == '\0', is_run == nullptr,
-                        pid == nullptr)) {
+  if (pub_log_bad_arguments(k_log, {no_file, !no_file && *pid_file == '\0', no_name, !no_name && *name == '\0',
+                                    is_run == nullptr, pid == nullptr})) {
     return ERR_ARGUMENT;
   }
   LOG_LINE("pub_util_get_pid_and_check_run pid_file_ptr[%s] name_ptr[%s]", pid_file, name);
@@ -107,16 +103,16 @@ std::int32_t pub_util_get_pid_and_check_run(const char* pid_file, const char* na
 }
 
 void pub_util_create_pid_file(const char* name) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS(name == nullptr)) return;
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments(k_log, {name == nullptr})) return;
   char command[60];
   std::snprintf(command, 59, "echo %d > /tmp/%s.pid", getpid(), name);
-  if (pub_util_run_command(command) < 0) LOG_SYS_CALL("system");
+  if (pub_util_run_command(command) < 0) pub_log_sys_call(k_log, "system");
   LOG_LINE("PID of %s: %d", name, getpid());
 }
 
 pid_t pub_util_fork() {
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   std::fflush(stdout);
   pub_log_pause();
   const pid_t child = fork();
@@ -125,17 +121,17 @@ pid_t pub_util_fork() {
 }
 
 void pub_util_raise_process_priority() {
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   const int maximum = sched_get_priority_max(SCHED_FIFO);
   if (maximum < 0) {
-    LOG_SYS_CALL("sched_get_priority_max");
-    LOG_FAILURE(ERR_SYSTEM);
+    pub_log_sys_call(k_log, "sched_get_priority_max");
+    pub_log_failure(k_log, ERR_SYSTEM);
     return;
   }
   sched_param parameter = {};
   parameter.sched_priority = maximum - 4;
   if (sched_setscheduler(getpid(), SCHED_FIFO, &parameter) != 0) {
-    LOG_SYS_CALL("sched_setscheduler");
-    LOG_FAILURE(ERR_SYSTEM);
+    pub_log_sys_call(k_log, "sched_setscheduler");
+    pub_log_failure(k_log, ERR_SYSTEM);
   }
 }

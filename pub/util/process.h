@@ -5,17 +5,19 @@
 
 #include <cstdint>
 
+#include "pub/result.h"
+
 // The first word of a process's command line, cut to size - 1 characters. ERR_ARGUMENT for a null buffer or size 0,
 // ERR_SYSTEM when there is no such process or it has no command line.
-std::int32_t pub_util_get_cmd_line(pid_t pid, char* buffer, std::uint32_t size);
+result_code_en pub_util_get_cmd_line(pid_t pid, char* buffer, std::uint32_t size);
 
 // The folder of the running program, as it was called. Codes as for pub_util_get_cmd_line.
-std::int32_t pub_util_get_process_path(char* buffer, std::uint32_t size);
+result_code_en pub_util_get_process_path(char* buffer, std::uint32_t size);
 
 // Whether the pid in a pid file belongs to a process whose command line's first word contains name: *is_run becomes 1
 // and *pid its number, else both 0. ERR_ARGUMENT for a null or empty argument, otherwise 0.
-std::int32_t pub_util_get_pid_and_check_run(const char* pid_file, const char* name, std::int32_t* is_run,
-                                            std::int64_t* pid);
+result_code_en pub_util_get_pid_and_check_run(const char* pid_file, const char* name, std::int32_t* is_run,
+                                              std::int64_t* pid);
 
 // Writes the own pid into "/tmp/<name>.pid". A failure is only logged.
 void pub_util_create_pid_file(const char* name);

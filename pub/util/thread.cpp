@@ -74,15 +74,14 @@ void pub_util_clear_thread(pub_thread_st& handle) {
 }
 
 int pub_util_kill_thread(pub_thread_st* handle) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS(handle == nullptr)) return ERR_ARGUMENT;
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments(k_log, {handle == nullptr})) return ERR_ARGUMENT;
   const pid_t tid = handle->m_tid;
   if (tid == 0 || handle->m_is_ended || tid == gettid() || signal_thread(tid, 0) == ESRCH) return ERR_NONE;
 
   const int error = signal_thread(tid, SIGUSR1);
   if (error != 0) {
-    LOG_FAILURE(ERR_SYSTEM);
-    LOG_LINE("pthread_kill(): %d - %s", error, std::strerror(error));
+    pub_log_failure(k_log, ERR_SYSTEM, "pthread_kill(): %d - %s", error, std::strerror(error));
     return error;
   }
   pub_util_sleep_ms(STOP_PAUSE_MS);
@@ -96,10 +95,9 @@ void pub_util_wake_thread(pub_thread_st& handle) {
 }
 
 void pub_util_handle_thread_signal(int signo) {
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   if (signo != SIGUSR1) {
-    LOG_FAILURE(ERR_ARGUMENT);
-    LOG_LINE("unknown signal: %d", signo);
+    pub_log_failure(k_log, ERR_ARGUMENT, "unknown signal: %d", signo);
     return;
   }
   LOG_LINE("thread %d will be end", gettid());

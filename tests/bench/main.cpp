@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <functional>
 #include <thread>
+#include <tuple>
 
 #include "amt/amt-convert/frame.h"
 #include "amt/amt-convert/wrap.h"
@@ -42,7 +43,7 @@ bytes to_bytes(std::string_view text) {
 
 bytes wrapped(const amt_message_st& message) {
   amt_message_st copy = message;
-  amt_wrap(&copy);
+  std::ignore = amt_wrap(&copy);
   return {copy.m_buf_a.begin(), copy.m_buf_a.begin() + copy.m_buf_len};
 }
 

@@ -4,7 +4,9 @@
 
 #include "amt/amt-handle/pc/amt1-flag.h"
 #include "amt/amt-handle/pc/pcba-sn.h"
+#include "amt/amt-record/amt1-flag.h"
 #include "amt/amt-record/item.h"
+#include "amt/amt-record/serial-number.h"
 #include "amt/amt-record/wifi-address.h"
 #include "pub/result.h"
 #include "pub/util/device.h"

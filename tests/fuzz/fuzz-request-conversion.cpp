@@ -5,6 +5,7 @@
 
 #include "amt/amt-convert/amt-convert.h"
 #include "amt/amt-convert/at-data.h"
+#include "amt/amt-convert/ids.h"
 #include "pub/result.h"
 #include "tests/fuzz/fuzz.h"
 
@@ -12,7 +13,7 @@ namespace {
 
 // What the frame's atoms say, read one by one from the frame.
 std::vector<std::uint8_t> expected(const amt_frame_st& frame) {
-  const bool has_lengths = amt_frame_command_id(&frame) == AMT_DSP_TRANSPARENT_CONTROL;
+  const bool has_lengths = amt_frame_command_id(&frame) == AMT_DSP_TRANSPARENT_CONTROL_CMD;
   std::vector<std::uint8_t> data{amt_frame_command_id(&frame)};
   std::size_t offset = AMT_FRAME_HEAD_SIZE;
   while (offset < AMT_FRAME_HEAD_SIZE + amt_frame_data_length(&frame)) {

@@ -5,6 +5,7 @@
 
 #include "amt/amt-convert/amt-convert.h"
 #include "amt/amt-convert/at-data.h"
+#include "amt/amt-convert/ids.h"
 #include "pub/result.h"
 #include "tests/fuzz/fuzz.h"
 

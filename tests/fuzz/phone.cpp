@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 
 #include <array>
+#include <tuple>
 
 #include "amt/amt-device/display.h"
 #include "amt/amt-device/misc-library.h"
@@ -120,7 +121,7 @@ void fuzz_register_handlers() {
   auto& context = g_handle_context;
   if (registered.m_handle_pc_func_a[45] == nullptr) {
     for (const auto& row : amt_handle_registrations()) {
-      amt_handle_reg_handle_func(row.m_link, row.m_request_id, row.m_handler);
+      std::ignore = amt_handle_reg_handle_func(row.m_link, row.m_request_id, row.m_handler, row.m_pre_response);
     }
     registered.m_handle_pc_func_a = context.m_handle_pc_func_a;
     registered.m_handle_app_func_a = context.m_handle_app_func_a;

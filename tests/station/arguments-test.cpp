@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "amt/amt-convert/command-names.h"
+#include "amt/amt-convert/ids.h"
 #include "tests/station/wire.h"
 
 namespace {

@@ -3,6 +3,7 @@
 // The request and response records are shared by the PC reader and the APP reader; only one of the two ever runs.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
@@ -10,13 +11,18 @@
 
 #include "amt/amt-convert/frame.h"
 #include "pub/pty/pty.h"
+#include "pub/result.h"
 #include "pub/util/thread.h"
 
 enum amt_link_en : std::uint8_t { AMT_LINK_PC = 1, AMT_LINK_APP = 2 };
 
 // A request handler: the link the request came on, the request (a bare frame), the record to build the answer in.
 // 0: handled and answered. ERR_NOT_HANDLED: the modem's business. Anything else: the caller sends the error frame.
-using amt_handle_func = std::int32_t (*)(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+using amt_handle_func = result_code_en (*)(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+
+// Who sends the PC the pre-response: the dispatcher, before it calls the handler, or the handler, which may leave it
+// out.
+enum class amt_pre_response_en : std::uint8_t { BY_DISPATCHER, BY_HANDLER };
 
 inline constexpr std::uint32_t AMT_HANDLER_COUNT = 255;  // ids 0..254; 255 can never be registered
 inline constexpr std::size_t AMT_READ_LIMIT = 4095;      // bytes read into a record: it stays zero-terminated
@@ -47,6 +53,7 @@ struct handle_context_st {
   amt_at_text_st m_at_receive;     // read from it since the command
   amt_message_st m_at_response;    // a radio response as AT data
   std::array<amt_handle_func, AMT_HANDLER_COUNT> m_handle_pc_func_a;
+  std::array<amt_pre_response_en, AMT_HANDLER_COUNT> m_pc_pre_response_a;
   std::array<amt_handle_func, AMT_HANDLER_COUNT> m_handle_app_func_a;
 };
 
@@ -57,4 +64,10 @@ void amt_handle_clear_context();
 
 inline void amt_message_clear(amt_message_st& message) {
   message = {};
+}
+
+// The bytes that count, as text.
+inline std::string_view amt_message_text(const amt_message_st& message) {
+  return {reinterpret_cast<const char*>(message.m_buf_a.data()),
+          std::min<std::size_t>(message.m_buf_len, message.m_buf_a.size())};
 }

@@ -1,15 +1,16 @@
-// The text of a received AT command, and the fields in it. One set of rules for every command.
+// The text of a received AT command, and the fields in it. One set of rules for every command. Pure functions on what
+// was received; the text ends at the first NUL byte of that.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 #include <string_view>
 
-// The received text: the request record's data up to its first NUL byte.
-std::string_view handle_amt_request_text();
+// The received text: the data up to its first NUL byte.
+std::string_view handle_amt_text(std::string_view received);
 
-// What stands behind the first occurrence of a command in the received text; none when it is not in it.
-std::optional<std::string_view> handle_amt_text_behind(std::string_view command);
+// What follows the first occurrence of a command in the received text; none when it is not in it.
+std::optional<std::string_view> handle_amt_text_behind(std::string_view received, std::string_view command);
 
 // Takes the next comma field off a text, as the C library's tokenizer finds it: empty fields are skipped, anything
 // else, a lone carriage return too, is a field. None when nothing is left. The text itself is not changed.
@@ -21,15 +22,7 @@ std::int32_t handle_amt_field_value(std::string_view field);
 
 inline constexpr std::uint32_t AMT_PARAMETER_LIMIT = 20;  // characters of a parameter; more are cut off
 
-// Copies the parameter behind the first occurrence of prefix in the received text: leading blanks skipped, up to the
-// first carriage return of the whole text (a parameter that would end before it starts is empty), or to the end of what
-// was received. out holds at least AMT_PARAMETER_LIMIT bytes and is cleared by the caller: no terminator is written.
-// Quotes, commas and trailing blanks are kept. 0; ERR_ARGUMENT when nothing was received or an argument is null;
-// ERR_FAIL when the prefix is not in the text.
-std::int32_t handle_amt_get_at_para(const char* prefix, char* out, std::uint32_t* out_length);
-
-// A parameter with its terminator.
-using amt_parameter_text = char[AMT_PARAMETER_LIMIT + 1];
-
-// handle_amt_get_at_para into a buffer that it clears, and the log line that tells what was found.
-std::int32_t handle_amt_take_at_para(const char* prefix, amt_parameter_text& text);
+// The parameter after the first occurrence of prefix in the received text: leading blanks skipped, up to the first
+// carriage return of the whole text (a parameter that would end before it starts is empty), or to the end of what was
+// received. Quotes, commas and trailing blanks are kept. None when the prefix is not in the text.
+std::optional<std::string_view> handle_amt_find_parameter(std::string_view received, std::string_view prefix);

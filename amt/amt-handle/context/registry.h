@@ -6,13 +6,13 @@
 #include "amt/amt-handle/context/handle-context.h"
 #include "pub/log.h"
 
-// Puts a handler into the PC table (link 1) or the APP table (any other link); null clears the entry. 0, or
+// Puts a handler into the PC table (link 1) or the APP table (any other link); null clears the entry. The pre-response
+// matters on the PC link only. 0, or
 // ERR_ARGUMENT for an id above 254.
-std::int32_t amt_handle_reg_handle_func(std::uint8_t link, std::uint32_t request_id, amt_handle_func handler);
+result_code_en amt_handle_reg_handle_func(std::uint8_t link, std::uint32_t request_id, amt_handle_func handler,
+                                          amt_pre_response_en pre_response = amt_pre_response_en::BY_DISPATCHER);
 
 // The arguments that every handler refuses: a link of 255, a null record, an empty request. True, logged, when one of
-// them is met. module, line and function name the handler in the error-trace line.
-bool amt_handle_is_bad_request(const pub_log_module_st& module, std::uint8_t link, const amt_message_st* request,
-                               const amt_message_st* response, int line, const char* function);
-#define AMT_IS_BAD_REQUEST(link, request, response) \
-  amt_handle_is_bad_request(k_log, link, request, response, __LINE__, __func__)
+// them is met. site: the handler's k_log.
+bool amt_handle_is_bad_request(const pub_log_site& site, std::uint8_t link, const amt_message_st* request,
+                               const amt_message_st* response);

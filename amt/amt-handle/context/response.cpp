@@ -1,8 +1,10 @@
 #include "amt/amt-handle/context/response.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "amt/amt-convert/amt-convert.h"
+#include "amt/amt-convert/ids.h"
 #include "amt/amt-convert/wrap.h"
 #include "amt/amt-handle/context/handle-context.h"
 #include "amt/amt-handle/context/log-module.h"
@@ -15,16 +17,15 @@ bool is_bad_link(std::uint8_t link) {
   return link == 0 || link == 255;
 }
 
-std::int32_t fail_send(std::int32_t code) {
-  pub_log_failure(k_log, 5780, "amt_handle_send_rsp", code);
-  return code;
+result_code_en fail_send(result_code_en code) {
+  return pub_fail({k_log, 5780, "amt_handle_send_rsp"}, code);
 }
 
-std::int32_t write_response(int fd, const amt_message_st& response) {
+result_code_en write_response(int fd, const amt_message_st& response) {
   const ssize_t written = pub_util_write(fd, response.m_buf_a.data(), response.m_buf_len);
   if (written < 0) {
-    LOG_SYS_CALL("write");
-    LOG_FAILURE_OF("amt_handle_send_rsp", ERR_WRITE);
+    pub_log_sys_call(k_log, "write");
+    pub_log_failure({k_log, "amt_handle_send_rsp"}, ERR_WRITE);
     return ERR_SYSTEM;
   }
   if (static_cast<std::uint32_t>(written) != response.m_buf_len) {
@@ -34,20 +35,20 @@ std::int32_t write_response(int fd, const amt_message_st& response) {
   return ERR_NONE;
 }
 
-std::int32_t send_result(std::uint8_t link, amt_message_st* response, std::uint32_t response_id, std::uint32_t code) {
+result_code_en send_result(std::uint8_t link, amt_message_st* response, std::uint32_t response_id, std::uint32_t code) {
   amt_handle_start_rsp(response, static_cast<std::uint8_t>(response_id));
   amt_frame_add_int(&response->m_buf_a, AMT_ATOM_RESULT, code);
-  if (link == AMT_LINK_PC) amt_convert_app_2_pc(response);
+  if (link == AMT_LINK_PC) std::ignore = amt_convert_app_2_pc(response);  // so short a frame always fits
   return amt_handle_send_rsp(link, response);
 }
 
 }  // namespace
 
-std::int32_t amt_handle_send_rsp(std::uint8_t link, amt_message_st* response) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS_AT(5745, is_bad_link(link), response == nullptr)) return ERR_ARGUMENT;
+result_code_en amt_handle_send_rsp(std::uint8_t link, amt_message_st* response) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments({k_log, 5745}, {is_bad_link(link), response == nullptr})) return ERR_ARGUMENT;
   if (response->m_buf_len == 0) response->m_buf_len = amt_frame_total_length(&response->m_buf_a);
-  if (LOG_BAD_ARGUMENTS_AT(5755, response->m_buf_len == 0)) return ERR_ARGUMENT;
+  if (pub_log_bad_arguments({k_log, 5755}, {response->m_buf_len == 0})) return ERR_ARGUMENT;
   if (response->m_buf_len > AMT_FRAME_SIZE) {
     LOG_LINE("length %u leaves the record", response->m_buf_len);
     return fail_send(ERR_ARGUMENT);
@@ -56,35 +57,34 @@ std::int32_t amt_handle_send_rsp(std::uint8_t link, amt_message_st* response) {
   const bool is_pc = link == AMT_LINK_PC;
   const int fd = is_pc ? g_handle_context.m_fd_pc : g_handle_context.m_pty_app.m_ptm_fd;
   if (fd <= 0) {
-    LOG_FAILURE_AT(5770, ERR_FAIL);
-    LOG_LINE("invalid fd");
+    pub_log_failure({k_log, 5770}, ERR_FAIL, "invalid fd");
     return fail_send(ERR_FAIL);
   }
-  const std::int32_t result = write_response(fd, *response);
+  const result_code_en result = write_response(fd, *response);
   if (result != ERR_NONE) return fail_send(result);
 
-  LOG_DUMP(is_pc ? "send PC rsp data: " : "send APP rsp data: ",
-           std::span(response->m_buf_a).first(response->m_buf_len));
+  pub_log_dump(k_log, is_pc ? "send PC rsp data: " : "send APP rsp data: ",
+               std::span(response->m_buf_a).first(response->m_buf_len));
   amt_message_clear(*response);
   return ERR_NONE;
 }
 
-std::int32_t amt_handle_send_rsp_ok(std::uint8_t link, amt_message_st* response, std::uint32_t response_id) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS_AT(5824, is_bad_link(link), response == nullptr)) return ERR_ARGUMENT;
+result_code_en amt_handle_send_rsp_ok(std::uint8_t link, amt_message_st* response, std::uint32_t response_id) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments({k_log, 5824}, {is_bad_link(link), response == nullptr})) return ERR_ARGUMENT;
   return send_result(link, response, response_id, 0);
 }
 
-std::int32_t amt_handle_send_rsp_err(std::uint8_t link, amt_message_st* response, std::uint32_t response_id,
-                                     std::uint32_t code) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS_AT(5886, is_bad_link(link), response == nullptr)) return ERR_ARGUMENT;
+result_code_en amt_handle_send_rsp_err(std::uint8_t link, amt_message_st* response, std::uint32_t response_id,
+                                       std::uint32_t code) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments({k_log, 5886}, {is_bad_link(link), response == nullptr})) return ERR_ARGUMENT;
   return send_result(link, response, response_id, code);
 }
 
-std::int32_t amt_handle_send_pre_rsp_for_pc(std::uint8_t link, amt_message_st* response) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS_AT(5947, link != AMT_LINK_PC, response == nullptr)) return ERR_ARGUMENT;
+result_code_en amt_handle_send_pre_rsp_for_pc(std::uint8_t link, amt_message_st* response) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments({k_log, 5947}, {link != AMT_LINK_PC, response == nullptr})) return ERR_ARGUMENT;
   amt_message_clear(*response);
   std::copy(AMT_PRE_RESPONSE.begin(), AMT_PRE_RESPONSE.end(), response->m_buf_a.begin());
   response->m_buf_len = AMT_PRE_RESPONSE.size();
@@ -96,16 +96,16 @@ void amt_handle_start_rsp(amt_message_st* response, std::uint8_t response_id) {
   amt_frame_init(&response->m_buf_a, response_id);
 }
 
-std::int32_t amt_handle_finish_rsp(std::uint8_t link, amt_message_st* response) {
+result_code_en amt_handle_finish_rsp(std::uint8_t link, amt_message_st* response) {
   amt_frame_add_int(&response->m_buf_a, AMT_ATOM_RESULT, 0);
   if (link == AMT_LINK_PC) {
-    const std::int32_t result = amt_convert_app_2_pc(response);
+    const result_code_en result = amt_convert_app_2_pc(response);
     if (result != ERR_NONE) return result;
   }
   return amt_handle_send_rsp(link, response);
 }
 
-std::int32_t amt_handle_send_at_rsp(amt_message_st* response, std::string_view text) {
+result_code_en amt_handle_send_at_rsp(amt_message_st* response, std::string_view text) {
   amt_message_clear(*response);
   const std::size_t count = std::min(text.size(), AMT_READ_LIMIT);
   std::copy_n(text.begin(), count, response->m_buf_a.begin());

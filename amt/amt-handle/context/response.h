@@ -9,20 +9,22 @@
 #include <string_view>
 
 #include "amt/amt-convert/frame.h"
+#include "pub/result.h"
 
 // Sends the record as it is; a length of 0 takes the length that the frame itself states.
-std::int32_t amt_handle_send_rsp(std::uint8_t link, amt_message_st* response);
+result_code_en amt_handle_send_rsp(std::uint8_t link, amt_message_st* response);
 // A frame with the response id and the one atom 1 = 0.
-std::int32_t amt_handle_send_rsp_ok(std::uint8_t link, amt_message_st* response, std::uint32_t response_id);
+result_code_en amt_handle_send_rsp_ok(std::uint8_t link, amt_message_st* response, std::uint32_t response_id);
 // A frame with the response id and the one atom 1 = code.
-std::int32_t amt_handle_send_rsp_err(std::uint8_t link, amt_message_st* response, std::uint32_t response_id,
-                                     std::uint32_t code);
+result_code_en amt_handle_send_rsp_err(std::uint8_t link, amt_message_st* response, std::uint32_t response_id,
+                                       std::uint32_t code);
+inline constexpr std::uint32_t AMT_ERROR_MODEM = 10;  // the code of what the modem could not give
 // The fixed message that tells the PC that its request arrived. Link 1 only.
-std::int32_t amt_handle_send_pre_rsp_for_pc(std::uint8_t link, amt_message_st* response);
+result_code_en amt_handle_send_pre_rsp_for_pc(std::uint8_t link, amt_message_st* response);
 
 // The begin of every data reply: a frame with the response id. Nothing that an unsent answer left in the record stays.
 void amt_handle_start_rsp(amt_message_st* response, std::uint8_t response_id);
 // The end of every data reply: adds atom 1 = 0, wraps the frame when the link is the PC, sends it.
-std::int32_t amt_handle_finish_rsp(std::uint8_t link, amt_message_st* response);
+result_code_en amt_handle_finish_rsp(std::uint8_t link, amt_message_st* response);
 // An AT reply to the PC: the text (at most 4095 characters) becomes the record's content and is sent.
-std::int32_t amt_handle_send_at_rsp(amt_message_st* response, std::string_view text);
+result_code_en amt_handle_send_at_rsp(amt_message_st* response, std::string_view text);

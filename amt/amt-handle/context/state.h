@@ -10,6 +10,9 @@ enum amt_mode_en : std::int32_t {
   AMT_MODE_AMT4 = 4,      // the PC speaks AT text
 };
 
+// "1": a service in normal mode brings up the serial set-up all the same.
+inline constexpr char AMT_SWITCH_PROPERTY[] = "amt.normal.amt.switch_status";
+
 // A flag or number that threads share and that publishes nothing but itself.
 template <typename Value>
 class relaxed {

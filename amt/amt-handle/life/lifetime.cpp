@@ -5,12 +5,13 @@
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <tuple>
 
 #include "amt/amt-handle/context/handle-context.h"
 #include "amt/amt-handle/context/log-module.h"
 #include "amt/amt-handle/context/state.h"
 #include "amt/amt-handle/life/timer.h"
-#include "amt/amt-handle/pc/amt1-flag.h"
+#include "amt/amt-record/amt1-flag.h"
 #include "pub/util/io.h"
 #include "pub/util/signals.h"
 
@@ -60,18 +61,18 @@ void take_the_end() {
 }  // namespace
 
 void amt_deinit_resource() {
-  if (!g_is_deinit_done.exchange(true)) amt_handle_deinit();
+  if (!g_is_deinit_done.exchange(true)) std::ignore = amt_handle_deinit();
 }
 
-std::int32_t amt_handle_deinit() {
+result_code_en amt_handle_deinit() {
   g_is_deinit_done = true;
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   auto& context = g_handle_context;
   const bool modem_has_left = stop_thread(context.m_modem_thread);
   const bool pc_has_left = stop_thread(context.m_pc_thread);
   stop_thread(context.m_usb_thread);
   const bool app_has_left = stop_thread(context.m_app_thread);
-  const std::int32_t result =
+  const result_code_en result =
       app_has_left ? pub_pty_close(&context.m_pty_app) : pub_pty_delete_mapping(&context.m_pty_app);
   close_link(context.m_fd_pc, modem_has_left && pc_has_left);
   close_link(context.m_fd_at, app_has_left && pc_has_left);
@@ -89,9 +90,9 @@ void amt_handle_end_service(int status) {
 }
 
 void signal_treatment(int signo) {
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   LOG_LINE("receive signal: %d - %s", signo, pub_util_signal_name(signo));
-  LOG_ENTRY_OF("amt_deinit_resource");
+  pub_log_entry({k_log, "amt_deinit_resource"});
   amt_handle_end_service(EXIT_SUCCESS);
 }
 

@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "pub/result.h"
+
 // Handler of SIGTERM and SIGUSR2: tears down and ends the process with status 0.
 void signal_treatment(int signo);
 
@@ -13,7 +15,7 @@ void amt_deinit_resource();
 
 // The tear-down of the channel core: stops the workers, closes the links, deletes the timers, makes the refusal report
 // of a -u start. Gives the result of closing the APP link.
-std::int32_t amt_handle_deinit();
+result_code_en amt_handle_deinit();
 
 // Ends the process from whichever thread, after the tear-down. When two threads come here, the second waits for the
 // first to end the process.

@@ -3,14 +3,17 @@
 #include <algorithm>
 
 #include "amt/amt-convert/at-data.h"
+#include "pub/util/text.h"
 
 namespace {
 
 constexpr std::string_view FINAL_OK = "\r\nOK\r\n";
 constexpr std::string_view FINAL_ERRORS[] = {"\r\n+CME ERROR", "\r\n+CMS ERROR", "\r\nERROR\r\n"};
 
-bool contains(std::string_view text, std::string_view word) {
-  return text.find(word) != std::string_view::npos;
+constexpr std::string_view SILENCING_ERRORS[] = {"\r\n+CME ERROR: ", "\r\n+CMS ERROR: ", "\r\nERROR\r\n"};
+
+bool has_any(std::string_view text, std::span<const std::string_view> words) {
+  return std::any_of(words.begin(), words.end(), [text](auto word) { return pub_text_contains(text, word); });
 }
 
 bool is_digit(char character) {
@@ -45,12 +48,19 @@ std::string_view cut_padding(std::string_view text) {
 }  // namespace
 
 bool amt_answer_is_ok(std::string_view answer) {
-  return contains(answer, FINAL_OK);
+  return pub_text_contains(answer, FINAL_OK);
+}
+
+bool amt_answer_has_ok(std::string_view answer) {
+  return pub_text_contains(answer, "OK");
 }
 
 bool amt_answer_is_error(std::string_view answer) {
-  return std::any_of(std::begin(FINAL_ERRORS), std::end(FINAL_ERRORS),
-                     [answer](std::string_view error) { return contains(answer, error); });
+  return has_any(answer, FINAL_ERRORS);
+}
+
+bool amt_answer_is_silencing_error(std::string_view answer) {
+  return has_any(answer, SILENCING_ERRORS);
 }
 
 std::optional<std::string_view> amt_answer_behind(std::string_view answer, std::string_view prefix) {

@@ -12,9 +12,13 @@
 
 inline constexpr std::string_view AMT_LINE_END = "\r\n";
 
-// What ends an answer.
-bool amt_answer_is_ok(std::string_view answer);     // "\r\nOK\r\n"
-bool amt_answer_is_error(std::string_view answer);  // "\r\n+CME ERROR", "\r\n+CMS ERROR" or "\r\nERROR\r\n"
+// What ends an answer. Three places look for something else than the rest, on purpose: modems in the field are used to
+// it. Radio requests and the channel switch take an OK wherever it stands; the silencing of a link takes a numbered
+// error only with its colon and blank.
+bool amt_answer_is_ok(std::string_view answer);               // "\r\nOK\r\n"
+bool amt_answer_has_ok(std::string_view answer);              // "OK"
+bool amt_answer_is_error(std::string_view answer);            // "\r\n+CME ERROR", "\r\n+CMS ERROR" or "\r\nERROR\r\n"
+bool amt_answer_is_silencing_error(std::string_view answer);  // "\r\n+CME ERROR: ", "\r\n+CMS ERROR: " or the third
 
 // What stands behind a prefix and any blanks after it; none when the prefix is not in the text.
 std::optional<std::string_view> amt_answer_behind(std::string_view answer, std::string_view prefix);

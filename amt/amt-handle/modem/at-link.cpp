@@ -7,13 +7,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <iterator>
 #include <string_view>
 
 #include "amt/amt-cfg.h"
 #include "amt/amt-handle/context/handle-context.h"
 #include "amt/amt-handle/context/log-module.h"
 #include "amt/amt-handle/context/state.h"
+#include "amt/amt-handle/modem/answer.h"
 #include "pub/result.h"
 #include "pub/util/device.h"
 #include "pub/util/io.h"
@@ -21,8 +21,6 @@
 namespace {
 
 constexpr std::string_view LINK_STATUS_OFF = "AT^DLKS=0\r";
-constexpr std::string_view FINAL_OK = "\r\nOK\r\n";
-constexpr std::string_view FINAL_ERRORS[] = {"\r\nERROR\r\n", "\r\n+CME ERROR: ", "\r\n+CMS ERROR: "};
 constexpr std::uint32_t ANSWER_SECONDS = 5;
 constexpr int ANSWER_TRIES = 5;
 constexpr std::uint32_t REOPEN_TRIES = 30;
@@ -38,34 +36,26 @@ int whole(std::uint32_t length) {
   return static_cast<int>(std::min(length, static_cast<std::uint32_t>(INT32_MAX)));
 }
 
-bool contains(std::string_view text, std::string_view word) {
-  return text.find(word) != std::string_view::npos;
-}
-
-std::int32_t write_link_status_off(int fd) {
+result_code_en write_link_status_off(int fd) {
   const int ready = pub_util_wait(fd, POLLOUT, ANSWER_SECONDS * 1000);
   if (ready == 0) {
-    LOG_FAILURE_OF("disable_unsolicited_code", ERR_TIMEOUT);
-    LOG_LINE("wait %d seconds to write time out", static_cast<int>(ANSWER_SECONDS));
-    return ERR_TIMEOUT;
+    return pub_fail({k_log, "disable_unsolicited_code"}, ERR_TIMEOUT, "wait %d seconds to write time out",
+                    static_cast<int>(ANSWER_SECONDS));
   }
   const ssize_t written = ready < 0 ? -1 : pub_util_write(fd, LINK_STATUS_OFF.data(), LINK_STATUS_OFF.size());
   if (written < 0) {
-    LOG_SYS_CALL(ready < 0 ? "select" : "write");
-    LOG_FAILURE_OF("disable_unsolicited_code", ERR_SYSTEM);
-    return ERR_SYSTEM;
+    return pub_fail_sys_call({k_log, "disable_unsolicited_code"}, ERR_SYSTEM, ready < 0 ? "select" : "write");
   }
   if (static_cast<std::size_t>(written) < LINK_STATUS_OFF.size()) {
     LOG_WARNING("write not completed: to write(%d) != written(%d)", static_cast<int>(LINK_STATUS_OFF.size()),
                 static_cast<int>(written));
-    LOG_FAILURE_OF("disable_unsolicited_code", ERR_INCOMPLETE);
-    return ERR_INCOMPLETE;
+    return pub_fail({k_log, "disable_unsolicited_code"}, ERR_INCOMPLETE);
   }
   return ERR_NONE;
 }
 
 // One wait and read of the answer. ERR_NOT_HANDLED: nothing final yet.
-std::int32_t read_confirmation(int fd, int index) {
+result_code_en read_confirmation(int fd, int index) {
   char answer[20] = {};
   timeval begin = {};
   timeval end = {};
@@ -74,16 +64,10 @@ std::int32_t read_confirmation(int fd, int index) {
   const ssize_t count = ready > 0 ? pub_util_read(fd, answer, sizeof answer - 2) : 0;
   gettimeofday(&end, nullptr);
   if (ready < 0 || count < 0) {
-    LOG_SYS_CALL(ready < 0 ? "select" : "read");
-    LOG_FAILURE_OF("disable_unsolicited_code", ERR_SYSTEM);
-    return ERR_SYSTEM;
+    return pub_fail_sys_call({k_log, "disable_unsolicited_code"}, ERR_SYSTEM, ready < 0 ? "select" : "read");
   }
-  if (contains(answer, FINAL_OK)) return ERR_NONE;
-  if (std::any_of(std::begin(FINAL_ERRORS), std::end(FINAL_ERRORS),
-                  [&answer](std::string_view error) { return contains(answer, error); })) {
-    LOG_FAILURE_OF("disable_unsolicited_code", ERR_FAIL);
-    return ERR_FAIL;
-  }
+  if (amt_answer_is_ok(answer)) return ERR_NONE;
+  if (amt_answer_is_silencing_error(answer)) return pub_fail({k_log, "disable_unsolicited_code"}, ERR_FAIL);
   if (ready == 0) {
     LOG_LINE("read time out: %ld:%ld -> %ld:%ld", begin.tv_sec, begin.tv_usec, end.tv_sec, end.tv_usec);
   }
@@ -92,9 +76,9 @@ std::int32_t read_confirmation(int fd, int index) {
 }
 
 // Repairs a link that was reset. ERR_NONE when it can be used again, whatever the modem said to the silencing.
-std::int32_t repair_link() {
+result_code_en repair_link() {
   auto& fd = g_handle_context.m_fd_at;
-  const std::int32_t result =
+  const result_code_en result =
       pub_util_try_to_open_device(&fd, g_amt_cfg.m_tty_at_mux_a, O_RDWR, REOPEN_TRIES, REOPEN_PAUSE_MS);
   if (result != ERR_NONE) return result;
   return disable_unsolicited_code(fd) == ERR_TIMEOUT ? ERR_TIMEOUT : ERR_NONE;
@@ -110,16 +94,15 @@ bool judge_failure(const char* function, const char* call, int error) {
   const bool is_to_repair = is_repairable(error);
   LOG_LINE("%s ret_val[%d]", function, is_to_repair ? ERR_SYSTEM : ERR_FAIL);
   errno = error;
-  LOG_SYS_CALL(call);
-  if (!is_to_repair) LOG_FAILURE_OF(function, ERR_FAIL);
+  pub_log_sys_call(k_log, call);
+  if (!is_to_repair) pub_log_failure({k_log, function}, ERR_FAIL);
   return is_to_repair;
 }
 
 // The transfer that did not go well after the repair either.
-std::int32_t fail_again(const char* function, const char* call, ssize_t count) {
-  if (count < 0) LOG_SYS_CALL(call);
-  LOG_FAILURE_OF(function, ERR_FAIL);
-  return ERR_FAIL;
+result_code_en fail_again(const char* function, const char* call, ssize_t count) {
+  if (count < 0) pub_log_sys_call(k_log, call);
+  return pub_fail({k_log, function}, ERR_FAIL);
 }
 
 ssize_t write_link(const char* text, std::uint32_t length) {
@@ -130,7 +113,7 @@ ssize_t read_link(char* buffer, std::uint32_t length) {
   return pub_util_read(g_handle_context.m_fd_at, buffer, length);
 }
 
-std::int32_t finish_read(const char* buffer, ssize_t count, std::uint32_t* read_length) {
+result_code_en finish_read(const char* buffer, ssize_t count, std::uint32_t* read_length) {
   *read_length = static_cast<std::uint32_t>(count);
   LOG_LINE("read_at ret_val[%d]", ERR_NONE);
   LOG_LINE("receive <== %.*s", printable(*read_length), buffer);
@@ -139,24 +122,23 @@ std::int32_t finish_read(const char* buffer, ssize_t count, std::uint32_t* read_
 
 }  // namespace
 
-std::int32_t disable_unsolicited_code(int fd) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS_AT(636, fd < 1)) return ERR_ARGUMENT;
-  const std::int32_t sent = write_link_status_off(fd);
+result_code_en disable_unsolicited_code(int fd) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments({k_log, 636}, {fd < 1})) return ERR_ARGUMENT;
+  const result_code_en sent = write_link_status_off(fd);
   if (sent != ERR_NONE) return sent;
   for (int index = 0; index < ANSWER_TRIES; ++index) {
-    const std::int32_t result = read_confirmation(fd, index);
+    const result_code_en result = read_confirmation(fd, index);
     if (result != ERR_NOT_HANDLED) return result;
   }
-  LOG_FAILURE(ERR_TIMEOUT);
-  return ERR_TIMEOUT;
+  return pub_fail(k_log, ERR_TIMEOUT);
 }
 
-std::int32_t write_at(const char* text, std::uint32_t length) {
-  LOG_ENTRY();
+result_code_en write_at(const char* text, std::uint32_t length) {
+  pub_log_entry(k_log);
   std::printf("[%s:L%d]write_at: %.*s\n", __func__, __LINE__, text == nullptr ? 0 : whole(length),
               text == nullptr ? "" : text);
-  if (LOG_BAD_ARGUMENTS_AT(931, text == nullptr, length == 0)) return ERR_ARGUMENT;
+  if (pub_log_bad_arguments({k_log, 931}, {text == nullptr, length == 0})) return ERR_ARGUMENT;
   const ssize_t written = write_link(text, length);
   const int error = errno;
   std::printf("[%s]write_at return:%d\n", __func__, static_cast<int>(written));
@@ -167,7 +149,7 @@ std::int32_t write_at(const char* text, std::uint32_t length) {
     return ERR_NONE;
   }
   if (!judge_failure(__func__, "write", error)) return ERR_FAIL;
-  const std::int32_t repaired = repair_link();
+  const result_code_en repaired = repair_link();
   if (repaired != ERR_NONE) return repaired;
   const ssize_t again = write_link(text, length);
   if (again != static_cast<ssize_t>(length)) return fail_again(__func__, "write", again);
@@ -175,9 +157,10 @@ std::int32_t write_at(const char* text, std::uint32_t length) {
   return ERR_NONE;
 }
 
-std::int32_t read_at(char* buffer, std::uint32_t length, std::uint32_t* read_length) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS_AT(1045, buffer == nullptr, length == 0, read_length == nullptr)) return ERR_ARGUMENT;
+result_code_en read_at(char* buffer, std::uint32_t length, std::uint32_t* read_length) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments({k_log, 1045}, {buffer == nullptr, length == 0, read_length == nullptr}))
+    return ERR_ARGUMENT;
   *read_length = 0;
   std::printf("[%s]read_at\n", __func__);
   const ssize_t count = read_link(buffer, length);
@@ -188,7 +171,7 @@ std::int32_t read_at(char* buffer, std::uint32_t length, std::uint32_t* read_len
   if (count >= 0) return finish_read(buffer, count, read_length);
 
   if (!judge_failure(__func__, "read", error)) return ERR_FAIL;
-  const std::int32_t repaired = repair_link();
+  const result_code_en repaired = repair_link();
   if (repaired != ERR_NONE) return repaired;
   const ssize_t again = read_link(buffer, length);
   return again > 0 ? finish_read(buffer, again, read_length) : fail_again(__func__, "read", again);

@@ -3,15 +3,17 @@
 
 #include <cstdint>
 
+#include "pub/result.h"
+
 // Switches off the modem's unsolicited link-status reports on a (re)opened AT link. 0 when the modem confirmed it;
 // ERR_ARGUMENT for fd < 1; ERR_FAIL when it answered with an error or the link is not ready; ERR_TIMEOUT when it stayed
 // silent; ERR_SYSTEM, ERR_INCOMPLETE when the link failed.
-std::int32_t disable_unsolicited_code(int fd);
+result_code_en disable_unsolicited_code(int fd);
 
 // Sends AT text in one write. A result that is not negative counts as sent, even of a part: the driver takes what it
 // can. A link that was reset (EIO) is reopened and silenced, and the text sent once more. 0; ERR_ARGUMENT for a null or
 // empty text; ERR_FAIL when the write failed; ERR_TIMEOUT or ERR_SYSTEM when the link could not be repaired.
-std::int32_t write_at(const char* text, std::uint32_t length);
+result_code_en write_at(const char* text, std::uint32_t length);
 
 // One read of at most length bytes, with the same repair. *read_length may be 0. Codes as for write_at.
-std::int32_t read_at(char* buffer, std::uint32_t length, std::uint32_t* read_length);
+result_code_en read_at(char* buffer, std::uint32_t length, std::uint32_t* read_length);

@@ -21,9 +21,9 @@ bool amt_modem_is_missing() {
   return true;
 }
 
-std::int32_t amt_modem_check_request(std::uint8_t link, const amt_message_st* request, const amt_message_st* response,
-                                     int line, const char* function) {
-  if (amt_handle_is_bad_request(k_log, link, request, response, line, function)) return ERR_ARGUMENT;
+result_code_en amt_modem_check_request(const pub_log_site& site, std::uint8_t link, const amt_message_st* request,
+                                       const amt_message_st* response) {
+  if (amt_handle_is_bad_request(site, link, request, response)) return ERR_ARGUMENT;
   return amt_modem_is_missing() ? ERR_NO_MODEM : ERR_NONE;
 }
 
@@ -40,26 +40,26 @@ void amt_modem_prepare(const char* format, ...) {
       std::min(static_cast<std::uint32_t>(std::max(length, 0)), static_cast<std::uint32_t>(text.size() - 1));
 }
 
-std::int32_t amt_modem_send() {
+result_code_en amt_modem_send() {
   const auto& command = g_handle_context.m_at_command;
   return write_at(command.m_buf_a.data(), command.m_buf_len);
 }
 
-std::int32_t amt_modem_receive() {
+result_code_en amt_modem_receive() {
   auto& receive = g_handle_context.m_at_receive;
   const auto room = static_cast<std::uint32_t>(receive.m_buf_a.size() - receive.m_buf_len);
   std::uint32_t count = 0;
-  const std::int32_t result = read_at(receive.m_buf_a.data() + receive.m_buf_len, room, &count);
+  const result_code_en result = read_at(receive.m_buf_a.data() + receive.m_buf_len, room, &count);
   receive.m_buf_len += count;
   if (result == ERR_NONE && count == 0) pub_util_sleep_ms(EMPTY_READ_PAUSE_MS);  // a device that is always ready
   return result;
 }
 
-std::int32_t amt_judge_ok_first(std::string_view answer) {
+result_code_en amt_judge_ok_first(std::string_view answer) {
   if (amt_answer_is_ok(answer)) return ERR_NONE;
   return amt_answer_is_error(answer) ? ERR_FAIL : ERR_NOT_HANDLED;
 }
 
-std::int32_t amt_judge_error_first(std::string_view answer) {
-  return amt_answer_is_error(answer) ? static_cast<std::int32_t>(ERR_FAIL) : amt_judge_ok_first(answer);
+result_code_en amt_judge_error_first(std::string_view answer) {
+  return amt_answer_is_error(answer) ? ERR_FAIL : amt_judge_ok_first(answer);
 }

@@ -10,27 +10,23 @@
 #include "amt/amt-handle/modem/answer.h"
 #include "pub/result.h"
 
-inline constexpr std::uint32_t AMT_ERROR_MODEM = 10;  // atom 1 of an error response
-
 // Whether there is a modem to ask; logs when there is none.
 bool amt_modem_is_missing();
 
-// What every modem-backed request is refused for, logged under the handler's line and name: ERR_ARGUMENT (see
+// What every modem-backed request is refused for, logged under the handler's site: ERR_ARGUMENT (see
 // amt_handle_is_bad_request), ERR_NO_MODEM; else 0.
-std::int32_t amt_modem_check_request(std::uint8_t link, const amt_message_st* request, const amt_message_st* response,
-                                     int line, const char* function);
-#define AMT_CHECK_MODEM_REQUEST(link, request, response) \
-  amt_modem_check_request(link, request, response, __LINE__, __func__)
+result_code_en amt_modem_check_request(const pub_log_site& site, std::uint8_t link, const amt_message_st* request,
+                                       const amt_message_st* response);
 
 // Clears the AT buffers and formats the command.
 void amt_modem_prepare(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 // Sends the command. Codes of write_at.
-std::int32_t amt_modem_send();
+result_code_en amt_modem_send();
 
 // Reads once behind what was received. Codes of read_at, which refuses to read into a full record (ERR_ARGUMENT): an
 // answer that long has no final result any more.
-std::int32_t amt_modem_receive();
+result_code_en amt_modem_receive();
 
 // What was received since the command.
 inline std::string_view amt_modem_answer() {
@@ -38,20 +34,20 @@ inline std::string_view amt_modem_answer() {
 }
 
 // The result that a received text settles; ERR_NOT_HANDLED when the modem has not come to an end.
-using amt_modem_judge = std::int32_t (*)(std::string_view answer);
-std::int32_t amt_judge_ok_first(std::string_view answer);
-std::int32_t amt_judge_error_first(std::string_view answer);  // for an answer that holds both
+using amt_modem_judge = result_code_en (*)(std::string_view answer);
+result_code_en amt_judge_ok_first(std::string_view answer);
+result_code_en amt_judge_error_first(std::string_view answer);  // for an answer that holds both
 
 // A whole exchange. after_read(result, answer) is called after each read, also a failed one. 0 when the modem said OK;
 // ERR_FAIL when it reported an error; codes of the link.
 template <typename AfterRead>
-std::int32_t amt_modem_exchange(AfterRead after_read, amt_modem_judge judge = amt_judge_ok_first) {
-  std::int32_t result = amt_modem_send();
+result_code_en amt_modem_exchange(AfterRead after_read, amt_modem_judge judge = amt_judge_ok_first) {
+  result_code_en result = amt_modem_send();
   while (result == ERR_NONE) {
     result = amt_modem_receive();
     after_read(result, amt_modem_answer());
     if (result != ERR_NONE) break;
-    const std::int32_t final_result = judge(amt_modem_answer());
+    const result_code_en final_result = judge(amt_modem_answer());
     if (final_result != ERR_NOT_HANDLED) return final_result;
   }
   return result;

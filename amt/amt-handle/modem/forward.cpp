@@ -15,7 +15,6 @@ namespace {
 
 constexpr std::string_view COMMAND = "AT^DTTEST=";
 constexpr std::string_view PREFIX = "\r\n^DTTEST: ";
-constexpr std::string_view OK = "OK";  // wherever it stands, unlike every other exchange
 
 // Where an information line stands in the received text.
 struct line_st {
@@ -34,21 +33,20 @@ std::optional<line_st> find_line(std::string_view received) {
 }
 
 // The request as the modem's command. The text, its carriage return and one byte more have to stay below the record.
-std::int32_t build_command(const amt_message_st& request) {
+result_code_en build_command(const amt_message_st& request) {
   auto& context = g_handle_context;
   context.m_at_request = {};
   context.m_at_command = {};
   auto& data = context.m_at_request;
   auto& command = context.m_at_command;
   std::copy(COMMAND.begin(), COMMAND.end(), command.m_buf_a.begin());
-  const std::int32_t result = amt_convert_req_amt_data_2_at_data(
+  const result_code_en result = amt_convert_req_amt_data_2_at_data(
       &request.m_buf_a, data.m_buf_a.data(), static_cast<std::uint32_t>(data.m_buf_a.size()), &data.m_buf_len);
   if (result != ERR_NONE) return result;
   if (COMMAND.size() + std::size_t{2} * data.m_buf_len + 2 >= command.m_buf_a.size()) {
-    LOG_FAILURE_OF("amt_modem_handle_req", ERR_FAIL);
-    LOG_LINE("(%ld + %ld * 2 + 2) < %d", static_cast<long>(COMMAND.size()), static_cast<long>(data.m_buf_len),
-             static_cast<int>(command.m_buf_a.size()));
-    return ERR_FAIL;
+    return pub_fail({k_log, "amt_modem_handle_req"}, ERR_FAIL, "(%ld + %ld * 2 + 2) < %d",
+                    static_cast<long>(COMMAND.size()), static_cast<long>(data.m_buf_len),
+                    static_cast<int>(command.m_buf_a.size()));
   }
   amt_hex_encode(std::span(data.m_buf_a).first(data.m_buf_len), std::span(command.m_buf_a).subspan(COMMAND.size()));
   const std::size_t end = COMMAND.size() + std::size_t{2} * data.m_buf_len;
@@ -76,16 +74,16 @@ void remove_line(const line_st& line) {
   received.m_buf_len = static_cast<std::uint32_t>(end - received.m_buf_a.begin());
 }
 
-std::int32_t send_response(std::uint8_t link, amt_message_st* response) {
+result_code_en send_response(std::uint8_t link, amt_message_st* response) {
   const auto& data = g_handle_context.m_at_response;
   amt_message_clear(*response);
-  const std::int32_t result = amt_convert_rsp_at_data_2_amt_data(
+  const result_code_en result = amt_convert_rsp_at_data_2_amt_data(
       data.m_buf_a.data(), data.m_buf_len, &response->m_buf_a, static_cast<std::uint32_t>(response->m_buf_a.size()));
   return result == ERR_NONE ? amt_handle_send_rsp(link, response) : result;
 }
 
 // Takes one information line, if there is one, off the received text and sends it on.
-std::int32_t forward_line(std::uint8_t link, amt_message_st* response) {
+result_code_en forward_line(std::uint8_t link, amt_message_st* response) {
   const auto line = find_line(amt_modem_answer());
   if (!line) return ERR_NONE;
   decode_line(*line);
@@ -94,30 +92,27 @@ std::int32_t forward_line(std::uint8_t link, amt_message_st* response) {
 }
 
 // One read and what it brought. *is_final: the modem has come to an end.
-std::int32_t forward_answer(std::uint8_t link, amt_message_st* response, bool* is_final) {
+result_code_en forward_answer(std::uint8_t link, amt_message_st* response, bool* is_final) {
   *is_final = true;
-  std::int32_t result = amt_modem_receive();
+  result_code_en result = amt_modem_receive();
   if (result != ERR_NONE) return result;
   result = forward_line(link, response);
-  if (amt_modem_answer().find(OK) != std::string_view::npos) return result;
-  if (amt_answer_is_error(amt_modem_answer())) {
-    LOG_FAILURE_OF("amt_modem_handle_req", ERR_FAIL);
-    return ERR_FAIL;
-  }
+  if (amt_answer_has_ok(amt_modem_answer())) return result;
+  if (amt_answer_is_error(amt_modem_answer())) return pub_fail({k_log, "amt_modem_handle_req"}, ERR_FAIL);
   *is_final = false;
   return result;
 }
 
 }  // namespace
 
-std::int32_t amt_modem_handle_req(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS(link == 0 || link == 255, request == nullptr, request != nullptr && request->m_buf_len == 0,
-                        response == nullptr)) {
+result_code_en amt_modem_handle_req(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments(k_log, {link == 0 || link == 255, request == nullptr,
+                                    request != nullptr && request->m_buf_len == 0, response == nullptr})) {
     return ERR_ARGUMENT;
   }
   if (amt_modem_is_missing()) return ERR_NO_MODEM;
-  std::int32_t result = build_command(*request);
+  result_code_en result = build_command(*request);
   if (result == ERR_NONE) result = amt_modem_send();
   g_handle_context.m_at_receive = {};
   for (bool is_final = false; result == ERR_NONE && !is_final;) result = forward_answer(link, response, &is_final);

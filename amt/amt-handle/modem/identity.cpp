@@ -4,6 +4,7 @@
 #include <optional>
 #include <span>
 
+#include "amt/amt-convert/ids.h"
 #include "amt/amt-handle/context/log-module.h"
 #include "amt/amt-handle/context/response.h"
 #include "amt/amt-handle/modem/at-query.h"
@@ -13,10 +14,6 @@ namespace {
 
 constexpr std::size_t VALUE_SIZE = 40;  // a value of up to 38 characters: it "must be shorter than 39"
 constexpr std::size_t VALUE_LIMIT = VALUE_SIZE - 2;
-
-constexpr std::uint8_t ATOM_IMEI = 21;
-constexpr std::uint8_t ATOM_BOARD = 38;
-constexpr std::uint8_t ATOM_SERIAL = 163;
 
 struct identity_st {
   const char* m_handler;
@@ -48,12 +45,13 @@ std::optional<value_st> read_identity(const identity_st& identity, AfterRead aft
   return result;
 }
 
-std::int32_t send_failure(const identity_st& identity, std::uint8_t link, amt_message_st* response) {
-  LOG_FAILURE_OF(identity.m_handler, ERR_FAIL);
+result_code_en send_failure(const identity_st& identity, std::uint8_t link, amt_message_st* response) {
+  pub_log_failure({k_log, identity.m_handler}, ERR_FAIL);
   return amt_handle_send_rsp_err(link, response, identity.m_response_id, AMT_ERROR_MODEM);
 }
 
-std::int32_t send_text(const identity_st& identity, std::uint8_t atom_id, std::uint8_t link, amt_message_st* response) {
+result_code_en send_text(const identity_st& identity, std::uint8_t atom_id, std::uint8_t link,
+                         amt_message_st* response) {
   const auto value = read_identity(identity, amt_log_no_answer);
   if (!value) return send_failure(identity, link, response);
   amt_handle_start_rsp(response, identity.m_response_id);
@@ -63,22 +61,22 @@ std::int32_t send_text(const identity_st& identity, std::uint8_t atom_id, std::u
 
 }  // namespace
 
-std::int32_t amt_modem_handle_read_imei(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  LOG_ENTRY();
-  const std::int32_t refusal = AMT_CHECK_MODEM_REQUEST(link, request, response);
-  return refusal == ERR_NONE ? send_text(IMEI, ATOM_IMEI, link, response) : refusal;
+result_code_en amt_modem_handle_read_imei(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  pub_log_entry(k_log);
+  const result_code_en refusal = amt_modem_check_request(k_log, link, request, response);
+  return refusal == ERR_NONE ? send_text(IMEI, AMT_ATOM_IMEI, link, response) : refusal;
 }
 
-std::int32_t amt_modem_handle_read_board(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  LOG_ENTRY();
-  const std::int32_t refusal = AMT_CHECK_MODEM_REQUEST(link, request, response);
-  return refusal == ERR_NONE ? send_text(BOARD, ATOM_BOARD, link, response) : refusal;
+result_code_en amt_modem_handle_read_board(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  pub_log_entry(k_log);
+  const result_code_en refusal = amt_modem_check_request(k_log, link, request, response);
+  return refusal == ERR_NONE ? send_text(BOARD, AMT_ATOM_BOARD, link, response) : refusal;
 }
 
 // The board number once more, but as bytes and under an atom of its own.
-std::int32_t amt_read_serial_number(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  LOG_ENTRY();
-  const std::int32_t refusal = AMT_CHECK_MODEM_REQUEST(link, request, response);
+result_code_en amt_read_serial_number(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  pub_log_entry(k_log);
+  const result_code_en refusal = amt_modem_check_request(k_log, link, request, response);
   if (refusal != ERR_NONE) return refusal;
   const auto value = read_identity(SERIAL, amt_log_answer_as(__func__));
   if (!value) return send_failure(SERIAL, link, response);
@@ -87,6 +85,6 @@ std::int32_t amt_read_serial_number(std::uint8_t link, amt_message_st* request, 
   amt_handle_start_rsp(response, SERIAL.m_response_id);
   std::array<std::uint8_t, VALUE_SIZE> bytes{};
   std::copy_n(value->m_text.begin(), value->m_length, bytes.begin());
-  amt_frame_add_bytes(&response->m_buf_a, ATOM_SERIAL, bytes.data(), value->m_length);
+  amt_frame_add_bytes(&response->m_buf_a, AMT_ATOM_SERIAL_NUMBER, bytes.data(), value->m_length);
   return amt_handle_finish_rsp(link, response);
 }

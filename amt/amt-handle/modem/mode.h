@@ -3,19 +3,20 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-convert/frame.h"
+#include "pub/result.h"
 
 // APP request 195: puts the modem into factory test, answers, and then ends the service, which init starts anew in that
 // mode. A failure of the modem is answered with an error response, and nothing ends.
-std::int32_t amt_handle_normal_to_amt(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+result_code_en amt_handle_normal_to_amt(std::uint8_t link, amt_message_st* request, amt_message_st* response);
 
 // APP request 197: whether the modem supports factory test, and by which radio technology.
-std::int32_t amt_query_amt_support(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+result_code_en amt_query_amt_support(std::uint8_t link, amt_message_st* request, amt_message_st* response);
 
 // Switches the modem's channel; answered by 233. ERR_NO_MODEM, ERR_FAIL and the link's codes send nothing.
-std::int32_t amt_channel_switch(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+result_code_en amt_channel_switch(std::uint8_t link, amt_message_st* request, amt_message_st* response);
 // APP request 232: the channel switch. 0, with no answer, for any other id.
-std::int32_t amt_at_to_modem(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+result_code_en amt_at_to_modem(std::uint8_t link, amt_message_st* request, amt_message_st* response);
 
 // APP request 219: writes or reads the AMT1 flag.
-std::int32_t amt_handle_damt1_cmd(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+result_code_en amt_handle_damt1_cmd(std::uint8_t link, amt_message_st* request, amt_message_st* response);

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string_view>
 
+#include "amt/amt-convert/ids.h"
 #include "amt/amt-handle/context/log-module.h"
 #include "amt/amt-handle/context/registry.h"
 #include "amt/amt-handle/context/response.h"
@@ -13,13 +14,6 @@
 
 namespace {
 
-constexpr std::uint8_t READ_RESPONSE_ID = 90;
-constexpr std::uint8_t WRITE_RESPONSE_ID = 92;
-constexpr std::uint8_t ITEM_READ_RESPONSE_ID = 229;
-constexpr std::uint8_t ITEM_WRITE_RESPONSE_ID = 231;
-constexpr std::uint8_t ATOM_RESULT_OF_STATION = 36;
-constexpr std::uint8_t ATOM_DESCRIPTION = 37;
-constexpr std::uint8_t ATOM_STATION = 39;
 constexpr std::size_t DESCRIPTION_SIZE = 128;
 constexpr std::int32_t ITEM_VALUES = 3;  // what an item can hold is below this
 constexpr std::string_view LINE_PREFIX = "\r\n^DATOMR: ";
@@ -28,20 +22,12 @@ std::int32_t get_number(const amt_message_st* request, std::uint8_t atom_id) {
   return static_cast<std::int32_t>(amt_frame_get_int(&request->m_buf_a, atom_id));
 }
 
-// Into the station result file. A failure never stops the exchange with the modem.
-void record_written_result(const char* function, std::int32_t station, std::int32_t result) {
-  if (saveAmtTestItem(station, result) != ERR_NONE) {
-    LOG_LINE("[%s:L%d] write fail amt station_num: %d, station_result: %d\n", function, __LINE__, station, result);
-  } else {
-    LOG_LINE("write amt_result success amt station_num: %d, station_result: %d.\n", station, result);
-  }
-}
-
-void record_read_result(const char* function, std::int32_t station, std::int32_t result) {
+// A failure never stops the exchange with the modem, here and in amt_note_station_result.
+void record_read_result(const pub_log_site& site, std::int32_t station, std::int32_t result) {
   const std::int32_t code = saveAmtTestItem(station, result);
   if (code != ERR_NONE) {
-    LOG_LINE("[%s:L%d] write fail amt station_num: %d, station_result: %d. rtn:%d.\n", function, __LINE__, station,
-             result, code);
+    LOG_LINE("[%s:L%d] write fail amt station_num: %d, station_result: %d. rtn:%d.\n", site.m_function, site.m_line,
+             station, result, code);
   } else {
     LOG_LINE("write amt_result success amt station_num: %d, station_result: %d.\n", station, result);
   }
@@ -52,16 +38,8 @@ void log_command(const char* name) {
   LOG_LINE("%s m_buf_a[%s] m_buf_len[%d]", name, command.m_buf_a.data(), command.m_buf_len);
 }
 
-void log_read(const char* name, std::int32_t result, std::string_view answer) {
+void log_read(const char* name, result_code_en result, std::string_view answer) {
   LOG_LINE("%s  ret_val[%d] m_buf_a[%.*s]", name, result, static_cast<int>(answer.size()), answer.data());
-}
-
-std::int32_t send_failure(std::uint8_t link, amt_message_st* response, std::uint8_t response_id) {
-  return amt_handle_send_rsp_err(link, response, response_id, AMT_ERROR_MODEM);
-}
-
-std::int32_t send_ok(std::uint8_t link, amt_message_st* response, std::uint8_t response_id) {
-  return amt_handle_send_rsp_ok(link, response, response_id);
 }
 
 void prepare_write(std::int32_t station, std::int32_t result, const char* description) {
@@ -72,8 +50,8 @@ void prepare_write(std::int32_t station, std::int32_t result, const char* descri
   }
 }
 
-std::int32_t judge_write(std::string_view answer) {
-  const std::int32_t result = amt_judge_ok_first(answer);
+result_code_en judge_write(std::string_view answer) {
+  const result_code_en result = amt_judge_ok_first(answer);
   if (result != ERR_NOT_HANDLED) LOG_LINE("amt_modem_write_test_result\tret_val[%d]", result);
   return result;
 }
@@ -106,18 +84,18 @@ void take_line(std::string_view answer, read_result_st& known) {
   LOG_LINE("amt_modem_read_test_result test_description_a[%s]", known.m_description);
 }
 
-void log_outcome(std::int32_t code, const read_result_st& known) {
+void log_outcome(result_code_en code, const read_result_st& known) {
   LOG_LINE("amt_modem_read_test_result ret_val[%d] station_num[%d] station_result[%d]", code, known.m_station,
            known.m_result);
 }
 
 // An answer is looked at after each read, but not one that reports an error.
-std::int32_t query_station(read_result_st& known) {
+result_code_en query_station(read_result_st& known) {
   static constexpr char name[] = "amt_modem_read_test_result";
   amt_modem_prepare("AT^DATOMR=1,%ld\r", static_cast<long>(known.m_station));
   log_command(name);
-  const std::int32_t result = amt_modem_exchange(
-      [&known](std::int32_t code, std::string_view answer) {
+  const result_code_en result = amt_modem_exchange(
+      [&known](result_code_en code, std::string_view answer) {
         log_read(name, code, answer);
         if (code == ERR_NONE && !amt_answer_is_error(answer)) take_line(answer, known);
       },
@@ -128,87 +106,75 @@ std::int32_t query_station(read_result_st& known) {
 
 }  // namespace
 
-std::int32_t amt_modem_write_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  LOG_ENTRY();
-  const std::int32_t refusal = AMT_CHECK_MODEM_REQUEST(link, request, response);
+result_code_en amt_modem_write_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  pub_log_entry(k_log);
+  const result_code_en refusal = amt_modem_check_request(k_log, link, request, response);
   if (refusal != ERR_NONE) return refusal;
-  const std::int32_t station = get_number(request, ATOM_STATION);
-  const std::int32_t result = get_number(request, ATOM_RESULT_OF_STATION);
+  const std::int32_t station = get_number(request, AMT_ATOM_STATION);
+  const std::int32_t result = get_number(request, AMT_ATOM_STATION_RESULT);
   char description[DESCRIPTION_SIZE] = {};
-  amt_frame_get_string(&request->m_buf_a, ATOM_DESCRIPTION, description, sizeof description);
+  amt_frame_get_string(&request->m_buf_a, AMT_ATOM_DESCRIPTION, description, sizeof description);
   description[DESCRIPTION_SIZE - 1] = '\0';  // a value of exactly 128 characters comes without a terminator
-  record_written_result(__func__, station, result);
+  amt_note_station_result(k_log, station, result);
 
   prepare_write(station, result, description);
   log_command(__func__);
   const char* name = __func__;
-  const std::int32_t code = amt_modem_exchange(
-      [name](std::int32_t read_code, std::string_view answer) { log_read(name, read_code, answer); }, judge_write);
-  if (code == ERR_NONE) return send_ok(link, response, WRITE_RESPONSE_ID);
-  LOG_FAILURE(code);
-  return send_failure(link, response, WRITE_RESPONSE_ID);
+  const result_code_en code = amt_modem_exchange(
+      [name](result_code_en read_code, std::string_view answer) { log_read(name, read_code, answer); }, judge_write);
+  if (code == ERR_NONE) return amt_handle_send_rsp_ok(link, response, AMT_WRITE_TEST_RESULT_RSPCMD);
+  pub_log_failure(k_log, code);
+  return amt_handle_send_rsp_err(link, response, AMT_WRITE_TEST_RESULT_RSPCMD, AMT_ERROR_MODEM);
 }
 
-std::int32_t amt_modem_read_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  LOG_ENTRY();
-  const std::int32_t refusal = AMT_CHECK_MODEM_REQUEST(link, request, response);
+result_code_en amt_modem_read_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  pub_log_entry(k_log);
+  const result_code_en refusal = amt_modem_check_request(k_log, link, request, response);
   if (refusal != ERR_NONE) return refusal;
-  read_result_st known{get_number(request, ATOM_STATION)};
-  const std::int32_t code = query_station(known);
+  read_result_st known{get_number(request, AMT_ATOM_STATION)};
+  const result_code_en code = query_station(known);
   if (code != ERR_NONE) {
-    LOG_FAILURE(code);
-    return send_failure(link, response, READ_RESPONSE_ID);
+    pub_log_failure(k_log, code);
+    return amt_handle_send_rsp_err(link, response, AMT_READ_TEST_RESULT_RSPCMD, AMT_ERROR_MODEM);
   }
-  record_read_result(__func__, known.m_station, known.m_result);
+  record_read_result(k_log, known.m_station, known.m_result);
 
-  amt_handle_start_rsp(response, READ_RESPONSE_ID);
-  amt_frame_add_int(&response->m_buf_a, ATOM_STATION, static_cast<std::uint32_t>(known.m_station));
-  amt_frame_add_int(&response->m_buf_a, ATOM_RESULT_OF_STATION, static_cast<std::uint32_t>(known.m_result));
-  amt_frame_add_string(&response->m_buf_a, ATOM_DESCRIPTION, known.m_description);
+  amt_handle_start_rsp(response, AMT_READ_TEST_RESULT_RSPCMD);
+  amt_frame_add_int(&response->m_buf_a, AMT_ATOM_STATION, static_cast<std::uint32_t>(known.m_station));
+  amt_frame_add_int(&response->m_buf_a, AMT_ATOM_STATION_RESULT, static_cast<std::uint32_t>(known.m_result));
+  amt_frame_add_string(&response->m_buf_a, AMT_ATOM_DESCRIPTION, known.m_description);
   return amt_handle_finish_rsp(link, response);
 }
 
-std::int32_t amt_item_write_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  LOG_ENTRY();
-  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
-  const std::int32_t station = get_number(request, ATOM_STATION);
-  const std::int32_t result = get_number(request, ATOM_RESULT_OF_STATION);
+result_code_en amt_item_write_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  pub_log_entry(k_log);
+  if (amt_handle_is_bad_request(k_log, link, request, response)) return ERR_ARGUMENT;
+  const std::int32_t station = get_number(request, AMT_ATOM_STATION);
+  const std::int32_t result = get_number(request, AMT_ATOM_STATION_RESULT);
   LOG_LINE("amt_item_write_test_result station_num[%d] station_result[%d]", station, result);
   const auto index = static_cast<std::int32_t>(static_cast<std::uint32_t>(station) - 1);
   if (saveProductTestItem(index, result) != ERR_NONE) {
     std::printf("[%s:L%d] write fail station_num: %d, station_result: %d\n", __func__, __LINE__, station, result);
-    LOG_FAILURE(ERR_INCOMPLETE);
-    LOG_LINE("amt_item_write_test_result write_item ret_val[%d]", ERR_INCOMPLETE);
-    return send_failure(link, response, ITEM_WRITE_RESPONSE_ID);
+    pub_log_failure(k_log, ERR_INCOMPLETE, "amt_item_write_test_result write_item ret_val[%d]", ERR_INCOMPLETE);
+    return amt_handle_send_rsp_err(link, response, AMT_WRITE_ITEM_RSPCMD, AMT_ERROR_MODEM);
   }
   LOG_LINE("amt_item_write_test_result write_item ret_val[%d]", ERR_NONE);
-  return send_ok(link, response, ITEM_WRITE_RESPONSE_ID);
+  return amt_handle_send_rsp_ok(link, response, AMT_WRITE_ITEM_RSPCMD);
 }
 
-std::int32_t amt_item_read_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  LOG_ENTRY();
-  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
-  const std::int32_t station = get_number(request, ATOM_STATION);
+result_code_en amt_item_read_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  pub_log_entry(k_log);
+  if (amt_handle_is_bad_request(k_log, link, request, response)) return ERR_ARGUMENT;
+  const std::int32_t station = get_number(request, AMT_ATOM_STATION);
   const std::int32_t value = readProductTestItem(station);
   LOG_LINE("amt_item_read_test_result station_num[%d] station_result[%d]", station, value);
   if (value < 0 || value >= ITEM_VALUES) {
-    LOG_FAILURE(ERR_NOT_HANDLED);
-    LOG_LINE("amt_item_read_test_result read_item ret_val[%d]", ERR_NOT_HANDLED);
-    return send_failure(link, response, ITEM_READ_RESPONSE_ID);
+    pub_log_failure(k_log, ERR_NOT_HANDLED, "amt_item_read_test_result read_item ret_val[%d]", ERR_NOT_HANDLED);
+    return amt_handle_send_rsp_err(link, response, AMT_READ_ITEM_RSPCMD, AMT_ERROR_MODEM);
   }
   LOG_LINE("amt_item_read_test_result read_item ret_val[%d]", ERR_NONE);
-  amt_handle_start_rsp(response, ITEM_READ_RESPONSE_ID);
-  amt_frame_add_int(&response->m_buf_a, ATOM_STATION, static_cast<std::uint32_t>(station));
-  amt_frame_add_int(&response->m_buf_a, ATOM_RESULT_OF_STATION, static_cast<std::uint32_t>(value));
+  amt_handle_start_rsp(response, AMT_READ_ITEM_RSPCMD);
+  amt_frame_add_int(&response->m_buf_a, AMT_ATOM_STATION, static_cast<std::uint32_t>(station));
+  amt_frame_add_int(&response->m_buf_a, AMT_ATOM_STATION_RESULT, static_cast<std::uint32_t>(value));
   return amt_handle_finish_rsp(link, response);
-}
-
-std::int32_t amt_modem_write_pc_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  LOG_ENTRY();
-  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_NOT_HANDLED;
-  const std::int32_t station = get_number(request, ATOM_STATION);
-  const std::int32_t result = get_number(request, ATOM_RESULT_OF_STATION);
-  LOG_LINE("amt_modem_write_pc_test_result station_num=%d,station_result=%d", station, result);
-  record_written_result(__func__, station, result);
-  return ERR_NOT_HANDLED;
 }

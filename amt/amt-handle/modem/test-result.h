@@ -3,17 +3,15 @@
 
 #include <cstdint>
 
-#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-convert/frame.h"
+#include "pub/result.h"
 
 // APP requests 91 and 89: the modem's store and the station result file. A failure of the modem is answered with an
 // error response; one of the file is only logged. Nothing is sent for a bad request or without a modem.
-std::int32_t amt_modem_write_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response);
-std::int32_t amt_modem_read_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+result_code_en amt_modem_write_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+result_code_en amt_modem_read_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response);
 
 // APP requests 230 and 228: an item of the product file alone; they need a modem no more than the file does, but refuse
 // the same bad requests.
-std::int32_t amt_item_write_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response);
-std::int32_t amt_item_read_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response);
-
-// PC request 91: notes the result in the station result file and gives ERR_NOT_HANDLED, always: the modem answers.
-std::int32_t amt_modem_write_pc_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+result_code_en amt_item_write_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+result_code_en amt_item_read_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response);

@@ -1,11 +1,11 @@
 // The phone's Bluetooth and WiFi addresses as AT text: links of the AT chain that answer from the factory's records.
 #pragma once
 
-#include <cstdint>
+#include <string_view>
 
-// The Bluetooth address file that exists, the phone's own first; null, logged, when there is none.
-const char* get_bt_addr_file();
+#include "amt/amt-convert/frame.h"
+#include "pub/result.h"
 
 // AT chain links of "AT^DBTADDR" and "AT^DWIFIADDR", each with "?\r", "=?\r" and "=\"".
-std::int32_t handle_amt_bt_at();
-std::int32_t handle_amt_wifi_at();
+result_code_en handle_amt_bt_at(std::string_view received, amt_message_st* response);
+result_code_en handle_amt_wifi_at(std::string_view received, amt_message_st* response);

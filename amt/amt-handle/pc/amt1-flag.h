@@ -1,29 +1,14 @@
-// The AMT1 flag: whether the phone may enter factory test by the USB handshake at its next start. The PC keeps it in a
-// file; the service publishes it as a property when a -u start ends.
+// The AMT1 flag, as the PC writes and reads it.
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
-#include "amt/amt-handle/context/handle-context.h"
-#include "amt/amt-record/record.h"
-
-inline constexpr char AMT_FLAG_FILE[] = "/amt/power_usb_amt.txt";
-
-// The first line of a file (its line end included, at most 98 characters). 0 or ERR_SYSTEM; the buffer is then empty.
-std::int32_t amt_read_data_from_file(char (&content)[AMT_CONTENT_SIZE], const char* path);
-
-// What the flag file says about the handshake: forbidden only when it can be read and its decimal value is 0.
-bool amt_is_handshake_permitted_by_file();
-
-// Operation 0 or 1 writes the flag, 2 reads it into *value (a missing or unreadable file is 1). 0; ERR_FAIL when the
-// file cannot be written; ERR_ARGUMENT for any other operation.
-std::int32_t handle_amt_damt1_operation(std::int32_t operation, std::int32_t* value);
-
-// Publishes whether the next USB insertion may enter factory test: "1" not permitted, "2" permitted.
-void amt_set_handshake_permission();
+#include "amt/amt-convert/frame.h"
+#include "pub/result.h"
 
 // AT chain link of "AT^DAMT1=".
-std::int32_t handle_amt_not_permit_handshake_at();
+result_code_en handle_amt_not_permit_handshake_at(std::string_view received, amt_message_st* response);
 
 // PC request 219: forbids the handshake at the next start.
-std::int32_t amt_handle_not_permit_handshake(std::uint8_t link, amt_message_st* request, amt_message_st* response);
+result_code_en amt_handle_not_permit_handshake(std::uint8_t link, amt_message_st* request, amt_message_st* response);

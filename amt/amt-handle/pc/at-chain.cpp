@@ -5,7 +5,7 @@
 #include "amt/amt-handle/pc/boot-download.h"
 #include "amt/amt-handle/pc/device-control.h"
 #include "amt/amt-handle/pc/idle.h"
-#include "amt/amt-handle/pc/pcba-sn-at.h"
+#include "amt/amt-handle/pc/pcba-sn.h"
 #include "amt/amt-handle/pc/software-version.h"
 #include "pub/result.h"
 
@@ -14,7 +14,7 @@ namespace {
 // A link gives ERR_NOT_HANDLED when the text does not hold its command. The order decides which command is answered
 // when a text holds several. The identity writes "AT^DCGSNW=", "AT^DMSN=" and "AT^DMPCHN=" are not here on purpose: the
 // modem answers them.
-using at_link = std::int32_t (*)();
+using at_link = result_code_en (*)(std::string_view received, amt_message_st* response);
 constexpr at_link AT_CHAIN[] = {
     handle_amt_bt_at,                    // AT^DBTADDR?\r  AT^DBTADDR=?\r  AT^DBTADDR="
     handle_amt_wifi_at,                  // AT^DWIFIADDR?\r  AT^DWIFIADDR=?\r  AT^DWIFIADDR="
@@ -29,9 +29,9 @@ constexpr at_link AT_CHAIN[] = {
 
 }  // namespace
 
-std::int32_t handle_amt_pc_req_at() {
+result_code_en handle_amt_pc_req_at(std::string_view received, amt_message_st* response) {
   for (const at_link link : AT_CHAIN) {
-    const std::int32_t result = link();
+    const result_code_en result = link(received, response);
     if (result != ERR_NOT_HANDLED) return result;
   }
   return ERR_NOT_HANDLED;

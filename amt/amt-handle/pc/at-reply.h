@@ -1,11 +1,13 @@
-// The replies that AT chain links have in common. Each is sent to the PC from the context's response record and gives
-// the result of sending it.
+// The replies that AT chain links have in common. Each becomes the response record's content, is sent to the PC, and
+// gives the result of sending it.
 #pragma once
 
-#include <cstdint>
+#include "amt/amt-convert/frame.h"
+#include "pub/result.h"
 
-std::int32_t handle_amt_reply_ok();
-std::int32_t handle_amt_reply_error();
-std::int32_t handle_amt_reply_cme_error();  // of the address and version commands
+result_code_en handle_amt_reply_ok(amt_message_st* response);
+result_code_en handle_amt_reply_error(amt_message_st* response);
+result_code_en handle_amt_reply_cme_error(amt_message_st* response);  // of the address and version commands
 // A text of at most 4095 characters; more are cut off.
-std::int32_t handle_amt_reply(const char* format, ...) __attribute__((format(printf, 1, 2)));
+result_code_en handle_amt_reply(amt_message_st* response, const char* format, ...)
+    __attribute__((format(printf, 2, 3)));

@@ -1,30 +1,24 @@
 #include "amt/amt-handle/pc/capture.h"
 
 #include <algorithm>
-#include <string_view>
+#include <tuple>
 
 #include "amt/amt-convert/amt-convert.h"
+#include "amt/amt-convert/ids.h"
 #include "amt/amt-handle/context/handle-context.h"
 #include "amt/amt-handle/context/log-module.h"
-#include "amt/amt-handle/context/parameters.h"
 #include "amt/amt-handle/context/state.h"
+#include "amt/amt-handle/modem/answer.h"
+#include "amt/amt-handle/pc/at-parameter.h"
 #include "amt/amt-handle/pc/handover.h"
-#include "amt/amt-handle/pc/pcba-sn.h"
-#include "pub/result.h"
+#include "amt/amt-record/serial-number.h"
 
 namespace {
 
 constexpr std::uint8_t ANY_TEXT = 0;
-constexpr std::uint8_t WRITE_IMEI = 5;
-constexpr std::uint8_t WRITE_BOARD = 87;
-constexpr std::uint8_t SWITCH_CHANNEL = 232;
 constexpr std::uint8_t AT_TEXT = 255;
-constexpr std::uint8_t EXAMINED[] = {ANY_TEXT, WRITE_IMEI, WRITE_BOARD, SWITCH_CHANNEL, AT_TEXT};
-constexpr std::uint8_t CONFIRMATIONS[] = {WRITE_IMEI + 1, WRITE_BOARD + 1};
-
-constexpr std::uint8_t ATOM_IMEI = 21;
-constexpr std::uint8_t ATOM_BOARD = 38;
-constexpr std::uint8_t ATOM_CHANNEL = 159;
+constexpr std::uint8_t EXAMINED[] = {ANY_TEXT, AMT_WRITEIMEI_CMD, AMT_WRITE_BOARD_CMD, AMT_CHANNEL_SWITCH_CMD, AT_TEXT};
+constexpr std::uint8_t CONFIRMATIONS[] = {AMT_WRITEIMEI_RSPCMD, AMT_WRITE_BOARD_RSPCMD};
 
 constexpr char IMEI_COMMAND[] = "AT^DCGSNW=";
 constexpr char BOARD_COMMAND[] = "AT^DMSN=";
@@ -51,60 +45,58 @@ void publish(amt_capture_en type) {
   g_cur_treat_cmd_type.store(type, std::memory_order_release);
 }
 
-bool is_in_text(const char* command) {
-  if (!handle_amt_text_behind(command)) return false;
-  const std::string_view text = handle_amt_request_text();
+bool is_in_text(std::string_view received, const char* command) {
+  if (!handle_amt_text_behind(received, command)) return false;
+  const std::string_view text = handle_amt_text(received);
   LOG_LINE("received at command in amt4:%.*s", static_cast<int>(text.size()), text.data());
   return true;
 }
 
 // True when the text holds one of the three commands. A capture counts even when its value could not be taken.
-bool capture_text() {
-  if (is_in_text(IMEI_COMMAND)) {
-    handle_amt_take_at_para(IMEI_COMMAND, g_pending_imei_a);
+bool capture_text(std::string_view received) {
+  if (is_in_text(received, IMEI_COMMAND)) {
+    std::ignore = handle_amt_take_at_para(received, IMEI_COMMAND, g_pending_imei_a);
     publish(AMT_CAPTURE_IMEI);
     return true;
   }
-  if (is_in_text(BOARD_COMMAND)) {
-    handle_amt_take_at_para(BOARD_COMMAND, g_pending_sn_a);
+  if (is_in_text(received, BOARD_COMMAND)) {
+    std::ignore = handle_amt_take_at_para(received, BOARD_COMMAND, g_pending_sn_a);
     publish(AMT_CAPTURE_BOARD);
     return true;
   }
-  if (is_in_text(CHANNEL_COMMAND)) {
+  if (is_in_text(received, CHANNEL_COMMAND)) {
     amt_parameter_text channel;
-    handle_amt_take_at_para(CHANNEL_COMMAND, channel);
+    std::ignore = handle_amt_take_at_para(received, CHANNEL_COMMAND, channel);
     g_amt_channel = static_cast<std::uint8_t>(handle_amt_field_value(channel));
     return true;
   }
   return false;
 }
 
-void take_atom(std::uint8_t atom_id, amt_parameter_text& text) {
+void take_atom(const amt_frame_st& frame, std::uint8_t atom_id, amt_parameter_text& text) {
   std::fill(std::begin(text), std::end(text), '\0');  // a frame without the atom captures nothing
-  amt_frame_get_string(&g_handle_context.m_request_copy.m_buf_a, atom_id, text, sizeof text);
+  amt_frame_get_string(&frame, atom_id, text, sizeof text);
   text[sizeof text - 1] = '\0';  // a value that fills the buffer comes without a terminator
 }
 
-void capture_frame(std::uint8_t request_id) {
-  if (request_id == WRITE_BOARD) {
-    take_atom(ATOM_BOARD, g_pending_sn_a);
+void capture_frame(std::uint8_t request_id, const amt_frame_st& frame) {
+  if (request_id == AMT_WRITE_BOARD_CMD) {
+    take_atom(frame, AMT_ATOM_BOARD, g_pending_sn_a);
     LOG_LINE("getted write-board command in amt1: board:%s;", g_pending_sn_a);
     publish(AMT_CAPTURE_BOARD);
-  } else if (request_id == SWITCH_CHANNEL) {
-    const std::uint32_t value = amt_frame_get_int(&g_handle_context.m_request_copy.m_buf_a, ATOM_CHANNEL);
+  } else if (request_id == AMT_CHANNEL_SWITCH_CMD) {
+    const std::uint32_t value = amt_frame_get_int(&frame, AMT_ATOM_MODEM_CHANNEL);
     g_amt_channel = static_cast<std::uint8_t>(value);
     LOG_LINE("getted switch-channel command in amt1: channel:%d;", std::uint8_t{g_amt_channel});
-  } else if (request_id == WRITE_IMEI) {
-    take_atom(ATOM_IMEI, g_pending_imei_a);
+  } else if (request_id == AMT_WRITEIMEI_CMD) {
+    take_atom(frame, AMT_ATOM_IMEI, g_pending_imei_a);
     LOG_LINE("getted write-imei command in amt1: imei:%s;", g_pending_imei_a);
     publish(AMT_CAPTURE_IMEI);
   }
 }
 
 bool is_confirmed_by_text(const amt_message_st& block) {
-  constexpr std::string_view OK = "\r\nOK\r\n";
-  const auto end = block.m_buf_a.begin() + std::min<std::size_t>(block.m_buf_len, block.m_buf_a.size());
-  return std::search(block.m_buf_a.begin(), end, OK.begin(), OK.end()) != end;
+  return amt_answer_is_ok(amt_message_text(block));
 }
 
 bool is_confirmed_by_frame(const amt_message_st& block) {
@@ -117,26 +109,20 @@ bool is_confirmed_by_frame(const amt_message_st& block) {
   return code == 0;
 }
 
-std::int32_t fail_save(const char* text) {
-  LOG_FAILURE_OF("handle_amt_imei_and_sn_save_file", ERR_FAIL);
-  LOG_LINE("%s", text);
-  return ERR_FAIL;
-}
-
-std::int32_t save_imei(const char* imei, std::uint8_t channel) {
+result_code_en save_imei(const pub_log_site& site, const char* imei, std::uint8_t channel) {
   if (*imei == '\0') return ERR_NONE;
-  const std::int32_t result = amt_write_pcba_sn(imei, channel == 1 ? "/amt/imei-2.txt" : "/amt/imei.txt");
+  const result_code_en result = amt_write_pcba_sn(imei, channel == 1 ? AMT_SECOND_IMEI_FILE : AMT_IMEI_FILE);
   LOG_LINE("save imei to file. channel:%d; content:%s;", channel, imei);
-  if (result != ERR_NONE) return fail_save("write imei error.");
+  if (result != ERR_NONE) return pub_fail(site, ERR_FAIL, "write imei error.");
   LOG_LINE("Writed imei to file success.");
   return ERR_NONE;
 }
 
-std::int32_t save_sn(const char* sn, std::uint8_t channel) {
+result_code_en save_sn(const pub_log_site& site, const char* sn, std::uint8_t channel) {
   if (*sn == '\0') return ERR_NONE;
-  const std::int32_t result = amt_write_pcba_sn(sn, channel == 1 ? AMT_PCBA_SN_FILE : "/amt/sn.txt");
+  const result_code_en result = amt_write_pcba_sn(sn, channel == 1 ? AMT_PCBA_SN_FILE : AMT_SN_FILE);
   LOG_LINE("save sn to file. channel:%d; content:%s;", channel, sn);
-  if (result != ERR_NONE) return fail_save("write sn error.");
+  if (result != ERR_NONE) return pub_fail(site, ERR_FAIL, "write sn error.");
   LOG_LINE("Writed sn to file success.");
   return ERR_NONE;
 }
@@ -150,16 +136,15 @@ void handle_amt_clear_capture() {
   publish(AMT_CAPTURE_NONE);
 }
 
-void handle_amt_imei_and_sn(std::uint8_t request_id) {
+void handle_amt_imei_and_sn(std::uint8_t request_id, std::string_view received, const amt_frame_st& frame) {
   LOG_LINE("handle_amt_imei_and_sn--->req_id_en:%d.", request_id);
   if (std::find(std::begin(EXAMINED), std::end(EXAMINED), request_id) == std::end(EXAMINED)) return;
-  if (!capture_text()) capture_frame(request_id);
+  if (!capture_text(received)) capture_frame(request_id, frame);
 }
 
 void handle_amt_imei_and_sn_rsp(const amt_message_st& block) {
   if (block.m_buf_len == 0) {
-    pub_log_failure(k_log, 9355, "handle_amt_imei_and_sn_rsp", ERR_ARGUMENT);
-    LOG_LINE(" %d, %d", 0, 1);
+    pub_log_failure({k_log, 9355, "handle_amt_imei_and_sn_rsp"}, ERR_ARGUMENT, " %d, %d", 0, 1);
     return;
   }
   const std::uint8_t type = g_cur_treat_cmd_type.load(std::memory_order_acquire);
@@ -169,13 +154,14 @@ void handle_amt_imei_and_sn_rsp(const amt_message_st& block) {
   // Cleared before the save, and only if it is still this one: what is captured meanwhile stays pending.
   std::uint8_t expected = type;
   g_cur_treat_cmd_type.compare_exchange_strong(expected, AMT_CAPTURE_NONE, std::memory_order_acq_rel);
-  handle_amt_imei_and_sn_save_file(type);
+  std::ignore = handle_amt_imei_and_sn_save_file(type);  // logged; the modem has the identity
 }
 
-std::int32_t handle_amt_imei_and_sn_save_file(std::uint8_t type) {
-  LOG_ENTRY();
-  if (LOG_BAD_ARGUMENTS(type != AMT_CAPTURE_IMEI && type != AMT_CAPTURE_BOARD)) return ERR_ARGUMENT;
+result_code_en handle_amt_imei_and_sn_save_file(std::uint8_t type) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments(k_log, {type != AMT_CAPTURE_IMEI && type != AMT_CAPTURE_BOARD})) return ERR_ARGUMENT;
   const identity_st& identity = g_to_be_saved.latest();
   const std::uint8_t channel = g_amt_channel;
-  return type == AMT_CAPTURE_IMEI ? save_imei(identity.m_imei_a, channel) : save_sn(identity.m_sn_a, channel);
+  return type == AMT_CAPTURE_IMEI ? save_imei(k_log, identity.m_imei_a, channel)
+                                  : save_sn(k_log, identity.m_sn_a, channel);
 }

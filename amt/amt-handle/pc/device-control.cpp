@@ -3,19 +3,18 @@
 // it started.
 #include "amt/amt-handle/pc/device-control.h"
 
-#include <algorithm>
 #include <optional>
-#include <string_view>
 
-#include "amt/amt-device/hwt-call.h"
+#include "amt/amt-device/radio.h"
 #include "amt/amt-handle/context/log-module.h"
 #include "amt/amt-handle/context/parameters.h"
 #include "amt/amt-handle/context/state.h"
+#include "amt/amt-handle/pc/at-parameter.h"
 #include "amt/amt-handle/pc/at-reply.h"
-#include "platform/hwt.h"
-#include "pub/result.h"
 
 namespace {
+
+using enum amt_radio_words_en;
 
 constexpr std::uint8_t FIRST_RX_CHANNEL = 6;
 constexpr std::int32_t STOP = 0;
@@ -24,182 +23,145 @@ constexpr std::int32_t GPS_START_AND_READ = 2;
 
 relaxed<std::uint8_t> g_wifi_rx_channel = FIRST_RX_CHANNEL;  // of the last receive test that started
 
-void log_command(const char* function) {
-  const std::string_view text = handle_amt_request_text();
-  LOG_ENTRY_OF(function);
+// What a command's handler works on.
+struct command_call_st {
+  std::string_view m_received;
+  const char* m_prefix;
+  std::string_view m_rest;  // what follows the prefix, less the fields taken
+  amt_message_st* m_response;
+};
+
+void log_command(const command_call_st& call, const char* function) {
+  const std::string_view text = handle_amt_text(call.m_received);
+  pub_log_entry({k_log, function});
   LOG_LINE("received at command:%.*s", static_cast<int>(text.size()), text.data());
 }
 
-std::int32_t reply(std::int32_t result) {
-  return result == ERR_NONE ? handle_amt_reply_ok() : handle_amt_reply_error();
+result_code_en reply(const command_call_st& call, result_code_en result) {
+  return result == ERR_NONE ? handle_amt_reply_ok(call.m_response) : handle_amt_reply_error(call.m_response);
 }
 
 // The value of the next comma field; none, logged, when there is no further field.
-std::optional<std::int32_t> take_value(const char* function, std::string_view& rest, const char* name) {
-  const auto field = handle_amt_next_field(rest);
+std::optional<std::int32_t> take_value(const char* function, command_call_st& call, const char* name) {
+  const auto field = handle_amt_next_field(call.m_rest);
   if (field) return handle_amt_field_value(*field);
-  LOG_FAILURE_OF(function, ERR_ARGUMENT);
-  LOG_LINE("%s is null!!!", name);
+  pub_log_failure({k_log, function}, ERR_ARGUMENT, "%s is null!!!", name);
   return std::nullopt;
 }
 
-std::optional<std::int32_t> take_only_value(const char* prefix) {
+std::optional<std::int32_t> take_only_value(const command_call_st& call) {
   amt_parameter_text text;
-  if (handle_amt_take_at_para(prefix, text) != ERR_NONE) return std::nullopt;
+  if (handle_amt_take_at_para(call.m_received, call.m_prefix, text) != ERR_NONE) return std::nullopt;
   return handle_amt_field_value(text);
 }
 
-std::int32_t check_wifi(const char* function) {
-  // The error line names the Bluetooth operation: on purpose, field tools look for it.
-  const amt_hwt_step_st step{&k_log, __LINE__, function, "wifi connectivity check", "hwt_btCtrl"};
-  return amt_device_call_hwt(step, hwt_wifiCheck);
+result_code_en handle_amt_device_conn_chk(command_call_st& call) {
+  log_command(call, __func__);
+  const auto device = take_only_value(call);
+  if (device == 0) return reply(call, amt_radio_check_wifi(k_log));
+  if (device == 1) return reply(call, amt_radio_check_gps(k_log));
+  if (device == 3) return reply(call, amt_radio_check_bt(k_log));
+  return handle_amt_reply_error(call.m_response);
 }
 
-std::int32_t check_gps(const char* function) {
-  const amt_hwt_step_st step{&k_log, __LINE__, function, "GPS connectivity check", "hwt_gpsCheck"};
-  return amt_device_call_hwt(step, hwt_gpsCheck);
-}
-
-std::int32_t check_bt(const char* function) {
-  const amt_hwt_step_st step{&k_log, __LINE__, function, "BT hardware check", "hwt_btCheck"};
-  return amt_device_call_hwt(step, hwt_btCheck);
-}
-
-std::int32_t handle_amt_device_conn_chk(const char* prefix, std::string_view) {
-  log_command(__func__);
-  const auto device = take_only_value(prefix);
-  if (device == 0) return reply(check_wifi(__func__));
-  if (device == 1) return reply(check_gps(__func__));
-  if (device == 3) return reply(check_bt(__func__));
-  return handle_amt_reply_error();
-}
-
-std::int32_t handle_amt_device_bt_ctrl(const char* prefix, std::string_view) {
-  log_command(__func__);
-  const auto control = take_only_value(prefix);
-  if (control == STOP) {
-    return reply(amt_device_call_hwt(AMT_HWT_STEP("BT-stop", "hwt_btCtrl"), [] { return hwt_btCtrl(0); }));
-  }
-  if (control == START) {
-    return reply(amt_device_call_hwt(AMT_HWT_STEP("BT-start", "hwt_btCtrl"), [] { return hwt_btCtrl(1); }));
-  }
-  return handle_amt_reply_error();
+result_code_en handle_amt_device_bt_ctrl(command_call_st& call) {
+  log_command(call, __func__);
+  const auto control = take_only_value(call);
+  if (control == STOP) return reply(call, amt_radio_switch_bt({k_log, "BT-stop"}, 0));
+  if (control == START) return reply(call, amt_radio_switch_bt({k_log, "BT-start"}, 1));
+  return handle_amt_reply_error(call.m_response);
 }
 
 // GPS is started, then one satellite is read; it is left running.
-std::int32_t start_and_read_gps(const char* function, std::string_view rest) {
-  const amt_hwt_step_st start{&k_log, __LINE__, function, "GPS-start", "hwt_gpsCtrl", "start gps firstly, "};
-  if (amt_device_call_hwt(start, [] { return hwt_gpsCtrl(1, 0, nullptr, nullptr); }) != ERR_NONE) {
-    return handle_amt_reply_error();
+result_code_en start_and_read_gps(const char* function, command_call_st& call) {
+  if (amt_radio_start_gps({{k_log, function}, "GPS-start", "start gps firstly, "}) != ERR_NONE) {
+    return handle_amt_reply_error(call.m_response);
   }
-  const auto index = take_value(function, rest, "index");
-  if (!index) return handle_amt_reply_error();
+  const auto index = take_value(function, call, "index");
+  if (!index) return handle_amt_reply_error(call.m_response);
 
-  int svid = 0;
-  int cnr = 0;
-  const amt_hwt_step_st read{&k_log, __LINE__, function, "GPS-READ-SIGNAL", "hwt_gpsCtrl"};
-  const std::int32_t result = amt_device_call_hwt(
-      read, amt_hwt_detail(". index:%d", *index), [&] { return hwt_gpsCtrl(2, *index, &svid, &cnr); },
-      [&] { return amt_hwt_detail("; index:%d; svid:%d; cnr:%d", *index, svid, cnr); });
-  if (result != ERR_NONE) return handle_amt_reply_error();
-  return handle_amt_reply("\r\n^DGPSCTRL: %d,%d\r\n\r\nOK\r\n", svid, cnr);
+  amt_satellite_st satellite{};
+  if (amt_radio_read_gps({k_log, function}, AT, *index, &satellite) != ERR_NONE) {
+    return handle_amt_reply_error(call.m_response);
+  }
+  return handle_amt_reply(call.m_response, "\r\n^DGPSCTRL: %d,%d\r\n\r\nOK\r\n", satellite.m_id,
+                          satellite.m_carrier_to_noise);
 }
 
-std::int32_t handle_amt_device_gps_ctrl(const char*, std::string_view rest) {
-  log_command(__func__);
-  const auto flag = take_value(__func__, rest, "flag");
+result_code_en handle_amt_device_gps_ctrl(command_call_st& call) {
+  log_command(call, __func__);
+  const auto flag = take_value(__func__, call, "flag");
   if (!flag) return ERR_ARGUMENT;
   LOG_LINE("getted flag:%d.", *flag);
-  if (*flag == STOP) {
-    return reply(amt_device_call_hwt(AMT_HWT_STEP("GPS-stop", "hwt_gpsCtrl"),
-                                     [] { return hwt_gpsCtrl(0, 0, nullptr, nullptr); }));
-  }
-  if (*flag == GPS_START_AND_READ) return start_and_read_gps(__func__, rest);
-  return handle_amt_reply_error();
+  if (*flag == STOP) return reply(call, amt_radio_stop_gps({k_log, "GPS-stop"}));
+  if (*flag == GPS_START_AND_READ) return start_and_read_gps(__func__, call);
+  return handle_amt_reply_error(call.m_response);
 }
 
-std::int32_t start_wifi(const char* function) {
-  const amt_hwt_step_st step{&k_log, __LINE__, function, "WIFI-start", "hwt_wifiCtrl", "start wifi firstly, "};
-  return amt_device_call_hwt(step, [] { return hwt_wifiCtrl(1); });
+result_code_en start_wifi(const char* function) {
+  return amt_radio_switch_wifi({{k_log, function}, "WIFI-start", "start wifi firstly, "}, 1);
 }
 
-std::int32_t stop_wifi(const char* function) {
-  const amt_hwt_step_st step{&k_log, __LINE__, function, "WIFI-stop", "hwt_wifiCtrl", "then will stop wifi, "};
-  return amt_device_call_hwt(step, [] { return hwt_wifiCtrl(0); });
+result_code_en stop_wifi(const char* function) {
+  return amt_radio_switch_wifi({{k_log, function}, "WIFI-stop", "then will stop wifi, "}, 0);
 }
 
-std::int32_t start_tx(const char* function, std::string_view rest) {
+result_code_en start_tx(const char* function, command_call_st& call) {
   if (start_wifi(function) != ERR_NONE) return ERR_FAIL;
-  const auto channel_value = take_value(function, rest, "channel");
-  const auto rate_value = channel_value ? take_value(function, rest, "rate") : std::nullopt;
-  const auto power_value = rate_value ? take_value(function, rest, "power") : std::nullopt;
-  if (!power_value) return ERR_ARGUMENT;
-
-  const auto channel = static_cast<std::uint8_t>(*channel_value);
-  const auto rate = static_cast<std::uint16_t>(*rate_value);
-  const auto power = static_cast<std::int16_t>(*power_value);
-  const amt_hwt_step_st step{&k_log, __LINE__, function, "WIFI-TX-start", "hwt_TxTest"};
-  return amt_device_call_hwt(step,
-                             amt_hwt_detail(". channel:%d; power:%d; rate:%d(will multi 100)", channel, power, rate),
-                             [=] { return hwt_TxTest(1, power, rate, channel); });
+  const auto channel = take_value(function, call, "channel");
+  const auto rate = channel ? take_value(function, call, "rate") : std::nullopt;
+  const auto power = rate ? take_value(function, call, "power") : std::nullopt;
+  if (!power) return ERR_ARGUMENT;
+  return amt_radio_start_tx({k_log, function}, AT, static_cast<std::uint8_t>(*channel),
+                            static_cast<std::uint16_t>(*rate), static_cast<std::int16_t>(*power));
 }
 
-std::int32_t stop_tx(const char* function) {
-  const amt_hwt_step_st step{&k_log, __LINE__, function, "WIFI-TX-stop", "hwt_TxTest"};
-  const std::int32_t result = amt_device_call_hwt(step, amt_hwt_detail(". "), [] { return hwt_TxTest(0, 0, 0, 0); });
+result_code_en stop_tx(const char* function) {
+  const result_code_en result = amt_radio_stop_tx({k_log, function});
   return result == ERR_NONE ? stop_wifi(function) : result;
 }
 
-std::int32_t start_rx(const char* function, std::string_view rest) {
+result_code_en start_rx(const char* function, command_call_st& call) {
   if (start_wifi(function) != ERR_NONE) return ERR_FAIL;
-  const auto channel_value = take_value(function, rest, "channel");
-  const auto rate_value = channel_value ? take_value(function, rest, "rate") : std::nullopt;
-  if (!rate_value) return ERR_ARGUMENT;
-
+  const auto channel_value = take_value(function, call, "channel");
+  const auto rate = channel_value ? take_value(function, call, "rate") : std::nullopt;
+  if (!rate) return ERR_ARGUMENT;
   const auto channel = static_cast<std::uint8_t>(*channel_value);
-  const auto rate = static_cast<std::uint16_t>(*rate_value);
-  const amt_hwt_step_st step{&k_log, __LINE__, function, "WIFI-RX-start", "hwt_RxTest"};
-  const std::int32_t result =
-      amt_device_call_hwt(step, amt_hwt_detail(". channel:%d; rate:%d(will multi 100)", channel, rate),
-                          [=] { return hwt_RxTest(1, channel, rate, nullptr); });
+  const result_code_en result = amt_radio_start_rx({k_log, function}, AT, channel, static_cast<std::uint16_t>(*rate));
   if (result == ERR_NONE) g_wifi_rx_channel = channel;
   return result;
 }
 
 // How many packets came is for the log only.
-std::int32_t stop_rx(const char* function) {
+result_code_en stop_rx(const char* function) {
   int count = 0;
-  const std::uint8_t channel = g_wifi_rx_channel;
-  const amt_hwt_step_st step{&k_log, __LINE__, function, "WIFI-RX-stop", "hwt_RxTest"};
-  const std::int32_t result = amt_device_call_hwt(
-      step, amt_hwt_detail(". channel:%d", channel), [&] { return hwt_RxTest(0, channel, 0, &count); },
-      [&] { return amt_hwt_detail("; cnt:%d", count); });
+  const result_code_en result = amt_radio_stop_rx({k_log, function}, g_wifi_rx_channel, &count);
   return result == ERR_NONE ? stop_wifi(function) : result;
 }
 
-std::int32_t handle_amt_device_wifi_tx_ctrl(const char*, std::string_view rest) {
-  log_command(__func__);
-  const auto control = take_value(__func__, rest, "control");
+result_code_en handle_amt_device_wifi_tx_ctrl(command_call_st& call) {
+  log_command(call, __func__);
+  const auto control = take_value(__func__, call, "control");
   if (!control) return ERR_ARGUMENT;
   LOG_LINE("getted control:%d.", *control);
-  if (*control == START) return reply(start_tx(__func__, rest));
-  if (*control == STOP) return reply(stop_tx(__func__));
-  return handle_amt_reply_error();
+  if (*control == START) return reply(call, start_tx(__func__, call));
+  if (*control == STOP) return reply(call, stop_tx(__func__));
+  return handle_amt_reply_error(call.m_response);
 }
 
-std::int32_t handle_amt_device_wifi_rx_ctrl(const char*, std::string_view rest) {
-  log_command(__func__);
-  const auto control = take_value(__func__, rest, "control");
+result_code_en handle_amt_device_wifi_rx_ctrl(command_call_st& call) {
+  log_command(call, __func__);
+  const auto control = take_value(__func__, call, "control");
   if (!control) return ERR_ARGUMENT;
   LOG_LINE("getted control:%d.", *control);
-  if (*control == START) return reply(start_rx(__func__, rest));
-  if (*control == STOP) return reply(stop_rx(__func__));
-  return handle_amt_reply_error();
+  if (*control == START) return reply(call, start_rx(__func__, call));
+  if (*control == STOP) return reply(call, stop_rx(__func__));
+  return handle_amt_reply_error(call.m_response);
 }
 
 struct command_st {
   const char* m_prefix;
-  std::int32_t (*m_handler)(const char* prefix, std::string_view behind);
+  result_code_en (*m_handler)(command_call_st& call);
 };
 
 constexpr command_st COMMANDS[] = {
@@ -210,11 +172,13 @@ constexpr command_st COMMANDS[] = {
 
 }  // namespace
 
-std::int32_t handle_amt_device_at() {
-  LOG_ENTRY();
+result_code_en handle_amt_device_at(std::string_view received, amt_message_st* response) {
+  pub_log_entry(k_log);
   for (const auto& command : COMMANDS) {
-    const auto behind = handle_amt_text_behind(command.m_prefix);
-    if (behind) return command.m_handler(command.m_prefix, *behind);
+    const auto rest = handle_amt_text_behind(received, command.m_prefix);
+    if (!rest) continue;
+    command_call_st call{received, command.m_prefix, *rest, response};
+    return command.m_handler(call);
   }
   return ERR_NOT_HANDLED;
 }

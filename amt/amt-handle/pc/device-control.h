@@ -2,6 +2,9 @@
 // command is one or two calls into the device-test library, which block the PC link while they run.
 #pragma once
 
-#include <cstdint>
+#include <string_view>
 
-std::int32_t handle_amt_device_at();
+#include "amt/amt-convert/frame.h"
+#include "pub/result.h"
+
+result_code_en handle_amt_device_at(std::string_view received, amt_message_st* response);

@@ -5,20 +5,20 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <string_view>
+#include <tuple>
 
 #include "amt/amt-cfg.h"
 #include "amt/amt-convert/amt-convert.h"
-#include "amt/amt-convert/command-names.h"
+#include "amt/amt-convert/ids.h"
 #include "amt/amt-handle/context/handle-context.h"
 #include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/modem-device.h"
 #include "amt/amt-handle/context/registry.h"
 #include "amt/amt-handle/context/response.h"
 #include "amt/amt-handle/context/state.h"
-#include "amt/amt-handle/modem/test-result.h"
-#include "amt/amt-handle/modem/version.h"
 #include "amt/amt-handle/pc/at-chain.h"
 #include "amt/amt-handle/pc/capture.h"
-#include "amt/amt-handle/service/modem-link.h"
 #include "pub/result.h"
 #include "pub/util/device.h"
 #include "pub/util/io.h"
@@ -30,9 +30,6 @@ constexpr std::uint8_t AT_TEXT_ID = 255;  // stands for the command id of a bloc
 constexpr std::uint32_t REOPEN_TRIES = 60;
 constexpr std::uint32_t REOPEN_PAUSE_MS = 1000;
 constexpr std::uint32_t FAILED_WRITE_PAUSE_MS = 20;
-
-// Handlers that decide themselves whether the PC gets the pre-response.
-constexpr amt_handle_func WITHOUT_PRE_RESPONSE[] = {handle_amt_pc_req_version, amt_modem_write_pc_test_result};
 
 // Unwraps a copy of the block. The command id of the frame, or 255 for AT text.
 std::uint8_t take_frame() {
@@ -49,26 +46,26 @@ std::uint8_t take_frame() {
   return id;
 }
 
-std::int32_t run_frame_handler(std::uint8_t id) {
+result_code_en run_frame_handler(std::uint8_t id) {
   auto& context = g_handle_context;
   const amt_handle_func handler = id < AMT_HANDLER_COUNT ? context.m_handle_pc_func_a[id] : nullptr;
   if (handler == nullptr) {
     LOG_LINE("handle_context_st.m_handle_pc_func_a[%d] =%p", id, static_cast<void*>(nullptr));
     return ERR_NOT_HANDLED;
   }
-  if (std::find(std::begin(WITHOUT_PRE_RESPONSE), std::end(WITHOUT_PRE_RESPONSE), handler) ==
-      std::end(WITHOUT_PRE_RESPONSE)) {
-    amt_handle_send_pre_rsp_for_pc(AMT_LINK_PC, &context.m_response);
+  if (context.m_pc_pre_response_a[id] == amt_pre_response_en::BY_DISPATCHER) {
+    // A PC that misses it waits for the answer all the same.
+    std::ignore = amt_handle_send_pre_rsp_for_pc(AMT_LINK_PC, &context.m_response);
   }
   return handler(AMT_LINK_PC, &context.m_request_copy, &context.m_response);
 }
 
 // The modem's device was reset: open it anew. The block is lost, its sender has to repeat it. When it cannot be opened,
 // m_fd_modem stays as it was for now: see handle_amt_pc_req.
-std::int32_t reopen_modem() {
+result_code_en reopen_modem() {
   auto& context = g_handle_context;
   std::atomic<int> fd = context.m_fd_modem.load();
-  const std::int32_t result =
+  const result_code_en result =
       pub_util_try_to_reopen_device(&fd, g_amt_cfg.m_tty_modem_a, O_RDWR, REOPEN_TRIES, REOPEN_PAUSE_MS);
   if (result == ERR_NONE) context.m_fd_modem = fd.load();
   amt_modem_finish_opening(fd);
@@ -76,7 +73,7 @@ std::int32_t reopen_modem() {
   return result;
 }
 
-std::int32_t judge_modem_write(ssize_t written, int error, bool* is_modem_lost) {
+result_code_en judge_modem_write(ssize_t written, int error, bool* is_modem_lost) {
   const auto& request = g_handle_context.m_request;
   if (written == static_cast<ssize_t>(request.m_buf_len)) return ERR_NONE;
   const bool is_reset = written < 0 && (error == EIO || error == EBADF);
@@ -86,8 +83,8 @@ std::int32_t judge_modem_write(ssize_t written, int error, bool* is_modem_lost) 
     LOG_LINE("write error 2, errno[%d]", error);
   }
   errno = error;
-  LOG_FAILURE_OF("handle_amt_pc_req", ERR_FAIL);
-  std::int32_t result = ERR_FAIL;
+  pub_log_failure({k_log, "handle_amt_pc_req"}, ERR_FAIL);
+  result_code_en result = ERR_FAIL;
   if (is_reset) {
     result = reopen_modem();
     *is_modem_lost = result != ERR_NONE;
@@ -97,30 +94,30 @@ std::int32_t judge_modem_write(ssize_t written, int error, bool* is_modem_lost) 
 }
 
 // Writes the block, as it came, to the modem.
-std::int32_t pass_to_modem(bool* is_modem_lost) {
+result_code_en pass_to_modem(bool* is_modem_lost) {
   const auto& request = g_handle_context.m_request;
   const ssize_t written = pub_util_write(g_handle_context.m_fd_modem, request.m_buf_a.data(), request.m_buf_len);
-  const std::int32_t result = judge_modem_write(written, errno, is_modem_lost);
+  const result_code_en result = judge_modem_write(written, errno, is_modem_lost);
   const auto shown = static_cast<std::size_t>(std::max<ssize_t>(written, 0));
   if (written < 0) {
     LOG_LINE("%s: (data_len = %d) -- %s", "write to modem: ", static_cast<int>(written), "");
   } else {
-    LOG_DUMP("write to modem: ", std::span(request.m_buf_a).first(shown));
+    pub_log_dump(k_log, "write to modem: ", std::span(request.m_buf_a).first(shown));
   }
   return result;
 }
 
 }  // namespace
 
-std::int32_t handle_amt_pc_req() {
-  LOG_ENTRY();
+result_code_en handle_amt_pc_req() {
+  pub_log_entry(k_log);
   auto& context = g_handle_context;
-  if (LOG_BAD_ARGUMENTS(false, false, context.m_request.m_buf_len == 0, false)) return ERR_ARGUMENT;
-
+  if (pub_log_bad_arguments(k_log, {false, false, context.m_request.m_buf_len == 0, false})) return ERR_ARGUMENT;
+  const std::string_view received = amt_message_text(context.m_request);
   const std::uint8_t id = take_frame();
-  std::int32_t result = run_frame_handler(id);
-  handle_amt_imei_and_sn(id);
-  if (result == ERR_NOT_HANDLED) result = handle_amt_pc_req_at();
+  result_code_en result = run_frame_handler(id);
+  handle_amt_imei_and_sn(id, received, context.m_request_copy.m_buf_a);
+  if (result == ERR_NOT_HANDLED) result = handle_amt_pc_req_at(received, &context.m_response);
   bool is_modem_lost = false;
   if (result == ERR_NOT_HANDLED) result = pass_to_modem(&is_modem_lost);
   if (result == ERR_NONE) return ERR_NONE;

@@ -1,7 +1,10 @@
 // Putting the phone into idle, as AT text.
 #pragma once
 
-#include <cstdint>
+#include <string_view>
+
+#include "amt/amt-convert/frame.h"
+#include "pub/result.h"
 
 // AT chain link of "AT^DENTERIDLE".
-std::int32_t handle_amt_enter_idle_at();
+result_code_en handle_amt_enter_idle_at(std::string_view received, amt_message_st* response);

@@ -6,11 +6,12 @@
 #include <cstring>
 #include <string_view>
 
-#include "amt/amt-handle/context/handle-context.h"
+#include "amt/amt-convert/ids.h"
 #include "amt/amt-handle/context/log-module.h"
 #include "amt/amt-handle/context/parameters.h"
 #include "amt/amt-handle/context/registry.h"
 #include "amt/amt-handle/context/response.h"
+#include "amt/amt-handle/pc/at-reply.h"
 #include "platform/power.h"
 #include "platform/property.h"
 #include "pub/result.h"
@@ -19,7 +20,6 @@
 namespace {
 
 constexpr std::uint32_t POWER_OFF_PAUSE_MS = 2000;
-constexpr std::uint8_t POWER_OFF_RESPONSE_ID = 237;
 constexpr int BRAND_ROOM = 94;  // characters left of 99 behind the brand word
 
 bool property_equals(const char* name, const char* wanted) {
@@ -33,11 +33,9 @@ bool is_customer_brand() {
 }
 
 // Reads a property that must give something; ERR_FAIL, logged, when it gives nothing.
-std::int32_t read_property(const char* name, char (&value)[PROPERTY_VALUE_MAX]) {
+result_code_en read_property(const char* name, char (&value)[PROPERTY_VALUE_MAX]) {
   if (property_get(name, value, " ") > 0) return ERR_NONE;
-  LOG_FAILURE_OF("get_ap_sw_version", ERR_FAIL);
-  LOG_LINE("read %s error", name);
-  return ERR_FAIL;
+  return pub_fail({k_log, "get_ap_sw_version"}, ERR_FAIL, "read %s error", name);
 }
 
 // A text that never grows past its buffer. A limit of 0 or less appends nothing.
@@ -57,17 +55,17 @@ class version_text {
   std::size_t m_length = 0;
 };
 
-std::int32_t compose_plain(version_text& text) {
+result_code_en compose_plain(version_text& text) {
   char value[PROPERTY_VALUE_MAX];
-  const std::int32_t result = read_property("ro.build.display.id", value);
+  const result_code_en result = read_property("ro.build.display.id", value);
   if (result == ERR_NONE) text.append(value, AMT_VERSION_TEXT_SIZE - 1);
   return result;
 }
 
-std::int32_t compose_brand(version_text& text) {
+result_code_en compose_brand(version_text& text) {
   text.append("TELU ", AMT_VERSION_TEXT_SIZE - 1);
   char value[PROPERTY_VALUE_MAX];
-  const std::int32_t result = read_property("ro.build.version.incremental", value);
+  const result_code_en result = read_property("ro.build.version.incremental", value);
   if (result != ERR_NONE) return result;
   const int version_length = static_cast<int>(std::strlen(value));
   text.append(value, BRAND_ROOM);
@@ -82,21 +80,19 @@ std::int32_t compose_brand(version_text& text) {
 
 void switch_phone_off() {
   pub_util_sleep_ms(POWER_OFF_PAUSE_MS);  // the PC has the reply before the power goes
-  if (platform_power_off() != 0) LOG_SYS_CALL("reboot");
+  if (platform_power_off() != 0) pub_log_sys_call(k_log, "reboot");
 }
 
 }  // namespace
 
-std::int32_t get_ap_sw_version(char* buffer, std::uint32_t* length) {
-  LOG_ENTRY();
+result_code_en get_ap_sw_version(char* buffer, std::uint32_t* length) {
+  pub_log_entry(k_log);
   if (buffer == nullptr || length == nullptr) {
-    LOG_FAILURE(ERR_ARGUMENT);
-    LOG_LINE(" %d, %d", buffer == nullptr ? 1 : 0, length == nullptr ? 1 : 0);
-    return ERR_ARGUMENT;
+    return pub_fail(k_log, ERR_ARGUMENT, " %d, %d", buffer == nullptr ? 1 : 0, length == nullptr ? 1 : 0);
   }
   *length = 0;
   version_text text;
-  const std::int32_t result = is_customer_brand() ? compose_brand(text) : compose_plain(text);
+  const result_code_en result = is_customer_brand() ? compose_brand(text) : compose_plain(text);
   if (result != ERR_NONE) return result;
   LOG_LINE("getted sw-module: %s", text.text());
 
@@ -111,32 +107,27 @@ std::int32_t get_ap_sw_version(char* buffer, std::uint32_t* length) {
   return ERR_NONE;
 }
 
-std::int32_t handle_amt_sw_version_at() {
-  LOG_ENTRY();
-  if (!handle_amt_text_behind("AT^DSVER\r")) return ERR_NOT_HANDLED;
-  auto& response = g_handle_context.m_response;
+result_code_en handle_amt_sw_version_at(std::string_view received, amt_message_st* response) {
+  pub_log_entry(k_log);
+  if (!handle_amt_text_behind(received, "AT^DSVER\r")) return ERR_NOT_HANDLED;
   char version[AMT_VERSION_TEXT_SIZE + 1] = {};
   std::uint32_t length = 0;
-  if (get_ap_sw_version(version, &length) != ERR_NONE) {
-    return amt_handle_send_at_rsp(&response, "\r\n+CME ERROR: 100\r\n");
-  }
-  char reply[AMT_VERSION_TEXT_SIZE + 32];
-  const int reply_length = std::snprintf(reply, sizeof reply, "\r\n^DSVER: %s\r\n\r\nOK\r\n", version);
-  return amt_handle_send_at_rsp(&response, {reply, static_cast<std::size_t>(reply_length)});
+  if (get_ap_sw_version(version, &length) != ERR_NONE) return handle_amt_reply_cme_error(response);
+  return handle_amt_reply(response, "\r\n^DSVER: %s\r\n\r\nOK\r\n", version);
 }
 
-std::int32_t handle_amt_power_off_at() {
-  LOG_ENTRY();
-  if (!handle_amt_text_behind("AT^DAMTOFF\r")) return ERR_NOT_HANDLED;
-  const std::int32_t result = amt_handle_send_at_rsp(&g_handle_context.m_response, "\r\nOK\r\n");
+result_code_en handle_amt_power_off_at(std::string_view received, amt_message_st* response) {
+  pub_log_entry(k_log);
+  if (!handle_amt_text_behind(received, "AT^DAMTOFF\r")) return ERR_NOT_HANDLED;
+  const result_code_en result = handle_amt_reply_ok(response);
   switch_phone_off();
   return result;
 }
 
-std::int32_t amt_handle_power_off(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  LOG_ENTRY();
-  if (AMT_IS_BAD_REQUEST(link, request, response)) return ERR_ARGUMENT;
-  const std::int32_t result = amt_handle_send_rsp_ok(link, response, POWER_OFF_RESPONSE_ID);
+result_code_en amt_handle_power_off(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  pub_log_entry(k_log);
+  if (amt_handle_is_bad_request(k_log, link, request, response)) return ERR_ARGUMENT;
+  const result_code_en result = amt_handle_send_rsp_ok(link, response, AMT_POWER_OFF_RSPCMD);
   switch_phone_off();
   return result;
 }

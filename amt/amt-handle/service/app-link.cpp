@@ -4,8 +4,9 @@
 
 #include <cerrno>
 #include <csignal>
+#include <tuple>
 
-#include "amt/amt-convert/command-names.h"
+#include "amt/amt-convert/ids.h"
 #include "amt/amt-handle/context/handle-context.h"
 #include "amt/amt-handle/context/log-module.h"
 #include "amt/amt-handle/context/response.h"
@@ -22,15 +23,15 @@ constexpr std::uint32_t EMPTY_READ_PAUSE_MS = 200;
 // The application has closed its side: a new terminal under the same name. False when there is none to be had.
 bool reconnect(pub_pty_st& pty) {
   LOG_LINE("pty disconnect: pts name(%s), pts mapping name(%s)", pty.m_pts_name_a, pty.m_pts_mapping_name_a);
-  pub_pty_close(&pty);
+  std::ignore = pub_pty_close(&pty);
   return pub_pty_open(&pty) == ERR_NONE;
 }
 
 void log_lost_link(const pub_pty_st& pty) {
-  LOG_SYS_CALL("read");
-  pub_log_failure(k_log, 4203, "amt_handle_read_app_loop", ERR_WRITE);
-  LOG_LINE("pty disconnect: pts name(%s), pts mapping name(%s), thread id(%d), PTM fd(%d)", pty.m_pts_name_a,
-           pty.m_pts_mapping_name_a, gettid(), pty.m_ptm_fd.load());
+  pub_log_sys_call(k_log, "read");
+  pub_log_failure({k_log, 4203, "amt_handle_read_app_loop"}, ERR_WRITE,
+                  "pty disconnect: pts name(%s), pts mapping name(%s), thread id(%d), PTM fd(%d)", pty.m_pts_name_a,
+                  pty.m_pts_mapping_name_a, gettid(), pty.m_ptm_fd.load());
 }
 
 // Reads one block behind what the request record holds. False: the link is lost.
@@ -42,7 +43,7 @@ bool read_block() {
         pub_util_read(pty.m_ptm_fd, request.m_buf_a.data() + request.m_buf_len, AMT_READ_LIMIT - request.m_buf_len);
     if (count > 0) {
       request.m_buf_len += static_cast<std::uint32_t>(count);
-      LOG_DUMP("handle APP req data: ", std::span(request.m_buf_a).first(request.m_buf_len));
+      pub_log_dump(k_log, "handle APP req data: ", std::span(request.m_buf_a).first(request.m_buf_len));
       return true;
     }
     if (count == 0) {  // also when the record is full of requests whose error answers could not be sent
@@ -57,13 +58,11 @@ bool read_block() {
   }
 }
 
-std::int32_t refuse(int line, const char* why, std::uint8_t id) {
-  pub_log_failure(k_log, line, "handle_amt_app_req", ERR_FAIL);
-  LOG_LINE("%s AMT request id: %d", why, id);
-  return ERR_FAIL;
+result_code_en refuse(int line, const char* why, std::uint8_t id) {
+  return pub_fail({k_log, line, "handle_amt_app_req"}, ERR_FAIL, "%s AMT request id: %d", why, id);
 }
 
-std::int32_t run_handler(std::uint8_t id) {
+result_code_en run_handler(std::uint8_t id) {
   auto& context = g_handle_context;
   if (id >= AMT_HANDLER_COUNT) return refuse(3606, "unknown", id);
   const amt_handle_func handler = context.m_handle_app_func_a[id];
@@ -73,13 +72,13 @@ std::int32_t run_handler(std::uint8_t id) {
 
 // The record stays as it is only when not even the error answer could be sent: the next block is then appended to it.
 void handle_amt_app_req() {
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   auto& context = g_handle_context;
-  if (LOG_BAD_ARGUMENTS_AT(3590, false, false, context.m_request.m_buf_len == 0, false)) return;
+  if (pub_log_bad_arguments({k_log, 3590}, {false, false, context.m_request.m_buf_len == 0, false})) return;
 
   const std::uint8_t id = amt_frame_command_id(&context.m_request.m_buf_a);
   LOG_LINE("receive command id: %d(0x%02X) - %s", id, id, amt_command_name(id));
-  std::int32_t result = run_handler(id);
+  result_code_en result = run_handler(id);
   if (result != ERR_NONE) {
     result = amt_handle_send_rsp_err(AMT_LINK_APP, &context.m_response, static_cast<std::uint8_t>(id + 1), 1);
   }
@@ -89,12 +88,12 @@ void handle_amt_app_req() {
 }  // namespace
 
 void amt_handle_read_app_loop() {
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   pub_util_install_handler(SIGUSR1, pub_util_handle_thread_signal);
   auto& context = g_handle_context;
   amt_message_clear(context.m_request);
   amt_message_clear(context.m_response);
   while (read_block()) handle_amt_app_req();
-  pub_pty_close(&context.m_pty_app);
+  std::ignore = pub_pty_close(&context.m_pty_app);
   pub_util_clear_thread(context.m_app_thread);
 }

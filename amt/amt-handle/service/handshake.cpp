@@ -7,7 +7,7 @@
 #include "amt/amt-handle/context/state.h"
 #include "amt/amt-handle/life/lifetime.h"
 #include "amt/amt-handle/life/timer.h"
-#include "amt/amt-handle/pc/amt1-flag.h"
+#include "amt/amt-record/amt1-flag.h"
 #include "amt/amt-screen/banner.h"
 #include "pub/result.h"
 #include "pub/util/io.h"
@@ -57,8 +57,8 @@ void show_banner() {
 void start_banner() {
   const int error = pub_util_start_thread(g_banner_thread, show_banner);
   if (error != 0) {
-    pub_log_failure(k_log, 4350, "amt_handle_read_pc_loop", ERR_SYSTEM);
-    LOG_LINE("pthread_create() amt_handle_load_image_for_handshake: %d - %s", error, std::strerror(error));
+    pub_log_failure({k_log, 4350, "amt_handle_read_pc_loop"}, ERR_SYSTEM,
+                    "pthread_create() amt_handle_load_image_for_handshake: %d - %s", error, std::strerror(error));
   } else {
     LOG_LINE("pthread_create() amt_handle_load_image_for_handshake success.");
   }
@@ -70,7 +70,7 @@ void complete() {
   LOG_LINE("handshake success.");
   start_banner();
   const std::int32_t charge = g_amt_mode == AMT_MODE_AMT4 ? 1 : 0;
-  const std::int32_t result = amt_usb_charge_ctrl(charge);
+  const result_code_en result = amt_usb_charge_ctrl(charge);
   LOG_LINE("call amt_usb_charge_ctrl. return:%d, current amt mode:%d, usb_charge_mode:%d.", result,
            std::int32_t{g_amt_mode}, charge);
 }

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <tuple>
 
 #include "amt/amt-cfg.h"
 #include "amt/amt-device/battery.h"
@@ -16,12 +17,12 @@
 #include "amt/amt-handle/context/registry.h"
 #include "amt/amt-handle/context/state.h"
 #include "amt/amt-handle/life/lifetime.h"
-#include "amt/amt-handle/pc/amt1-flag.h"
 #include "amt/amt-handle/pc/capture.h"
 #include "amt/amt-handle/service/handshake.h"
 #include "amt/amt-handle/service/platform-setup.h"
 #include "amt/amt-handle/service/registrations.h"
 #include "amt/amt-handle/service/serial-setup.h"
+#include "amt/amt-record/amt1-flag.h"
 #include "amt/amt-record/wifi-address.h"
 #include "platform/property.h"
 #include "pub/result.h"
@@ -31,11 +32,10 @@ namespace {
 
 constexpr int CHARGE_MODE_TRIES = 20;
 constexpr std::uint32_t CHARGE_MODE_PAUSE_MS = 1000;
-constexpr char SWITCH_PROPERTY[] = "amt.normal.amt.switch_status";
 
 // Asks until the supply is known. A phone whose supply cannot be told is treated as fed by an AC charger: on purpose.
 std::int32_t find_charge_mode() {
-  std::int32_t result = ERR_NONE;
+  result_code_en result = ERR_NONE;
   std::int32_t mode = AMT_CHARGE_NOT_VALID;
   for (int tries = 0; tries < CHARGE_MODE_TRIES; ++tries) {
     result = amt_get_charge_mode(&mode);
@@ -50,7 +50,7 @@ std::int32_t find_charge_mode() {
 }
 
 // Whether a start on USB insertion may enter factory test. ERR_FAIL, with the process about to end, when not.
-std::int32_t admit_handshake() {
+result_code_en admit_handshake() {
   LOG_LINE("will treat handshake.");
   amt_handshake_reset();
   if (find_charge_mode() == AMT_CHARGE_AC) {
@@ -69,7 +69,7 @@ std::int32_t admit_handshake() {
 }
 
 void make_record_folders() {
-  if (amt_make_folder("/amt/BT") == ERR_NONE) amt_make_folder("/amt/WIFI");
+  if (amt_make_folder("/amt/BT") == ERR_NONE) std::ignore = amt_make_folder("/amt/WIFI");
 }
 
 void reset_context() {
@@ -81,14 +81,16 @@ void reset_context() {
 
 void register_handlers() {
   for (const auto& row : amt_handle_registrations()) {
-    amt_handle_reg_handle_func(row.m_link, row.m_request_id, row.m_handler);
+    // The table cannot hold an id that is refused.
+    std::ignore = amt_handle_reg_handle_func(row.m_link, row.m_request_id, row.m_handler, row.m_pre_response);
   }
 }
 
 bool is_serial_setup_wanted(std::int32_t normal_mode) {
   if (normal_mode == 0) return true;
   char value[PROPERTY_VALUE_MAX] = "";
-  if (property_get(SWITCH_PROPERTY, value, "@##@") > 0) LOG_LINE("property-%s value: %s", SWITCH_PROPERTY, value);
+  if (property_get(AMT_SWITCH_PROPERTY, value, "@##@") > 0)
+    LOG_LINE("property-%s value: %s", AMT_SWITCH_PROPERTY, value);
   if (std::strcmp(value, "1") != 0) return false;
   LOG_LINE("will create amt1/4 thread. ");
   return true;
@@ -102,29 +104,29 @@ void run_on_folder(const char* command_format, const char* path) {
 
 }  // namespace
 
-std::int32_t amt_handle_init(std::int32_t normal_mode) {
-  LOG_ENTRY();
+result_code_en amt_handle_init(std::int32_t normal_mode) {
+  pub_log_entry(k_log);
   g_power_supply_is_ac = 0;
   g_amt_mode = AMT_MODE_AMT1;
   amt_device_init_library_paths();
   g_modem_is_forwarding = 0;
   if (g_usb_activate != 0) {
-    const std::int32_t admission = admit_handshake();
+    const result_code_en admission = admit_handshake();
     if (admission != ERR_NONE) return admission;
   }
   handle_amt_clear_capture();
   make_record_folders();
-  amt_write_wifi_to_nvram_file();
+  std::ignore = amt_write_wifi_to_nvram_file();  // logged; a phone without WiFi is tested all the same
   reset_context();
   register_handlers();
   g_no_modem = 0;
-  const std::int32_t result = is_serial_setup_wanted(normal_mode) ? init_for_amt_1_4() : init_for_amt_2_3();
+  const result_code_en result = is_serial_setup_wanted(normal_mode) ? init_for_amt_1_4() : init_for_amt_2_3();
   if (result == ERR_NONE) g_run_mode = normal_mode;
   return result;
 }
 
-std::int32_t amt_make_folder(const char* path) {
-  LOG_ENTRY();
+result_code_en amt_make_folder(const char* path) {
+  pub_log_entry(k_log);
   if (access(path, F_OK) == 0) {
     LOG_LINE("amt_make_folder: %s exist.\r\n", path);
     return ERR_NONE;

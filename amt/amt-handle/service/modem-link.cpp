@@ -3,16 +3,13 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <string_view>
 
-#include "amt/amt-cfg.h"
 #include "amt/amt-handle/context/handle-context.h"
 #include "amt/amt-handle/context/log-module.h"
 #include "amt/amt-handle/context/state.h"
 #include "amt/amt-handle/life/lifetime.h"
 #include "amt/amt-handle/pc/capture.h"
 #include "amt/amt-handle/service/handshake.h"
-#include "pub/util/device.h"
 #include "pub/util/io.h"
 #include "pub/util/signals.h"
 #include "pub/util/thread.h"
@@ -33,7 +30,7 @@ bool read_block(amt_message_st& record) {
     return false;
   }
   record.m_buf_len += static_cast<std::uint32_t>(count);
-  LOG_DUMP("receive Modem data: ", std::span(record.m_buf_a).first(record.m_buf_len));
+  pub_log_dump(k_log, "receive Modem data: ", std::span(record.m_buf_a).first(record.m_buf_len));
   return true;
 }
 
@@ -49,18 +46,8 @@ bool write_to_pc(amt_message_st& record) {
 
 }  // namespace
 
-bool amt_modem_is_uart() {
-  return std::string_view(g_amt_cfg.m_tty_modem_a).starts_with("/dev/ttyS");
-}
-
-void amt_modem_finish_opening(int fd) {
-  LOG_LINE("pub_util_try_to_open_device, handle_context_st.m_fd_modem  = %d, amt_cfg_st.m_tty_modem_a = %s\n", fd,
-           g_amt_cfg.m_tty_modem_a);
-  if (fd > 0 && amt_modem_is_uart()) pub_util_set_serial_dev_attr(fd, g_amt_cfg.m_modem_uart_amt_baudrate);
-}
-
 void amt_handle_read_modem_loop() {
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   pub_util_install_handler(SIGUSR1, pub_util_handle_thread_signal);
   auto& context = g_handle_context;
   amt_message_clear(context.m_modem_receive);

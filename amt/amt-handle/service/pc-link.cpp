@@ -10,11 +10,11 @@
 #include "amt/amt-device/battery.h"
 #include "amt/amt-handle/context/handle-context.h"
 #include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/modem-device.h"
 #include "amt/amt-handle/context/state.h"
 #include "amt/amt-handle/life/lifetime.h"
 #include "amt/amt-handle/pc/dispatch.h"
 #include "amt/amt-handle/service/handshake.h"
-#include "amt/amt-handle/service/modem-link.h"
 #include "pub/result.h"
 #include "pub/util/device.h"
 #include "pub/util/io.h"
@@ -39,7 +39,7 @@ void enter_amt4() {
   if (g_amt_mode == AMT_MODE_AMT4) return;
   g_amt_mode = AMT_MODE_AMT4;
   LOG_LINE("mark to enter amt4");
-  const std::int32_t result = amt_usb_charge_ctrl(1);
+  const result_code_en result = amt_usb_charge_ctrl(1);
   LOG_LINE("call amt_usb_charge_ctrl for amt4. return:%d, current amt mode:%d.", result, std::int32_t{g_amt_mode});
 }
 
@@ -68,12 +68,12 @@ bool read_block() {
         pub_util_read(fd, request.m_buf_a.data() + request.m_buf_len, AMT_READ_LIMIT - request.m_buf_len);
     if (count > 0) {
       request.m_buf_len += static_cast<std::uint32_t>(count);
-      LOG_DUMP("handle PC req data: ", std::span(request.m_buf_a).first(request.m_buf_len));
+      pub_log_dump(k_log, "handle PC req data: ", std::span(request.m_buf_a).first(request.m_buf_len));
       return true;
     }
     if (count < 0) {
-      LOG_SYS_CALL("read");
-      pub_log_failure(k_log, 4419, "amt_handle_read_pc_loop", ERR_WRITE);
+      pub_log_sys_call(k_log, "read");
+      pub_log_failure({k_log, 4419, "amt_handle_read_pc_loop"}, ERR_WRITE);
       pub_util_close(context.m_fd_pc);
       return false;
     }
@@ -110,7 +110,7 @@ amt_probe_en amt_recognise_probe(std::span<const std::uint8_t> block) {
 }
 
 void amt_handle_read_pc_loop() {
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   pub_util_install_handler(SIGUSR1, pub_util_handle_thread_signal);
   amt_message_clear(g_handle_context.m_request);
   amt_message_clear(g_handle_context.m_response);

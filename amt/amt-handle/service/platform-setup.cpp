@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 
+#include <tuple>
+
 #include "amt/amt-cfg.h"
 #include "amt/amt-handle/context/handle-context.h"
 #include "amt/amt-handle/context/log-module.h"
@@ -34,25 +36,23 @@ void open_modem() {
   LOG_WARNING("The AT device is not opened with modem.");
 }
 
-std::int32_t start_reader() {
+result_code_en start_reader() {
   const int error = pub_util_start_thread(g_handle_context.m_app_thread, amt_handle_read_app_loop);
   if (error == 0) return ERR_NONE;
-  LOG_FAILURE_OF("init_for_amt_2_3", ERR_SYSTEM);
-  LOG_LINE("pthread_create() fail: %d", error);
-  return ERR_SYSTEM;
+  return pub_fail({k_log, "init_for_amt_2_3"}, ERR_SYSTEM, "pthread_create() fail: %d", error);
 }
 
 // The reader is started last: where this runs, there is none to stop.
 void clean_up() {
   pub_util_close(g_handle_context.m_fd_at);
-  pub_pty_close(&g_handle_context.m_pty_app);
+  std::ignore = pub_pty_close(&g_handle_context.m_pty_app);
 }
 
 }  // namespace
 
-std::int32_t init_for_amt_2_3() {
-  LOG_ENTRY();
-  std::int32_t result = pub_pty_open(&g_handle_context.m_pty_app);
+result_code_en init_for_amt_2_3() {
+  pub_log_entry(k_log);
+  result_code_en result = pub_pty_open(&g_handle_context.m_pty_app);
   if (result == ERR_NONE) {
     open_modem();
     result = start_reader();

@@ -8,6 +8,7 @@
 #include "amt/amt-cfg.h"
 #include "amt/amt-handle/context/handle-context.h"
 #include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/modem-device.h"
 #include "amt/amt-handle/context/state.h"
 #include "amt/amt-handle/service/handshake.h"
 #include "amt/amt-handle/service/modem-link.h"
@@ -23,15 +24,13 @@ constexpr std::uint32_t OPEN_TRIES = 60;
 constexpr std::uint32_t OPEN_PAUSE_MS = 1000;
 constexpr std::uint32_t SETTLE_MS = 1000;
 
-std::int32_t fail_terminal_call(const char* call) {
-  LOG_SYS_CALL(call);
-  LOG_FAILURE_OF("set_serial_dev_attr", ERR_WRITE);
-  return ERR_WRITE;
+result_code_en fail_terminal_call(const char* call) {
+  return pub_fail_sys_call({k_log, "set_serial_dev_attr"}, ERR_WRITE, call);
 }
 
 // The PC line is always 115200, raw; control flags and characters stay as they are.
-std::int32_t set_serial_dev_attr(int fd) {
-  LOG_ENTRY();
+result_code_en set_serial_dev_attr(int fd) {
+  pub_log_entry(k_log);
   termios attributes = {};
   if (tcgetattr(fd, &attributes) != 0) return fail_terminal_call("tcgetattr");
   if (cfsetispeed(&attributes, B115200) != 0) return fail_terminal_call("cfsetispeed");
@@ -43,32 +42,31 @@ std::int32_t set_serial_dev_attr(int fd) {
   return ERR_NONE;
 }
 
-std::int32_t open_pc_link() {
+result_code_en open_pc_link() {
   auto& fd = g_handle_context.m_fd_pc;
-  const std::int32_t result = pub_util_try_to_open_device(&fd, g_amt_cfg.m_tty_pc_a, O_RDWR, OPEN_TRIES, OPEN_PAUSE_MS);
+  const result_code_en result =
+      pub_util_try_to_open_device(&fd, g_amt_cfg.m_tty_pc_a, O_RDWR, OPEN_TRIES, OPEN_PAUSE_MS);
   pub_util_sleep_ms(SETTLE_MS);
   return result == ERR_NONE ? set_serial_dev_attr(fd) : result;
 }
 
-std::int32_t open_modem_link() {
+result_code_en open_modem_link() {
   auto& fd = g_handle_context.m_fd_modem;
-  const std::int32_t result =
+  const result_code_en result =
       pub_util_try_to_open_device(&fd, g_amt_cfg.m_tty_modem_a, O_RDWR, OPEN_TRIES, OPEN_PAUSE_MS);
   amt_modem_finish_opening(g_handle_context.m_fd_modem);
   return result;
 }
 
-std::int32_t start_thread(pub_thread_st& thread, void (*entry)()) {
+result_code_en start_thread(pub_thread_st& thread, void (*entry)()) {
   const int error = pub_util_start_thread(thread, entry);
   if (error == 0) return ERR_NONE;
-  LOG_FAILURE_OF("init_for_amt_1_4", ERR_SYSTEM);
-  LOG_LINE("pthread_create(): %d - %s", error, std::strerror(error));
-  return ERR_SYSTEM;
+  return pub_fail({k_log, "init_for_amt_1_4"}, ERR_SYSTEM, "pthread_create(): %d - %s", error, std::strerror(error));
 }
 
-std::int32_t start_threads() {
+result_code_en start_threads() {
   auto& context = g_handle_context;
-  std::int32_t result = start_thread(context.m_pc_thread, amt_handle_read_pc_loop);
+  result_code_en result = start_thread(context.m_pc_thread, amt_handle_read_pc_loop);
   if (result == ERR_NONE) result = start_thread(context.m_modem_thread, amt_handle_read_modem_loop);
   if (result != ERR_NONE) return result;
   g_usb_state = AMT_USB_UNKNOWN;
@@ -88,10 +86,10 @@ void clean_up() {
 
 }  // namespace
 
-std::int32_t init_for_amt_1_4() {
-  LOG_ENTRY();
+result_code_en init_for_amt_1_4() {
+  pub_log_entry(k_log);
   if (g_usb_activate != 0) amt_handshake_start_usb_timer();
-  std::int32_t result = open_pc_link();
+  result_code_en result = open_pc_link();
   if (result == ERR_NONE) result = open_modem_link();
   if (result == ERR_NONE) result = start_threads();
   if (result != ERR_NONE) clean_up();

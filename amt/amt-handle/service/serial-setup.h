@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "pub/result.h"
+
 // 0; ERR_WRITE when a terminal call failed; ERR_SYSTEM when a device could not be opened or a thread not started.
 // After a failure nothing that was opened or started is left.
-std::int32_t init_for_amt_1_4();
+result_code_en init_for_amt_1_4();

@@ -18,6 +18,7 @@
 #include "amt/amt-handle/service/handshake.h"
 #include "pub/util/io.h"
 #include "pub/util/signals.h"
+#include "pub/util/text.h"
 #include "pub/util/thread.h"
 
 namespace {
@@ -25,10 +26,6 @@ namespace {
 constexpr std::size_t EVENT_SIZE = 2048;
 constexpr int RECEIVE_BUFFER = 1024;
 constexpr std::uint32_t WAIT_MS = 100;
-
-bool contains(std::string_view text, std::string_view word) {
-  return text.find(word) != std::string_view::npos;
-}
 
 // Nothing is checked: a socket that never delivers leaves the monitor waiting, and the service unharmed.
 int open_event_socket() {
@@ -44,11 +41,11 @@ int open_event_socket() {
 
 void take_usb_state(std::string_view status) {
   LOG_LINE("amt_handle_monitor_usb_loop usb_status:[%.*s]", static_cast<int>(status.size()), status.data());
-  if (contains(status, "DISCONNECTED")) {
+  if (pub_text_contains(status, "DISCONNECTED")) {
     g_usb_state = AMT_USB_DISCONNECTED;
     LOG_LINE("amt_handle_monitor_usb_loop get usb disconnect event");
     amt_handshake_usb_disconnected();
-  } else if (contains(status, "CONFIGURED")) {
+  } else if (pub_text_contains(status, "CONFIGURED")) {
     g_usb_state = AMT_USB_CONFIGURED;
     LOG_LINE("amt_handle_monitor_usb_loop get usb CONFIGURED event");
     amt_handshake_usb_configured();
@@ -63,7 +60,7 @@ void take_event(std::span<const char> event) {
     const std::string_view line = amt_uevent_next_string(event);
     LOG_LINE("amt_handle_monitor_usb_loop uevent:[%.*s] nLen:%d", static_cast<int>(line.size()), line.data(),
              static_cast<int>(line.size()));
-    if (contains(line, "USB_STATE")) return take_usb_state(line);
+    if (pub_text_contains(line, "USB_STATE")) return take_usb_state(line);
   }
 }
 
@@ -89,7 +86,7 @@ std::string_view amt_uevent_next_string(std::span<const char>& rest) {
 }
 
 void amt_handle_monitor_usb_loop() {
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   pub_util_install_handler(SIGUSR1, pub_util_handle_thread_signal);
   {
     const pub_fd socket(open_event_socket());

@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <tuple>
 #include <vector>
 
 #include "amt/amt-handle/context/registry.h"
@@ -28,20 +29,20 @@ std::string text_of_request(const amt_message_st& request) {
   return hex_of(std::string(request.m_buf_a.begin(), request.m_buf_a.begin() + request.m_buf_len));
 }
 
-std::int32_t answer_ok(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+result_code_en answer_ok(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
   EXPECT_EQ(link, AMT_LINK_APP);
   g_requests.push_back(text_of_request(*request));
   return amt_handle_send_rsp_ok(link, response, amt_frame_command_id(&request->m_buf_a) + 1u);
 }
 
 // Ends the reader: a link that is closed under it is one that cannot be read.
-std::int32_t close_link(std::uint8_t, amt_message_st*, amt_message_st*) {
+result_code_en close_link(std::uint8_t, amt_message_st*, amt_message_st*) {
   const int old = g_handle_context.m_pty_app.m_ptm_fd.exchange(-1);
   close(old);
   return ERR_NONE;
 }
 
-std::int32_t fail(std::uint8_t, amt_message_st*, amt_message_st*) {
+result_code_en fail(std::uint8_t, amt_message_st*, amt_message_st*) {
   return ERR_FAIL;
 }
 
@@ -51,9 +52,9 @@ class app_link : public context_test {
   app_link() {
     g_requests.clear();
     set_link(g_handle_context.m_pty_app.m_ptm_fd, m_app.service_end());
-    amt_handle_reg_handle_func(AMT_LINK_APP, 11, answer_ok);
-    amt_handle_reg_handle_func(AMT_LINK_APP, 13, fail);
-    amt_handle_reg_handle_func(AMT_LINK_APP, 254, close_link);
+    std::ignore = amt_handle_reg_handle_func(AMT_LINK_APP, 11, answer_ok);
+    std::ignore = amt_handle_reg_handle_func(AMT_LINK_APP, 13, fail);
+    std::ignore = amt_handle_reg_handle_func(AMT_LINK_APP, 254, close_link);
     m_log.clear();
   }
   void read_blocks(std::initializer_list<std::string_view> blocks) {
@@ -171,13 +172,13 @@ class app_terminal : public context_test {
   app_terminal() {
     g_requests.clear();
     set_device(g_handle_context.m_pty_app.m_pts_mapping_name_a, m_folder.path("app"));
-    amt_handle_reg_handle_func(AMT_LINK_APP, 11, answer_ok);
+    std::ignore = amt_handle_reg_handle_func(AMT_LINK_APP, 11, answer_ok);
     EXPECT_EQ(pub_pty_open(&g_handle_context.m_pty_app), ERR_NONE);
     EXPECT_EQ(pub_util_start_thread(g_handle_context.m_app_thread, amt_handle_read_app_loop), 0);
   }
   ~app_terminal() override {
     pub_util_kill_thread(&g_handle_context.m_app_thread);
-    pub_pty_close(&g_handle_context.m_pty_app);
+    std::ignore = pub_pty_close(&g_handle_context.m_pty_app);
   }
   std::string mapping() const { return m_folder.path("app"); }
   temp_folder m_folder;

@@ -2,6 +2,7 @@
 #include "amt/amt-handle/service/platform-setup.h"
 
 #include <filesystem>
+#include <tuple>
 
 #include "amt/amt-handle/life/lifetime.h"
 #include "pub/result.h"
@@ -19,7 +20,7 @@ class platform_setup : public context_test {
   }
   ~platform_setup() override {
     if (g_handle_context.m_app_thread.m_tid != 0) pub_util_kill_thread(&g_handle_context.m_app_thread);
-    if (g_handle_context.m_pty_app.m_ptm_fd > 0) pub_pty_close(&g_handle_context.m_pty_app);
+    if (g_handle_context.m_pty_app.m_ptm_fd > 0) std::ignore = pub_pty_close(&g_handle_context.m_pty_app);
   }
   void expect_up() {
     EXPECT_EQ(g_amt_mode, AMT_MODE_PLATFORM);

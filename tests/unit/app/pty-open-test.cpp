@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <tuple>
 
 #include "pub/pty/pty.h"
 #include "pub/result.h"
@@ -15,7 +16,7 @@ class pty_open : public testing::Test {
  protected:
   pty_open() { map_to(m_folder.path("app")); }
   ~pty_open() override {
-    if (m_pty.m_ptm_fd > 0) pub_pty_close(&m_pty);
+    if (m_pty.m_ptm_fd > 0) std::ignore = pub_pty_close(&m_pty);
   }
   void map_to(const std::string& path) {
     ASSERT_LT(path.size(), sizeof m_pty.m_pts_mapping_name_a);

@@ -187,20 +187,21 @@ TEST_F(bt_address, QueryAndWriteInOneText_IsAQuery) {
 
 TEST_F(bt_address, NothingReceived_IsAFailure) {
   set_message(g_handle_context.m_request, "");
-  EXPECT_EQ(handle_amt_bt_at(), -101);
+  EXPECT_EQ(handle_amt_bt_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response), -101);
   EXPECT_THAT(m_log.texts().at(0), failure_line("amt/amt-handle", "handle_amt_pc_req_at", -101));
 }
 
 TEST_F(bt_address, ReplyThatCannotBeSent_IsTheResult) {
   set_link(g_handle_context.m_fd_pc, 0);
   set_message(g_handle_context.m_request, "AT^DBTADDR=?\r");
-  EXPECT_EQ(handle_amt_bt_at(), -100);
+  EXPECT_EQ(handle_amt_bt_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response), -100);
 }
 
 TEST_F(wifi_at_address, Read_AnswersTheRecord) {
   write(WIFI_FILE, "AA:BB:CC:DD:EE:FF\n");
   EXPECT_EQ(send("AT^DWIFIADDR?\r"), "\r\n^DWIFIADDR: \"AA:BB:CC:DD:EE:FF\"\r\n\r\nOK\r\n");
-  EXPECT_TRUE(m_log.has("handle_amt_wifi_at()"));
+  EXPECT_TRUE(
+      m_log.has("handle_amt_wifi_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response)"));
 }
 
 TEST_F(wifi_at_address, ReadOfALongRecord_AnswersNineteenCharacters) {
@@ -247,7 +248,7 @@ TEST_F(wifi_at_address, QueryWithoutCarriageReturn_GoesToTheModem) {
 
 TEST_F(wifi_at_address, NothingReceived_IsAFailure) {
   set_message(g_handle_context.m_request, "");
-  EXPECT_EQ(handle_amt_wifi_at(), -101);
+  EXPECT_EQ(handle_amt_wifi_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response), -101);
 }
 
 TEST_F(wifi_at_address, BluetoothInTheSameText_IsAnsweredFirst) {

@@ -328,14 +328,14 @@ TEST_F(capture, ChannelSwitchedWhileACaptureWaits_LeavesItPending) {
 
 TEST_F(capture, OtherFrames_AreNotExamined) {
   set_message(g_handle_context.m_request, "AT^DMSN=SN1\r");
-  handle_amt_imei_and_sn(7);
+  handle_amt_imei_and_sn(7, amt_message_text(g_handle_context.m_request), g_handle_context.m_request_copy.m_buf_a);
   expect_pending(0);
   EXPECT_TRUE(m_log.has("handle_amt_imei_and_sn--->req_id_en:7."));
 }
 
 TEST_F(capture, IdZero_IsExaminedForTextOnly) {
   set_message(g_handle_context.m_request, "AT^DMSN=SN1\r");
-  handle_amt_imei_and_sn(0);
+  handle_amt_imei_and_sn(0, amt_message_text(g_handle_context.m_request), g_handle_context.m_request_copy.m_buf_a);
   expect_pending(2);
 }
 
@@ -376,7 +376,8 @@ TEST_F(capture, CapturesWhileTheModemConfirms_NeverSaveAMixture) {
   std::thread station([&is_over] {
     for (char letter = 'A'; !is_over; letter = letter == 'A' ? 'B' : 'A') {
       set_message(g_handle_context.m_request, "AT^DCGSNW=" + std::string(20, letter) + "\r");
-      handle_amt_imei_and_sn(255);
+      handle_amt_imei_and_sn(255, amt_message_text(g_handle_context.m_request),
+                             g_handle_context.m_request_copy.m_buf_a);
     }
   });
   int saved = 0;

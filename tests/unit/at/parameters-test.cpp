@@ -1,5 +1,6 @@
-#include "amt/amt-handle/context/parameters.h"
+#include <tuple>
 
+#include "amt/amt-handle/pc/at-parameter.h"
 #include "tests/unit/at/at-test.h"
 #include "tests/unit/failure-line.h"
 
@@ -12,7 +13,7 @@ class at_parameter : public at_test {
   // The parameter of a received text, and the result.
   std::int32_t take(std::string_view text) {
     set_message(g_handle_context.m_request, text);
-    return handle_amt_take_at_para(PREFIX, m_text);
+    return handle_amt_take_at_para(amt_message_text(g_handle_context.m_request), PREFIX, m_text);
   }
   amt_parameter_text m_text = {};
 };
@@ -78,7 +79,7 @@ TEST_F(at_parameter, FullRecord_StaysInIt) {
 }
 
 TEST_F(at_parameter, Found_IsLogged) {
-  take("AT^DMSN=SN1\r");
+  std::ignore = take("AT^DMSN=SN1\r");
   EXPECT_TRUE(m_log.has_in_a_row({"handle_amt_get_at_para()", "getted parameter:SN1. prefix:AT^DMSN=; rtn:0."}));
 }
 
@@ -96,7 +97,7 @@ TEST_F(at_parameter, OutCount_IsTheCutLength) {
   std::uint32_t length = 99;
   char out[AMT_PARAMETER_LIMIT] = {};
   set_message(g_handle_context.m_request, "AT^DMSN=" + std::string(30, 'x'));
-  EXPECT_EQ(handle_amt_get_at_para(PREFIX, out, &length), 0);
+  EXPECT_EQ(handle_amt_get_at_para(amt_message_text(g_handle_context.m_request), PREFIX, out, &length), 0);
   EXPECT_EQ(length, 20u);
 }
 
@@ -105,7 +106,7 @@ TEST_F(at_parameter, ZeroByteWithoutCarriageReturn_DataCountsToItsEnd) {
   std::uint32_t length = 99;
   char out[AMT_PARAMETER_LIMIT] = {};
   set_message(g_handle_context.m_request, "AT^DMSN=SN1\0XY"s);
-  EXPECT_EQ(handle_amt_get_at_para(PREFIX, out, &length), 0);
+  EXPECT_EQ(handle_amt_get_at_para(amt_message_text(g_handle_context.m_request), PREFIX, out, &length), 0);
   EXPECT_EQ(std::string(out, length), "SN1\0XY"s);
 }
 
@@ -125,8 +126,8 @@ TEST_P(at_parameter_missing, Argument_IsRefusedWithItsFlag) {
   set_message(g_handle_context.m_request, row.m_text);
   std::uint32_t length = 0;
   char out[AMT_PARAMETER_LIMIT] = {};
-  EXPECT_EQ(handle_amt_get_at_para(row.m_has_prefix ? PREFIX : nullptr, row.m_has_out ? out : nullptr,
-                                   row.m_has_length ? &length : nullptr),
+  EXPECT_EQ(handle_amt_get_at_para(amt_message_text(g_handle_context.m_request), row.m_has_prefix ? PREFIX : nullptr,
+                                   row.m_has_out ? out : nullptr, row.m_has_length ? &length : nullptr),
             -101);
   const auto lines = m_log.texts();
   ASSERT_EQ(lines.size(), 3u);

@@ -1,7 +1,6 @@
-#include "amt/amt-handle/pc/pcba-sn-at.h"
-
 #include <chrono>
 
+#include "amt/amt-handle/pc/pcba-sn.h"
 #include "tests/unit/at/phone-test.h"
 
 namespace {

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdio>
 #include <string>
+#include <tuple>
 
 #include "pub/result.h"
 #include "tests/unit/failure-line.h"
@@ -64,7 +65,7 @@ TEST_F(AtLink, WriteAndRead_TextOf2000_ArePrintedWhole) {
   testing::internal::CaptureStdout();
   write_text(text);
   link.send(text);
-  read_at(buffer, sizeof buffer, &m_length);
+  std::ignore = read_at(buffer, sizeof buffer, &m_length);
   std::fflush(stdout);
   const std::string printed = testing::internal::GetCapturedStdout();
   EXPECT_NE(printed.find("]write_at: " + text + "\n[write_at]write_at return:2000\n"), std::string::npos);
@@ -171,7 +172,7 @@ TEST_F(AtLink, Read_WhatIsThere_IsGivenOnce) {
 TEST_F(AtLink, Read_Prints_WhatItReads) {
   m_at.send("\r\nOK\r\n");
   testing::internal::CaptureStdout();
-  read_at(m_buffer, sizeof m_buffer, &m_length);
+  std::ignore = read_at(m_buffer, sizeof m_buffer, &m_length);
   std::fflush(stdout);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "[read_at]read_at\n[read_at]read_at return:\r\nOK\r\n\n");
 }

@@ -1,9 +1,9 @@
-#include "amt/amt-convert/command-names.h"
-
 #include <gtest/gtest.h>
 
 #include <array>
 #include <string>
+
+#include "amt/amt-convert/ids.h"
 
 namespace {
 

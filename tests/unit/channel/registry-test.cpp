@@ -4,25 +4,27 @@
 
 #include <set>
 #include <string_view>
+#include <tuple>
 #include <utility>
 #include <vector>
 
-#include "amt/amt-convert/command-names.h"
+#include "amt/amt-convert/ids.h"
 #include "amt/amt-handle/modem/forward.h"
 #include "amt/amt-handle/modem/mode.h"
 #include "amt/amt-handle/modem/version.h"
+#include "amt/amt-handle/pc/version.h"
 #include "amt/amt-handle/service/registrations.h"
 #include "pub/result.h"
 #include "tests/unit/links.h"
 
 namespace {
 
-std::int32_t first_handler(std::uint8_t, amt_message_st*, amt_message_st*) {
-  return 0;
+result_code_en first_handler(std::uint8_t, amt_message_st*, amt_message_st*) {
+  return ERR_NONE;
 }
 
-std::int32_t second_handler(std::uint8_t, amt_message_st*, amt_message_st*) {
-  return 0;
+result_code_en second_handler(std::uint8_t, amt_message_st*, amt_message_st*) {
+  return ERR_NONE;
 }
 
 constexpr pub_log_module_st k_module{"vx-kro-amt", "amt/some-module"};
@@ -87,7 +89,7 @@ TEST_F(Registry, Register_NullOnEmptyEntry_WarnsOnce) {
 }
 
 TEST_F(Registry, Register_NullOnFilledEntry_ClearsItWithBothWarnings) {
-  amt_handle_reg_handle_func(1, 7, first_handler);
+  std::ignore = amt_handle_reg_handle_func(1, 7, first_handler);
   m_log.clear();
   EXPECT_EQ(amt_handle_reg_handle_func(1, 7, nullptr), 0);
   EXPECT_EQ(pc(7), nullptr);
@@ -97,7 +99,7 @@ TEST_F(Registry, Register_NullOnFilledEntry_ClearsItWithBothWarnings) {
 }
 
 TEST_F(Registry, Register_SameIdTwice_WarnsAndKeepsTheSecond) {
-  amt_handle_reg_handle_func(2, 219, first_handler);
+  std::ignore = amt_handle_reg_handle_func(2, 219, first_handler);
   EXPECT_FALSE(m_log.has("WARNING !"));
   EXPECT_EQ(amt_handle_reg_handle_func(2, 219, second_handler), 0);
   EXPECT_EQ(app(219), second_handler);
@@ -106,15 +108,15 @@ TEST_F(Registry, Register_SameIdTwice_WarnsAndKeepsTheSecond) {
 }
 
 TEST_F(Registry, Register_SameIdOnBothLinks_AreIndependent) {
-  amt_handle_reg_handle_func(1, 45, first_handler);
-  amt_handle_reg_handle_func(2, 45, second_handler);
+  std::ignore = amt_handle_reg_handle_func(1, 45, first_handler);
+  std::ignore = amt_handle_reg_handle_func(2, 45, second_handler);
   EXPECT_EQ(pc(45), first_handler);
   EXPECT_EQ(app(45), second_handler);
   EXPECT_FALSE(m_log.has("WARNING !"));
 }
 
 TEST_F(Registry, Register_UnnamedId_LogsUndefined) {
-  amt_handle_reg_handle_func(1, 191, first_handler);
+  std::ignore = amt_handle_reg_handle_func(1, 191, first_handler);
   EXPECT_TRUE(m_log.has("PC register command id: 191(0xbf) - (undefined)"));
 }
 
@@ -122,14 +124,14 @@ TEST_F(Registry, IsBadRequest_EachFlaw_IsLoggedWithItsFlag) {
   amt_message_st good = {};
   good.m_buf_len = 1;
   amt_message_st empty = {};
-  EXPECT_FALSE(amt_handle_is_bad_request(k_module, 254, &good, &empty, 7, "some_handler"));
-  EXPECT_FALSE(amt_handle_is_bad_request(k_module, 0, &good, &empty, 7, "some_handler"));
+  EXPECT_FALSE(amt_handle_is_bad_request({k_module, 7, "some_handler"}, 254, &good, &empty));
+  EXPECT_FALSE(amt_handle_is_bad_request({k_module, 7, "some_handler"}, 0, &good, &empty));
   EXPECT_TRUE(m_log.lines().empty());
 
-  EXPECT_TRUE(amt_handle_is_bad_request(k_module, 255, &good, &empty, 7, "some_handler"));
-  EXPECT_TRUE(amt_handle_is_bad_request(k_module, 1, nullptr, &empty, 7, "some_handler"));
-  EXPECT_TRUE(amt_handle_is_bad_request(k_module, 1, &empty, &empty, 7, "some_handler"));
-  EXPECT_TRUE(amt_handle_is_bad_request(k_module, 1, &good, nullptr, 7, "some_handler"));
+  EXPECT_TRUE(amt_handle_is_bad_request({k_module, 7, "some_handler"}, 255, &good, &empty));
+  EXPECT_TRUE(amt_handle_is_bad_request({k_module, 7, "some_handler"}, 1, nullptr, &empty));
+  EXPECT_TRUE(amt_handle_is_bad_request({k_module, 7, "some_handler"}, 1, &empty, &empty));
+  EXPECT_TRUE(amt_handle_is_bad_request({k_module, 7, "some_handler"}, 1, &good, nullptr));
   const auto texts = m_log.texts();
   ASSERT_EQ(texts.size(), 8u);
   EXPECT_EQ(texts[0].rfind("FILE-amt/some-module, LINE-7, FUNC-some_handler(), error_code=-101, errno=", 0), 0u);

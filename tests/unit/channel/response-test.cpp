@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "amt/amt-handle/context/handle-context.h"
 #include "pub/result.h"
 #include "tests/unit/links.h"
@@ -191,12 +193,12 @@ TEST_F(Response, Send_NonBlockingLinkWithRoomForSome_WritesAPart) {
 
 TEST_F(Response, SendLog_250Bytes_IsWholeAnd251IsCut) {
   set_message(m_record, std::string(250, 'A'));
-  amt_handle_send_rsp(1, &m_record);
+  std::ignore = amt_handle_send_rsp(1, &m_record);
   std::string image;
   for (int n = 0; n < 250; ++n) image += "41";
   EXPECT_TRUE(m_log.has("send PC rsp data: : (data_len = 250) -- " + image));
   set_message(m_record, std::string(251, 'A'));
-  amt_handle_send_rsp(1, &m_record);
+  std::ignore = amt_handle_send_rsp(1, &m_record);
   EXPECT_TRUE(m_log.has("send PC rsp data: : (data_len = 251) -- " + image + "..."));
 }
 

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <csignal>
 #include <thread>
+#include <tuple>
 
 #include "amt/amt-handle/life/lifetime.h"
 #include "amt/amt-handle/life/timer.h"
@@ -176,11 +177,11 @@ TEST_F(two_processes_test, PseudoTerminal_OpenedAnewByTheChild_IsTheChildsToRemo
   ASSERT_EQ(pub_pty_open(&pty), 0);
   const int result = run_in_child([&pty](pid_t) {
     if (pub_pty_open(&pty) != 0 || !std::filesystem::is_symlink("/tmp/app-link")) return 1;
-    pub_pty_close(&pty);
+    std::ignore = pub_pty_close(&pty);
     return std::filesystem::is_symlink("/tmp/app-link") ? 2 : 7;
   });
   EXPECT_EQ(result, 7);
-  pub_pty_close(&pty);
+  std::ignore = pub_pty_close(&pty);
 }
 
 // What two processes do that have lost the terminal they shared, here with a record for each.
@@ -209,7 +210,7 @@ TEST_F(two_processes_test, PseudoTerminals_OpenedAtTheSameMoment_LeaveTheLinkToO
         ++ready;
         while (ready < 2) {
         }
-        pub_pty_open(&pty);
+        std::ignore = pub_pty_open(&pty);
       });
     }
     for (auto& opener : openers) opener.join();
@@ -219,7 +220,7 @@ TEST_F(two_processes_test, PseudoTerminals_OpenedAtTheSameMoment_LeaveTheLinkToO
         std::any_of(both.begin(), both.end(),
                     [&winner](const pub_pty_st& pty) { return pty.m_ptm_fd > 0 && winner == pty.m_pts_name_a; }))
         << "round " << i;
-    for (auto& pty : both) pub_pty_close(&pty);
+    for (auto& pty : both) std::ignore = pub_pty_close(&pty);
     ASSERT_FALSE(std::filesystem::is_symlink("/tmp/app-link")) << "round " << i;
     m_log.clear();
   }

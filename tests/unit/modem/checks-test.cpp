@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "amt/amt-device/temperature.h"
 #include "tests/unit/modem/modem-test.h"
 #include "tests/unit/temp-folder.h"
 

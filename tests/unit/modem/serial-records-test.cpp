@@ -3,6 +3,7 @@
 
 #include "amt/amt-handle/pc/adb-serial.h"
 #include "amt/amt-handle/pc/pcba-sn.h"
+#include "amt/amt-record/serial-number.h"
 #include "tests/unit/modem/modem-test.h"
 #include "tests/unit/phone-root.h"
 

@@ -1,6 +1,7 @@
 // The results of the test stations, at the modem and in the files.
 #include "amt/amt-handle/modem/test-result.h"
 
+#include "amt/amt-handle/pc/test-result.h"
 #include "tests/unit/modem/modem-test.h"
 #include "tests/unit/phone-root.h"
 

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string>
 
+#include "amt/amt-record/amt1-flag.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/links.h"
 #include "tests/unit/phone-root.h"
@@ -39,7 +40,10 @@ class Amt1Flag : public context_test {
   }
   std::string answer_to(const std::string& text) {
     set_message(g_handle_context.m_request, text);
-    EXPECT_EQ(handle_amt_not_permit_handshake_at(), 0) << text;
+    EXPECT_EQ(
+        handle_amt_not_permit_handshake_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response),
+        0)
+        << text;
     return m_pc.received();
   }
   static std::string published() {
@@ -268,7 +272,10 @@ TEST_F(Amt1Flag, Command_WithoutType_FailsGenericallyAndAnswersNothing) {
   for (const char* text : {"AT^DAMT1=", "AT^DAMT1=,,,"}) {
     set_message(g_handle_context.m_request, text);
     m_log.clear();
-    EXPECT_EQ(handle_amt_not_permit_handshake_at(), -101) << text;
+    EXPECT_EQ(
+        handle_amt_not_permit_handshake_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response),
+        -101)
+        << text;
     const auto lines = m_log.texts();
     ASSERT_EQ(lines.size(), 3u);
     EXPECT_THAT(lines[1], failure_line("amt/amt-handle", "handle_amt_not_permit_handshake_at", -101));
@@ -280,7 +287,10 @@ TEST_F(Amt1Flag, Command_WithoutType_FailsGenericallyAndAnswersNothing) {
 TEST_F(Amt1Flag, OtherText_IsNotTheCommand) {
   for (const char* text : {"AT^DAMT1?\r", "AT^DAMT1 =1\r", "at^damt1=1\r", ""}) {
     set_message(g_handle_context.m_request, text);
-    EXPECT_EQ(handle_amt_not_permit_handshake_at(), -104) << text;
+    EXPECT_EQ(
+        handle_amt_not_permit_handshake_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response),
+        -104)
+        << text;
   }
 }
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "amt/amt-handle/context/registry.h"
 #include "amt/amt-handle/pc/dispatch.h"
@@ -18,7 +19,9 @@ class BootDownload : public context_test {
   BootDownload() { m_log.clear(); }
   std::string answer_to(const std::string& text) {
     set_message(g_handle_context.m_request, text);
-    EXPECT_EQ(handle_amt_boot_dl_fin_read_at(), 0) << text;
+    EXPECT_EQ(
+        handle_amt_boot_dl_fin_read_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response), 0)
+        << text;
     return m_pc.received();
   }
 
@@ -46,7 +49,10 @@ TEST_F(BootDownload, CommandInAnyForm_IsTheQuery) {
 TEST_F(BootDownload, OtherText_IsNotTheCommand) {
   for (const char* text : {"AT^DBOOTDLFI\r", "at^dbootdlfin\r", ""}) {
     set_message(g_handle_context.m_request, text);
-    EXPECT_EQ(handle_amt_boot_dl_fin_read_at(), -104) << text;
+    EXPECT_EQ(
+        handle_amt_boot_dl_fin_read_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response),
+        -104)
+        << text;
   }
   EXPECT_TRUE(m_board.m_calls.empty());
 }
@@ -100,7 +106,7 @@ TEST_F(BootDownload, RequestWithoutTheLibrary_FailsAndNothingIsSent) {
 
 // As the PC sees it: the fixed message that its request arrived, then the error frame.
 TEST_F(BootDownload, RequestWithoutTheOperation_IsAnsweredWithTheErrorFrame) {
-  amt_handle_reg_handle_func(1, 244, amt_modem_boot_dl_fin_read);
+  std::ignore = amt_handle_reg_handle_func(1, 244, amt_modem_boot_dl_fin_read);
   m_board.use_empty();
   set_message(g_handle_context.m_request,
               from_hex("AA BB CC DD 0E 00 00 00 02 00 00 00 06 00 BB F4 00 00 00 00 00 00"));

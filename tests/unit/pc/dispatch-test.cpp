@@ -4,10 +4,12 @@
 
 #include <chrono>
 #include <string>
+#include <tuple>
 
 #include "amt/amt-handle/context/registry.h"
 #include "amt/amt-handle/context/response.h"
 #include "amt/amt-handle/modem/version.h"
+#include "amt/amt-handle/pc/version.h"
 #include "pub/result.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/links.h"
@@ -36,11 +38,11 @@ struct handler_st {
   amt_message_st* m_request;
   amt_message_st* m_response;
   std::string m_frame;
-  std::int32_t m_result;
+  result_code_en m_result;
 };
 handler_st g_handler;
 
-std::int32_t handler(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+result_code_en handler(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
   ++g_handler.m_calls;
   g_handler.m_link = link;
   g_handler.m_request = request;
@@ -49,15 +51,18 @@ std::int32_t handler(std::uint8_t link, amt_message_st* request, amt_message_st*
   return g_handler.m_result;
 }
 
-std::int32_t answering_handler(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
-  handler(link, request, response);
+result_code_en answering_handler(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
+  std::ignore = handler(link, request, response);
   return amt_handle_send_at_rsp(response, "answered");
 }
 
 class Dispatch : public context_test {
  protected:
   Dispatch() { g_handler = {}; }
-  void serve(std::uint8_t id, amt_handle_func function = handler) { amt_handle_reg_handle_func(1, id, function); }
+  void serve(std::uint8_t id, amt_handle_func function = handler,
+             amt_pre_response_en pre_response = amt_pre_response_en::BY_DISPATCHER) {
+    EXPECT_EQ(amt_handle_reg_handle_func(1, id, function, pre_response), ERR_NONE);
+  }
   std::int32_t receive(const std::string& block) {
     set_message(g_handle_context.m_request, block);
     m_log.clear();
@@ -197,7 +202,7 @@ TEST_F(Dispatch, HandlerThatDeclines_LeavesTheFrameToTheModem) {
 TEST_F(Dispatch, HandlerThatFails_IsReportedWithTheNextId) {
   for (const std::int32_t failure : {-1, -100, -101, -118, -119, 1}) {
     serve(123);
-    g_handler.m_result = failure;
+    g_handler.m_result = static_cast<result_code_en>(failure);
     EXPECT_EQ(receive(request_frame(123)), 0) << failure;
     EXPECT_EQ(m_pc.received_hex(), PRE_RESPONSE + " "s + ERROR_124) << failure;
     EXPECT_EQ(m_modem.received(), "") << failure;
@@ -239,14 +244,14 @@ TEST_F(Dispatch, FrameOfId254_IsTheLastWithAHandler) {
 }
 
 TEST_F(Dispatch, ApplicationsHandler_IsNotThePcs) {
-  amt_handle_reg_handle_func(2, 123, handler);
+  std::ignore = amt_handle_reg_handle_func(2, 123, handler);
   EXPECT_EQ(receive(request_frame(123)), 0);
   EXPECT_EQ(g_handler.m_calls, 0);
 }
 
 // The version handler says itself whether its request gets a pre-response.
 TEST_F(Dispatch, VersionThatTheModemKnows_GoesToTheModemWithoutPreResponse) {
-  serve(45, handle_amt_pc_req_version);
+  serve(45, handle_amt_pc_req_version, amt_pre_response_en::BY_HANDLER);
   const std::string block =
       from_hex("AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB 2D 09 00 EE 13 01 04 00 11 00 00 00 00 00 00 00");
   EXPECT_EQ(receive(block), 0);
@@ -255,7 +260,7 @@ TEST_F(Dispatch, VersionThatTheModemKnows_GoesToTheModemWithoutPreResponse) {
 }
 
 TEST_F(Dispatch, VersionThatIsAnswered_GetsOnePreResponse) {
-  serve(45, handle_amt_pc_req_version);
+  serve(45, handle_amt_pc_req_version, amt_pre_response_en::BY_HANDLER);
   EXPECT_EQ(
       receive(from_hex("AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB 2D 09 00 EE 13 01 04 00 40 00 00 00 22 B9 BE BE")),
       0);
@@ -265,7 +270,7 @@ TEST_F(Dispatch, VersionThatIsAnswered_GetsOnePreResponse) {
 }
 
 TEST_F(Dispatch, UnknownVersion_IsReportedWithoutPreResponse) {
-  serve(45, handle_amt_pc_req_version);
+  serve(45, handle_amt_pc_req_version, amt_pre_response_en::BY_HANDLER);
   EXPECT_EQ(
       receive(from_hex("AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB 2D 09 00 EE 13 01 04 00 02 00 00 00 00 00 00 00")),
       0);

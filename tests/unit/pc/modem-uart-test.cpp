@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <thread>
 
+#include "amt/amt-handle/context/modem-device.h"
 #include "amt/amt-handle/pc/dispatch.h"
-#include "amt/amt-handle/service/modem-link.h"
 #include "tests/unit/links.h"
 #include "tests/unit/phone-root.h"
 #include "tests/unit/wait-for.h"

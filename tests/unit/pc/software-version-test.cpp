@@ -34,7 +34,7 @@ class SoftwareVersion : public context_test {
   }
   std::int32_t receive(const std::string& text) {
     set_message(g_handle_context.m_request, text);
-    return handle_amt_sw_version_at();
+    return handle_amt_sw_version_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response);
   }
 };
 
@@ -152,7 +152,8 @@ TEST_F(SoftwareVersion, Query_IsAnswered) {
   set_brand("7.1.5", "B123");
   EXPECT_EQ(receive("AT^DSVER\r"), 0);
   EXPECT_EQ(m_pc.received(), "\r\n^DSVER: TELU 7.1.5(B123)\r\n\r\nOK\r\n");
-  EXPECT_TRUE(m_log.has("handle_amt_sw_version_at()"));
+  EXPECT_TRUE(m_log.has(
+      "handle_amt_sw_version_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response)"));
 }
 
 TEST_F(SoftwareVersion, QueryAmongOtherText_IsAnswered) {
@@ -206,16 +207,17 @@ class PowerOff : public context_test {
 TEST_F(PowerOff, Command_IsAnsweredTwoSecondsAheadOfTheEnd) {
   set_message(g_handle_context.m_request, "AT^DAMTOFF\r");
   const auto begin = std::chrono::steady_clock::now();
-  EXPECT_EQ(handle_amt_power_off_at(), 0);
+  EXPECT_EQ(handle_amt_power_off_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response), 0);
   EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
   EXPECT_EQ(m_pc.received(), "\r\nOK\r\n");
   EXPECT_TRUE(take_end());
-  EXPECT_TRUE(m_log.has("handle_amt_power_off_at()"));
+  EXPECT_TRUE(
+      m_log.has("handle_amt_power_off_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response)"));
 }
 
 TEST_F(PowerOff, CommandWithoutReturn_IsNotTheCommand) {
   set_message(g_handle_context.m_request, "AT^DAMTOFF");
-  EXPECT_EQ(handle_amt_power_off_at(), -104);
+  EXPECT_EQ(handle_amt_power_off_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response), -104);
   EXPECT_EQ(m_pc.received(), "");
   EXPECT_FALSE(take_end());
 }
@@ -223,7 +225,7 @@ TEST_F(PowerOff, CommandWithoutReturn_IsNotTheCommand) {
 TEST_F(PowerOff, ReplyThatCannotBeSent_EndsTheServiceAllTheSame) {
   set_link(g_handle_context.m_fd_pc, 0);
   set_message(g_handle_context.m_request, "AT^DAMTOFF\r");
-  EXPECT_EQ(handle_amt_power_off_at(), -100);
+  EXPECT_EQ(handle_amt_power_off_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response), -100);
   EXPECT_TRUE(take_end());
 }
 

@@ -7,6 +7,7 @@
 
 #include "amt/amt-handle/context/registry.h"
 #include "amt/amt-handle/pc/dispatch.h"
+#include "amt/amt-handle/pc/test-result.h"
 #include "tests/unit/links.h"
 #include "tests/unit/phone-root.h"
 
@@ -18,7 +19,7 @@ class PcTestResult : public context_test {};
 
 TEST_F(PcTestResult, Written_IsRecordedAndGoesToTheModemWithoutPreResponse) {
   phone_root::write(RESULT_FILE, "0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n");
-  amt_handle_reg_handle_func(1, 91, amt_modem_write_pc_test_result);
+  std::ignore = amt_handle_reg_handle_func(1, 91, amt_modem_write_pc_test_result, amt_pre_response_en::BY_HANDLER);
   const std::string block = from_hex(
       "AA BB CC DD 20 00 00 00 02 00 00 00 18 00 BB 5B 12 00 EE 27 01 04 00 03 00 00 00 EE 24 01 04 00 01 00 00 00 "
       "00 00 00 00");

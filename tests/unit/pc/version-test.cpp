@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "amt/amt-handle/pc/version.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/links.h"
 #include "tests/unit/phone-root.h"

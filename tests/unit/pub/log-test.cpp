@@ -48,8 +48,8 @@ TEST_F(Log, Line_HasTagAndDebugPriority) {
 }
 
 TEST_F(Log, Entry_IsTheFunctionsName) {
-  LOG_ENTRY();
-  LOG_ENTRY_OF("parse_amt_cfg");
+  pub_log_entry(k_log);
+  pub_log_entry({k_log, "parse_amt_cfg"});
   EXPECT_THAT(m_log.texts(), ElementsAre("TestBody()", "parse_amt_cfg()"));
 }
 
@@ -60,9 +60,9 @@ TEST_F(Log, Warning_IsTwoLines) {
 
 TEST_F(Log, Failure_IsTheErrorTraceLine) {
   errno = 13;
-  LOG_FAILURE_AT(429, -118);
-  LOG_FAILURE(-1);
-  LOG_FAILURE_OF("worked_for", -100);
+  pub_log_failure({k_log, 429}, -118);
+  pub_log_failure(k_log, -1);
+  pub_log_failure({k_log, "worked_for"}, -100);
   EXPECT_THAT(m_log.texts(), ElementsAre("FILE-a/module, LINE-429, FUNC-TestBody(), error_code=-118, errno=13",
                                          failure_line("a/module", "TestBody", -1, "13"),
                                          failure_line("a/module", "worked_for", -100, "13")));
@@ -70,15 +70,15 @@ TEST_F(Log, Failure_IsTheErrorTraceLine) {
 
 TEST_F(Log, SysCall_NamesTheCallAndErrno) {
   errno = 2;
-  LOG_SYS_CALL("fopen");
+  pub_log_sys_call(k_log, "fopen");
   EXPECT_THAT(m_log.texts(), ElementsAre("sys call: fopen() failed! errno = 2"));
 }
 
 TEST_F(Log, BadArguments_AreTheTraceAndTheFlags) {
   errno = 0;
-  EXPECT_TRUE(LOG_BAD_ARGUMENTS_AT(231, true));
-  EXPECT_TRUE(LOG_BAD_ARGUMENTS_AT(5, false, true, false));
-  EXPECT_TRUE(LOG_BAD_ARGUMENTS_AT(6, true, true, true, true, true, true));
+  EXPECT_TRUE(pub_log_bad_arguments({k_log, 231}, {true}));
+  EXPECT_TRUE(pub_log_bad_arguments({k_log, 5}, {false, true, false}));
+  EXPECT_TRUE(pub_log_bad_arguments({k_log, 6}, {true, true, true, true, true, true}));
   EXPECT_THAT(m_log.texts(),
               ElementsAre("FILE-a/module, LINE-231, FUNC-TestBody(), error_code=-101, errno=0", "1",
                           "FILE-a/module, LINE-5, FUNC-TestBody(), error_code=-101, errno=0", "0, 1, 0",
@@ -86,12 +86,12 @@ TEST_F(Log, BadArguments_AreTheTraceAndTheFlags) {
 }
 
 TEST_F(Log, GoodArguments_WriteNothing) {
-  EXPECT_FALSE(LOG_BAD_ARGUMENTS(false, false, false));
+  EXPECT_FALSE(pub_log_bad_arguments(k_log, {false, false, false}));
   EXPECT_THAT(m_log.lines(), IsEmpty());
 }
 
 TEST_F(Log, MoreFlagsThanALineHolds_StayInTheLine) {
-  pub_log_bad_arguments(k_log, 1, "f",
+  pub_log_bad_arguments({k_log, 1, "f"},
                         {true,  false, false, false, false, false, false, false, false, false, false, false, false,
                          false, false, false, false, false, false, false, false, false, false, false, true});
   const std::string flags = m_log.texts().at(1);
@@ -101,12 +101,12 @@ TEST_F(Log, MoreFlagsThanALineHolds_StayInTheLine) {
 
 TEST_F(Log, Dump_IsLabelCountAndHexadecimal) {
   const std::vector<std::uint8_t> bytes = {0x00, 0x0A, 0xBB, 0xFF};
-  LOG_DUMP("handle PC req data: ", bytes);
+  pub_log_dump(k_log, "handle PC req data: ", bytes);
   EXPECT_THAT(m_log.texts(), ElementsAre("handle PC req data: : (data_len = 4) -- 000ABBFF"));
 }
 
 TEST_F(Log, DumpOfNothing_HasNoDigits) {
-  LOG_DUMP("x", std::span<const std::uint8_t>());
+  pub_log_dump(k_log, "x", std::span<const std::uint8_t>());
   EXPECT_THAT(m_log.texts(), ElementsAre("x: (data_len = 0) -- "));
 }
 
@@ -117,17 +117,17 @@ std::string repeated(const char* piece, int times) {
 }
 
 TEST_F(Log, DumpOf250Bytes_IsWhole) {
-  LOG_DUMP("x", std::vector<std::uint8_t>(250, 0xA5));
+  pub_log_dump(k_log, "x", std::vector<std::uint8_t>(250, 0xA5));
   EXPECT_THAT(m_log.texts(), ElementsAre("x: (data_len = 250) -- " + repeated("A5", 250)));
 }
 
 TEST_F(Log, DumpOf251Bytes_IsCutAndMarked) {
-  LOG_DUMP("x", std::vector<std::uint8_t>(251, 0xA5));
+  pub_log_dump(k_log, "x", std::vector<std::uint8_t>(251, 0xA5));
   EXPECT_THAT(m_log.texts(), ElementsAre("x: (data_len = 251) -- " + repeated("A5", 250) + "..."));
 }
 
 TEST_F(Log, DumpOfAFullRecord_IsCutAndMarked) {
-  LOG_DUMP("x", std::vector<std::uint8_t>(4096, 0x01));
+  pub_log_dump(k_log, "x", std::vector<std::uint8_t>(4096, 0x01));
   EXPECT_THAT(m_log.texts(), ElementsAre("x: (data_len = 4096) -- " + repeated("01", 250) + "..."));
 }
 
@@ -135,8 +135,8 @@ TEST_F(Log, QuestionWhetherToLogBreaksErrno_LinesShowItAsItWas) {
   g_is_errno_broken_by_the_question = true;
   errno = 13;
   LOG_LINE("x");
-  LOG_SYS_CALL("open");
-  LOG_FAILURE_AT(7, -1);
+  pub_log_sys_call(k_log, "open");
+  pub_log_failure({k_log, 7}, -1);
   const int error = errno;
   g_is_errno_broken_by_the_question = false;
   EXPECT_EQ(error, 13);
@@ -154,17 +154,17 @@ TEST_F(Log, EveryKind_KeepsErrno) {
   errno = 17;
   LOG_LINE("x");
   EXPECT_EQ(errno, 17);
-  LOG_ENTRY();
+  pub_log_entry(k_log);
   EXPECT_EQ(errno, 17);
   LOG_WARNING("x");
   EXPECT_EQ(errno, 17);
-  LOG_FAILURE(-1);
+  pub_log_failure(k_log, -1);
   EXPECT_EQ(errno, 17);
-  LOG_SYS_CALL("open");
+  pub_log_sys_call(k_log, "open");
   EXPECT_EQ(errno, 17);
-  EXPECT_TRUE(LOG_BAD_ARGUMENTS(true));
+  EXPECT_TRUE(pub_log_bad_arguments(k_log, {true}));
   EXPECT_EQ(errno, 17);
-  LOG_DUMP("x", bytes);
+  pub_log_dump(k_log, "x", bytes);
   EXPECT_EQ(errno, 17);
 }
 
@@ -175,10 +175,10 @@ TEST(LogBelowPriority, EveryKind_IsSilentAndFormatsNothing) {
   EXPECT_FALSE(pub_log_enabled(k_log));
   LOG_LINE("%d", count());
   LOG_WARNING("%d", count());
-  LOG_ENTRY();
-  LOG_FAILURE(-1);
-  LOG_SYS_CALL("open");
-  LOG_DUMP("x", std::vector<std::uint8_t>(3, 1));
+  pub_log_entry(k_log);
+  pub_log_failure(k_log, -1);
+  pub_log_sys_call(k_log, "open");
+  pub_log_dump(k_log, "x", std::vector<std::uint8_t>(3, 1));
   EXPECT_EQ(formatted, 0);
   EXPECT_THAT(log.lines(), IsEmpty());
 }
@@ -193,8 +193,8 @@ TEST(LogBelowPriority, Dump_DoesNotEvenReadTheBytes) {
 
 TEST(LogBelowPriority, BadArguments_AreStillFound) {
   log_capture log(ANDROID_LOG_INFO);
-  EXPECT_TRUE(LOG_BAD_ARGUMENTS(false, true));
-  EXPECT_FALSE(LOG_BAD_ARGUMENTS(false, false));
+  EXPECT_TRUE(pub_log_bad_arguments(k_log, {false, true}));
+  EXPECT_FALSE(pub_log_bad_arguments(k_log, {false, false}));
   EXPECT_THAT(log.lines(), IsEmpty());
 }
 

@@ -1,4 +1,7 @@
 // The WiFi driver's text with the recorded address in it, byte for byte.
+
+#include <tuple>
+
 #include "amt/amt-record/wifi-address.h"
 #include "tests/unit/at/phone-test.h"
 
@@ -117,7 +120,7 @@ TEST_F(nvram, EmptyRecord_IsLogged) {
 TEST_F(nvram, Replaced_IsLogged) {
   write(RECORD, ADDRESS);
   write(SOURCE, "macaddr=1\n");
-  amt_write_wifi_to_nvram_file();
+  std::ignore = amt_write_wifi_to_nvram_file();
   EXPECT_EQ(m_log.texts(),
             (std::vector<std::string>{"amt_write_wifi_to_nvram_file()", "wifi_addr_amt: AA:BB:CC:DD:EE:FF\n",
                                       "wifi_addr_nvram: 1\n", "fchmod  /data/misc/wifi/nvram.txt successfully"}));
@@ -126,14 +129,14 @@ TEST_F(nvram, Replaced_IsLogged) {
 TEST_F(nvram, Appended_IsLogged) {
   write(RECORD, ADDRESS);
   write(SOURCE, "");
-  amt_write_wifi_to_nvram_file();
+  std::ignore = amt_write_wifi_to_nvram_file();
   EXPECT_TRUE(m_log.has("new wifi_addr_nvram: AA:BB:CC:DD:EE:FF\n"));
 }
 
 TEST_F(nvram, Copy_MayBeWrittenByAll) {
   write(SOURCE, "a=1\n");
   umask(022);
-  amt_write_wifi_to_nvram_file();
+  std::ignore = amt_write_wifi_to_nvram_file();
   EXPECT_EQ(fs::status(COPY).permissions(), static_cast<fs::perms>(0666));
 }
 
@@ -149,7 +152,7 @@ TEST_F(nvram, FirstSourceMissing_TakesTheSecond) {
 TEST_F(nvram, BothSources_FirstIsTaken) {
   write(SOURCE, "first\n");
   write(SECOND_SOURCE, "second\n");
-  amt_write_wifi_to_nvram_file();
+  std::ignore = amt_write_wifi_to_nvram_file();
   EXPECT_EQ(read(COPY), "first\n");
 }
 
