@@ -15,9 +15,9 @@
 #include <filesystem>
 #include <fstream>
 
-#include "handset/process.h"
-#include "handset/sandbox.h"
-#include "handset/tty-end.h"
+#include "handset/phone/process.h"
+#include "handset/sandbox/sandbox.h"
+#include "handset/wire/tty-end.h"
 
 namespace {
 

@@ -1,0 +1,80 @@
+// A process that the agent started, with pipes from its output into text_logs.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "handset/phone/process.h"
+#include "handset/sandbox/agent-link.h"
+#include "handset/wire/event-loop.h"
+#include "handset/wire/unique-fd.h"
+
+namespace handset {
+
+// What a phone and its processes share; a process may be asked about after its phone has gone.
+struct phone_core {
+  event_loop loop;
+  agent_link agent;
+};
+
+// One stream of a process: a pipe that the loop reads into a log.
+class output_pipe {
+ public:
+  explicit output_pipe(event_loop& loop) : m_loop(loop) {}
+
+  // The end for the process. size: the pipe's capacity in bytes, 0 for the usual one.
+  unique_fd open(int size);
+  void pause();
+  void resume();
+  // On the loop's thread: takes all that is there, paused or not. finish(): and no more will come.
+  void drain();
+  void finish();
+
+  text_log log;
+
+ private:
+  void watch();
+
+  event_loop& m_loop;
+  unique_fd m_read_end;
+};
+
+struct process_plan {
+  std::vector<std::string> arguments;
+  std::vector<std::string> environment;  // "NAME=value"
+  std::string folder = "/";
+  bool attached = false;     // the caller's own standard streams
+  bool discard_err = false;  // standard error to /dev/null
+  int err_pipe_size = 0;
+  std::function<void(std::string_view)> on_out;
+  std::function<void(std::string_view)> on_err;
+};
+
+class phone_process : public process {
+ public:
+  explicit phone_process(std::shared_ptr<phone_core> core);
+
+  void start(const process_plan& plan);
+  void drain();   // on the loop's thread: takes what it wrote so far
+  void finish();  // likewise, when the process or the phone has ended
+  output_pipe& err_pipe() { return m_err; }
+
+  int pid() const override { return m_pid; }
+  bool running() const override;
+  void send_signal(int signal_number) override;
+  std::optional<exit_status> wait_exit(std::chrono::milliseconds within) override;
+  void on_exit(const std::function<void(exit_status)>& listener) override;
+  const text_log& out() const override { return m_out.log; }
+  const text_log& err() const override { return m_err.log; }
+
+ private:
+  std::shared_ptr<phone_core> m_core;
+  output_pipe m_out;
+  output_pipe m_err;
+  int m_pid = 0;
+};
+
+}  // namespace handset

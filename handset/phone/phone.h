@@ -1,0 +1,178 @@
+// A virtual handset: a sandbox with a phone's file tree, ttys and kernel events, in which the real service binary runs.
+// Tests are written against this header; `handset run` is a thin program over it.
+//
+//   handset::phone phone({.mode = handset::run_mode::simplified});
+//   phone.start();
+//   ASSERT_TRUE(phone.wait_log("read_pc_loop, read ready"));
+//   phone.pc().write_all("AT\r");
+//   EXPECT_EQ(phone.pc().read_until("OK\r\n"), "\r\nOK\r\n");
+//   phone.send_signal(SIGTERM);
+//   EXPECT_EQ(phone.wait_exit(), handset::exited(0));
+//
+// A phone costs some ten milliseconds; many may run at once. Waits end with an event or a deadline, and say which. What
+// cannot go wrong in a sane test (no sandbox, no service binary, the agent gone) throws handset::error.
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "handset/hardware/devices.h"
+#include "handset/hardware/hardware.h"
+#include "handset/modem/modem.h"
+#include "handset/phone/process.h"
+#include "handset/wire/error.h"
+#include "handset/wire/mounts.h"
+#include "handset/wire/text-log.h"
+#include "handset/wire/tty-end.h"
+
+namespace handset {
+
+// Which of the service's run modes start() asks for.
+//   simplified  /phone/bin/vx-kro-amt, configuration beside it
+//   usb         /system/bin/vx-kro-amt -u, configuration in /system/etc
+//   normal      /system/bin/vx-kro-amt, configuration in /system/etc
+enum class run_mode { simplified, usb, normal };
+
+enum class log_sink { capture, discard };  // the service's standard error: into log(), or to /dev/null
+
+// The board library under /system/lib64/hw.
+//   present  simulated; watched and steered through the files of handset/hardware/hwt/call-files.h in /data/board
+//   absent   no such file
+//   empty    a library that lacks every operation
+enum class board_library { present, absent, empty };
+
+struct phone_options {
+  run_mode mode = run_mode::simplified;
+  std::optional<std::string> config;                  // text of the configuration file; none: default_config()
+  bool has_config = true;                             // false: there is no configuration file
+  std::filesystem::path service;                      // the binary; empty: vx-kro-amt beside the running program
+  std::optional<std::vector<std::string>> arguments;  // behind argv[0]; none: what the mode asks for
+  std::vector<std::string> environment;               // "NAME=value", on top of PATH and sanitizer options
+  std::string pc_device = "/dev/ttyPC";
+  std::string modem_device = "/dev/ttyMODEM";  // a name like /dev/ttyS1 makes it a UART to the service
+  std::string at_device = "/dev/ttyAT";
+  bool pc_plugged = true;       // false: the device is missing until plug_pc()
+  bool modem_plugged = true;    // false: the device is missing until plug_modem()
+  bool at_plugged = true;       // false: the device is missing until plug_at()
+  bool simulated_modem = true;  // false: the test plays the modem on modem_end() and at_end()
+  log_sink log = log_sink::capture;
+  int log_pipe_size = 0;                          // bytes that fit between service and log reader; 0: the usual 64 KiB
+  std::map<std::string, std::string> properties;  // name -> value, set before anything starts
+  std::map<std::string, std::string> files;       // absolute path in the phone -> content, likewise
+  std::vector<bind_mount> binds;
+  board_library board = board_library::present;
+  bool has_hardware = true;  // false: a tree without the files of hardware.h
+  std::vector<storage_card> cards = {{"/storage/sdcard0", 12'582'912}, {"/storage/sdcard1", 31'166'976}};
+  // Framebuffer, console, video device and battery driver, played by a library that is preloaded into the service;
+  // none: they are not there and nothing is preloaded. (A service built with a sanitizer needs one whose runtime is
+  // linked statically.)
+  std::optional<screen_size> screen = screen_size{};
+};
+
+// Where the application opens its link, in that configuration.
+inline constexpr const char* APP_LINK = "/dev/ttyAPP";
+// The configuration that a phone gets unless the options bring one. It names the options' devices.
+std::string default_config(const phone_options& options = {});
+
+struct command_result {
+  exit_status status;
+  std::string out;
+  std::string err;
+};
+
+class phone {
+ public:
+  // Makes the tree, the sandbox and the ttys; nothing of the service runs yet. Throws sandbox_error when this machine
+  // cannot do that, with the reason.
+  explicit phone(phone_options options = {});
+  // Ends everything that runs in the phone and removes its tree.
+  ~phone();
+  phone(const phone&) = delete;
+  phone& operator=(const phone&) = delete;
+
+  // The service. start() may be called again when it has ended; log(), out() and wait_exit() are about the last start.
+  process& start();
+  process& start_with(const std::vector<std::string>& arguments);
+  process& service();
+  // One more copy of the service in this phone, beside the one that runs.
+  std::shared_ptr<process> start_another();
+  void send_signal(int signal_number);
+  std::optional<exit_status> wait_exit(std::chrono::milliseconds within = DEFAULT_WAIT);
+
+  // What the service wrote: its platform log (standard error) and its standard output.
+  const text_log& log();
+  const text_log& out();
+  bool wait_log(std::string_view text, std::chrono::milliseconds within = DEFAULT_WAIT);
+  // A log reader that does not read: the service finds its pipe full sooner or later. Resuming reads on.
+  void pause_log();
+  void resume_log();
+  // Called with every piece of the service's log or output as it comes; set before start().
+  void on_log(std::function<void(std::string_view)> listener);
+  void on_out(std::function<void(std::string_view)> listener);
+
+  // Other commands in the phone. run() starts one and returns at once, exec() waits for its end (error when late).
+  std::shared_ptr<process> run(const std::vector<std::string>& command);
+  command_result exec(const std::vector<std::string>& command, std::chrono::milliseconds within = DEFAULT_WAIT);
+  // As run(), with the caller's own standard streams and, if it exists in the phone, working folder.
+  std::shared_ptr<process> run_attached(const std::vector<std::string>& command, const std::string& folder);
+
+  // The ttys. Unplugging hangs the service's side up and takes the /dev name away; plugging makes a new tty under it.
+  tty_end& pc();
+  void unplug_pc();
+  void plug_pc();
+  modem& simulated_modem();  // error when the test plays the modem
+  tty_end& modem_end();      // error when the modem is simulated
+  void unplug_modem();
+  void plug_modem();
+  tty_end& at_end();  // the modem's AT link; error when the modem is simulated
+  void unplug_at();
+  void plug_at();
+
+  // The phone's own test application: its end of the APP link, a terminal that the service makes when it starts in the
+  // platform set-up and makes anew when the application has closed it. open_app() waits for one; false: there was none
+  // in time. No terminal is opened twice: behind close_app() it waits for the new one. On app(), wait_hangup() tells
+  // that the service has let go of that terminal.
+  bool open_app(std::chrono::milliseconds within = DEFAULT_WAIT);
+  tty_end& app();
+  void close_app();
+
+  // The phone's own folder on the host, beside its tree: for sockets and the like. It goes with the phone.
+  std::filesystem::path folder() const;
+  // The tree. Paths are those of the phone, e.g. "/amt/sn".
+  std::filesystem::path host_path(const std::filesystem::path& path) const;
+  std::optional<std::string> read_file(const std::filesystem::path& path) const;
+  void write_file(const std::filesystem::path& path, std::string_view content);  // makes the folders too
+  void remove(const std::filesystem::path& path);                                // a folder with all that is in it
+  bool exists(const std::filesystem::path& path) const;
+  std::optional<std::string> property(const std::string& name) const;
+  void set_property(const std::string& name, std::string_view value);
+  std::size_t sync_count() const;  // how often /system/bin/sync was run
+
+  // A kernel event, as the listeners of netlink group 1 in the phone get it: the strings, each with its NUL.
+  void uevent(const std::vector<std::string>& strings);
+  void uevent_raw(std::string_view message);
+
+  // Lights, vibrator, battery, sound, radios: what they now do, and failures of their files.
+  hardware& parts();
+
+  // The files of the played devices, for the functions of devices.h and screenshot.h.
+  std::filesystem::path devices() const;
+
+  const phone_options& options() const;
+  // The service's argv[0] in the phone and the configuration file that it reads.
+  std::filesystem::path service_path() const;
+  std::filesystem::path config_path() const;
+
+ private:
+  struct inside;
+  std::unique_ptr<inside> m_inside;
+};
+
+}  // namespace handset
