@@ -2,11 +2,9 @@
 
 #include <charconv>
 #include <fstream>
-#include <iterator>
 
-#include "handset/sandbox/sandbox.h"
-#include "handset/sandbox/tree.h"
 #include "handset/wire/error.h"
+#include "handset/wire/files.h"
 
 namespace handset {
 
@@ -17,11 +15,6 @@ namespace {
 constexpr const char* LIBRARY = "libhandset-preload.so";
 constexpr std::uint32_t MAX_SIDE = 10000;  // pixels; the memory of such a screen still counts in 32 bits
 constexpr const char* LIBRARY_INSIDE = "/handset/libhandset-preload.so";
-
-std::string read_whole(const fs::path& path) {
-  std::ifstream stream(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(stream), {});
-}
 
 void append_line(const fs::path& path, const std::string& line) {
   std::ofstream stream(path, std::ios::binary | std::ios::app);
@@ -79,7 +72,7 @@ void fail_device_call(const fs::path& folder, const std::string& words, int erro
 }
 
 void set_device_result(const fs::path& folder, const std::string& words, int result) {
-  const std::string older = read_whole(folder / "results");  // what is said first counts
+  const std::string older = read_whole_file(folder / "results").value_or("");  // what is said first counts
   write_whole_file(folder / "results", std::to_string(result) + " " + words + "\n" + older);
 }
 
@@ -88,7 +81,7 @@ void heal_device_calls(const fs::path& folder) {
 }
 
 std::string console_mode(const fs::path& folder) {
-  const std::string text = read_whole(folder / "tty0.mode");
+  const std::string text = read_whole_file(folder / "tty0.mode").value_or("");
   return text.substr(0, text.find('\n'));
 }
 

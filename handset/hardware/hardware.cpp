@@ -8,12 +8,9 @@
 #include <algorithm>
 #include <charconv>
 #include <fstream>
-#include <iterator>
-#include <sstream>
 
-#include "handset/sandbox/sandbox.h"
-#include "handset/sandbox/tree.h"
 #include "handset/wire/error.h"
+#include "handset/wire/files.h"
 #include "handset/wire/unique-fd.h"
 
 namespace handset {
@@ -137,8 +134,7 @@ fs::path hardware::content(const fs::path& path) const {
 }
 
 std::string hardware::text(const fs::path& path) const {
-  std::ifstream stream(content(path), std::ios::binary);
-  return first_line(std::string(std::istreambuf_iterator<char>(stream), {}));
+  return first_line(read_whole_file(content(path)).value_or(""));
 }
 
 // Lines of a name, a separator and a number.

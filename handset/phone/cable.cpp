@@ -1,14 +1,12 @@
 #include "handset/phone/cable.h"
 
 #include <fcntl.h>
-#include <stdlib.h>
-#include <termios.h>
 
-#include <array>
 #include <cerrno>
 #include <utility>
 
 #include "handset/wire/error.h"
+#include "handset/wire/pty.h"
 
 namespace handset {
 
@@ -31,16 +29,10 @@ void cable::carry(tty_pump& from, tty_pump& to, std::string_view bytes) {
 
 void cable::make_outside() {
   m_outside.detach();
-  m_master.reset(::open("/dev/ptmx", O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
-  std::array<char, 64> name{};
-  termios attributes{};
-  if (!m_master || grantpt(m_master.get()) != 0 || unlockpt(m_master.get()) != 0 ||
-      ptsname_r(m_master.get(), name.data(), name.size()) != 0 || tcgetattr(m_master.get(), &attributes) != 0) {
-    throw error("cannot make a pseudo-terminal");
-  }
-  cfmakeraw(&attributes);
-  tcsetattr(m_master.get(), TCSANOW, &attributes);
-  m_slave = name.data();
+  auto made = open_pty();
+  if (!made) throw error("cannot make a pseudo-terminal");
+  m_master = std::move(made->master);
+  m_slave = std::move(made->slave);
   // Opened and closed once, it reads as hung up until a station opens it: then "nobody there" can be told.
   unique_fd once(::open(m_slave.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
   once.reset();

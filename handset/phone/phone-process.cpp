@@ -3,68 +3,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <array>
-#include <cerrno>
-#include <cstring>
-#include <ostream>
 #include <utility>
 
-#include "handset/wire/error.h"
+#include "handset/wire/unique-fd.h"
 
 namespace handset {
-
-std::string to_string(const exit_status& status) {
-  if (!status.signalled) return "exit status " + std::to_string(status.value);
-  return "signal " + std::to_string(status.value) + " (" + strsignal(status.value) + ")";
-}
-
-int shell_status(const exit_status& status) {
-  return status.signalled ? 128 + status.value : status.value;
-}
-
-std::ostream& operator<<(std::ostream& stream, const exit_status& status) {
-  return stream << to_string(status);
-}
-
-unique_fd output_pipe::open(int size) {
-  int ends[2];
-  if (::pipe2(ends, O_CLOEXEC) != 0) throw error("cannot make a pipe");
-  m_read_end.reset(ends[0]);
-  ::fcntl(ends[0], F_SETFL, O_NONBLOCK);
-  if (size > 0) ::fcntl(ends[0], F_SETPIPE_SZ, size);
-  resume();
-  return unique_fd(ends[1]);
-}
-
-void output_pipe::watch() {
-  m_loop.watch(m_read_end.get(), POLLIN, [this](short) { drain(); });
-}
-
-void output_pipe::pause() {
-  m_loop.call([this] { m_loop.forget(m_read_end.get()); });
-}
-
-void output_pipe::resume() {
-  m_loop.call([this] {
-    if (m_read_end) watch();
-  });
-}
-
-void output_pipe::drain() {
-  std::array<char, 65536> buffer;
-  while (m_read_end) {
-    const auto count = ::read(m_read_end.get(), buffer.data(), buffer.size());
-    if (count > 0) log.append({buffer.data(), static_cast<std::size_t>(count)});
-    if (count == 0) finish();
-    if (count <= 0) return;
-  }
-}
-
-void output_pipe::finish() {
-  if (m_read_end) m_loop.forget(m_read_end.get());
-  m_read_end.reset();
-  log.end();
-}
 
 phone_process::phone_process(std::shared_ptr<phone_core> core)
     : m_core(std::move(core)), m_out(m_core->loop), m_err(m_core->loop) {}

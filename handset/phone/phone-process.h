@@ -10,7 +10,7 @@
 #include "handset/phone/process.h"
 #include "handset/sandbox/agent-link.h"
 #include "handset/wire/event-loop.h"
-#include "handset/wire/unique-fd.h"
+#include "handset/wire/output-pipe.h"
 
 namespace handset {
 
@@ -18,28 +18,6 @@ namespace handset {
 struct phone_core {
   event_loop loop;
   agent_link agent;
-};
-
-// One stream of a process: a pipe that the loop reads into a log.
-class output_pipe {
- public:
-  explicit output_pipe(event_loop& loop) : m_loop(loop) {}
-
-  // The end for the process. size: the pipe's capacity in bytes, 0 for the usual one.
-  unique_fd open(int size);
-  void pause();
-  void resume();
-  // On the loop's thread: takes all that is there, paused or not. finish(): and no more will come.
-  void drain();
-  void finish();
-
-  text_log log;
-
- private:
-  void watch();
-
-  event_loop& m_loop;
-  unique_fd m_read_end;
 };
 
 struct process_plan {

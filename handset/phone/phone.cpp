@@ -6,8 +6,6 @@
 #include <array>
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -15,6 +13,7 @@
 #include "handset/phone/phone-process.h"
 #include "handset/sandbox/sandbox.h"
 #include "handset/sandbox/tree.h"
+#include "handset/wire/files.h"
 
 namespace handset {
 
@@ -435,9 +434,9 @@ fs::path phone::host_path(const fs::path& path) const {
 }
 
 std::optional<std::string> phone::read_file(const fs::path& path) const {
-  std::ifstream stream(host_path(path), std::ios::binary);
-  if (!stream || !fs::is_regular_file(host_path(path))) return std::nullopt;
-  return std::string(std::istreambuf_iterator<char>(stream), {});
+  std::error_code hidden;
+  if (!fs::is_regular_file(host_path(path), hidden)) return std::nullopt;
+  return read_whole_file(host_path(path));
 }
 
 void phone::write_file(const fs::path& path, std::string_view content) {

@@ -6,7 +6,7 @@
 
 #include "handset/phone/phone.h"
 #include "handset/program/commands.h"
-#include "handset/sandbox/sandbox.h"
+#include "handset/wire/files.h"
 #include "handset/wire/signals.h"
 
 namespace handset {

@@ -10,7 +10,7 @@
 #include "handset/hardware/hardware.h"
 #include "handset/program/commands.h"
 #include "handset/program/control.h"
-#include "handset/wire/error.h"
+#include "handset/sandbox/sandbox.h"
 
 namespace {
 

@@ -7,8 +7,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <memory>
 #include <optional>
@@ -18,6 +16,7 @@
 #include "handset/phone/phone.h"
 #include "handset/program/commands.h"
 #include "handset/program/control.h"
+#include "handset/wire/files.h"
 #include "handset/wire/signals.h"
 
 namespace handset {
@@ -39,10 +38,10 @@ std::pair<std::string, std::string> split_at_equals(const std::string& text) {
   return {text.substr(0, equals), equals == text.npos ? "" : text.substr(equals + 1)};
 }
 
-std::string read_whole(const fs::path& path) {
-  std::ifstream stream(path, std::ios::binary);
-  if (!stream) throw error("cannot read " + path.string());
-  return std::string(std::istreambuf_iterator<char>(stream), {});
+std::string read_config(const fs::path& path) {
+  const auto text = read_whole_file(path);
+  if (!text) throw error("cannot read " + path.string());
+  return *text;
 }
 
 // Instead of the usual ones, unless nothing is said.
@@ -56,7 +55,7 @@ void choose_cards(const std::vector<std::string>& wanted, phone_options& options
 phone_options options_of(const run_command& command) {
   phone_options options;
   options.mode = MODES.at(command.mode);
-  if (!command.config.empty()) options.config = read_whole(command.config);
+  if (!command.config.empty()) options.config = read_config(command.config);
   options.service = command.service;
   options.modem_device = command.modem_device;
   options.screen = read_screen_size(command.screen);  // none: no screen

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "handset/wire/default-wait.h"
 #include "handset/wire/error.h"
 
 namespace handset {

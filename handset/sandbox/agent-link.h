@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "handset/phone/process.h"
 #include "handset/wire/event-loop.h"
+#include "handset/wire/exit-status.h"
 #include "handset/wire/message.h"
 
 namespace handset {

@@ -23,7 +23,6 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <array>
@@ -38,7 +37,9 @@
 #include <vector>
 
 #include "handset/wire/message.h"
+#include "handset/wire/pty.h"
 #include "handset/wire/unique-fd.h"
+#include "handset/wire/word-list.h"
 
 namespace {
 
@@ -59,32 +60,16 @@ void fail(const message& request, const std::string& what) {
   handset::send_message(SOCKET, {"fail", request.fields[1], reason});
 }
 
-// A raw pseudo-terminal, so that nothing echoes or changes bytes before the service has set its own attributes. Set
-// through the master: opening the slave here would make its closing look like the service's.
-bool open_pty(unique_fd& master, std::string& slave) {
-  master.reset(::open("/dev/ptmx", O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
-  std::array<char, 64> name{};
-  termios attributes{};
-  if (!master || grantpt(master.get()) != 0 || unlockpt(master.get()) != 0 ||
-      ptsname_r(master.get(), name.data(), name.size()) != 0 || tcgetattr(master.get(), &attributes) != 0) {
-    return false;
-  }
-  cfmakeraw(&attributes);
-  slave = name.data();
-  return tcsetattr(master.get(), TCSANOW, &attributes) == 0;
-}
-
 void plug(const message& request) {
   const std::string& name = request.fields.at(2);
-  unique_fd master;
-  std::string slave;
-  if (!open_pty(master, slave)) return fail(request, "cannot make a pseudo-terminal");
+  const auto terminal = handset::open_pty();
+  if (!terminal) return fail(request, "cannot make a pseudo-terminal");
   // Made aside and renamed: whoever opens the name meets the old device or the new one.
   const std::string aside = name + ".new";
-  if (::symlink(slave.c_str(), aside.c_str()) != 0 || ::rename(aside.c_str(), name.c_str()) != 0) {
+  if (::symlink(terminal->slave.c_str(), aside.c_str()) != 0 || ::rename(aside.c_str(), name.c_str()) != 0) {
     return fail(request, "cannot make " + name);
   }
-  answer(request, {slave}, {master.get()});
+  answer(request, {terminal->slave}, {terminal->master.get()});
 }
 
 void unplug(const message& request) {
@@ -111,14 +96,6 @@ void open_terminal(const message& request) {
   answer(request, {link}, {terminal.get()});
 }
 
-std::vector<char*> pointers(std::vector<std::string>& texts) {
-  std::vector<char*> result;
-  result.reserve(texts.size() + 1);
-  for (auto& text : texts) result.push_back(text.data());
-  result.push_back(nullptr);
-  return result;
-}
-
 struct command {
   std::string folder;
   std::vector<std::string> arguments;
@@ -141,8 +118,8 @@ command read_command(const message& request) {
   ::setsid();
   for (int stream = 0; stream < 3; ++stream) ::dup2(request.fds.at(static_cast<std::size_t>(stream)).get(), stream);
   if (::chdir(todo.folder.c_str()) != 0) ::chdir("/");
-  auto arguments = pointers(todo.arguments);
-  auto environment = pointers(todo.environment);
+  auto arguments = handset::pointers_to(todo.arguments);
+  auto environment = handset::pointers_to(todo.environment);
   environ = environment.data();
   ::execvp(arguments[0], arguments.data());
   const int reason = errno;

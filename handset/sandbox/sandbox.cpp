@@ -15,7 +15,8 @@
 #include <initializer_list>
 
 #include "handset/sandbox/tree.h"
-#include "handset/wire/error.h"
+#include "handset/wire/files.h"
+#include "handset/wire/word-list.h"
 
 namespace handset {
 
@@ -63,14 +64,6 @@ std::vector<std::string> bwrap_arguments(const phone_tree& tree, const std::vect
   return arguments;
 }
 
-std::vector<char*> pointers(std::vector<std::string>& texts) {
-  std::vector<char*> result;
-  result.reserve(texts.size() + 1);
-  for (auto& text : texts) result.push_back(text.data());
-  result.push_back(nullptr);
-  return result;
-}
-
 // What posix_spawn is to do in the child, freed in every case.
 struct spawn_plan {
   spawn_plan() {
@@ -112,10 +105,6 @@ std::string machine_reasons() {
 
 }  // namespace
 
-fs::path program_folder() {
-  return fs::read_symlink("/proc/self/exe").parent_path();
-}
-
 sandbox::~sandbox() {
   stop();
 }
@@ -146,7 +135,7 @@ void sandbox::start(const phone_tree& tree, const std::vector<bind_mount>& binds
   posix_spawnattr_setflags(&plan.attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
   auto arguments = bwrap_arguments(tree, binds, cards);
   const int failed =
-      ::posix_spawnp(&m_bwrap, "bwrap", &plan.actions, &plan.attributes, pointers(arguments).data(), environ);
+      ::posix_spawnp(&m_bwrap, "bwrap", &plan.actions, &plan.attributes, pointers_to(arguments).data(), environ);
   if (failed == 0) return;
   m_bwrap = 0;
   throw sandbox_error(failed == ENOENT ? "bubblewrap is not installed (no program bwrap in PATH; Debian: bubblewrap)"

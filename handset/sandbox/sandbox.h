@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "handset/wire/error.h"
 #include "handset/wire/mounts.h"
 #include "handset/wire/unique-fd.h"
 
@@ -15,8 +16,10 @@ namespace handset {
 
 class phone_tree;
 
-// The folder of the running program, where its companions (agent, service) lie.
-std::filesystem::path program_folder();
+// No sandbox can be made on this machine; the text says what is missing.
+struct sandbox_error : error {
+  using error::error;
+};
 
 class sandbox {
  public:

@@ -8,10 +8,10 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <vector>
 
 #include "handset/wire/error.h"
+#include "handset/wire/files.h"
 
 namespace handset {
 
@@ -133,14 +133,6 @@ void phone_tree::fill() const {
     write_whole_file(root() / entry.path, entry.content);
     if (entry.executable) fs::permissions(root() / entry.path, fs::perms(0755));
   }
-}
-
-void write_whole_file(const fs::path& path, std::string_view content) {
-  std::error_code ignored;
-  fs::create_directories(path.parent_path(), ignored);
-  std::ofstream stream(path, std::ios::binary | std::ios::trunc);
-  stream.write(content.data(), static_cast<std::streamsize>(content.size()));
-  if (!stream.flush()) throw error("cannot write " + path.string());
 }
 
 }  // namespace handset

@@ -2,8 +2,6 @@
 #pragma once
 
 #include <filesystem>
-#include <string>
-#include <string_view>
 
 #include "handset/wire/unique-fd.h"
 
@@ -33,8 +31,5 @@ class phone_tree {
   std::filesystem::path m_folder;
   unique_fd m_lock;  // held on the folder as long as the phone lives
 };
-
-// Makes the folders above it too. Throws error when that does not work.
-void write_whole_file(const std::filesystem::path& path, std::string_view content);
 
 }  // namespace handset

@@ -9,9 +9,4 @@ struct error : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// No sandbox can be made on this machine; the text says what is missing.
-struct sandbox_error : error {
-  using error::error;
-};
-
 }  // namespace handset

@@ -10,11 +10,9 @@
 #include <string_view>
 #include <vector>
 
-namespace handset {
+#include "handset/wire/default-wait.h"
 
-// How long a wait of this library lasts at most unless the caller says otherwise. Generous: it is reached only when
-// something is wrong, and the machine may be busy with many phones.
-inline constexpr std::chrono::milliseconds DEFAULT_WAIT{20000};
+namespace handset {
 
 class text_log {
  public:

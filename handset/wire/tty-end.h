@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "handset/wire/text-log.h"
+#include "handset/wire/default-wait.h"
 #include "handset/wire/unique-fd.h"
 
 namespace handset {

@@ -6,7 +6,7 @@
 #include "handset/hardware/devices.h"
 #include "handset/hardware/screenshot.h"
 #include "handset/phone/phone.h"
-#include "handset/sandbox/sandbox.h"
+#include "handset/wire/files.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include "handset/hardware/devices.h"
 #include "handset/phone/phone.h"
-#include "handset/sandbox/sandbox.h"
+#include "handset/wire/files.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <atomic>
 #include <thread>
 
-#include "handset/sandbox/sandbox.h"
+#include "handset/wire/files.h"
 
 namespace {
 
