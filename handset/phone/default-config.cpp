@@ -1,4 +1,4 @@
-#include "handset/phone/phone.h"
+#include "handset/phone/options.h"
 
 namespace handset {
 

@@ -3,10 +3,8 @@
 
 #include <functional>
 #include <memory>
-#include <string>
-#include <string_view>
-#include <vector>
 
+#include "handset/phone/process-plan.h"
 #include "handset/phone/process.h"
 #include "handset/sandbox/agent-link.h"
 #include "handset/wire/event-loop.h"
@@ -18,17 +16,6 @@ namespace handset {
 struct phone_core {
   event_loop loop;
   agent_link agent;
-};
-
-struct process_plan {
-  std::vector<std::string> arguments;
-  std::vector<std::string> environment;  // "NAME=value"
-  std::string folder = "/";
-  bool attached = false;     // the caller's own standard streams
-  bool discard_err = false;  // standard error to /dev/null
-  int err_pipe_size = 0;
-  std::function<void(std::string_view)> on_out;
-  std::function<void(std::string_view)> on_err;
 };
 
 class phone_process : public process {

@@ -1,15 +1,12 @@
 #include "handset/phone/phone.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
 #include <csignal>
-#include <cstdlib>
 #include <mutex>
 #include <thread>
 #include <utility>
 
+#include "handset/phone/outfit.h"
 #include "handset/phone/phone-process.h"
 #include "handset/sandbox/sandbox.h"
 #include "handset/sandbox/tree.h"
@@ -21,32 +18,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char* NAME = "vx-kro-amt";
-constexpr const char* PATH = "PATH=/system/bin:/usr/bin:/bin:/usr/sbin:/sbin";
-constexpr const char* PROPERTIES = "/data/property";
-constexpr const char* USB_STATE = "/sys/class/android_usb/android0/state";
 constexpr std::chrono::milliseconds APP_LINK_CHECK{5};
 constexpr const char* SYNC_CALLS = "/handset/sync-calls";
-constexpr const char* DEVICES = "/handset/devices";
-
-// What a command in the phone inherits from whoever runs it: what tells a sanitizer's runtime what to do.
-std::vector<std::string> inherited_environment() {
-  std::vector<std::string> environment = {PATH, "HOME=/data", "TMPDIR=/tmp"};
-  for (const char* name : {"ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"}) {
-    if (const char* value = std::getenv(name)) environment.push_back(std::string(name) + "=" + value);
-  }
-  return environment;
-}
-
-// All of the caller's, but with the phone's places.
-std::vector<std::string> attached_environment() {
-  std::vector<std::string> environment = {PATH, "TMPDIR=/tmp"};
-  for (char** entry = environ; *entry != nullptr; ++entry) {
-    const std::string_view text = *entry;
-    if (!text.starts_with("PATH=") && !text.starts_with("TMPDIR=")) environment.emplace_back(text);
-  }
-  return environment;
-}
 
 std::string vector_text(const std::vector<std::string>& strings) {
   std::string text;
@@ -64,16 +37,10 @@ struct phone::inside {
 
   void start_sandbox();
   void stop();
-  std::vector<bind_mount> binds() const;
-  void install_board_library();
-  void write_files();
-  fs::path service_path() const;
-  fs::path config_path() const;
   unique_fd plug(const std::string& device);
   void plug_link(const std::string& device, modem_link link, tty_end& played_end);
   void unplug_link(const std::string& device, modem_link link, tty_end& played_end);
   bool open_app();
-  process_plan service_plan(const std::vector<std::string>& arguments) const;
   std::shared_ptr<phone_process> run(const process_plan& plan);
   void forget(const std::shared_ptr<phone_process>& process);
   phone_process& current();
@@ -98,13 +65,13 @@ struct phone::inside {
 };
 
 phone::inside::inside(phone_options the_options) : options(std::move(the_options)) {
-  if (options.service.empty()) options.service = program_folder() / NAME;
+  if (options.service.empty()) options.service = program_folder() / SERVICE_NAME;
   const auto drain_all = [this] {
     const std::lock_guard lock(processes_mutex);
     for (const auto& process : processes) process->drain();
   };
   core = std::shared_ptr<phone_core>(new phone_core{{}, agent_link(drain_all)});
-  write_files();
+  fit_out(options, tree, parts);
   start_sandbox();
 }
 
@@ -118,7 +85,7 @@ void phone::inside::start_sandbox() {
   ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
   try {
     core->loop.call([this] {
-      box.start(tree, binds(), options.cards);
+      box.start(tree, binds_of(options, tree, parts), options.cards);
       core->agent.open(core->loop, box.agent());
     });
     if (!core->agent.wait_hello(DEFAULT_WAIT)) throw sandbox_error(core->loop.ask([this] { return box.why_not(); }));
@@ -147,60 +114,6 @@ phone::inside::~inside() {
   stop();
 }
 
-fs::path phone::inside::service_path() const {
-  return fs::path(options.mode == run_mode::simplified ? "/phone/bin" : "/system/bin") / NAME;
-}
-
-fs::path phone::inside::config_path() const {
-  return fs::path(options.mode == run_mode::simplified ? "/phone/bin" : "/system/etc") / (std::string(NAME) + ".cfg");
-}
-
-std::vector<bind_mount> phone::inside::binds() const {
-  std::vector<bind_mount> binds = options.binds;
-  if (options.screen) {
-    const auto devices = device_binds(tree.host_path(DEVICES));
-    binds.insert(binds.end(), devices.begin(), devices.end());
-  }
-  if (options.has_hardware) {
-    const auto more = parts.binds();
-    binds.insert(binds.end(), more.begin(), more.end());
-  }
-  std::error_code ignored;
-  if (!fs::is_regular_file(options.service, ignored)) return binds;
-  const fs::path binary = fs::canonical(options.service);
-  binds.push_back({binary, service_path()});
-  // The libraries that the service loads by name lie beside its folder, on the host as in the phone.
-  const fs::path libraries = binary.parent_path().parent_path() / "lib";
-  if (fs::is_directory(libraries, ignored)) {
-    binds.push_back({libraries, service_path().parent_path().parent_path() / "lib"});
-  }
-  return binds;
-}
-
-void phone::inside::install_board_library() {
-  if (options.board == board_library::absent) return;
-  const fs::path folder = program_folder().parent_path() / "lib/board";
-  const fs::path library = options.board == board_library::empty ? "amt.empty.misc.so" : "amt.vx5210.misc.so";
-  const fs::path target = tree.host_path("/system/lib64/hw");
-  fs::create_directories(target);
-  std::error_code missing;  // a program of another build may lie alone
-  fs::copy_file(folder / library, target / "amt.vx5210.misc.so", missing);
-}
-
-void phone::inside::write_files() {
-  install_board_library();
-  write_whole_file(tree.host_path(USB_STATE), "CONFIGURED\n");
-  if (options.has_config) {
-    write_whole_file(tree.host_path(config_path()), options.config.value_or(default_config(options)));
-  }
-  for (const auto& [name, value] : options.properties) {
-    write_whole_file(tree.host_path(PROPERTIES) / name, value);
-  }
-  if (options.has_hardware) parts.install();
-  if (options.screen) make_devices(tree.host_path(DEVICES), *options.screen);
-  for (const auto& [path, content] : options.files) write_whole_file(tree.host_path(path), content);
-}
-
 unique_fd phone::inside::plug(const std::string& device) {
   message answer = core->agent.request("plug", {device});
   if (answer.fds.empty()) throw error("the phone gave no terminal for " + device);
@@ -227,18 +140,6 @@ bool phone::inside::open_app() {
   app_link = answer.fields.front();
   app.attach(std::move(answer.fds.front()));
   return true;
-}
-
-process_plan phone::inside::service_plan(const std::vector<std::string>& arguments) const {
-  process_plan plan;
-  plan.arguments = {service_path()};
-  plan.arguments.insert(plan.arguments.end(), arguments.begin(), arguments.end());
-  plan.environment = inherited_environment();
-  if (options.screen) plan.environment.push_back("LD_PRELOAD=" + preload_inside());
-  plan.environment.insert(plan.environment.end(), options.environment.begin(), options.environment.end());
-  plan.discard_err = options.log == log_sink::discard;
-  plan.err_pipe_size = options.log_pipe_size;
-  return plan;
 }
 
 std::shared_ptr<phone_process> phone::inside::run(const process_plan& plan) {
@@ -287,7 +188,7 @@ process& phone::start_with(const std::vector<std::string>& arguments) {
   if (!fs::is_regular_file(m_inside->options.service, ignored)) {
     throw error("there is no service binary " + m_inside->options.service.string());
   }
-  auto plan = m_inside->service_plan(arguments);
+  auto plan = service_plan(m_inside->options, arguments);
   plan.on_err = m_inside->on_log;
   plan.on_out = m_inside->on_out;
   auto started = m_inside->run(plan);
@@ -304,7 +205,7 @@ process& phone::service() {
 
 std::shared_ptr<process> phone::start_another() {
   const auto arguments = m_inside->options.arguments.value_or(std::vector<std::string>{});
-  return m_inside->run(m_inside->service_plan(arguments));
+  return m_inside->run(service_plan(m_inside->options, arguments));
 }
 
 void phone::send_signal(int signal_number) {
@@ -338,17 +239,11 @@ void phone::on_out(std::function<void(std::string_view)> listener) {
 }
 
 std::shared_ptr<process> phone::run(const std::vector<std::string>& command) {
-  process_plan plan;
-  plan.arguments = command;
-  plan.environment = inherited_environment();
-  return m_inside->run(plan);
+  return m_inside->run(command_plan(command));
 }
 
 command_result phone::exec(const std::vector<std::string>& command, std::chrono::milliseconds within) {
-  process_plan plan;
-  plan.arguments = command;
-  plan.environment = inherited_environment();
-  const auto process = m_inside->run(plan);
+  const auto process = m_inside->run(command_plan(command));
   const auto status = process->wait_exit(within);
   m_inside->forget(process);
   if (!status) throw error("the command does not end: " + command.at(0));
@@ -356,12 +251,7 @@ command_result phone::exec(const std::vector<std::string>& command, std::chrono:
 }
 
 std::shared_ptr<process> phone::run_attached(const std::vector<std::string>& command, const std::string& folder) {
-  process_plan plan;
-  plan.arguments = command;
-  plan.environment = attached_environment();
-  plan.folder = folder;
-  plan.attached = true;
-  return m_inside->run(plan);
+  return m_inside->run(attached_plan(command, folder));
 }
 
 tty_end& phone::pc() {
@@ -484,10 +374,10 @@ const phone_options& phone::options() const {
   return m_inside->options;
 }
 fs::path phone::service_path() const {
-  return m_inside->service_path();
+  return service_path_of(m_inside->options);
 }
 fs::path phone::config_path() const {
-  return m_inside->config_path();
+  return config_path_of(m_inside->options);
 }
 
 }  // namespace handset
