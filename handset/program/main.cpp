@@ -4,7 +4,6 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
-#include <filesystem>
 
 #include "handset/hardware/devices.h"
 #include "handset/hardware/hardware.h"
@@ -120,16 +119,6 @@ int parse_and_run(int argc, char** argv) {
 }
 
 }  // namespace
-
-int handset::ctl(const ctl_command& command) {
-  auto words = command.words;
-  // The phone runs in another folder than the one who names a file here.
-  if (words.size() > 1 && words[0] == "screenshot") words[1] = std::filesystem::absolute(words[1]);
-  const auto answer = ask_control(command.socket, words);
-  std::FILE* stream = answer.done ? stdout : stderr;
-  fmt::print(stream, "{}{}", answer.text, answer.done ? "" : "\n");
-  return answer.done ? STATUS_DONE : STATUS_FAILED;
-}
 
 int main(int argc, char** argv) {
   try {
