@@ -1,3 +1,7 @@
+// Room `hardware`: parts that a sandbox lacks. The host's side of them stands here: files, played devices, the screen.
+// Below it is what runs in the phone: preload/ plays devices, hwt/ and board/ are simulated libraries, audio/ the sound
+// player.
+//
 // The phone's hardware as its files: lights, vibrator, battery, sound, cards. A driver's file takes a value and keeps
 // it, as in the kernel, and fails on demand; the rest is read from what the played devices and the simulated libraries
 // keep.

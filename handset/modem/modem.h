@@ -1,3 +1,6 @@
+// Room `modem`: the simulated modem, whole. What it knows (state.h), understands (brain.h, at.h, radio.h) and how it
+// behaves on its two links.
+//
 // The simulated modem behind the phone's two modem ttys. It answers AT text and wrapped frames out of the state that it
 // keeps, and misbehaves when told to. Its work is done on an event loop's thread; these calls may come from any other.
 //

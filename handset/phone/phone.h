@@ -1,3 +1,6 @@
+// Room `phone`: a phone put together from sandbox, modem and hardware, the processes in it, and the cables from its
+// ttys to the host.
+//
 // A virtual handset: a sandbox with a phone's file tree, ttys and kernel events, in which the real service binary runs.
 // Tests are written against this header; `handset run` is a thin program over it.
 //

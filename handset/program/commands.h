@@ -1,3 +1,6 @@
+// Room `program`: the command line of `handset`, a phone that runs until its service ends, and the control socket by
+// which a second `handset` commands it.
+//
 // The commands of the program `handset`, each with its options. They give the program's exit status.
 #pragma once
 

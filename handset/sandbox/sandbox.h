@@ -1,3 +1,6 @@
+// Room `sandbox`: a phone's file tree on the host, the namespaces and mounts that make it a root of its own, and the
+// agent in it with the link to it. What lies in the tree and who runs there is for others.
+//
 // The sandbox of a phone: bubblewrap with user, mount, process, network and IPC namespaces, whether root or somebody
 // else asks, and the agent as its process 1. Inside everything runs as uid 1000 (system), gid 1001 (radio).
 #pragma once

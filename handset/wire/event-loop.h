@@ -1,3 +1,7 @@
+// Room `wire`: what two ends of a link need and nothing of a phone. Event loop, descriptors, signals, messages between
+// processes, ttys, a stream's text and a process's end, whole files, and the plain types that rooms hand to each other
+// (mounts, errors).
+//
 // One thread's waiting: descriptors, timers, and work handed over by other threads.
 #pragma once
 

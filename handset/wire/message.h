@@ -1,6 +1,5 @@
-// Messages between the parts of the virtual handset (library and agent, `handset run` and `handset ctl`): a list of
-// byte strings and some descriptors, in one packet of a SOCK_SEQPACKET socket. Each string is its length (u32, host
-// order) and its bytes.
+// Messages between processes of the virtual handset: a list of byte strings and some descriptors, in one packet of a
+// SOCK_SEQPACKET socket. Each string is its length (u32, host order) and its bytes.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// The far end of one of the phone's ttys: the master of the pseudo-terminal that the service opens under a /dev name.
+// The far end of a tty: the master of the pseudo-terminal that a process, here "the service", opens under a /dev name.
 // A pseudo-terminal may split or join what was written: these calls are about the stream, never about single reads.
 // Once the service has closed a tty, reads end at once until it opens it again: after a restart, wait for the log line
 // that tells of that. One thread at a time.

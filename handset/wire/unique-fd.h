@@ -1,4 +1,5 @@
-// Owns a file descriptor; a plain int borrows one.
+// Owns a file descriptor; a plain int borrows one. Not the service's pub_fd: that one's library brings liblog along,
+// which the static agent cannot have.
 #pragma once
 
 #include <unistd.h>
