@@ -1,6 +1,6 @@
 // What needs a whole phone: how soon the handshake of a start on USB insertion is seen, and radio and device requests
 // of the test application.
-#include "handset/phone.h"
+#include "handset/phone/phone.h"
 
 #include <fmt/format.h>
 #include <poll.h>

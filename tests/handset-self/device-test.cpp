@@ -3,10 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "handset/devices.h"
-#include "handset/phone.h"
-#include "handset/sandbox.h"
-#include "handset/screenshot.h"
+#include "handset/hardware/devices.h"
+#include "handset/hardware/screenshot.h"
+#include "handset/phone/phone.h"
+#include "handset/wire/files.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "handset/devices.h"
-#include "handset/phone.h"
-#include "handset/sandbox.h"
+#include "handset/hardware/devices.h"
+#include "handset/phone/phone.h"
+#include "handset/wire/files.h"
 
 namespace {
 

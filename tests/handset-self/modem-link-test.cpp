@@ -6,9 +6,9 @@
 
 #include <thread>
 
-#include "handset/event-loop.h"
-#include "handset/modem.h"
-#include "handset/tty-end.h"
+#include "handset/modem/modem.h"
+#include "handset/wire/event-loop.h"
+#include "handset/wire/tty-end.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The simulated modem's answers to the service's own questions: its AT commands, and the radio behind "AT^DTTEST=".
 #include <gtest/gtest.h>
 
-#include "handset/modem-at.h"
+#include "handset/modem/at.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "handset/modem-brain.h"
+#include "handset/modem/brain.h"
 
 namespace {
 

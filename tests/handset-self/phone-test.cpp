@@ -1,4 +1,4 @@
-#include "handset/phone.h"
+#include "handset/phone/phone.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -6,7 +6,7 @@
 #include <atomic>
 #include <thread>
 
-#include "handset/sandbox.h"
+#include "handset/wire/files.h"
 
 namespace {
 

@@ -15,9 +15,10 @@
 #include <filesystem>
 #include <fstream>
 
-#include "handset/process.h"
-#include "handset/sandbox.h"
-#include "handset/tty-end.h"
+#include "handset/wire/exit-status.h"
+#include "handset/wire/files.h"
+#include "handset/wire/tty-end.h"
+#include "handset/wire/unique-fd.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // The cable by which somebody on the host plays the phone's test application.
-#include "handset/app-cable.h"
+#include "handset/phone/app-cable.h"
 
 #include <fcntl.h>
 

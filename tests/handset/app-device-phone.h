@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include "handset/devices.h"
-#include "handset/hardware.h"
+#include "handset/hardware/devices.h"
+#include "handset/hardware/hardware.h"
 #include "tests/handset/app-phone.h"
 
 namespace handset_test {

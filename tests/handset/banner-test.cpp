@@ -1,6 +1,6 @@
 // The mode banner on the phone's screen: the picture pixel by pixel, and every step at its devices failing once.
 #include "amt/amt-screen/make-banner.h"
-#include "handset/screenshot.h"
+#include "handset/hardware/screenshot.h"
 #include "tests/handset/serial-phone.h"
 
 using namespace handset_test;

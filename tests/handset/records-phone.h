@@ -10,7 +10,7 @@
 #include <string_view>
 #include <utility>
 
-#include "handset/tree.h"
+#include "handset/wire/files.h"
 #include "tests/handset/serial-phone.h"
 
 namespace handset_test {

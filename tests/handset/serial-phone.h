@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "handset/phone.h"
+#include "handset/phone/phone.h"
 
 namespace handset_test {
 

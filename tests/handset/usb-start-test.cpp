@@ -1,6 +1,6 @@
 // The start on USB insertion (-u): admission, handshake, and every way it can end. For each the exit status, the
 // property that tells the system whether the next insertion may enter factory test, and the line that says why.
-#include "handset/screenshot.h"
+#include "handset/hardware/screenshot.h"
 #include "tests/handset/serial-phone.h"
 
 using namespace handset_test;

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "handset/phone.h"
+#include "handset/phone/phone.h"
 
 namespace soak {
 

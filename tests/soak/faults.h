@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "handset/phone.h"
+#include "handset/phone/phone.h"
 #include "tests/soak/random-source.h"
 
 namespace soak {

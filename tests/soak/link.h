@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "handset/phone.h"
+#include "handset/phone/phone.h"
 #include "tests/soak/blocks.h"
 #include "tests/soak/faults.h"
 #include "tests/soak/random-source.h"

@@ -1,0 +1,28 @@
+// /dev/tty0: keeps the mode it was put into (0 text, 1 graphics) in the file "tty0.mode".
+#include <linux/kd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+#include "handset/hardware/preload/device.h"
+#include "handset/hardware/preload/files.h"
+
+namespace preload {
+
+namespace {
+
+int set_mode(unsigned long mode) {
+  if (mode > KD_TEXT1) return EINVAL;
+  call_text text{};
+  append(text, "%lu\n", mode);
+  write_text("tty0.mode", text.data());
+  return 0;
+}
+
+constexpr request REQUESTS[] = {{KDSETMODE, "KDSETMODE", describe_number, set_mode}};
+
+}  // namespace
+
+const device CONSOLE = {"/dev/tty0", "tty0", REQUESTS};
+
+}  // namespace preload

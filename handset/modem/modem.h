@@ -1,0 +1,65 @@
+// Room `modem`: the simulated modem, whole. What it knows (state.h), understands (brain.h, at.h, radio.h) and how it
+// behaves on its two links.
+//
+// The simulated modem behind the phone's two modem ttys. It answers AT text and wrapped frames out of the state that it
+// keeps, and misbehaves when told to. Its work is done on an event loop's thread; these calls may come from any other.
+//
+//   AT  AT;^DLKS=1  AT^DLKS=0                 -> OK
+//   AT^DCGSNW=<imei>      keeps the IMEI      AT^DGSN?        "\r\n^DGSN: <imei>\r\n\r\nOK\r\n"
+//   AT^DMSN=<number>      the board number    AT^DMSN         ^DMSN: <number>
+//   AT^DMPCHN=<n>         the channel         AT^DCMR=17|18   ^DCMR: 17,<version of layer 1 or protocol in hexadecimal>
+//   AT^DSWAMT=<n>         the mode            AT^DMCC?        ^DMCC: <SIMs>,<standbys>,<RF sets>,<technology>
+//   AT^DATOMW=<station>,<result>[,<text>]     AT^DTOC         ^DTOC: <SIM type>
+//     what station 1..20 found                AT^DMFD??       ^DMFD: <factory date>
+//   AT^DATOMR=1,<station>                     ^DATOMR: <station>,<result>[,<text>]
+//   AT^DTTEST=<hexadecimal>                   ^DTTEST: <hexadecimal>; handset/modem/radio.h
+//   anything else         -> ERROR
+//
+// A wrapped frame n is answered by frame n + 1 with the result in integer atom 1; 5 writes the IMEI (string atom 21),
+// 87 the board number (string atom 38), 7 and 85 read them back in the same atoms.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string_view>
+
+#include "handset/modem/state.h"
+#include "handset/wire/text-log.h"
+#include "handset/wire/unique-fd.h"
+
+namespace handset {
+
+class event_loop;
+
+// data: the one whose output reaches the PC; wrapped frames and AT text. at: the one for the service's own questions.
+// The modem understands the same on both.
+enum class modem_link { data, at };
+
+class modem {
+ public:
+  // The loop must not run any more when the modem goes away.
+  explicit modem(event_loop& loop);
+  ~modem();
+  modem(const modem&) = delete;
+  modem& operator=(const modem&) = delete;
+
+  modem_state state() const;
+  void change_state(const std::function<void(modem_state&)>& change);
+  modem_switches switches() const;
+  void change_switches(const std::function<void(modem_switches&)>& change);
+
+  // Every byte that came from the service.
+  const text_log& received(modem_link link = modem_link::data) const;
+  // Sends bytes as they are, on top of what it has to answer.
+  void say(std::string_view bytes, modem_link link = modem_link::data);
+  // The link breaks: the service's side gets a hang-up. attach() plugs a new pseudo-terminal's master in.
+  void hang_up(modem_link link = modem_link::data);
+  void attach(unique_fd master, modem_link link = modem_link::data);
+  bool attached(modem_link link = modem_link::data) const;
+
+ private:
+  struct inside;
+  std::unique_ptr<inside> m_inside;
+};
+
+}  // namespace handset

@@ -1,0 +1,56 @@
+// The commands of `handset ctl`, all families together.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+
+#include "handset/program/control-command.h"
+#include "handset/wire/error.h"
+
+namespace handset {
+
+namespace {
+
+std::vector<control_command> all_commands() {
+  std::vector<control_command> all;
+  for (const auto family : {phone_commands(), hardware_commands(), modem_commands()}) {
+    all.insert(all.end(), family.begin(), family.end());
+  }
+  return all;
+}
+
+words name_words(std::string_view name) {
+  const auto space = name.find(' ');
+  if (space == name.npos) return {std::string(name)};
+  return {std::string(name.substr(0, space)), std::string(name.substr(space + 1))};
+}
+
+}  // namespace
+
+std::size_t number_of(const std::string& text) {
+  std::size_t number = 0;
+  const auto [end, failed] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (failed != std::errc{} || end != text.data() + text.size()) throw error(fmt::format("\"{}\" is no number", text));
+  return number;
+}
+
+std::string run_control(control_target& target, const words& all) {
+  for (const auto& command : all_commands()) {
+    const words name = name_words(command.name);
+    if (all.size() < name.size() || !std::equal(name.begin(), name.end(), all.begin())) continue;
+    const words rest(all.begin() + static_cast<std::ptrdiff_t>(name.size()), all.end());
+    if (rest.size() >= command.least && rest.size() <= command.most) return command.run(target, rest);
+    throw error(fmt::format("usage: {} {}", command.name, command.arguments));
+  }
+  throw error(fmt::format("unknown command: {}", fmt::join(all, " ")));
+}
+
+std::string control_help() {
+  std::string help = "Commands:\n";
+  for (const auto& command : all_commands()) {
+    help += fmt::format("  {:<34} {}\n", fmt::format("{} {}", command.name, command.arguments), command.help);
+  }
+  return help;
+}
+
+}  // namespace handset

@@ -1,0 +1,129 @@
+// `handset ctl`: the hardware, the played devices and the simulated libraries.
+#include <fmt/format.h>
+#include <string.h>
+
+#include <array>
+#include <filesystem>
+
+#include "handset/hardware/devices.h"
+#include "handset/hardware/hardware.h"
+#include "handset/hardware/screenshot.h"
+#include "handset/phone/phone.h"
+#include "handset/program/control-command.h"
+
+namespace handset {
+
+namespace {
+
+// The words from that one on, as one text.
+std::string joined(const words& rest, std::ptrdiff_t from) {
+  return fmt::format("{}", fmt::join(rest.begin() + from, rest.end(), " "));
+}
+
+std::string fail_file(control_target& target, const words& rest) {
+  if (rest[1] != "open" && rest[1] != "io") throw error(fmt::format("\"{}\" is neither open nor io", rest[1]));
+  target.the_phone.parts().fail(rest[0], rest[1] == "open" ? file_fault::open : file_fault::io);
+  return "";
+}
+
+std::string heal_file(control_target& target, const words& rest) {
+  target.the_phone.parts().heal(rest[0]);
+  return "";
+}
+
+std::string hardware_report(control_target& target, const words& rest) {
+  if (!rest.empty()) return target.the_phone.parts().state(joined(rest, 0)) + "\n";
+  std::string report;
+  for (const auto& [part, value] : target.the_phone.parts().state()) report += fmt::format("{}: {}\n", part, value);
+  return report;
+}
+
+std::string set_adc(control_target& target, const words& rest) {
+  target.the_phone.parts().set_adc(rest[0]);
+  return "";
+}
+
+std::string screenshot(control_target& target, const words& rest) {
+  const bool both = rest.size() > 1;
+  if (both && rest[1] != "both") throw error(fmt::format("\"{}\" is not \"both\"", rest[1]));
+  const auto devices = target.the_phone.devices();
+  write_png(both ? look_at_both_halves(devices) : look_at_screen(devices), rest[0]);
+  return "";
+}
+
+std::string device_report(control_target& target, const words&) {
+  std::string report;
+  for (const auto& call : device_calls(target.the_phone.devices())) report += call + "\n";
+  return report;
+}
+
+int errno_of(const std::string& name) {
+  for (int number = 1; number < 200; ++number) {
+    const char* known = strerrorname_np(number);
+    if (known != nullptr && name == known) return number;
+  }
+  return static_cast<int>(number_of(name));
+}
+
+std::string device_fail(control_target& target, const words& rest) {
+  fail_device_call(target.the_phone.devices(), joined(rest, 1), errno_of(rest[0]));
+  return "";
+}
+
+std::string device_result(control_target& target, const words& rest) {
+  set_device_result(target.the_phone.devices(), joined(rest, 1), static_cast<int>(number_of(rest[0])));
+  return "";
+}
+
+std::string device_heal(control_target& target, const words&) {
+  heal_device_calls(target.the_phone.devices());
+  return "";
+}
+
+// The folder of a simulated library's files.
+std::filesystem::path library_folder(const std::string& library) {
+  if (library != "board" && library != "hwt") throw error(fmt::format("\"{}\" is neither board nor hwt", library));
+  return "/data/" + library;
+}
+
+std::string library_report(control_target& target, const words& rest) {
+  const auto folder = library_folder(rest[0]);
+  return fmt::format("{}{}", target.the_phone.read_file(folder / "state").value_or(""),
+                     target.the_phone.read_file(folder / "calls").value_or(""));
+}
+
+std::string library_set(control_target& target, const words& rest) {
+  const auto control = library_folder(rest[0]) / "control";
+  const auto older = target.the_phone.read_file(control).value_or("");
+  target.the_phone.write_file(control, fmt::format("{} = {}\n{}", rest[1], rest[2], older));
+  return "";
+}
+
+constexpr std::array<control_command, 11> COMMANDS = {{
+    {"file fail", "PATH open|io", "from now on it cannot be opened, or gives EIO when it is read or written", 2, 2,
+     fail_file},
+    {"file heal", "PATH", "it is as before the failure", 1, 1, heal_file},
+    {"state", "[PART]", "what lights, vibrator, sound, battery, camera and radios now do; e.g. state key light", 0, ANY,
+     hardware_report},
+    {"adc", "NUMBER", "what the battery driver reads from its converter", 1, 1, set_adc},
+    {"screenshot", "FILE.png [both]", "what the screen shows; both: the framebuffer's two halves", 1, 2, screenshot},
+    {"device calls", "", "what was asked of framebuffer, console, video device and battery driver", 0, 0,
+     device_report},
+    {"device fail", "ERRNO CALL...", "such calls fail, e.g. device fail EIO fb0 FBIOGET_FSCREENINFO", 2, ANY,
+     device_fail},
+    {"device result", "NUMBER CALL...", "what such calls give, e.g. device result 2 video0 CONTROL_CAMERA", 2, ANY,
+     device_result},
+    {"device heal", "", "no call fails any more", 0, 0, device_heal},
+    {"library calls", "board|hwt", "what a simulated library was asked, and what the hardware now does", 1, 1,
+     library_report},
+    {"library set", "board|hwt CALL RESULT", "what a call gives, e.g. library set board IsChargeState 1", 3, 3,
+     library_set},
+}};
+
+}  // namespace
+
+std::span<const control_command> hardware_commands() {
+  return COMMANDS;
+}
+
+}  // namespace handset

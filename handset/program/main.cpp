@@ -1,0 +1,133 @@
+// handset: the virtual handset's program.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+
+#include "handset/hardware/devices.h"
+#include "handset/hardware/hardware.h"
+#include "handset/program/commands.h"
+#include "handset/program/control.h"
+#include "handset/sandbox/sandbox.h"
+
+namespace {
+
+using namespace handset;
+
+constexpr const char* ABOUT =
+    "A virtual handset: a sandbox that looks like a phone to the factory-test service, with a\n"
+    "simulated modem. Nothing in it touches this machine's devices or files.";
+
+constexpr const char* FOOTER =
+    "Try:\n"
+    "  handset run                             a phone; it prints the tty to connect a station to\n"
+    "  handset run --mode normal               one whose test application you play, with amt-station --app\n"
+    "  handset ctl state                       what its hardware now does (from another terminal)\n"
+    "  handset ctl uevent USB_STATE=DISCONNECTED    pull its cable\n"
+    "  handset exec -- ls /amt                 a command in a fresh phone\n"
+    "Exit status: that of the service (run) or command (exec), 128 + n when signal n ended it; 1 failed,\n"
+    "  2 wrong usage, 3 this machine cannot make the sandbox, 127 the command cannot be started (exec).";
+
+CLI::App* add_run(CLI::App& app, run_command& command) {
+  auto* run =
+      app.add_subcommand("run", "Start a phone with the service in it; it runs until the service ends or Ctrl-C");
+  run->add_option("--mode", command.mode, "How the service is started")
+      ->check(CLI::IsMember({"simplified", "usb", "normal"}))
+      ->capture_default_str();
+  run->add_option("--config", command.config, "Configuration file (usual: one that names the phone's ttys)")
+      ->check(CLI::ExistingFile);
+  run->add_option("--service", command.service, "The service's binary (usual: vx-kro-amt beside this program)")
+      ->check(CLI::ExistingFile);
+  auto* quiet = run->add_flag("-q,--quiet", command.quiet, "Throw the service's log away");
+  run->add_option("--log", command.log, "Write the service's log and output to a file (usual: standard error)")
+      ->excludes(quiet);
+  run->add_option("--modem-device", command.modem_device, "Name of the modem's tty; /dev/ttyS... makes it a UART")
+      ->capture_default_str();
+  run->add_option("--screen", command.screen, "Size of the screen; none: the phone has no framebuffer and no console")
+      ->check([](const std::string& text) {
+        return text == "none" || read_screen_size(text) ? "" : "neither WIDTHxHEIGHT nor none";
+      })
+      ->capture_default_str();
+  run->add_option("--board", command.board, "The board library; empty: it lacks every operation")
+      ->check(CLI::IsMember({"present", "absent", "empty"}))
+      ->capture_default_str();
+  run->add_option("--card", command.cards,
+                  "A storage card: FOLDER=KB, e.g. --card /storage/sdcard1=2048; none: the phone has no card\n"
+                  "(may be there several times; usual: /storage/sdcard0=12582912 and /storage/sdcard1=31166976)")
+      ->check([](const std::string& text) {
+        return text == "none" || read_storage_card(text) ? "" : "neither FOLDER=KB nor none";
+      })
+      ->take_all()
+      ->allow_extra_args(false);
+  run->add_option("--file", command.files,
+                  "Make a file first: PATH=TEXT, e.g. --file \"/data/board/control=IsChargeState = 1\"")
+      ->take_all()
+      ->allow_extra_args(false);
+  run->add_option("--prop", command.properties, "Set a property first: NAME=VALUE")
+      ->take_all()
+      ->allow_extra_args(false);
+  run->add_option("--env", command.environment, "Environment of the service: NAME=VALUE")
+      ->take_all()
+      ->allow_extra_args(false);
+  run->add_option("arguments", command.arguments, "Arguments of the service, behind --");
+  return run;
+}
+
+CLI::App* add_exec(CLI::App& app, exec_command& command) {
+  auto* exec =
+      app.add_subcommand("exec", "Run a command in a fresh phone, with its files but without service and hardware");
+  exec->add_option("--bind", command.binds, "A folder of this machine to have in the phone, writable")
+      ->check(CLI::ExistingPath)
+      ->allow_extra_args(false);
+  exec->add_option("--ro-bind", command.read_only_binds, "Likewise, read-only (the build tree always is)")
+      ->check(CLI::ExistingPath)
+      ->allow_extra_args(false);
+  exec->add_option("command", command.command, "The command and its arguments")->required();
+  exec->positionals_at_end();
+  exec->prefix_command();
+  return exec;
+}
+
+CLI::App* add_ctl(CLI::App& app, ctl_command& command) {
+  auto* ctl = app.add_subcommand("ctl", "Command a running phone");
+  ctl->add_option("--socket", command.socket, "Its control socket (usual: the phone of this user started last)");
+  ctl->add_option("command", command.words, "What to do")->required();
+  ctl->positionals_at_end();
+  ctl->footer(control_help());
+  return ctl;
+}
+
+int parse_and_run(int argc, char** argv) {
+  run_command run_words;
+  exec_command exec_words;
+  ctl_command ctl_words;
+  CLI::App app(ABOUT, "handset");
+  app.require_subcommand(1);
+  app.footer(FOOTER);
+  const auto* run = add_run(app, run_words);
+  const auto* exec = add_exec(app, exec_words);
+  add_ctl(app, ctl_words);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& failure) {
+    return app.exit(failure) == 0 ? STATUS_DONE : STATUS_USAGE;
+  }
+  if (run->parsed()) return handset::run(run_words);
+  if (exec->parsed()) return handset::exec(exec_words);
+  return handset::ctl(ctl_words);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return parse_and_run(argc, argv);
+  } catch (const sandbox_error& failure) {
+    fmt::print(stderr, "handset: {}\n", failure.what());
+    return STATUS_NO_SANDBOX;
+  } catch (const std::exception& failure) {
+    fmt::print(stderr, "handset: {}\n", failure.what());
+    return STATUS_FAILED;
+  }
+}

@@ -1,0 +1,50 @@
+// Room `sandbox`: a phone's file tree on the host, the namespaces and mounts that make it a root of its own, and the
+// agent in it with the link to it. What lies in the tree and who runs there is for others.
+//
+// The sandbox of a phone: bubblewrap with user, mount, process, network and IPC namespaces, whether root or somebody
+// else asks, and the agent as its process 1. Inside everything runs as uid 1000 (system), gid 1001 (radio).
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "handset/wire/error.h"
+#include "handset/wire/mounts.h"
+#include "handset/wire/unique-fd.h"
+
+namespace handset {
+
+class phone_tree;
+
+// No sandbox can be made on this machine; the text says what is missing.
+struct sandbox_error : error {
+  using error::error;
+};
+
+class sandbox {
+ public:
+  sandbox() = default;
+  ~sandbox();
+  sandbox(const sandbox&) = delete;
+  sandbox& operator=(const sandbox&) = delete;
+
+  // Starts it. To be called on a thread that lives as long as the sandbox shall: the kernel ends it with that thread.
+  // Throws sandbox_error when bubblewrap is missing.
+  void start(const phone_tree& tree, const std::vector<bind_mount>& binds, const std::vector<storage_card>& cards);
+  // The agent's socket: ends when the sandbox does.
+  int agent() const { return m_agent.get(); }
+  // Why it ended before the agent spoke: what bubblewrap said, and what of this machine may be the reason.
+  std::string why_not();
+  // Ends everything in it and waits for that.
+  void stop();
+
+ private:
+  unique_fd m_agent;
+  unique_fd m_complaints;  // bubblewrap's standard error
+  pid_t m_bwrap = 0;
+};
+
+}  // namespace handset

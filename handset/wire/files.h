@@ -1,0 +1,19 @@
+// Whole files of the host, and where the running program's own companions lie.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace handset {
+
+// The folder of the running program, where its companions (agent, service) lie.
+std::filesystem::path program_folder();
+
+// None when it cannot be opened.
+std::optional<std::string> read_whole_file(const std::filesystem::path& path);
+// Makes the folders above it too. Throws error when that does not work.
+void write_whole_file(const std::filesystem::path& path, std::string_view content);
+
+}  // namespace handset

@@ -1,0 +1,19 @@
+// A new pseudo-terminal, raw from the start: nothing echoes or changes bytes before its user has set attributes.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "handset/wire/unique-fd.h"
+
+namespace handset {
+
+struct pty {
+  unique_fd master;   // non-blocking
+  std::string slave;  // its name
+};
+
+// None with errno set when there is none to be had.
+std::optional<pty> open_pty();
+
+}  // namespace handset

@@ -1,0 +1,20 @@
+// The signals that ask a program to end, as events of a loop.
+#pragma once
+
+#include <functional>
+
+#include "handset/wire/event-loop.h"
+#include "handset/wire/unique-fd.h"
+
+namespace handset {
+
+class end_signals {
+ public:
+  // Make it before any thread: the signals (SIGINT, SIGTERM, SIGHUP) are blocked in the threads made later, too.
+  end_signals(event_loop& loop, std::function<void(int signal_number)> action);
+
+ private:
+  unique_fd m_signals;
+};
+
+}  // namespace handset
