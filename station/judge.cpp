@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "amt/amt-convert/ids.h"
+
 namespace {
 
 constexpr std::uint8_t AT_ERROR_ID = 0;  // the id of the error frame for AT text
