@@ -42,8 +42,8 @@ static_assert(g_tabCRC32[1] == 0x77073096u && g_tabCRC32[255] == 0x2D02EF8Du);
 std::uint32_t amt_wrap_checksum(std::span<const std::uint8_t> bytes);
 
 // The message that tells the PC that its request arrived, sent ahead of the answer: an envelope around nothing.
-inline constexpr std::array<std::uint8_t, 16> AMT_PRE_RESPONSE = {0xAA, 0xBB, 0xCC, 0xDD, 0x08, 0x00, 0x00, 0x00,
-                                                                  0x02, 0x02, 0x00, 0x00, 0x76, 0x4A, 0xEE, 0x1D};
+inline constexpr auto AMT_PRE_RESPONSE = std::to_array<std::uint8_t>(
+    {0xAA, 0xBB, 0xCC, 0xDD, 0x08, 0x00, 0x00, 0x00, 0x02, 0x02, 0x00, 0x00, 0x76, 0x4A, 0xEE, 0x1D});
 
 // Whether bytes are a wrapped frame: the magic and more than 16 bytes. Nothing else is looked at on input, neither the
 // length field, nor the kind, nor the checksum.

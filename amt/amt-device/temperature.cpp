@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "amt/amt-convert/ids.h"
-#include "amt/amt-handle/context/log-module.h"
+#include "amt/amt-handle/context/log-module.h"  // its lines name amt-handle, on purpose: field tools look for that
 #include "amt/amt-handle/context/response.h"
 #include "pub/util/io.h"
 

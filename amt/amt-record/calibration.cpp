@@ -8,6 +8,7 @@
 
 namespace {
 
+// The lines name the module that wrote them before there was a folder for records: field tools look for it.
 constexpr pub_log_module_st k_log{"vx-kro-amt", "amt/amt-device"};
 
 result_code_en fail(const pub_log_site& site, const char* call) {

@@ -17,6 +17,7 @@
 
 namespace {
 
+// As field tools know it, whatever the folder is called.
 constexpr pub_log_module_st k_log{"vx-kro-amt", "amt/amt-wifi"};
 
 constexpr char NVRAM_SOURCE[] = "/system/etc/wifi/nvram.txt";

@@ -177,11 +177,11 @@ result_code_en set_up_master(pub_pty_st& pty) {
 result_code_en pub_pty_open(pub_pty_st* pty) {
   pub_log_entry(k_log);
   if (pty == nullptr) return pub_fail(k_log, ERR_ARGUMENT);
-  LOG_LINE("pub_pty_open m_ptm_fd[%d]", pty->m_ptm_fd.load());
+  LOG_LINE("pub_pty_open m_ptm_fd[%d]", int{pty->m_ptm_fd});
   if (pty->m_ptm_fd > 0) std::ignore = pub_pty_close(pty);
 
-  pty->m_ptm_fd = pub_util_open(PTMX, O_RDWR);
-  LOG_LINE("pub_pty_open m_ptm_fd[%d]", pty->m_ptm_fd.load());
+  pty->m_ptm_fd.take(pub_fd(pub_util_open(PTMX, O_RDWR)));
+  LOG_LINE("pub_pty_open m_ptm_fd[%d]", int{pty->m_ptm_fd});
   if (pty->m_ptm_fd < 0) return pub_fail_sys_call(k_log, ERR_SYSTEM, "open");
   pty->m_opener = getpid();
   const result_code_en result = set_up_master(*pty);
@@ -190,7 +190,7 @@ result_code_en pub_pty_open(pub_pty_st* pty) {
     return result;
   }
   LOG_LINE("pub_pty_open \"%s\" %s", pty->m_pts_mapping_name_a, existence(pty->m_pts_mapping_name_a));
-  LOG_LINE("pub_pty_open m_ptm_fd[%d]; m_pts_name_a[%s] m_pts_mapping_name_a[%s]", pty->m_ptm_fd.load(),
+  LOG_LINE("pub_pty_open m_ptm_fd[%d]; m_pts_name_a[%s] m_pts_mapping_name_a[%s]", int{pty->m_ptm_fd},
            pty->m_pts_name_a, pty->m_pts_mapping_name_a);
   return ERR_NONE;
 }
@@ -202,8 +202,7 @@ result_code_en pub_pty_close(pub_pty_st* pty) {
   LOG_LINE("pub_pty_close pub_pty_delete_mapping ret_val[%d]", result);
   if (result != ERR_NONE) return result;
   std::memset(pty->m_pts_name_a, 0, sizeof pty->m_pts_name_a);
-  pub_util_close(pty->m_ptm_fd);
-  pty->m_ptm_fd = -1;
+  pty->m_ptm_fd.take(pub_fd());
   return ERR_NONE;
 }
 

@@ -3,13 +3,13 @@
 
 #include <sys/types.h>
 
-#include <atomic>
 #include <cstdint>
 
 #include "pub/result.h"
+#include "pub/util/io.h"
 
 struct pub_pty_st {
-  std::atomic<int> m_ptm_fd;      // master; above 0 = open, -1 after a close
+  pub_shared_fd m_ptm_fd;         // master; above 0 = open, -1 after a close
   char m_pts_name_a[40];          // slave device, as the system names it
   char m_pts_mapping_name_a[28];  // the link to it
   std::int32_t m_nonblock_mode;   // non-zero: the master is switched to non-blocking mode

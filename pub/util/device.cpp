@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 #include <tuple>
+#include <utility>
 
 #include "pub/cfg/cfg.h"
 #include "pub/result.h"
@@ -41,8 +42,12 @@ void log_open_failure(const char* path, int error) {
                   std::strerror(error));
 }
 
-// The attempts of both openers: the new descriptor, or 0.
-int open_with_tries(const char* path, int flags, std::uint32_t tries, std::uint32_t pause_ms) {
+bool is_bad_device(const pub_log_site& site, const pub_shared_fd* fd, const char* path) {
+  return pub_log_bad_arguments(site, {fd == nullptr, path == nullptr, path != nullptr && *path == '\0'});
+}
+
+// The attempts of both openers: the new descriptor, or none.
+pub_fd open_with_tries(const char* path, int flags, std::uint32_t tries, std::uint32_t pause_ms) {
   LOG_LINE("begin to check if can open device \"%s\"", path);
   std::uint32_t attempt = 0;
   for (;;) {
@@ -50,14 +55,14 @@ int open_with_tries(const char* path, int flags, std::uint32_t tries, std::uint3
     pub_fd fd(pub_util_open(path, flags));
     if (fd.get() > 0) {
       LOG_LINE("open device \"%s\" successfully", path);
-      return fd.release();
+      return fd;
     }
     const int error = errno;
     log_open_failure(path, error);
     pub_util_sleep_ms(pause_ms);
     if (++attempt >= tries) {
       log_open_failure(path, error);
-      return 0;
+      return pub_fd();
     }
   }
 }
@@ -106,40 +111,29 @@ result_code_en pub_util_set_fd_mode(int fd, bool is_nonblock_mode) {
   return ERR_NONE;
 }
 
-result_code_en pub_util_try_to_open_device(std::atomic<int>* fd, const char* path, int flags, std::uint32_t tries,
+result_code_en pub_util_try_to_open_device(pub_shared_fd* fd, const char* path, int flags, std::uint32_t tries,
                                            std::uint32_t pause_ms) {
   pub_log_entry(k_log);
-  if (pub_log_bad_arguments(k_log, {fd == nullptr, path == nullptr, path != nullptr && *path == '\0'}))
-    return ERR_ARGUMENT;
-  pub_util_close(*fd);
-  const int opened = open_with_tries(path, flags, tries, pause_ms);
-  if (opened == 0) return ERR_SYSTEM;
-  *fd = opened;
+  if (is_bad_device(k_log, fd, path)) return ERR_ARGUMENT;
+  fd->close();
+  pub_fd opened = open_with_tries(path, flags, tries, pause_ms);
+  if (opened.get() <= 0) return ERR_SYSTEM;
+  fd->take(std::move(opened));
   return ERR_NONE;
 }
 
-result_code_en pub_util_try_to_reopen_device(std::atomic<int>* fd, const char* path, int flags, std::uint32_t tries,
+result_code_en pub_util_try_to_reopen_device(pub_shared_fd* fd, const char* path, int flags, std::uint32_t tries,
                                              std::uint32_t pause_ms) {
   pub_log_entry({k_log, "pub_util_try_to_open_device"});
-  if (pub_log_bad_arguments(k_log, {fd == nullptr, path == nullptr, path != nullptr && *path == '\0'}))
-    return ERR_ARGUMENT;
-  pub_fd opened(open_with_tries(path, flags, tries, pause_ms));
-  if (opened.get() <= 0) {
-    opened.release();
-    *fd = 0;
-    return ERR_SYSTEM;
-  }
+  if (is_bad_device(k_log, fd, path)) return ERR_ARGUMENT;
+  pub_fd opened = open_with_tries(path, flags, tries, pause_ms);
+  if (opened.get() <= 0) return ERR_SYSTEM;
   const int number = *fd;
   if (number <= 0) {
-    *fd = opened.release();
+    fd->take(std::move(opened));
     return ERR_NONE;
   }
-  if (dup3(opened.get(), number, O_CLOEXEC) < 0) {
-    pub_log_sys_call(k_log, "dup3");
-    pub_log_failure(k_log, ERR_SYSTEM);
-    *fd = 0;
-    return ERR_SYSTEM;
-  }
+  if (dup3(opened.get(), number, O_CLOEXEC) < 0) return pub_fail_sys_call(k_log, ERR_SYSTEM, "dup3");
   return ERR_NONE;
 }
 

@@ -1,10 +1,10 @@
 // Descriptors, devices, serial lines, mounted file systems.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 
 #include "pub/result.h"
+#include "pub/util/io.h"
 
 struct pub_fs_info_st {
   std::uint32_t m_total_kb;
@@ -17,13 +17,13 @@ result_code_en pub_util_set_fd_mode(int fd, bool is_nonblock_mode);
 
 // Opens a device into *fd, closing what *fd held; up to `tries` attempts, each failed one followed by a pause.
 // ERR_ARGUMENT for a null pointer or an empty path, ERR_SYSTEM when it could not be opened.
-result_code_en pub_util_try_to_open_device(std::atomic<int>* fd, const char* path, int flags, std::uint32_t tries,
+result_code_en pub_util_try_to_open_device(pub_shared_fd* fd, const char* path, int flags, std::uint32_t tries,
                                            std::uint32_t pause_ms);
 
 // As pub_util_try_to_open_device for a descriptor that other threads read meanwhile: *fd keeps its number and its old
-// device until the new one takes its place in one step. When no attempt succeeds, *fd is 0; its number is then not
-// closed and so cannot become another file under a reader that still holds it.
-result_code_en pub_util_try_to_reopen_device(std::atomic<int>* fd, const char* path, int flags, std::uint32_t tries,
+// device until the new one takes its place in one step, and stays as it is when no attempt succeeds: the caller decides
+// when the link counts as closed.
+result_code_en pub_util_try_to_reopen_device(pub_shared_fd* fd, const char* path, int flags, std::uint32_t tries,
                                              std::uint32_t pause_ms);
 
 // Raw line with hardware flow control at the next rate of 115200, 230400, 460800, 921600 bit/s that is not below

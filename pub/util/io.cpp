@@ -34,9 +34,14 @@ pub_file pub_util_fopen(const char* path, const char* mode) {
   return pub_file(std::fopen(path, closing_mode));
 }
 
-void pub_util_close(std::atomic<int>& fd) {
-  const int old = fd.load(std::memory_order_relaxed) > 0 ? fd.exchange(0) : 0;
-  if (old > 0) close(old);
+void pub_shared_fd::take(pub_fd fd) {
+  const int old = m_fd.exchange(fd.release());
+  if (old > 0) ::close(old);
+}
+
+void pub_shared_fd::close() {
+  const int old = m_fd.load(std::memory_order_relaxed) > 0 ? m_fd.exchange(0) : 0;
+  if (old > 0) ::close(old);
 }
 
 ssize_t pub_util_write(int fd, const void* data, std::size_t size) {

@@ -31,13 +31,32 @@ class pub_fd {
   int m_fd;
 };
 
+// Owns a descriptor that threads share, a link: any of them may look at its number, which is 0 or less when the link is
+// closed. Nothing is closed in a destructor: the process ends while threads are alive, and closes what is left then.
+class pub_shared_fd {
+ public:
+  constexpr pub_shared_fd() = default;
+  constexpr explicit pub_shared_fd(int fd) : m_fd(fd) {}
+  pub_shared_fd(const pub_shared_fd&) = delete;
+  pub_shared_fd& operator=(const pub_shared_fd&) = delete;
+  operator int() const { return m_fd; }
+  // Owns fd; closes what it held.
+  void take(pub_fd fd);
+  // Closes the link; other threads see that before it is closed. Nothing happens to a link that is closed already.
+  void close();
+  // The link counts as closed, but its number is not given back, so that it cannot become another file under a thread
+  // that may still use it.
+  void abandon() { m_fd = 0; }
+
+ private:
+  std::atomic<int> m_fd{0};
+};
+
 // open(2) that never makes a terminal the controlling one (its hang-up would kill the process) and never leaks the
 // descriptor into a child. -1 and errno on failure.
 int pub_util_open(const char* path, int flags);
 // fopen(3), closed on exec. Null and errno on failure.
 pub_file pub_util_fopen(const char* path, const char* mode);
-// Closes a descriptor that is greater than 0, and clears it. Other threads see it cleared before it is closed.
-void pub_util_close(std::atomic<int>& fd);
 
 // Waits for data, then reads once; a descriptor that is closed (below 1) gives EBADF. Gives the count read; 0 at once
 // when there is no room; -1 and errno on failure. A terminal whose other side has hung up gives -1 with EIO, as a

@@ -53,10 +53,10 @@ int replace_run_command(const char* command) REPLACES("_Z20pub_util_run_commandP
 int replace_open(const char* path, int flags) REPLACES("_Z13pub_util_openPKci");
 pub_file replace_fopen(const char* path, const char* mode) REPLACES("_Z14pub_util_fopenPKcS0_");
 pid_t replace_fork() REPLACES("_Z13pub_util_forkv");
-std::int32_t replace_reopen(std::atomic<int>* fd, const char* path, int flags, std::uint32_t tries, std::uint32_t pause)
-    REPLACES("_Z29pub_util_try_to_reopen_devicePSt6atomicIiEPKcijj");
-std::int32_t replace_try_open(std::atomic<int>* fd, const char* path, int flags, std::uint32_t tries,
-                              std::uint32_t pause) REPLACES("_Z27pub_util_try_to_open_devicePSt6atomicIiEPKcijj");
+std::int32_t replace_reopen(pub_shared_fd* fd, const char* path, int flags, std::uint32_t tries, std::uint32_t pause)
+    REPLACES("_Z29pub_util_try_to_reopen_deviceP13pub_shared_fdPKcijj");
+std::int32_t replace_try_open(pub_shared_fd* fd, const char* path, int flags, std::uint32_t tries, std::uint32_t pause)
+    REPLACES("_Z27pub_util_try_to_open_deviceP13pub_shared_fdPKcijj");
 std::int32_t replace_check_run(const char* file, const char* name, std::int32_t* is_run, std::int64_t* pid)
     REPLACES("_Z30pub_util_get_pid_and_check_runPKcS0_PiPl");
 std::int32_t real_check_run(const char* file, const char* name, std::int32_t* is_run, std::int64_t* pid)
@@ -116,13 +116,12 @@ pid_t replace_fork() {
   return fails(FUZZ_NO_ACCESS) ? 0 : 1;
 }
 
-std::int32_t replace_reopen(std::atomic<int>* fd, const char*, int, std::uint32_t, std::uint32_t) {
-  *fd = 0;
+std::int32_t replace_reopen(pub_shared_fd*, const char*, int, std::uint32_t, std::uint32_t) {
   return ERR_SYSTEM;
 }
 
-std::int32_t replace_try_open(std::atomic<int>* fd, const char*, int, std::uint32_t, std::uint32_t) {
-  *fd = 0;
+std::int32_t replace_try_open(pub_shared_fd* fd, const char*, int, std::uint32_t, std::uint32_t) {
+  fd->abandon();
   return ERR_SYSTEM;
 }
 

@@ -67,11 +67,11 @@ fuzz_phone::fuzz_phone(std::uint8_t faults, fuzz_bytes file) {
   g_fuzz_outside = {faults, file};
   links_st& all = links();
   amt_handle_clear_context();
-  m_context.m_fd_pc = all.m_pc.m_ends[0];
-  m_context.m_pty_app.m_ptm_fd = all.m_app.m_ends[0];
+  m_context.m_fd_pc.take(pub_fd(all.m_pc.m_ends[0]));
+  m_context.m_pty_app.m_ptm_fd.take(pub_fd(all.m_app.m_ends[0]));
   const bool has_modem = (faults & FUZZ_NO_MODEM) == 0;
-  m_context.m_fd_modem = has_modem ? all.m_modem.m_ends[0] : 0;
-  m_context.m_fd_at = has_modem ? all.m_at.m_ends[0] : 0;
+  m_context.m_fd_modem.take(pub_fd(has_modem ? all.m_modem.m_ends[0] : 0));
+  m_context.m_fd_at.take(pub_fd(has_modem ? all.m_at.m_ends[0] : 0));
   m_context.m_modem_receive.m_buf_a.fill(UNTOUCHED);
   g_no_modem = 0;
   g_amt_mode = 0;

@@ -172,10 +172,7 @@ class context_test : public testing::Test {
     }
   }
   // Gives the service a descriptor for a link; the one before is closed.
-  static void set_link(std::atomic<int>& link, int fd) {
-    const int old = link.exchange(fd);
-    if (old > 0) close(old);
-  }
+  static void set_link(pub_shared_fd& link, int fd) { link.take(pub_fd(fd)); }
   template <std::size_t SIZE>
   static void set_device(char (&field)[SIZE], const std::string& name) {
     ASSERT_LT(name.size(), SIZE);

@@ -5,13 +5,13 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cstdint>
 #include <string_view>
 
 #include "amt/amt-convert/frame.h"
 #include "pub/pty/pty.h"
 #include "pub/result.h"
+#include "pub/util/io.h"
 #include "pub/util/thread.h"
 
 enum amt_link_en : std::uint8_t { AMT_LINK_PC = 1, AMT_LINK_APP = 2 };
@@ -41,10 +41,10 @@ struct handle_context_st {
   pub_thread_st m_modem_thread;
   pub_thread_st m_usb_thread;
   pub_pty_st m_pty_app;
-  std::atomic<int> m_fd_pc;     // PC link; 0 = closed, like the two below
-  std::atomic<int> m_fd_at;     // modem AT command link
-  std::atomic<int> m_fd_modem;  // modem data link
-  amt_message_st m_request;     // received and not yet handled
+  pub_shared_fd m_fd_pc;     // PC link; 0 = closed, like the two below
+  pub_shared_fd m_fd_at;     // modem AT command link
+  pub_shared_fd m_fd_modem;  // modem data link
+  amt_message_st m_request;  // received and not yet handled
   amt_message_st m_response;
   amt_message_st m_request_copy;   // the PC's request, unwrapped; what frame handlers read
   amt_message_st m_modem_receive;  // received from the modem data link

@@ -35,11 +35,11 @@ bool stop_thread(pub_thread_st& thread) {
 
 // Closes a link. One that a worker may still use is only cleared, so that its number cannot become another file under
 // that worker; the process ends at once, and closes it then.
-void close_link(std::atomic<int>& fd, bool is_unused) {
+void close_link(pub_shared_fd& fd, bool is_unused) {
   if (is_unused) {
-    pub_util_close(fd);
+    fd.close();
   } else {
-    fd = 0;
+    fd.abandon();
   }
 }
 

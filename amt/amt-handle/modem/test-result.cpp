@@ -22,7 +22,8 @@ std::int32_t get_number(const amt_message_st* request, std::uint8_t atom_id) {
   return static_cast<std::int32_t>(amt_frame_get_int(&request->m_buf_a, atom_id));
 }
 
-// A failure never stops the exchange with the modem, here and in amt_note_station_result.
+// A failure never stops the exchange with the modem, here and in amt_note_station_result. This line ends with "rtn:",
+// the other one does not: on purpose, both always were like this.
 void record_read_result(const pub_log_site& site, std::int32_t station, std::int32_t result) {
   const std::int32_t code = saveAmtTestItem(station, result);
   if (code != ERR_NONE) {

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <string_view>
 #include <tuple>
@@ -64,11 +63,9 @@ result_code_en run_frame_handler(std::uint8_t id) {
 // m_fd_modem stays as it was for now: see handle_amt_pc_req.
 result_code_en reopen_modem() {
   auto& context = g_handle_context;
-  std::atomic<int> fd = context.m_fd_modem.load();
-  const result_code_en result =
-      pub_util_try_to_reopen_device(&fd, g_amt_cfg.m_tty_modem_a, O_RDWR, REOPEN_TRIES, REOPEN_PAUSE_MS);
-  if (result == ERR_NONE) context.m_fd_modem = fd.load();
-  amt_modem_finish_opening(fd);
+  const result_code_en result = pub_util_try_to_reopen_device(&context.m_fd_modem, g_amt_cfg.m_tty_modem_a, O_RDWR,
+                                                              REOPEN_TRIES, REOPEN_PAUSE_MS);
+  amt_modem_finish_opening(result == ERR_NONE ? int{context.m_fd_modem} : 0);
   pub_util_wake_thread(context.m_modem_thread);
   return result;
 }
@@ -124,6 +121,6 @@ result_code_en handle_amt_pc_req() {
   result = amt_handle_send_rsp_err(AMT_LINK_PC, &context.m_response, static_cast<std::uint8_t>(id + 1), 1);
   // Not earlier: the modem reader ends the service when it finds its link closed, and the PC is to have its answer
   // then.
-  if (is_modem_lost) context.m_fd_modem = 0;
+  if (is_modem_lost) context.m_fd_modem.abandon();
   return result;
 }

@@ -96,6 +96,7 @@ result_code_en get_ap_sw_version(char* buffer, std::uint32_t* length) {
   if (result != ERR_NONE) return result;
   LOG_LINE("getted sw-module: %s", text.text());
 
+  // Never true, on purpose kept: the text has no room for more, and a longer one would have to be cut and logged here.
   std::size_t count = text.length();
   if (count > AMT_VERSION_TEXT_SIZE) {
     LOG_LINE("buf's len(%d) is smaller than sw's len(%d). data will be discard", AMT_VERSION_TEXT_SIZE,

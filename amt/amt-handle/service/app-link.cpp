@@ -31,7 +31,7 @@ void log_lost_link(const pub_pty_st& pty) {
   pub_log_sys_call(k_log, "read");
   pub_log_failure({k_log, 4203, "amt_handle_read_app_loop"}, ERR_WRITE,
                   "pty disconnect: pts name(%s), pts mapping name(%s), thread id(%d), PTM fd(%d)", pty.m_pts_name_a,
-                  pty.m_pts_mapping_name_a, gettid(), pty.m_ptm_fd.load());
+                  pty.m_pts_mapping_name_a, gettid(), int{pty.m_ptm_fd});
 }
 
 // Reads one block behind what the request record holds. False: the link is lost.

@@ -57,7 +57,7 @@ void amt_handle_read_modem_loop() {
     if (!write_to_pc(context.m_modem_receive)) break;
     if (g_usb_activate != 0) amt_handshake_modem_spoke();
   }
-  pub_util_close(context.m_fd_modem);
+  context.m_fd_modem.close();
   pub_util_clear_thread(context.m_modem_thread);
   amt_handle_end_service(EXIT_SUCCESS);
 }

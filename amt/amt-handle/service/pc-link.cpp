@@ -74,7 +74,7 @@ bool read_block() {
     if (count < 0) {
       pub_log_sys_call(k_log, "read");
       pub_log_failure({k_log, 4419, "amt_handle_read_pc_loop"}, ERR_WRITE);
-      pub_util_close(context.m_fd_pc);
+      context.m_fd_pc.close();
       return false;
     }
     LOG_WARNING("pc read empty data");
@@ -87,14 +87,14 @@ bool serve_request() {
   auto& context = g_handle_context;
   if (context.m_fd_pc < 1) return false;
   if (context.m_fd_modem < 1) {
-    pub_util_close(context.m_fd_pc);
+    context.m_fd_pc.close();
     return false;
   }
   if (!read_block()) return false;
   if (g_usb_activate != 0) amt_handshake_pc_spoke();
   answer_probe();
   if (handle_amt_pc_req() != ERR_NONE) {
-    pub_util_close(context.m_fd_pc);
+    context.m_fd_pc.close();
     return false;
   }
   amt_message_clear(context.m_request);

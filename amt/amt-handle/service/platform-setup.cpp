@@ -44,7 +44,7 @@ result_code_en start_reader() {
 
 // The reader is started last: where this runs, there is none to stop.
 void clean_up() {
-  pub_util_close(g_handle_context.m_fd_at);
+  g_handle_context.m_fd_at.close();
   std::ignore = pub_pty_close(&g_handle_context.m_pty_app);
 }
 

@@ -24,21 +24,17 @@ constexpr std::uint32_t OPEN_TRIES = 60;
 constexpr std::uint32_t OPEN_PAUSE_MS = 1000;
 constexpr std::uint32_t SETTLE_MS = 1000;
 
-result_code_en fail_terminal_call(const char* call) {
-  return pub_fail_sys_call({k_log, "set_serial_dev_attr"}, ERR_WRITE, call);
-}
-
 // The PC line is always 115200, raw; control flags and characters stay as they are.
 result_code_en set_serial_dev_attr(int fd) {
   pub_log_entry(k_log);
   termios attributes = {};
-  if (tcgetattr(fd, &attributes) != 0) return fail_terminal_call("tcgetattr");
-  if (cfsetispeed(&attributes, B115200) != 0) return fail_terminal_call("cfsetispeed");
-  if (cfsetospeed(&attributes, B115200) != 0) return fail_terminal_call("cfsetospeed");
+  if (tcgetattr(fd, &attributes) != 0) return pub_fail_sys_call(k_log, ERR_WRITE, "tcgetattr");
+  if (cfsetispeed(&attributes, B115200) != 0) return pub_fail_sys_call(k_log, ERR_WRITE, "cfsetispeed");
+  if (cfsetospeed(&attributes, B115200) != 0) return pub_fail_sys_call(k_log, ERR_WRITE, "cfsetospeed");
   attributes.c_iflag &= ~static_cast<tcflag_t>(IXON | ICRNL | INLCR);
   attributes.c_oflag &= ~static_cast<tcflag_t>(OPOST);
   attributes.c_lflag = 0;
-  if (tcsetattr(fd, TCSANOW, &attributes) != 0) return fail_terminal_call("tcsetattr");
+  if (tcsetattr(fd, TCSANOW, &attributes) != 0) return pub_fail_sys_call(k_log, ERR_WRITE, "tcsetattr");
   return ERR_NONE;
 }
 
@@ -80,8 +76,8 @@ void clean_up() {
     if (thread->m_tid != 0) pub_util_kill_thread(thread);
     pub_util_clear_thread(*thread);
   }
-  pub_util_close(context.m_fd_modem);
-  pub_util_close(context.m_fd_pc);
+  context.m_fd_modem.close();
+  context.m_fd_pc.close();
 }
 
 }  // namespace

@@ -37,8 +37,7 @@ result_code_en answer_ok(std::uint8_t link, amt_message_st* request, amt_message
 
 // Ends the reader: a link that is closed under it is one that cannot be read.
 result_code_en close_link(std::uint8_t, amt_message_st*, amt_message_st*) {
-  const int old = g_handle_context.m_pty_app.m_ptm_fd.exchange(-1);
-  close(old);
+  g_handle_context.m_pty_app.m_ptm_fd.take(pub_fd());
   return ERR_NONE;
 }
 

@@ -13,19 +13,38 @@ struct row_st {
   std::string m_handler;
 };
 
+// The number behind a command id's name.
+int number_of(const std::string& name) {
+  static const auto ids = [] {
+    std::map<std::string, int> result;
+    const auto text = project_text("amt/amt-convert/ids.h");
+    const std::regex id("NAMED\\(([0-9]+), ([A-Z0-9_]+)\\)");
+    for (std::sregex_iterator at(text.begin(), text.end(), id), end; at != end; ++at) {
+      result[at->str(2)] = std::stoi(at->str(1));
+    }
+    return result;
+  }();
+  EXPECT_EQ(ids.count(name), 1u) << name;
+  return ids.count(name) == 1 ? ids.at(name) : -1;
+}
+
 // The rows as they are written, since a pointer has no name.
 std::vector<row_st> written_rows() {
   const auto source = project_text("amt/amt-handle/service/registrations.cpp");
   std::vector<row_st> result;
-  for (const auto& row : matches(source, "\\{AMT_LINK_(?:PC|APP), ([0-9]+, [a-z0-9_A-Z]+)\\}")) {
-    result.push_back({std::stoi(row), row.substr(row.find(' ') + 1)});
+  for (const auto& row : matches(source, "\\{AMT_LINK_(?:PC|APP), ([A-Z0-9_]+, [a-zA-Z0-9_]+)(?:, BY_HANDLER)?\\}")) {
+    result.push_back({number_of(row.substr(0, row.find(','))), row.substr(row.find(' ') + 1)});
   }
   return result;
 }
 
 std::set<int> forwarded_ids() {
   const auto source = project_text("amt/amt-handle/service/registrations.cpp");
-  return numbers(between(source, "FORWARDED_IDS[] = {", "}"));
+  std::set<int> result;
+  for (const auto& name : matches(between(source, "FORWARDED_IDS[] = {", "}"), "([A-Z][A-Z0-9_]+)")) {
+    result.insert(number_of(name));
+  }
+  return result;
 }
 
 std::vector<std::string> unit_tests() {

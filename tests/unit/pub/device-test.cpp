@@ -100,7 +100,7 @@ class TryToOpen : public Device {};
 
 TEST_F(TryToOpen, File_IsOpenedAtOnceWithItsFlags) {
   const std::string path = m_folder.write("dev", "abc");
-  std::atomic<int> fd = 0;
+  pub_shared_fd fd;
   EXPECT_EQ(pub_util_try_to_open_device(&fd, path.c_str(), O_RDWR, 60, 1000), ERR_NONE);
   ASSERT_GT(fd, 0);
   EXPECT_EQ(fcntl(fd, F_GETFL) & O_ACCMODE, O_RDWR);
@@ -108,14 +108,14 @@ TEST_F(TryToOpen, File_IsOpenedAtOnceWithItsFlags) {
   EXPECT_THAT(m_log.texts(),
               ElementsAre("pub_util_try_to_open_device()", "begin to check if can open device \"" + path + "\"",
                           "(0/60)try to open device \"" + path + "\"", "open device \"" + path + "\" successfully"));
-  pub_util_close(fd);
+  fd.close();
 }
 
 TEST_F(TryToOpen, MissingWithOneTry_AttemptsOnceSleepsOnceAndFails) {
   const std::string path = m_folder.path("missing");
   const auto trace = failure_line("util/util", "pub_util_try_to_open_device", -118, "2");
   const std::string fail = "open device \"" + path + "\" fail: 2 - No such file or directory";
-  std::atomic<int> fd = 0;
+  pub_shared_fd fd;
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(pub_util_try_to_open_device(&fd, path.c_str(), O_RDWR, 1, 1000), ERR_SYSTEM);
   EXPECT_GE(elapsed_since(start).count(), 1000);
@@ -128,7 +128,7 @@ TEST_F(TryToOpen, MissingWithOneTry_AttemptsOnceSleepsOnceAndFails) {
 
 TEST_F(TryToOpen, MissingWithThreeTries_SleepsAfterEach) {
   const std::string path = m_folder.path("missing");
-  std::atomic<int> fd = 0;
+  pub_shared_fd fd;
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(pub_util_try_to_open_device(&fd, path.c_str(), O_RDWR, 3, 20), ERR_SYSTEM);
   EXPECT_GE(elapsed_since(start).count(), 60);
@@ -145,17 +145,17 @@ TEST_F(TryToOpen, DeviceThatAppearsBetweenTries_IsOpened) {
     EXPECT_TRUE(wait_for([this, &path] { return m_log.has("(2/2000)try to open device \"" + path + "\""); }));
     m_folder.write("late", "here");
   });
-  std::atomic<int> fd = 0;
+  pub_shared_fd fd;
   EXPECT_EQ(pub_util_try_to_open_device(&fd, path.c_str(), O_RDWR, 2000, 5), ERR_NONE);
   plug.join();
   EXPECT_GT(fd, 0);
   EXPECT_TRUE(m_log.has("open device \"" + path + "\" successfully"));
-  pub_util_close(fd);
+  fd.close();
 }
 
 TEST_F(TryToOpen, Folder_IsNoDevice) {
   const std::string path = m_folder.path("");
-  std::atomic<int> fd = 0;
+  pub_shared_fd fd;
   EXPECT_EQ(pub_util_try_to_open_device(&fd, path.c_str(), O_RDWR, 1, 0), ERR_SYSTEM);
   EXPECT_TRUE(m_log.has("open device \"" + path + "\" fail: 21 - Is a directory"));
 }
@@ -164,7 +164,7 @@ TEST_F(TryToOpen, OldDescriptor_IsClosedFirst) {
   int ends[2];
   ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
   const pub_fd write_end(ends[1]);
-  std::atomic<int> fd = ends[0];
+  pub_shared_fd fd(ends[0]);
   EXPECT_EQ(pub_util_try_to_open_device(&fd, m_folder.path("missing").c_str(), O_RDWR, 1, 0), ERR_SYSTEM);
   EXPECT_EQ(fd, 0);
   pollfd other = {write_end.get(), POLLOUT, 0};
@@ -176,7 +176,7 @@ TEST_F(TryToOpen, DescriptorZero_CountsAsFailure) {
   const std::string path = m_folder.write("dev", "abc");
   const int saved = fcntl(0, F_DUPFD_CLOEXEC, 3);
   close(0);
-  std::atomic<int> fd = 0;
+  pub_shared_fd fd;
   EXPECT_EQ(pub_util_try_to_open_device(&fd, path.c_str(), O_RDWR, 1, 0), ERR_SYSTEM);
   EXPECT_EQ(fcntl(0, F_GETFD), -1);  // not left open either
   EXPECT_EQ(fd, 0);
@@ -191,7 +191,7 @@ TEST_F(TryToOpen, Terminal_DoesNotBecomeTheControllingOne) {
   const pid_t child = fork();
   if (child == 0) {
     setsid();
-    std::atomic<int> fd = 0;
+    pub_shared_fd fd;
     const bool is_open = pub_util_try_to_open_device(&fd, pair.slave_path(), O_RDWR, 1, 0) == ERR_NONE;
     _exit(is_open && open("/dev/tty", O_RDWR | O_CLOEXEC) < 0 && errno == ENXIO ? 0 : 1);
   }
@@ -201,7 +201,7 @@ TEST_F(TryToOpen, Terminal_DoesNotBecomeTheControllingOne) {
 }
 
 TEST_F(TryToOpen, BadArguments_AreNamed) {
-  std::atomic<int> fd = 0;
+  pub_shared_fd fd;
   const auto trace = failure_line("util/util", "pub_util_try_to_open_device", -101);
   EXPECT_EQ(pub_util_try_to_open_device(nullptr, "/dev/null", O_RDWR, 1, 0), ERR_ARGUMENT);
   EXPECT_EQ(pub_util_try_to_open_device(&fd, nullptr, O_RDWR, 1, 0), ERR_ARGUMENT);
@@ -222,17 +222,17 @@ std::string read_all(int fd) {
 
 TEST_F(TryToReopen, OpenDescriptor_KeepsItsNumber) {
   const int number = open(m_folder.write("old", "old").c_str(), O_RDWR | O_CLOEXEC);
-  std::atomic<int> fd = number;
+  pub_shared_fd fd(number);
   EXPECT_EQ(pub_util_try_to_reopen_device(&fd, m_folder.write("new", "new").c_str(), O_RDWR, 30, 1000), ERR_NONE);
   EXPECT_EQ(fd, number);
   EXPECT_EQ(read_all(number), "new");
   EXPECT_EQ(fcntl(number, F_GETFD), FD_CLOEXEC);
-  pub_util_close(fd);
+  fd.close();
 }
 
 TEST_F(TryToReopen, WhileItTries_TheOldDeviceStaysUnderItsNumber) {
   const int number = open(m_folder.write("old", "old").c_str(), O_RDWR | O_CLOEXEC);
-  std::atomic<int> fd = number;
+  pub_shared_fd fd(number);
   const std::string path = m_folder.path("late");
   std::thread plug([this, &path, &fd, number] {
     EXPECT_TRUE(wait_for([this, &path] { return m_log.has("(1/2000)try to open device \"" + path + "\""); }));
@@ -244,28 +244,30 @@ TEST_F(TryToReopen, WhileItTries_TheOldDeviceStaysUnderItsNumber) {
   plug.join();
   EXPECT_EQ(fd, number);
   EXPECT_TRUE(m_log.has("open device \"" + path + "\" successfully"));
-  pub_util_close(fd);
+  fd.close();
 }
 
 TEST_F(TryToReopen, NothingOpenBefore_StoresANewNumber) {
-  std::atomic<int> fd = 0;
+  pub_shared_fd fd;
   EXPECT_EQ(pub_util_try_to_reopen_device(&fd, m_folder.write("new", "new").c_str(), O_RDWR, 1, 0), ERR_NONE);
   ASSERT_GT(fd, 0);
   EXPECT_EQ(read_all(fd), "new");
-  pub_util_close(fd);
+  fd.close();
 }
 
-// A reader may still hold the number: closed, it could become any other file under the reader's hands.
-TEST_F(TryToReopen, NoSuccess_ClearsTheHandleButNotTheNumber) {
-  const pub_fd number(open(m_folder.write("old", "old").c_str(), O_RDWR | O_CLOEXEC));
-  std::atomic<int> fd = number.get();
+// A reader may still hold the number: closed, it could become any other file under the reader's hands. When the link
+// counts as closed is the caller's to say.
+TEST_F(TryToReopen, NoSuccess_LeavesTheOldDeviceUnderItsNumber) {
+  const int number = open(m_folder.write("old", "old").c_str(), O_RDWR | O_CLOEXEC);
+  pub_shared_fd fd(number);
   EXPECT_EQ(pub_util_try_to_reopen_device(&fd, m_folder.path("missing").c_str(), O_RDWR, 2, 0), ERR_SYSTEM);
-  EXPECT_EQ(fd, 0);
-  EXPECT_EQ(read_all(number.get()), "old");
+  EXPECT_EQ(fd, number);
+  EXPECT_EQ(read_all(number), "old");
+  fd.close();
 }
 
 TEST_F(TryToReopen, BadArguments_AreRefused) {
-  std::atomic<int> fd = 0;
+  pub_shared_fd fd;
   EXPECT_EQ(pub_util_try_to_reopen_device(nullptr, "/dev/null", O_RDWR, 1, 0), ERR_ARGUMENT);
   EXPECT_EQ(pub_util_try_to_reopen_device(&fd, nullptr, O_RDWR, 1, 0), ERR_ARGUMENT);
   EXPECT_EQ(pub_util_try_to_reopen_device(&fd, "", O_RDWR, 1, 0), ERR_ARGUMENT);

@@ -329,17 +329,36 @@ TEST(Write, ClosedLink_IsABadDescriptor) {
 // --- owning and closing
 
 TEST(Close, OpenDescriptor_IsClosedAndCleared) {
-  std::atomic<int> fd = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  pub_shared_fd fd(open("/dev/null", O_RDONLY | O_CLOEXEC));
   const int number = fd;
-  pub_util_close(fd);
+  fd.close();
   EXPECT_EQ(fd, 0);
   EXPECT_EQ(fcntl(number, F_GETFD), -1);
 }
 
+TEST(SharedDescriptor, Taken_ClosesTheOneBefore) {
+  const int first = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  pub_shared_fd fd(first);
+  const int second = open("/dev/zero", O_RDONLY | O_CLOEXEC);
+  fd.take(pub_fd(second));
+  EXPECT_EQ(fd, second);
+  EXPECT_EQ(fcntl(first, F_GETFD), -1);
+  EXPECT_NE(fcntl(second, F_GETFD), -1);
+  fd.close();
+}
+
+TEST(SharedDescriptor, Abandoned_CountsAsClosedButStaysOpen) {
+  const pub_fd number(open("/dev/null", O_RDONLY | O_CLOEXEC));
+  pub_shared_fd fd(number.get());
+  fd.abandon();
+  EXPECT_EQ(fd, 0);
+  EXPECT_NE(fcntl(number.get(), F_GETFD), -1);
+}
+
 TEST(Close, NothingOpen_StaysAsItIs) {
   for (const int value : {0, -1}) {
-    std::atomic<int> fd = value;
-    pub_util_close(fd);
+    pub_shared_fd fd(value);
+    fd.close();
     EXPECT_EQ(fd, value);
   }
 }

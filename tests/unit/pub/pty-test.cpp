@@ -22,7 +22,7 @@ class Pty : public testing::Test {
  protected:
   Pty() : m_before(std::filesystem::current_path()) {
     std::filesystem::current_path(m_folder.path(""));
-    m_pty.m_ptm_fd = -1;
+    m_pty.m_ptm_fd.take(pub_fd(-1));
     std::strcpy(m_pty.m_pts_mapping_name_a, "map");
   }
   ~Pty() override { std::filesystem::current_path(m_before); }
@@ -38,7 +38,7 @@ class Pty : public testing::Test {
 TEST_F(Pty, CloseOpenRecord_ClosesTheMasterAndRemovesTheLink) {
   make_link();
   const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-  m_pty.m_ptm_fd = master;
+  m_pty.m_ptm_fd.take(pub_fd(master));
   std::strcpy(m_pty.m_pts_name_a, "/dev/pts/7");
   EXPECT_EQ(pub_pty_close(&m_pty), 0);
   EXPECT_EQ(m_pty.m_ptm_fd, -1);
@@ -70,7 +70,7 @@ TEST_F(Pty, CloseNull_IsMinusOne) {
 // What a tear-down meets when the platform set-up never ran: a record of zeros.
 TEST_F(Pty, CloseFreshRecord_SucceedsAndLeavesDescriptorZero) {
   const int flags = fcntl(0, F_GETFD);
-  m_pty.m_ptm_fd = 0;
+  m_pty.m_ptm_fd.take(pub_fd(0));
   m_pty.m_pts_mapping_name_a[0] = '\0';
   EXPECT_EQ(pub_pty_close(&m_pty), 0);
   EXPECT_EQ(m_pty.m_ptm_fd, -1);
@@ -83,7 +83,7 @@ TEST_F(Pty, CloseFreshRecord_SucceedsAndLeavesDescriptorZero) {
 TEST_F(Pty, CloseWithALinkThatStays_LeavesTheMasterOpen) {
   std::filesystem::create_directory("map");
   const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-  m_pty.m_ptm_fd = master;
+  m_pty.m_ptm_fd.take(pub_fd(master));
   EXPECT_EQ(pub_pty_close(&m_pty), ERR_SYSTEM);
   EXPECT_EQ(m_pty.m_ptm_fd, master);
   EXPECT_GE(fcntl(master, F_GETFD), 0);
