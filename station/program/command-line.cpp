@@ -1,4 +1,4 @@
-#include "station/command-line.h"
+#include "station/program/command-line.h"
 
 #include <fmt/format.h>
 
@@ -8,10 +8,10 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "station/judge.h"
-#include "station/link.h"
-#include "station/session.h"
-#include "station/words.h"
+#include "station/wire/judge.h"
+#include "station/wire/link.h"
+#include "station/wire/session.h"
+#include "station/words/words.h"
 
 namespace {
 

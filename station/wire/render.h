@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "station/stream.h"
+#include "station/wire/stream.h"
 
 struct station_entry_st {
   std::chrono::system_clock::time_point m_time;
