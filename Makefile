@@ -1,29 +1,36 @@
-# Each target is a thin line over a CMake preset; `make setup` installs what is missing (Debian packages) and says so.
+# Each target is a thin line over a CMake preset. What is missing (Debian packages) is installed first, and printed.
 JOBS ?= $(shell nproc)
 TEST_JOBS ?= 8
-# A test that fails is tried once more, and ctest says so: many phones at once on a small machine can outlast a deadline.
-CTEST = ctest --output-on-failure --no-tests=error -j$(TEST_JOBS) --repeat until-pass:2
+CTEST = ctest --output-on-failure --no-tests=error -j$(TEST_JOBS)
 
 .PHONY: all setup demo test handset bench fuzz fuzz-short asan tsan lint format clean
-all: build/.release
+all: programs
 
-# The build trees: configured once, then brought up to date by ninja at every call.
-.PHONY: build/.release build/.asan build/.tsan build/.fuzz
-build/.release: setup
-	@[ -f build/build.ninja ] || cmake --preset release >build-configure.log 2>&1 || { cat build-configure.log; exit 1; }
-	@rm -f build-configure.log
-	@cmake --build build -j$(JOBS)
-build/.asan build/.tsan build/.fuzz: build/.%: setup
-	@[ -f build/$*/build.ninja ] || cmake --preset $*
+# One tree for the programs and, once they were asked for, the tests; one for each sanitizer and for the fuzz targets.
+# Each is configured once, then brought up to date by ninja at every call.
+configure = out=$$(cmake --preset $(1) 2>&1) || { echo "$$out"; exit 1; }
+
+.PHONY: programs build/.test build/.asan build/.tsan build/.fuzz
+programs:
+	@tools/setup build
+	@[ -f build/build.ninja ] || { $(call configure,release); }
+	@cmake --build build -j$(JOBS) --target programs
+build/.test:
+	@tools/setup build test
+	@grep -qs '^VX_TESTS:.*=ON' build/CMakeCache.txt || { $(call configure,test); }
+	@cmake --build build -j$(JOBS) $(TARGETS)
+build/.asan build/.tsan build/.fuzz: build/.%:
+	@tools/setup build test check
+	@[ -f build/$*/build.ninja ] || { $(call configure,$*); }
 	@cmake --build build/$* -j$(JOBS)
 
 setup:
 	@tools/setup
 
-demo: build/.release
+demo: programs
 	@tools/demo
 
-test: build/.release
+test: build/.test
 	cd build && $(CTEST)
 
 asan: build/.asan
@@ -34,10 +41,12 @@ tsan: export TSAN_OPTIONS = report_signal_unsafe=0
 tsan: build/.tsan
 	cd build/tsan && $(CTEST)
 
-handset: build/.release
+handset: programs
 	@build/bin/handset run
 
-bench: build/.release
+bench: TARGETS = --target programs bench
+bench: build/.test
+	@tools/setup bench
 	@tools/bench
 
 # A bounded run of every target from the kept corpus; FUZZ_SECONDS each.
@@ -46,7 +55,10 @@ fuzz: FUZZ_SECONDS ?= 300
 fuzz fuzz-short: build/.fuzz
 	@tools/fuzz $(FUZZ_SECONDS)
 
-lint: build/.release
+# The static checks read how each file is compiled, so the tree need only be configured.
+lint:
+	@tools/setup build check
+	@[ -f build/build.ninja ] || { $(call configure,release); }
 	@tools/lint
 
 format:

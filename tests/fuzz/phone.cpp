@@ -14,7 +14,7 @@
 #include "amt/amt-handle/pc/capture.h"
 #include "amt/amt-handle/service/registrations.h"
 #include "pub/result.h"
-#include "station/stream.h"
+#include "station/wire/stream.h"
 #include "tests/fuzz/outside.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "station/command-line.h"
+#include "station/program/command-line.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,8 +10,8 @@
 #include <sstream>
 #include <thread>
 
-#include "station/exit-code.h"
-#include "station/words.h"
+#include "station/wire/exit-code.h"
+#include "station/words/words.h"
 #include "tests/station/phone-line.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "station/link.h"
+#include "station/wire/link.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

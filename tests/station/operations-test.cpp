@@ -1,11 +1,11 @@
-#include "station/operations.h"
+#include "station/words/operations.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <set>
 
-#include "station/words.h"
+#include "station/words/words.h"
 #include "tests/station/wire.h"
 
 namespace {

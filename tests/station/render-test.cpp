@@ -1,4 +1,4 @@
-#include "station/render.h"
+#include "station/wire/render.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "station/stream.h"
+#include "station/wire/stream.h"
 
 #include <gtest/gtest.h>
 

@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-#include "station/exit-code.h"
+#include "station/wire/exit-code.h"
 
 using station_time = std::chrono::steady_clock::time_point;
 

@@ -1,4 +1,4 @@
-#include "station/link.h"
+#include "station/wire/link.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>

@@ -1,4 +1,4 @@
-#include "station/session.h"
+#include "station/wire/session.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "station/stream.h"
+#include "station/wire/stream.h"
 
 #include <algorithm>
 #include <optional>

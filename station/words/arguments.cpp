@@ -1,4 +1,4 @@
-#include "station/arguments.h"
+#include "station/words/arguments.h"
 
 #include <fmt/format.h>
 #include <strings.h>

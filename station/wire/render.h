@@ -3,10 +3,12 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <string_view>
 
-#include "station/stream.h"
+#include "station/wire/exit-code.h"
+#include "station/wire/stream.h"
 
 struct station_entry_st {
   std::chrono::system_clock::time_point m_time;
@@ -26,6 +28,11 @@ std::string station_render_text(const station_entry_st& entry, const station_sty
 // {"time": UTC, "direction": "sent"|"received", "kind": "frame"|"pre-response"|"text"|"noise", ...}, no new-line.
 // A frame has id, name, atoms [{id, type, value}]; a damaged one has fault; text has text; every one has hex.
 std::string station_render_json(const station_entry_st& entry);
+
+// How the run ended: {"kind": "result", "exit": N, "message": why, VALUE_NAME: value}, no new-line. Without a message
+// when it ended well, without a value where there is none.
+std::string station_render_json_result(station_exit_en code, const std::string& message, const char* value_name,
+                                       const std::optional<std::string>& value);
 
 // The text with what is not printable ASCII escaped (\r, \n, \x07), so that no terminal acts on it; the same in quotes.
 std::string station_escape(std::string_view text);

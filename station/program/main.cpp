@@ -6,7 +6,7 @@
 #include <cstring>
 #include <iostream>
 
-#include "station/command-line.h"
+#include "station/program/command-line.h"
 
 namespace {
 

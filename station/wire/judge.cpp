@@ -1,4 +1,4 @@
-#include "station/judge.h"
+#include "station/wire/judge.h"
 
 #include <algorithm>
 #include <utility>

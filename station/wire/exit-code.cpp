@@ -1,4 +1,4 @@
-#include "station/exit-code.h"
+#include "station/wire/exit-code.h"
 
 const char* station_exit_meaning(station_exit_en code) {
   for (const auto& row : STATION_EXITS) {

@@ -1,17 +1,15 @@
-// The words of the command line: each is a row of a table, and what makes its request.
-// A word knows neither the port nor the output.
+// A request and what answers it: its bytes on the line, the frames and lines that are its answer, and the value in
+// them.
 #pragma once
 
 #include <array>
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
 #include "amt/amt-convert/frame.h"
-#include "station/operations.h"
-#include "station/stream.h"
+#include "station/wire/stream.h"
 
 // Where the answer holds what was asked for.
 struct station_value_st {
@@ -32,33 +30,7 @@ struct station_answer_st {
   std::vector<std::string> m_lines;     // the lines of text, the final result included
 };
 
-struct station_arguments_st {
-  std::vector<std::string> m_words;  // as many as the row allows
-  bool m_is_raw = false;
-  bool m_is_frame = false;  // a frame is wanted where text would do
-  stream_form_en m_form = stream_form_en::WRAPPED;
-};
-
-struct station_word_st {
-  const char* m_name;
-  const char* m_usage;  // the arguments, for the help text
-  const char* m_help;
-  std::size_t m_least;  // arguments
-  std::size_t m_most;
-  bool m_can_be_raw;  // has --raw
-  // Makes the request; gives what is wrong with the arguments, empty when nothing is. Null: the operations do it.
-  std::string (*m_build)(const station_arguments_st& arguments, station_request_st* request);
-  std::span<const station_operation_st> m_operations;  // without these either, the word only listens
-
-  bool is_sending() const { return m_build != nullptr || !m_operations.empty(); }
-};
-
-// All of them, in the order of the help.
-const std::vector<station_word_st>& station_words();
-
-// Makes a word's request; gives what is wrong with the arguments, empty when nothing is.
-std::string station_build(const station_word_st& word, const station_arguments_st& arguments,
-                          station_request_st* request);
+// Makes the request a frame without atoms.
 void station_start_frame(std::uint8_t command_id, station_request_st* request);
 
 // The ids of the frames that answer a request, the one of success first.

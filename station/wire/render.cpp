@@ -1,6 +1,5 @@
-#include "station/render.h"
+#include "station/wire/render.h"
 
-#include <fmt/chrono.h>
 #include <fmt/color.h>
 #include <fmt/format.h>
 
@@ -167,6 +166,21 @@ std::tm calendar(std::chrono::system_clock::time_point time, bool is_utc) {
   return broken;
 }
 
+std::string clock_text(const std::tm& time, std::chrono::system_clock::time_point point) {
+  return fmt::format("{:02}:{:02}:{:02}.{:03}", time.tm_hour, time.tm_min, time.tm_sec, milliseconds_of(point));
+}
+
+std::string utc_text(std::chrono::system_clock::time_point point) {
+  const std::tm time = calendar(point, true);
+  return fmt::format("{:04}-{:02}-{:02}T{}Z", time.tm_year + 1900, time.tm_mon + 1, time.tm_mday,
+                     clock_text(time, point));
+}
+
+// A value from the wire need not be UTF-8; what is not shows as U+FFFD here, and as it came in "hex".
+std::string one_line(const json& object) {
+  return object.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
 fmt::text_style color_of(const station_entry_st& entry) {
   if (entry.m_item.m_fault != stream_fault_en::NONE) return fmt::fg(fmt::terminal_color::red);
   if (entry.m_is_sent) return fmt::fg(fmt::terminal_color::cyan);
@@ -234,18 +248,23 @@ std::string station_render_text(const station_entry_st& entry, const station_sty
   std::string line = fmt::format("{} {}", entry.m_is_sent ? "->" : "<-", item_text(entry));
   if (style.m_color) line = fmt::format(color_of(entry), "{}", line);
   const std::string dumped = style.m_hex ? dump(entry.m_item.m_bytes) : std::string();
-  return fmt::format("{:%H:%M:%S}.{:03} {}{}", calendar(entry.m_time, false), milliseconds_of(entry.m_time), line,
-                     dumped);
+  return fmt::format("{} {}{}", clock_text(calendar(entry.m_time, false), entry.m_time), line, dumped);
 }
 
 std::string station_render_json(const station_entry_st& entry) {
-  json object = {
-      {"time", fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:03}Z", calendar(entry.m_time, true), milliseconds_of(entry.m_time))},
-      {"direction", entry.m_is_sent ? "sent" : "received"},
-      {"kind", kind_name(entry.m_item.m_kind)}};
+  json object = {{"time", utc_text(entry.m_time)},
+                 {"direction", entry.m_is_sent ? "sent" : "received"},
+                 {"kind", kind_name(entry.m_item.m_kind)}};
   if (entry.m_item.m_kind == stream_kind_en::FRAME) add_frame_json(entry.m_item, &object);
   if (entry.m_item.m_kind == stream_kind_en::TEXT) object["text"] = stream_line(entry.m_item.m_bytes);
   object["hex"] = hex(entry.m_item.m_bytes);
-  // A value from the wire need not be UTF-8; what is not shows as U+FFFD here, and as it came in "hex".
-  return object.dump(-1, ' ', false, json::error_handler_t::replace);
+  return one_line(object);
+}
+
+std::string station_render_json_result(station_exit_en code, const std::string& message, const char* value_name,
+                                       const std::optional<std::string>& value) {
+  json object = {{"kind", "result"}, {"exit", static_cast<int>(code)}};
+  if (code != STATION_OK) object["message"] = message;
+  if (value) object[value_name] = *value;
+  return one_line(object);
 }

@@ -1,12 +1,12 @@
-#include "station/operations.h"
+#include "station/words/operations.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <charconv>
+#include <limits>
 
-#include "station/arguments.h"
-#include "station/words.h"
+#include "station/words/arguments.h"
 
 namespace {
 

@@ -1,17 +1,16 @@
-#include "station/command-line.h"
+#include "station/program/command-line.h"
 
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iostream>
-#include <nlohmann/json.hpp>
 #include <optional>
 
-#include "station/judge.h"
-#include "station/link.h"
-#include "station/session.h"
-#include "station/words.h"
+#include "station/wire/judge.h"
+#include "station/wire/link.h"
+#include "station/wire/session.h"
+#include "station/words/words.h"
 
 namespace {
 
@@ -171,10 +170,8 @@ class run_st {
   int finish(station_exit_en code, const std::string& message, const std::optional<std::string>& value = std::nullopt) {
     if (code != STATION_OK) *m_io.m_err << "amt-station: " << reason(code, message) << std::endl;
     if (m_options.m_json) {
-      nlohmann::ordered_json result = {{"kind", "result"}, {"exit", static_cast<int>(code)}};
-      if (code != STATION_OK) result["message"] = reason(code, message);
-      if (value) result[m_options.m_word->m_name] = *value;
-      *m_io.m_out << result.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << std::endl;
+      *m_io.m_out << station_render_json_result(code, reason(code, message), m_options.m_word->m_name, value)
+                  << std::endl;
     } else if (value) {
       *m_io.m_out << m_options.m_word->m_name << ": " << station_escape(*value) << std::endl;
     }

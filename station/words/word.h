@@ -1,5 +1,4 @@
-// The words for what a factory does with a phone: each operation of a word says how it is asked for as AT text and as a
-// frame, on which link, and where the answer holds the value. Pure data and a few lines that fill it in.
+// What a word of the command line is made of, and the arguments of a run. A word knows neither the port nor the output.
 #pragma once
 
 #include <array>
@@ -8,10 +7,10 @@
 #include <limits>
 #include <span>
 #include <string>
+#include <vector>
 
-struct station_word_st;
-struct station_arguments_st;
-struct station_request_st;
+#include "station/wire/request.h"
+#include "station/wire/stream.h"
 
 // Which links have a handler for the frame. AT text is for the PC link alone.
 enum class station_links_en { NONE, PC, APP, BOTH };
@@ -39,9 +38,23 @@ struct station_operation_st {
   std::size_t m_most_together = 0;             // characters of all parameters; 0: as many as they like
 };
 
-// The words, for the table of all words.
-std::span<const station_word_st> station_operation_words();
+struct station_arguments_st {
+  std::vector<std::string> m_words;  // as many as the row allows
+  bool m_is_raw = false;
+  bool m_is_frame = false;  // a frame is wanted where text would do
+  stream_form_en m_form = stream_form_en::WRAPPED;
+};
 
-// Makes the request that the arguments ask for; gives what is wrong with them, empty when nothing is.
-std::string station_build_operation(const station_word_st& word, const station_arguments_st& arguments,
-                                    station_request_st* request);
+struct station_word_st {
+  const char* m_name;
+  const char* m_usage;  // the arguments, for the help text
+  const char* m_help;
+  std::size_t m_least;  // arguments
+  std::size_t m_most;
+  bool m_can_be_raw;  // has --raw
+  // Makes the request; gives what is wrong with the arguments, empty when nothing is. Null: the operations do it.
+  std::string (*m_build)(const station_arguments_st& arguments, station_request_st* request);
+  std::span<const station_operation_st> m_operations;  // without these either, the word only listens
+
+  bool is_sending() const { return m_build != nullptr || !m_operations.empty(); }
+};

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <optional>
 
-#include "station/exit-code.h"
-#include "station/stream.h"
-#include "station/words.h"
+#include "station/wire/exit-code.h"
+#include "station/wire/request.h"
+#include "station/wire/stream.h"
 
 // What ends the wait for an answer.
 enum class station_wait_en {

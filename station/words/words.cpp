@@ -1,0 +1,83 @@
+#include "station/words/words.h"
+
+#include <fmt/format.h>
+
+#include <array>
+
+#include "amt/amt-convert/frame.h"
+#include "station/words/arguments.h"
+#include "station/words/operations.h"
+
+namespace {
+
+constexpr std::size_t MANY = 1000;
+constexpr std::uint8_t VERSION_CMD = 45;
+constexpr std::uint8_t VERSION_MODULE_ATOM = 19;
+constexpr std::uint8_t VERSION_TEXT_ATOM = 18;
+
+std::string build_frame(const station_arguments_st& arguments, station_request_st* request) {
+  const auto id = station_parse_command_id(arguments.m_words[0]);
+  if (!id) return fmt::format("'{}' is no command id (0 to 255) and no command name", arguments.m_words[0]);
+  station_start_frame(*id, request);
+  for (std::size_t n = 1; n < arguments.m_words.size(); ++n) {
+    std::string wrong = station_add_atom(&request->m_frame.m_buf_a, arguments.m_words[n]);
+    if (!wrong.empty()) return wrong;
+  }
+  return {};
+}
+
+std::string build_at(const station_arguments_st& arguments, station_request_st* request) {
+  request->m_text = arguments.m_words[0];
+  if (!arguments.m_is_raw && !request->m_text.ends_with('\r')) request->m_text += '\r';
+  return request->m_text.empty() ? "there is nothing to send" : "";
+}
+
+std::string build_version(const station_arguments_st& arguments, station_request_st* request) {
+  const auto module = station_parse_module(arguments.m_words[0]);
+  if (!module) return fmt::format("'{}' is no module: {}", arguments.m_words[0], station_module_names());
+  station_start_frame(VERSION_CMD, request);
+  amt_frame_add_int(&request->m_frame.m_buf_a, VERSION_MODULE_ATOM, *module);
+  request->m_value.m_atoms = {VERSION_TEXT_ATOM};
+  return {};
+}
+
+constexpr std::array<station_word_st, 4> WORDS = {{
+    {"frame",
+     "ID [ATOM...]",
+     "Send a frame; atoms are 19:int=64, 21:str=text, 5:bytes=0A0B, 7:flag=1",
+     1,
+     MANY,
+     false,
+     build_frame,
+     {}},
+    {"at", "TEXT", "Send AT text and the CR behind it", 1, 1, true, build_at, {}},
+    {"version",
+     "CODE",
+     "Ask for a version: product, software, l1, hls, platform, app, hardware, whole, or a number",
+     1,
+     1,
+     false,
+     build_version,
+     {}},
+    {"monitor", "", "Send nothing and show what comes", 0, 0, false, nullptr, {}},
+}};
+
+}  // namespace
+
+const std::vector<station_word_st>& station_words() {
+  static const std::vector<station_word_st> words = [] {
+    std::vector<station_word_st> all(WORDS.begin(), WORDS.end());
+    const auto operations = station_operation_words();
+    all.insert(all.end(), operations.begin(), operations.end());
+    return all;
+  }();
+  return words;
+}
+
+std::string station_build(const station_word_st& word, const station_arguments_st& arguments,
+                          station_request_st* request) {
+  std::string wrong =
+      word.m_build != nullptr ? word.m_build(arguments, request) : station_build_operation(word, arguments, request);
+  const bool is_lost = wrong.empty() && !request->m_is_frame && arguments.m_form == stream_form_en::BARE;
+  return is_lost ? "text goes to the PC link: use --port" : wrong;
+}

@@ -1,0 +1,15 @@
+// The words of the command line: all of them in one table, and what makes their requests.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "station/wire/request.h"
+#include "station/words/word.h"
+
+// All of them, in the order of the help.
+const std::vector<station_word_st>& station_words();
+
+// Makes a word's request; gives what is wrong with the arguments, empty when nothing is.
+std::string station_build(const station_word_st& word, const station_arguments_st& arguments,
+                          station_request_st* request);
