@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "amt/amt-convert/frame.h"
+#include "amt/amt-convert/ids.h"
 
 namespace handset {
 
@@ -19,7 +20,6 @@ constexpr std::uint32_t RX_COUNT = 8;
 constexpr std::uint32_t ADC_IDLE = 0x80;
 constexpr std::uint32_t ADC_TRANSMITTING = 0x100;
 constexpr std::uint32_t HLS_MODULE = 18;
-constexpr std::uint8_t DSP_INDICATION = 221;  // an id of the modem's own: its answer has no id besides it
 
 // What follows the result; none: the request is refused.
 using fields = std::optional<std::string>;
@@ -204,35 +204,35 @@ struct radio_request {
 constexpr std::array<radio_request, 31> REQUESTS = {{
     {5, write_imei},
     {7, read_imei},
-    {11, start_tx},
-    {13, stop_tx},
-    {15, set_tx_power},
-    {17, set_tx_frequency},
-    {19, start_rx},
-    {21, stop_rx},
-    {23, read_rx_data},
-    {25, read_iq_power},
-    {27, set_rx_frequency},
-    {45, read_version},
-    {47, read_memory},
-    {49, write_memory},
-    {59, read_rf_adc},
-    {61, read_flash},
-    {63, write_flash},
-    {77, read_serial},
-    {87, write_board},
-    {99, is_sim_there},
-    {101, to_flash},
-    {105, give_back},
-    {107, to_memory},
-    {109, is_in_flash},
-    {111, to_flash},
-    {113, read_memory},
-    {115, write_memory},
-    {151, give_back_from_dsp},
-    {153, to_memory},
-    {155, to_flash},
-    {DSP_INDICATION, indicate},
+    {AMT_STARTTX_CMD, start_tx},
+    {AMT_STOPTX_CMD, stop_tx},
+    {AMT_CHANGETXPOWER_CMD, set_tx_power},
+    {AMT_CHANGETXFREQ_CMD, set_tx_frequency},
+    {AMT_STARTRX_CMD, start_rx},
+    {AMT_STOPRX_CMD, stop_rx},
+    {AMT_RXDATA_CMD, read_rx_data},
+    {AMT_IQPOWER_CMD, read_iq_power},
+    {AMT_CHANGERXFREQ_CMD, set_rx_frequency},
+    {AMT_VERSION_CMD, read_version},
+    {AMT_READTABLE_MEMORY_CMD, read_memory},
+    {AMT_WRITETABLE_MEMORY_CMD, write_memory},
+    {AMT_READ_RFADC_CMD, read_rf_adc},
+    {AMT_READTABLE_FLASH_CMD, read_flash},
+    {AMT_WRITETABLE_FLASH_CMD, write_flash},
+    {AMT_IQSERIAL_CMD, read_serial},
+    {AMT_WRITE_BOARD_CMD, write_board},
+    {AMT_USIMCHECK_CMD, is_sim_there},
+    {AMT_REFRESHTABLE_FLASH_CMD, to_flash},
+    {AMT_GSM_TRANSPARENT_CONTROL_CMD, give_back},
+    {AMT_GSM_READTABLE_FLASH_TO_MEMORY_CMD, to_memory},
+    {AMT_GSM_READTABLE_FLAG_FLASH_CMD, is_in_flash},
+    {AMT_GSM_REFRESHTABLE_MEMORY_TO_FLASH_CMD, to_flash},
+    {AMT_GSM_READTABLE_MEMORY_CMD, read_memory},
+    {AMT_GSM_WRITETABLE_MEMORY_CMD, write_memory},
+    {AMT_DSP_TRANSPARENT_CONTROL_CMD, give_back_from_dsp},
+    {AMT_EDGE_READTABLE_FLASH_TO_MEMORY_CMD, to_memory},
+    {AMT_EDGE_REFRESHTABLE_MEMORY_TO_FLASH_CMD, to_flash},
+    {AMT_DSP_TRANSPARENT_CONTROL_INDCMD, indicate},
 }};
 
 fields run(modem_state& state, std::uint8_t id, std::string_view values) {
@@ -247,7 +247,7 @@ fields run(modem_state& state, std::uint8_t id, std::string_view values) {
 
 std::string answer_radio(modem_state& state, const modem_switches& switches, std::string_view request) {
   const auto id = static_cast<std::uint8_t>(request.at(0));
-  const auto answer_id = static_cast<char>(id == DSP_INDICATION ? id : id + 1);
+  const auto answer_id = static_cast<char>(id == AMT_DSP_TRANSPARENT_CONTROL_INDCMD ? id : id + 1);
   if (switches.radio_result != 0) return answer_id + big(switches.radio_result);
   const fields told = run(state, id, request.substr(1));
   return answer_id + big(told ? 0 : REFUSED) + told.value_or(NOTHING);

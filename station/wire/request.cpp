@@ -2,12 +2,10 @@
 
 #include <algorithm>
 
+#include "amt/amt-convert/ids.h"
 #include "amt/amt-convert/wrap.h"
 
 namespace {
-
-constexpr std::uint8_t GPS_CONTROL_RSPCMD = 175;
-constexpr std::uint8_t GPS_TEST_CMD = 176;
 
 // The value is padded with line ends, and with zeros by some.
 std::string atom_value(const amt_atom_st& atom) {
@@ -53,7 +51,7 @@ void station_start_frame(std::uint8_t command_id, station_request_st* request) {
 std::array<std::uint8_t, 2> station_answer_ids(std::uint8_t request_id) {
   const auto next_id = static_cast<std::uint8_t>(request_id + 1);
   // The phone answers the GPS test like GPS control; what it refuses has the test's own id.
-  return {request_id == GPS_TEST_CMD ? GPS_CONTROL_RSPCMD : next_id, next_id};
+  return {request_id == AMT_GPS_TEST_CMD ? std::uint8_t{AMT_GPS_CONTROL_RSPCMD} : next_id, next_id};
 }
 
 std::optional<std::string> station_value(const station_request_st& request, const station_answer_st& answer) {

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <limits>
 
+#include "amt/amt-convert/ids.h"
 #include "station/words/arguments.h"
 
 namespace {
@@ -43,143 +44,161 @@ constexpr station_parameter_st STATION{"STATION", false, 0, 99};
 constexpr station_parameter_st STATION_RESULT{"RESULT", false, 0, 9};
 constexpr station_parameter_st DESCRIPTION{"DESCRIPTION", true, 0, 127, 127};
 
+// What an operation says as text, then what it says as a frame.
+// clang-format off
 constexpr operation BT_ADDRESS[] = {
-    {"get", {}, "AT^DBTADDR?\r", "^DBTADDR:", BOTH, 172, {"110:int=1"}, {111}},
-    {"set", {&ADDRESS}, "AT^DBTADDR=\"{0}\"\r", nullptr, BOTH, 172, {"110:int=2", "111:str={0}"}, {}},
+    {"get", {}, "AT^DBTADDR?\r", "^DBTADDR:", BOTH, AMT_BLUETOOTH_ADDRESS_CMD,
+     {{AMT_ATOM_BT_OPERATION, "int=1"}}, {AMT_ATOM_BT_ADDRESS}},
+    {"set", {&ADDRESS}, "AT^DBTADDR=\"{0}\"\r", nullptr, BOTH, AMT_BLUETOOTH_ADDRESS_CMD,
+     {{AMT_ATOM_BT_OPERATION, "int=2"}, {AMT_ATOM_BT_ADDRESS, "str={0}"}}, {}},
 };
 constexpr operation WIFI_ADDRESS[] = {
-    {"get", {}, "AT^DWIFIADDR?\r", "^DWIFIADDR:", BOTH, 185, {"152:int=0"}, {153}},
-    {"set", {&ADDRESS}, "AT^DWIFIADDR=\"{0}\"\r", nullptr, BOTH, 185, {"152:int=1", "153:str={0}"}, {}},
+    {"get", {}, "AT^DWIFIADDR?\r", "^DWIFIADDR:", BOTH, AMT_WIFI_TEST_CMD,
+     {{AMT_ATOM_WIFI_OPERATION, "int=0"}}, {AMT_ATOM_WIFI_ADDRESS}},
+    {"set", {&ADDRESS}, "AT^DWIFIADDR=\"{0}\"\r", nullptr, BOTH, AMT_WIFI_TEST_CMD,
+     {{AMT_ATOM_WIFI_OPERATION, "int=1"}, {AMT_ATOM_WIFI_ADDRESS, "str={0}"}}, {}},
 };
 // The phone takes a CR behind the number for a part of it, so the text that writes it has none.
 constexpr operation PCBA_SN[] = {
-    {"get", {}, "AT^DPCBACTRL=1\r", "^DPCBACTRL:", PC, 193, {"190:u8=1"}, {191}},
-    {"set", {&PCBA_SERIAL}, "AT^DPCBACTRL=2,{0}", nullptr, PC, 193, {"190:u8=2", "191:str={0}"}, {}},
+    {"get", {}, "AT^DPCBACTRL=1\r", "^DPCBACTRL:", PC, AMT_BOARD_PCBA_CTRL_CMD,
+     {{AMT_ATOM_PCBA_OPERATION, "u8=1"}}, {AMT_ATOM_PCBA_SERIAL}},
+    {"set", {&PCBA_SERIAL}, "AT^DPCBACTRL=2,{0}", nullptr, PC, AMT_BOARD_PCBA_CTRL_CMD,
+     {{AMT_ATOM_PCBA_OPERATION, "u8=2"}, {AMT_ATOM_PCBA_SERIAL, "str={0}"}}, {}},
 };
 // The two identities are the modem's; on a PC link the phone only hands the requests on and keeps what was confirmed.
 constexpr operation IMEI[] = {
-    {"get", {}, "AT^DGSN?\r", "^DGSN:", BOTH, 7, {}, {21}},
-    {"set", {&IDENTITY}, "AT^DCGSNW={0}\r", nullptr, BOTH, 5, {"21:str={0}"}, {}},
+    {"get", {}, "AT^DGSN?\r", "^DGSN:", BOTH, AMT_READIMEI_CMD, {}, {AMT_ATOM_IMEI}},
+    {"set", {&IDENTITY}, "AT^DCGSNW={0}\r", nullptr, BOTH, AMT_WRITEIMEI_CMD, {{AMT_ATOM_IMEI, "str={0}"}}, {}},
 };
 constexpr operation BOARD_SN[] = {
-    {"get", {}, "AT^DMSN\r", "^DMSN:", BOTH, 85, {}, {38}},
-    {"set", {&IDENTITY}, "AT^DMSN={0}\r", nullptr, BOTH, 87, {"38:str={0}"}, {}},
+    {"get", {}, "AT^DMSN\r", "^DMSN:", BOTH, AMT_READ_BOARD_CMD, {}, {AMT_ATOM_BOARD}},
+    {"set", {&IDENTITY}, "AT^DMSN={0}\r", nullptr, BOTH, AMT_WRITE_BOARD_CMD, {{AMT_ATOM_BOARD, "str={0}"}}, {}},
 };
 // Request 219 of a PC link is another one: it can only forbid.
 constexpr operation AMT1_FLAG[] = {
-    {"get", {}, "AT^DAMT1=2\r", "^DAMT1:", APP, 219, {"192:int=2"}, {192}},
-    {"set", {&FLAG}, "AT^DAMT1={0}\r", nullptr, APP, 219, {"192:int={0}"}, {}},
+    {"get", {}, "AT^DAMT1=2\r", "^DAMT1:", APP, AMT_DAMT1_CMD, {{AMT_ATOM_AMT1_FLAG, "int=2"}}, {AMT_ATOM_AMT1_FLAG}},
+    {"set", {&FLAG}, "AT^DAMT1={0}\r", nullptr, APP, AMT_DAMT1_CMD, {{AMT_ATOM_AMT1_FLAG, "int={0}"}}, {}},
 };
 // The application asks the same request, but gets the platform's version.
-constexpr operation SW_VERSION[] = {{"", {}, "AT^DSVER\r", "^DSVER:", PC, 45, {"19:int=16"}, {18}}};
+constexpr operation SW_VERSION[] = {
+    {"", {}, "AT^DSVER\r", "^DSVER:", PC, AMT_VERSION_CMD, {{AMT_ATOM_MODULE, "int=16"}}, {AMT_ATOM_VERSION}},
+};
 constexpr operation CHECK[] = {
-    {"wifi", {}, "AT^DDEVCONNCHK=0\r", nullptr, BOTH, 185, {"152:int=2"}, {}},
-    {"gps", {}, "AT^DDEVCONNCHK=1\r", nullptr, BOTH, 174, {"140:int=2"}, {}},
-    {"bt", {}, "AT^DDEVCONNCHK=3\r", nullptr, BOTH, 172, {"110:int=3"}, {}},
+    {"wifi", {}, "AT^DDEVCONNCHK=0\r", nullptr, BOTH, AMT_WIFI_TEST_CMD, {{AMT_ATOM_WIFI_OPERATION, "int=2"}}, {}},
+    {"gps", {}, "AT^DDEVCONNCHK=1\r", nullptr, BOTH, AMT_GPS_CONTROL_CMD, {{AMT_ATOM_GPS_OPERATION, "int=2"}}, {}},
+    {"bt", {}, "AT^DDEVCONNCHK=3\r", nullptr, BOTH, AMT_BLUETOOTH_ADDRESS_CMD,
+     {{AMT_ATOM_BT_OPERATION, "int=3"}}, {}},
 };
 constexpr operation BLUETOOTH[] = {
-    {"on", {}, "AT^DBTCTRL=1\r", nullptr, BOTH, 172, {"110:int=11"}, {}},
-    {"off", {}, "AT^DBTCTRL=0\r", nullptr, BOTH, 172, {"110:int=10"}, {}},
+    {"on", {}, "AT^DBTCTRL=1\r", nullptr, BOTH, AMT_BLUETOOTH_ADDRESS_CMD, {{AMT_ATOM_BT_OPERATION, "int=11"}}, {}},
+    {"off", {}, "AT^DBTCTRL=0\r", nullptr, BOTH, AMT_BLUETOOTH_ADDRESS_CMD, {{AMT_ATOM_BT_OPERATION, "int=10"}}, {}},
     // The phone answers twice, from the two processes that it then is: at once, and when Bluetooth is on.
-    {"start", {}, nullptr, nullptr, BOTH, 170, {}, {}},
+    {"start", {}, nullptr, nullptr, BOTH, AMT_BLUETOOTH_CMD, {}, {}},
 };
 // As text, reading starts GPS by itself.
 constexpr operation GPS[] = {
-    {"start", {}, nullptr, nullptr, BOTH, 174, {"140:int=1"}, {}},
-    {"read", {&SLOT}, "AT^DGPSCTRL=2,{0}\r", "^DGPSCTRL:", BOTH, 178, {"141:int={0}"}, {141, 144}},
-    {"stop", {}, "AT^DGPSCTRL=0\r", nullptr, BOTH, 174, {"140:int=0"}, {}},
-    {"test", {}, nullptr, nullptr, BOTH, 176, {}, {}},
+    {"start", {}, nullptr, nullptr, BOTH, AMT_GPS_CONTROL_CMD, {{AMT_ATOM_GPS_OPERATION, "int=1"}}, {}},
+    {"read", {&SLOT}, "AT^DGPSCTRL=2,{0}\r", "^DGPSCTRL:", BOTH, AMT_GPS_READ_RESULT_CMD,
+     {{AMT_ATOM_SATELLITE, "int={0}"}}, {AMT_ATOM_SATELLITE, AMT_ATOM_CARRIER_TO_NOISE}},
+    {"stop", {}, "AT^DGPSCTRL=0\r", nullptr, BOTH, AMT_GPS_CONTROL_CMD, {{AMT_ATOM_GPS_OPERATION, "int=0"}}, {}},
+    {"test", {}, nullptr, nullptr, BOTH, AMT_GPS_TEST_CMD, {}, {}},
 };
 // As text, these two switch WiFi by themselves; as a frame they need WIFI_RF first.
 constexpr operation WIFI_TX[] = {
-    {"",
-     {&CHANNEL, &RATE, &POWER},
-     "AT^DWLTSD=1,{0},{1},{2}\r",
-     nullptr,
-     BOTH,
-     187,
-     {"154:u8=3", "155:u8={0}", "156:u16={1}", "157:u16={2}"},
-     {}},
-    {"off", {}, "AT^DWLTSD=0\r", nullptr, BOTH, 187, {"154:u8=4"}, {}},
+    {"", {&CHANNEL, &RATE, &POWER}, "AT^DWLTSD=1,{0},{1},{2}\r", nullptr, BOTH, AMT_WIFI_RTX_TEST_CMD,
+     {{AMT_ATOM_RTX_OPERATION, "u8=3"}, {AMT_ATOM_RTX_CHANNEL, "u8={0}"}, {AMT_ATOM_RTX_RATE, "u16={1}"},
+      {AMT_ATOM_RTX_POWER, "u16={2}"}}, {}},
+    {"off", {}, "AT^DWLTSD=0\r", nullptr, BOTH, AMT_WIFI_RTX_TEST_CMD, {{AMT_ATOM_RTX_OPERATION, "u8=4"}}, {}},
 };
 constexpr operation WIFI_RX[] = {
-    {"", {&CHANNEL, &RATE}, "AT^DWLTRD=1,{0},{1}\r", nullptr, BOTH, 187, {"154:u8=5", "155:u8={0}", "156:u16={1}"}, {}},
-    {"off", {}, "AT^DWLTRD=0\r", nullptr, BOTH, 187, {"154:u8=6"}, {158}},
+    {"", {&CHANNEL, &RATE}, "AT^DWLTRD=1,{0},{1}\r", nullptr, BOTH, AMT_WIFI_RTX_TEST_CMD,
+     {{AMT_ATOM_RTX_OPERATION, "u8=5"}, {AMT_ATOM_RTX_CHANNEL, "u8={0}"}, {AMT_ATOM_RTX_RATE, "u16={1}"}}, {}},
+    {"off", {}, "AT^DWLTRD=0\r", nullptr, BOTH, AMT_WIFI_RTX_TEST_CMD,
+     {{AMT_ATOM_RTX_OPERATION, "u8=6"}}, {AMT_ATOM_RTX_COUNT}},
 };
 constexpr operation WIFI_RF[] = {
-    {"on", {}, nullptr, nullptr, BOTH, 187, {"154:u8=1"}, {}},
-    {"off", {}, nullptr, nullptr, BOTH, 187, {"154:u8=2"}, {}},
+    {"on", {}, nullptr, nullptr, BOTH, AMT_WIFI_RTX_TEST_CMD, {{AMT_ATOM_RTX_OPERATION, "u8=1"}}, {}},
+    {"off", {}, nullptr, nullptr, BOTH, AMT_WIFI_RTX_TEST_CMD, {{AMT_ATOM_RTX_OPERATION, "u8=2"}}, {}},
 };
-constexpr operation IDLE[] = {{"", {}, "AT^DENTERIDLE\r", nullptr, BOTH, 240, {}, {}}};
-constexpr operation POWER_OFF[] = {{"", {}, "AT^DAMTOFF\r", nullptr, PC, 236, {}, {}}};
-constexpr operation BOOT_DOWNLOAD[] = {{"", {}, "AT^DBOOTDLFIN\r", "^DBOOTDLFIN:", PC, 244, {}, {204}}};
+constexpr operation IDLE[] = {{"", {}, "AT^DENTERIDLE\r", nullptr, BOTH, AMT_ENTER_IDLE_CMD, {}, {}}};
+constexpr operation POWER_OFF[] = {{"", {}, "AT^DAMTOFF\r", nullptr, PC, AMT_POWER_OFF_CMD, {}, {}}};
+constexpr operation BOOT_DOWNLOAD[] = {
+    {"", {}, "AT^DBOOTDLFIN\r", "^DBOOTDLFIN:", PC, AMT_BOOT_DL_FIN_CMD, {}, {AMT_ATOM_BOOT_FLAG}},
+};
 constexpr operation VIBRATE[] = {
-    {"on", {}, nullptr, nullptr, APP, 35, {"15:flag=1"}, {}},
-    {"off", {}, nullptr, nullptr, APP, 35, {"15:flag=0"}, {}},
+    {"on", {}, nullptr, nullptr, APP, AMT_VIBRATION_CMD, {{AMT_ATOM_SWITCH, "flag=1"}}, {}},
+    {"off", {}, nullptr, nullptr, APP, AMT_VIBRATION_CMD, {{AMT_ATOM_SWITCH, "flag=0"}}, {}},
 };
 constexpr operation KEY_LIGHT[] = {
-    {"on", {}, nullptr, nullptr, APP, 37, {"15:flag=1"}, {}},
-    {"off", {}, nullptr, nullptr, APP, 37, {"15:flag=0"}, {}},
+    {"on", {}, nullptr, nullptr, APP, AMT_BACKLIGHT_CMD, {{AMT_ATOM_SWITCH, "flag=1"}}, {}},
+    {"off", {}, nullptr, nullptr, APP, AMT_BACKLIGHT_CMD, {{AMT_ATOM_SWITCH, "flag=0"}}, {}},
 };
-constexpr operation BRIGHTNESS[] = {{"", {&LEVEL}, nullptr, nullptr, APP, 57, {"26:int={0}"}, {}}};
+constexpr operation BRIGHTNESS[] = {
+    {"", {&LEVEL}, nullptr, nullptr, APP, AMT_LCDLIGHT_CMD, {{AMT_ATOM_BRIGHTNESS, "int={0}"}}, {}},
+};
 constexpr operation AUDIO[] = {
-    {"on", {}, nullptr, nullptr, APP, 33, {"15:flag=1"}, {}},
-    {"off", {}, nullptr, nullptr, APP, 33, {"15:flag=0"}, {}},
+    {"on", {}, nullptr, nullptr, APP, AMT_BELL_CMD, {{AMT_ATOM_SWITCH, "flag=1"}}, {}},
+    {"off", {}, nullptr, nullptr, APP, AMT_BELL_CMD, {{AMT_ATOM_SWITCH, "flag=0"}}, {}},
 };
 // Off needs no type: what the phone takes for a missing one is 0.
 constexpr operation AUDIO_LOOP[] = {
-    {"on", {&LOOP_TYPE}, nullptr, nullptr, APP, 31, {"15:flag=1", "30:int={0}"}, {}},
-    {"off", {}, nullptr, nullptr, APP, 31, {"15:flag=0", "30:int=0"}, {}},
+    {"on", {&LOOP_TYPE}, nullptr, nullptr, APP, AMT_AUDIOLOOP_CMD,
+     {{AMT_ATOM_SWITCH, "flag=1"}, {AMT_ATOM_LOOP_TYPE, "int={0}"}}, {}},
+    {"off", {}, nullptr, nullptr, APP, AMT_AUDIOLOOP_CMD,
+     {{AMT_ATOM_SWITCH, "flag=0"}, {AMT_ATOM_LOOP_TYPE, "int=0"}}, {}},
 };
-constexpr operation LCD_COLOR[] = {{"", {}, nullptr, nullptr, APP, 29, {}, {}}};
+constexpr operation LCD_COLOR[] = {{"", {}, nullptr, nullptr, APP, AMT_SHOWLCD_CMD, {}, {}}};
 constexpr operation BATTERY[] = {
-    {"voltage", {}, nullptr, nullptr, APP, 9, {}, {5}},
-    {"temperature", {}, nullptr, nullptr, APP, 55, {}, {22}},
+    {"voltage", {}, nullptr, nullptr, APP, AMT_READ_BATTERY_CMD, {}, {AMT_ATOM_VOLTAGE}},
+    {"temperature", {}, nullptr, nullptr, APP, AMT_TEMPERATURE_CMD, {}, {AMT_ATOM_TEMPERATURE}},
 };
 // The phone writes the four values into a record and into a command for the battery's driver, which holds 38 characters
 // of them: of more, the two would not be the same.
 constexpr operation ADC[] = {
-    {"get", {}, nullptr, nullptr, PC, 224, {}, {151}},
-    {"set",
-     {&ADC_VALUES[0], &ADC_VALUES[1], &ADC_VALUES[2], &ADC_VALUES[3]},
-     nullptr,
-     nullptr,
-     PC,
-     226,
-     {"146:int={0}", "147:int={1}", "148:int={2}", "149:int={3}"},
-     {},
-     38},
+    {"get", {}, nullptr, nullptr, PC, AMT_READ_VBATT_ADC_CMD, {}, {AMT_ATOM_ADC}},
+    {"set", {&ADC_VALUES[0], &ADC_VALUES[1], &ADC_VALUES[2], &ADC_VALUES[3]}, nullptr, nullptr, PC,
+     AMT_WRITE_VBATT_ADC_CMD,
+     {{AMT_ATOM_CALIBRATION_1, "int={0}"}, {AMT_ATOM_CALIBRATION_2, "int={1}"},
+      {AMT_ATOM_CALIBRATION_3, "int={2}"}, {AMT_ATOM_CALIBRATION_4, "int={3}"}}, {}, 38},
 };
 constexpr operation CAMERA[] = {
-    {"main", {}, nullptr, nullptr, APP, 139, {}, {}},
-    {"second", {}, nullptr, nullptr, APP, 147, {}, {}},
-    {"control", {&CONTROL}, nullptr, nullptr, APP, 180, {"112:int={0}"}, {113}},
+    {"main", {}, nullptr, nullptr, APP, AMT_CAMERA_PREVIEW_CMD, {}, {}},
+    {"second", {}, nullptr, nullptr, APP, AMT_SECOND_CAMERA_PREVIEW_CMD, {}, {}},
+    {"control", {&CONTROL}, nullptr, nullptr, APP, AMT_CAMERA_CONTROL_CMD,
+     {{AMT_ATOM_CAMERA_CONTROL, "int={0}"}}, {AMT_ATOM_CAMERA_RESULT}},
 };
-constexpr operation CARD[] = {{"", {}, nullptr, nullptr, APP, 137, {}, {55}}};
-constexpr operation DEV_INFO[] = {{"", {}, nullptr, nullptr, APP, 238, {}, {200}}};
-constexpr operation SIM_CHECK[] = {{"", {}, nullptr, nullptr, APP, 99, {}, {41}}};
-constexpr operation FACTORY_DATE[] = {{"", {}, nullptr, nullptr, APP, 65, {}, {27}}};
-constexpr operation SERIAL_NUMBER[] = {{"", {}, nullptr, nullptr, APP, 234, {}, {163}}};
-constexpr operation AMT_SUPPORT[] = {{"", {}, nullptr, nullptr, APP, 197, {}, {202}}};
-constexpr operation AMT_MODE[] = {{"", {&MODE}, nullptr, nullptr, APP, 195, {"201:int={0}"}, {}}};
-constexpr operation MODEM_SWITCH[] = {{"", {&MODEM_CHANNEL}, nullptr, nullptr, APP, 232, {"159:int={0}"}, {}}};
+constexpr operation CARD[] = {{"", {}, nullptr, nullptr, APP, AMT_READCAPABILITY_CARD_CMD, {}, {AMT_ATOM_CAPACITY}}};
+constexpr operation DEV_INFO[] = {{"", {}, nullptr, nullptr, APP, AMT_READ_DEV_INFO_CMD, {}, {AMT_ATOM_DEV_INFO}}};
+constexpr operation SIM_CHECK[] = {{"", {}, nullptr, nullptr, APP, AMT_USIMCHECK_CMD, {}, {AMT_ATOM_SIM}}};
+constexpr operation FACTORY_DATE[] = {{"", {}, nullptr, nullptr, APP, AMT_READ_OUTDATE_CMD, {}, {AMT_ATOM_DATE}}};
+constexpr operation SERIAL_NUMBER[] = {
+    {"", {}, nullptr, nullptr, APP, AMT_READ_SERIAL_NUMBER_CMD, {}, {AMT_ATOM_SERIAL_NUMBER}},
+};
+constexpr operation AMT_SUPPORT[] = {
+    {"", {}, nullptr, nullptr, APP, AMT_NORMAL_TO_AMT_SUPPORT_CMD, {}, {AMT_ATOM_RADIO_TECHNOLOGY}},
+};
+constexpr operation AMT_MODE[] = {
+    {"", {&MODE}, nullptr, nullptr, APP, AMT_NORMAL_TO_AMT_CMD, {{AMT_ATOM_MODE, "int={0}"}}, {}},
+};
+constexpr operation MODEM_SWITCH[] = {
+    {"", {&MODEM_CHANNEL}, nullptr, nullptr, APP, AMT_CHANNEL_SWITCH_CMD, {{AMT_ATOM_MODEM_CHANNEL, "int={0}"}}, {}},
+};
 constexpr operation ITEM[] = {
-    {"read", {&ITEM_TO_READ}, nullptr, nullptr, APP, 228, {"39:int={0}"}, {36}},
-    {"write", {&ITEM_TO_WRITE, &ITEM_RESULT}, nullptr, nullptr, APP, 230, {"39:int={0}", "36:int={1}"}, {}},
+    {"read", {&ITEM_TO_READ}, nullptr, nullptr, APP, AMT_READ_ITEM_CMD,
+     {{AMT_ATOM_STATION, "int={0}"}}, {AMT_ATOM_STATION_RESULT}},
+    {"write", {&ITEM_TO_WRITE, &ITEM_RESULT}, nullptr, nullptr, APP, AMT_WRITE_ITEM_CMD,
+     {{AMT_ATOM_STATION, "int={0}"}, {AMT_ATOM_STATION_RESULT, "int={1}"}}, {}},
 };
 // On a PC link the phone keeps what is written and leaves the answer to the modem.
 constexpr operation TEST_RESULT[] = {
-    {"read", {&STATION}, nullptr, nullptr, APP, 89, {"39:int={0}"}, {36, 37}},
-    {"write", {&STATION, &STATION_RESULT}, nullptr, nullptr, BOTH, 91, {"39:int={0}", "36:int={1}"}, {}},
-    {"write",
-     {&STATION, &STATION_RESULT, &DESCRIPTION},
-     nullptr,
-     nullptr,
-     BOTH,
-     91,
-     {"39:int={0}", "36:int={1}", "37:str={2}"},
-     {}},
+    {"read", {&STATION}, nullptr, nullptr, APP, AMT_READ_TEST_RESULT_CMD,
+     {{AMT_ATOM_STATION, "int={0}"}}, {AMT_ATOM_STATION_RESULT, AMT_ATOM_DESCRIPTION}},
+    {"write", {&STATION, &STATION_RESULT}, nullptr, nullptr, BOTH, AMT_WRITE_TEST_RESULT_CMD,
+     {{AMT_ATOM_STATION, "int={0}"}, {AMT_ATOM_STATION_RESULT, "int={1}"}}, {}},
+    {"write", {&STATION, &STATION_RESULT, &DESCRIPTION}, nullptr, nullptr, BOTH, AMT_WRITE_TEST_RESULT_CMD,
+     {{AMT_ATOM_STATION, "int={0}"}, {AMT_ATOM_STATION_RESULT, "int={1}"}, {AMT_ATOM_DESCRIPTION, "str={2}"}}, {}},
 };
+// clang-format on
 
 constexpr station_word_st row(const char* name, const char* usage, const char* help, std::size_t least,
                               std::size_t most, std::span<const operation> operations) {
@@ -298,9 +317,10 @@ std::string choose_form(const operation& row, const station_arguments_st& argume
 std::string build_frame(const operation& row, texts values, station_request_st* request) {
   station_start_frame(row.m_frame_id, request);
   request->m_value.m_atoms = row.m_answer_atoms;
-  for (const char* atom : row.m_atoms) {
-    if (atom == nullptr) break;
-    std::string wrong = station_add_atom(&request->m_frame.m_buf_a, fill_in(atom, values));
+  for (const station_atom_st& atom : row.m_atoms) {
+    if (atom.m_value == nullptr) break;
+    const std::string text = fmt::format("{}:{}", int{atom.m_id}, fill_in(atom.m_value, values));
+    std::string wrong = station_add_atom(&request->m_frame.m_buf_a, text);
     if (!wrong.empty()) return wrong;
   }
   return {};

@@ -25,6 +25,12 @@ struct station_parameter_st {
   std::int32_t m_frame_most = std::numeric_limits<std::int32_t>::max();  // of text in a frame
 };
 
+// An atom of a request: its id, and type and value as for station_add_atom ("int=1").
+struct station_atom_st {
+  std::uint8_t m_id = 0;
+  const char* m_value = nullptr;
+};
+
 // In m_at and m_atoms {0} to {3} stand for the parameters.
 struct station_operation_st {
   const char* m_name;  // empty: the word's arguments are the parameters
@@ -33,7 +39,7 @@ struct station_operation_st {
   const char* m_line;  // what the information line with the value begins with; null: there is no value
   station_links_en m_links;
   std::uint8_t m_frame_id;
-  std::array<const char*, 4> m_atoms;          // as for station_add_atom
+  station_atom_st m_atoms[4];                  // those of the request
   std::array<std::uint8_t, 2> m_answer_atoms;  // the atoms that hold the value; 0: none
   std::size_t m_most_together = 0;             // characters of all parameters; 0: as many as they like
 };

@@ -5,15 +5,13 @@
 #include <array>
 
 #include "amt/amt-convert/frame.h"
+#include "amt/amt-convert/ids.h"
 #include "station/words/arguments.h"
 #include "station/words/operations.h"
 
 namespace {
 
 constexpr std::size_t MANY = 1000;
-constexpr std::uint8_t VERSION_CMD = 45;
-constexpr std::uint8_t VERSION_MODULE_ATOM = 19;
-constexpr std::uint8_t VERSION_TEXT_ATOM = 18;
 
 std::string build_frame(const station_arguments_st& arguments, station_request_st* request) {
   const auto id = station_parse_command_id(arguments.m_words[0]);
@@ -35,9 +33,9 @@ std::string build_at(const station_arguments_st& arguments, station_request_st* 
 std::string build_version(const station_arguments_st& arguments, station_request_st* request) {
   const auto module = station_parse_module(arguments.m_words[0]);
   if (!module) return fmt::format("'{}' is no module: {}", arguments.m_words[0], station_module_names());
-  station_start_frame(VERSION_CMD, request);
-  amt_frame_add_int(&request->m_frame.m_buf_a, VERSION_MODULE_ATOM, *module);
-  request->m_value.m_atoms = {VERSION_TEXT_ATOM};
+  station_start_frame(AMT_VERSION_CMD, request);
+  amt_frame_add_int(&request->m_frame.m_buf_a, AMT_ATOM_MODULE, *module);
+  request->m_value.m_atoms = {AMT_ATOM_VERSION};
   return {};
 }
 
