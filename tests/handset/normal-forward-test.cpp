@@ -119,7 +119,7 @@ TEST(Forward, EveryOtherId_CarriesItsValuesAndIsAnsweredWithTheResult) {
     EXPECT_EQ(received.text().substr(mark), "AT^DTTEST=" + digits + "443322116F6B00FF07\r");
   }
   expect_answer(phone, frame(213, ""), result_frame(214, "00000000"));
-  EXPECT_EQ(phone.simulated_modem().state().radio.settings.at(3), hex("443322116F6B00FF07"));
+  EXPECT_EQ(phone.simulated_modem().state().radio.settings.at(3), from_hex("443322116F6B00FF07"));
   end_with(phone, SIGTERM);
 }
 
@@ -156,13 +156,13 @@ TEST(Forward, BadFrame_IsAnErrorAndReachesNoModem) {
   handset::phone phone(platform());
   start_app_serving(phone);
   const auto& received = phone.simulated_modem().received(handset::modem_link::at);
-  expect_answer(phone, hex("0600 BC 0D 0000"), result_frame(14, "01000000"));
+  expect_answer(phone, from_hex("0600 BC 0D 0000"), result_frame(14, "01000000"));
   expect_log(phone, "command head mismatch: BC != BB");
   expect_answer(phone, frame(13, "EE 07 04 0200 0101"), result_frame(14, "01000000"));
   expect_log(phone, "atom length mismatch: 02 != 01");
   expect_answer(phone, frame(13, "EE 07 09 0100 01"), result_frame(14, "01000000"));
   expect_log(phone, "unknown atom value type: 09");
-  expect_answer(phone, hex("0700 BB 0D 0100 ED"), result_frame(14, "01000000"));
+  expect_answer(phone, from_hex("0700 BB 0D 0100 ED"), result_frame(14, "01000000"));
   expect_log(phone, "atom head mismatch: ED != EE");
   EXPECT_EQ(received.text(), LINK_STATUS_OFF);
 }

@@ -9,12 +9,12 @@ namespace {
 constexpr station_rule_st VERSION_RULE{station_wait_en::FRAME, {46, 46}, 0};
 constexpr station_rule_st AT_RULE{station_wait_en::AT_FINAL, {}, 0};
 
-stream_item_st frame(const wire_bytes& bytes, stream_fault_en fault = stream_fault_en::NONE) {
+stream_item_st frame(const byte_string& bytes, stream_fault_en fault = stream_fault_en::NONE) {
   return {stream_kind_en::FRAME, fault, bytes};
 }
 
 std::optional<station_exit_en> take_text(station_judge_st* judge, std::string_view line) {
-  const wire_bytes bytes = from_text(line);
+  const byte_string bytes = bytes_from_text(line);
   return judge->take({stream_kind_en::TEXT, stream_fault_en::NONE, bytes});
 }
 
@@ -34,9 +34,9 @@ TEST(Judge_Rule, Frame_WaitsForTheNextId) {
 
 TEST(Judge_Rule, GpsTest_IsAnsweredWithTheIdOfGpsControlOrRefusedWithItsOwn) {
   const station_rule_st rule = station_rule_for(frame_request(176), 0);
-  const wire_bytes done = from_hex("AABBCCDD 17000000 02000000 0F00BBAF0900 EE0101040000000000 9B61FEEC");
-  const wire_bytes refused = from_hex("AABBCCDD 17000000 02000000 0F00BBB10900 EE0101040001000000 65376929");
-  const wire_bytes other = from_hex("AABBCCDD 17000000 02000000 0F00BBB00900 EE0101040000000000 833F7C44");
+  const byte_string done = bytes_from_hex("AABBCCDD 17000000 02000000 0F00BBAF0900 EE0101040000000000 9B61FEEC");
+  const byte_string refused = bytes_from_hex("AABBCCDD 17000000 02000000 0F00BBB10900 EE0101040001000000 65376929");
+  const byte_string other = bytes_from_hex("AABBCCDD 17000000 02000000 0F00BBB00900 EE0101040000000000 833F7C44");
   EXPECT_EQ(station_judge_st(rule).take(frame(done)), STATION_OK);
   EXPECT_EQ(station_judge_st(rule).take(frame(refused)), STATION_ERROR_ANSWER);
   EXPECT_EQ(station_judge_st(rule).take(frame(other)), std::nullopt);
@@ -86,7 +86,7 @@ TEST(Judge_Frame, DamagedAnswer_IsDamaged) {
 TEST(Judge_Frame, OtherDamagedFrame_IsWaitedOverAndRemembered) {
   station_judge_st judge(VERSION_RULE);
   EXPECT_EQ(judge.take(frame(TEXT_ERROR, stream_fault_en::CHECKSUM)), std::nullopt);
-  const wire_bytes start = from_hex("AABBCCDD00000000");
+  const byte_string start = bytes_from_hex("AABBCCDD00000000");
   EXPECT_EQ(judge.take(frame(start, stream_fault_en::LENGTH)), std::nullopt);
   EXPECT_EQ(judge.give_up(), STATION_DAMAGED);
   EXPECT_EQ(judge.take(frame(VERSION_OK)), STATION_OK);

@@ -98,16 +98,16 @@ TEST(Link_Transfer, BytesOfEveryValue_ArriveUnchangedBothWays) {
   phone_line_st phone;
   station_link_st link;
   ASSERT_EQ(link.open(phone.path()), STATION_OK);
-  wire_bytes all(256);
+  byte_string all(256);
   for (std::size_t n = 0; n < all.size(); ++n) all[n] = static_cast<std::uint8_t>(n);
 
   EXPECT_EQ(link.write_all(all, in(LONG)), STATION_OK);
   EXPECT_EQ(phone.receive(all.size()), all);
 
   phone.send(all);
-  wire_bytes got;
+  byte_string got;
   while (got.size() < all.size()) {
-    wire_bytes room(100);
+    byte_string room(100);
     std::size_t count = 0;
     ASSERT_EQ(link.read_some(room, in(LONG), &count), STATION_OK);
     got.insert(got.end(), room.begin(), room.begin() + static_cast<std::ptrdiff_t>(count));
@@ -119,7 +119,7 @@ TEST(Link_Deadline, SilentPhone_EndsTheRead) {
   phone_line_st phone;
   station_link_st link;
   ASSERT_EQ(link.open(phone.path()), STATION_OK);
-  wire_bytes room(16);
+  byte_string room(16);
   std::size_t count = 99;
   EXPECT_EQ(link.read_some(room, in(SHORT), &count), STATION_NO_ANSWER);
   EXPECT_EQ(count, 0U);
@@ -129,7 +129,7 @@ TEST(Link_Deadline, PhoneThatTakesNothing_EndsTheWrite) {
   phone_line_st phone;
   station_link_st link;
   ASSERT_EQ(link.open(phone.path()), STATION_OK);
-  EXPECT_EQ(link.write_all(wire_bytes(1 << 20), in(SHORT)), STATION_NO_ANSWER);
+  EXPECT_EQ(link.write_all(byte_string(1 << 20), in(SHORT)), STATION_NO_ANSWER);
   EXPECT_THAT(link.error(), HasSubstr("the port did not take the last "));
 }
 
@@ -138,7 +138,7 @@ TEST(Link_Gone, PhoneHangsUp_EndsReadAndWriteWithAClearMessage) {
   station_link_st link;
   ASSERT_EQ(link.open(phone.path()), STATION_OK);
   phone.hang_up();
-  wire_bytes room(16);
+  byte_string room(16);
   std::size_t count = 0;
   EXPECT_EQ(link.read_some(room, in(LONG), &count), STATION_PORT_GONE);
   EXPECT_THAT(link.error(), HasSubstr("the port went away"));
@@ -152,7 +152,7 @@ TEST(Link_Stop, ReadableStopDescriptor_EndsTheWait) {
   ASSERT_EQ(link.open(phone.path()), STATION_OK);
   const int stop = ::eventfd(1, EFD_CLOEXEC);
   link.set_stop_fd(stop);
-  wire_bytes room(16);
+  byte_string room(16);
   std::size_t count = 0;
   EXPECT_EQ(link.read_some(room, in(LONG), &count), STATION_INTERRUPTED);
   ::close(stop);

@@ -61,7 +61,7 @@ std::string text_of(std::string_view line) {
 }
 
 // The bare frame, which is the same on both links.
-wire_bytes frame_of(std::string_view line, stream_form_en form) {
+byte_string frame_of(std::string_view line, stream_form_en form) {
   const built_st built = build(line, form, true);
   EXPECT_EQ(built.m_wrong, "") << line;
   EXPECT_TRUE(built.m_request.m_is_frame) << line;
@@ -74,7 +74,7 @@ std::optional<std::string> value_of_text(std::string_view line, std::vector<std:
 
 std::optional<std::string> value_of_frame(std::string_view line, stream_form_en form, std::string_view answer) {
   amt_frame_st frame{};
-  std::ranges::copy(from_hex(answer), frame.begin());
+  std::ranges::copy(bytes_from_hex(answer), frame.begin());
   return station_value(build(line, form, true).m_request, {frame, {}});
 }
 
@@ -192,7 +192,7 @@ TEST(Operations_Frame, EachRequest_HasItsAtoms) {
   };
   std::set<std::string> words;
   for (const auto& row : rows) {
-    EXPECT_EQ(frame_of(row.m_line, row.m_form), from_hex(row.m_bytes)) << row.m_line;
+    EXPECT_EQ(frame_of(row.m_line, row.m_form), bytes_from_hex(row.m_bytes)) << row.m_line;
     words.insert(words_of(row.m_line)[0]);
   }
   for (const auto& word : station_operation_words()) EXPECT_TRUE(words.contains(word.m_name)) << word.m_name;
@@ -211,8 +211,8 @@ TEST(Operations_Form, ApplicationLink_GetsTheFrameUnasked) {
 }
 
 TEST(Operations_Form, RadioRequestsOfBothLinks_GoToTheApplicationsToo) {
-  EXPECT_EQ(frame_of("gps test", APP), from_hex("0600BBB00000"));
-  EXPECT_EQ(frame_of("bluetooth start", APP), from_hex("0600BBAA0000"));
+  EXPECT_EQ(frame_of("gps test", APP), bytes_from_hex("0600BBB00000"));
+  EXPECT_EQ(frame_of("bluetooth start", APP), bytes_from_hex("0600BBAA0000"));
 }
 
 TEST(Operations_Form, WrongLink_IsRefused) {

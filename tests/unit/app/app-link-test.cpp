@@ -26,7 +26,7 @@ constexpr char END[] = "06 00 BB FE 00 00";
 std::vector<std::string> g_requests;
 
 std::string text_of_request(const amt_message_st& request) {
-  return hex_of(std::string(request.m_buf_a.begin(), request.m_buf_a.begin() + request.m_buf_len));
+  return to_hex(std::string(request.m_buf_a.begin(), request.m_buf_a.begin() + request.m_buf_len));
 }
 
 result_code_en answer_ok(std::uint8_t link, amt_message_st* request, amt_message_st* response) {

@@ -56,7 +56,7 @@ TEST_F(pty_open, Bytes_PassBothWaysUnchanged) {
   app.send("03 04 0A 0D 11 13 1A 1C 7F FF");
   char buffer[32] = {};
   EXPECT_EQ(read(m_pty.m_ptm_fd, buffer, sizeof buffer), 10);
-  EXPECT_EQ(hex_of({buffer, 10}), "03 04 0A 0D 11 13 1A 1C 7F FF");
+  EXPECT_EQ(to_hex({buffer, 10}), "03 04 0A 0D 11 13 1A 1C 7F FF");
   ASSERT_EQ(write(m_pty.m_ptm_fd, "\x03\x0A\x0D\x11\xFF", 5), 5);
   EXPECT_EQ(app.receive(5), "03 0A 0D 11 FF");
 }

@@ -3,8 +3,9 @@
 
 #include "amt/amt-convert/amt-convert.h"
 #include "pub/result.h"
-#include "tests/unit/at-data/bytes.h"
+#include "tests/unit/convert/frames.h"
 #include "tests/unit/failure-line.h"
+#include "tests/unit/log-capture.h"
 
 namespace {
 
@@ -14,11 +15,11 @@ constexpr char RESPONSE[] = "amt_convert_rsp_at_data_2_amt_data";
 class conversion_log : public testing::Test {
  protected:
   std::int32_t convert_request(std::string_view hex) {
-    const amt_frame_st frame = frame_of(bytes_of(hex));
+    const amt_frame_st frame = *frame_of(hex);
     return amt_convert_req_amt_data_2_at_data(&frame, m_out, sizeof m_out, &m_length);
   }
   std::int32_t convert_response(std::string_view hex) {
-    const byte_string at_data = bytes_of(hex);
+    const byte_string at_data = bytes_from_hex(hex);
     return amt_convert_rsp_at_data_2_amt_data(at_data.data(), static_cast<std::uint32_t>(at_data.size()), &m_frame,
                                               AMT_FRAME_SIZE);
   }
@@ -38,7 +39,7 @@ class conversion_log : public testing::Test {
 
 TEST_F(conversion_log, GoodRequest_LogsItsEntryOnly) {
   EXPECT_EQ(convert_request("0F 00 BB 0D 09 00 EE 02 01 04 00 44 33 22 11"), ERR_NONE);
-  EXPECT_EQ(text_of(std::span(m_out).first(m_length)), "0D 44 33 22 11");
+  EXPECT_EQ(to_hex(std::span(m_out).first(m_length)), "0D 44 33 22 11");
   EXPECT_EQ(m_log.texts(), std::vector<std::string>{"amt_convert_req_amt_data_2_at_data()"});
 }
 

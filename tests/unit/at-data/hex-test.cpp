@@ -4,13 +4,13 @@
 #include <array>
 
 #include "amt/amt-convert/at-data.h"
-#include "tests/unit/at-data/bytes.h"
+#include "tests/unit/convert/frames.h"
 
 namespace {
 
 std::string encode(std::string_view hex, std::size_t room) {
   std::string text(room, '.');
-  amt_hex_encode(bytes_of(hex), text);
+  amt_hex_encode(bytes_from_hex(hex), text);
   return text;
 }
 
@@ -38,7 +38,7 @@ class hex_decode : public testing::TestWithParam<decode_row> {};
 TEST_P(hex_decode, Text_FillsTheBytesAskedFor) {
   byte_string bytes(GetParam().m_count, 0xCC);
   amt_hex_decode(GetParam().m_text, bytes);
-  EXPECT_EQ(text_of(bytes), GetParam().m_bytes);
+  EXPECT_EQ(to_hex(bytes), GetParam().m_bytes);
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "amt/amt-convert/at-data.h"
-#include "tests/unit/at-data/bytes.h"
+#include "tests/unit/convert/frames.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ conversion_st convert(const amt_frame_st& frame, std::size_t room = AMT_FRAME_SI
   std::size_t length = 99;
   conversion_st conversion{amt_at_data_from_frame(frame, out, &length), {}};
   for (std::size_t i = length; i < out.size(); ++i) EXPECT_EQ(out[i], 0) << "at " << i;
-  conversion.m_at_data = text_of(std::span(out).first(length));
+  conversion.m_at_data = to_hex(std::span(out).first(length));
   return conversion;
 }
 
@@ -31,7 +31,7 @@ struct request_row {
 class at_data_request : public testing::TestWithParam<request_row> {};
 
 TEST_P(at_data_request, Convert_KeepsIdAndValues) {
-  const conversion_st conversion = convert(frame_of(bytes_of(GetParam().m_frame)));
+  const conversion_st conversion = convert(*frame_of(GetParam().m_frame));
   EXPECT_EQ(conversion.m_result.m_fault, NONE);
   EXPECT_EQ(conversion.m_at_data, GetParam().m_at_data);
 }
@@ -66,7 +66,7 @@ struct bad_request_row {
 class at_data_bad_request : public testing::TestWithParam<bad_request_row> {};
 
 TEST_P(at_data_bad_request, Convert_TellsTheFault) {
-  const conversion_st conversion = convert(frame_of(bytes_of(GetParam().m_frame)));
+  const conversion_st conversion = convert(*frame_of(GetParam().m_frame));
   EXPECT_EQ(conversion.m_result.m_fault, GetParam().m_fault);
   EXPECT_EQ(conversion.m_result.m_found, GetParam().m_found);
   EXPECT_EQ(conversion.m_result.m_wanted, GetParam().m_wanted);
@@ -95,7 +95,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 // What the data length does not cover but looks like an atom is read on: only the sum of the sizes ends a frame.
 TEST(at_data_request_bounds, AtomBehindTheDataLength_IsReadUntilTheSumFits) {
-  const auto frame = frame_of(bytes_of("00 00 BB 0D 0C 00 EE 02 04 01 00 07 EE 03 04 01 00 08"));
+  const auto frame = *frame_of("00 00 BB 0D 0C 00 EE 02 04 01 00 07 EE 03 04 01 00 08");
   const conversion_st conversion = convert(frame);
   EXPECT_EQ(conversion.m_result.m_fault, NONE);
   EXPECT_EQ(conversion.m_at_data, "0D 07 08");
@@ -131,12 +131,12 @@ TEST(at_data_request_bounds, AtomBehindTheLastByte_IsOutside) {
 }
 
 TEST(at_data_request_bounds, RoomForTheBytes_IsEnough) {
-  const auto frame = frame_of(bytes_of("0E 00 BB 97 08 00 EE 02 02 03 00 61 62 63"));
+  const auto frame = *frame_of("0E 00 BB 97 08 00 EE 02 02 03 00 61 62 63");
   EXPECT_EQ(convert(frame, 6).m_at_data, "97 03 00 61 62 63");
 }
 
 TEST(at_data_request_bounds, OneByteTooLittleRoom_IsRefusedNotCut) {
-  const auto frame = frame_of(bytes_of("0E 00 BB 97 08 00 EE 02 02 03 00 61 62 63"));
+  const auto frame = *frame_of("0E 00 BB 97 08 00 EE 02 02 03 00 61 62 63");
   const conversion_st value_outside = convert(frame, 5);
   EXPECT_EQ(value_outside.m_result.m_fault, OUTSIDE);
   EXPECT_EQ(value_outside.m_at_data, "97 03 00");

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "amt/amt-convert/at-data.h"
-#include "tests/unit/at-data/bytes.h"
+#include "tests/unit/convert/frames.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ class at_data_response : public testing::TestWithParam<response_row> {};
 TEST_P(at_data_response, Convert_GivesTheIdsAtoms) {
   amt_frame_st frame;
   frame.fill(0xCC);
-  EXPECT_EQ(amt_frame_from_at_data(bytes_of(GetParam().m_at_data), frame).m_fault, NONE);
+  EXPECT_EQ(amt_frame_from_at_data(bytes_from_hex(GetParam().m_at_data), frame).m_fault, NONE);
   EXPECT_EQ(text_of(frame), GetParam().m_frame);
 }
 
@@ -95,7 +95,7 @@ class at_data_bad_response : public testing::TestWithParam<bad_response_row> {};
 
 TEST_P(at_data_bad_response, Convert_TellsTheFault) {
   amt_frame_st frame;
-  EXPECT_EQ(amt_frame_from_at_data(bytes_of(GetParam().m_at_data), frame).m_fault, GetParam().m_fault);
+  EXPECT_EQ(amt_frame_from_at_data(bytes_from_hex(GetParam().m_at_data), frame).m_fault, GetParam().m_fault);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -112,7 +112,7 @@ INSTANTIATE_TEST_SUITE_P(
 constexpr std::size_t LARGEST_VALUE = 4076;
 
 byte_string table_answer(std::size_t length) {
-  byte_string at_data = bytes_of("30 00 00 00 00 00 00 00 00");
+  byte_string at_data = bytes_from_hex("30 00 00 00 00 00 00 00 00");
   amt_write_u32(at_data.data() + 5, static_cast<std::uint32_t>(length));
   return at_data;
 }

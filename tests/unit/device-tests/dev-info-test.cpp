@@ -38,9 +38,9 @@ TEST_F(dev_info_test, DevInfo_LongestText_FitsTheFrame) {
   EXPECT_EQ(app(238), 0);
   const std::string answer = m_app.received();
   ASSERT_EQ(answer.size(), 4075u);
-  EXPECT_EQ(hex_of(answer.substr(0, 12)), "EB 0F BB EF E5 0F EE C8 02 D7 0F 78");
+  EXPECT_EQ(to_hex(answer.substr(0, 12)), "EB 0F BB EF E5 0F EE C8 02 D7 0F 78");
   EXPECT_EQ(answer.substr(11, 4055), std::string(4055, 'x'));
-  EXPECT_EQ(hex_of(answer.substr(4066)), "EE 01 01 04 00 00 00 00 00");
+  EXPECT_EQ(to_hex(answer.substr(4066)), "EE 01 01 04 00 00 00 00 00");
 }
 
 // One character more than it was told to give, and so no terminator anywhere in the buffer.
@@ -51,7 +51,7 @@ TEST_F(dev_info_test, DevInfo_TextThatFillsTheBuffer_IsCutToItsLimit) {
   const std::string answer = m_app.received();
   ASSERT_EQ(answer.size(), 4075u);
   EXPECT_EQ(answer.substr(11, 4055), std::string(4055, 'x'));
-  EXPECT_EQ(hex_of(answer.substr(4066)), "EE 01 01 04 00 00 00 00 00");
+  EXPECT_EQ(to_hex(answer.substr(4066)), "EE 01 01 04 00 00 00 00 00");
 }
 
 TEST_F(dev_info_test, DevInfo_NoText_IsAnEmptyAtom) {

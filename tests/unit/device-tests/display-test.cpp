@@ -97,7 +97,7 @@ TEST_F(display_test, LcdBrightness_AtomOfAnotherLength_IsItsFirstFourBytes) {
   for (const auto& [value, written] : rows) {
     write_file(LCD, "80");
     EXPECT_EQ(app(57, atom(26, 1, value)), 0);
-    EXPECT_EQ(content_of(LCD), written) << hex_of(value);
+    EXPECT_EQ(content_of(LCD), written) << to_hex(value);
   }
 }
 
@@ -178,7 +178,7 @@ TEST_F(display_test, Vibrator_FlagOfAnotherLength_IsItsNumber) {
   for (const auto& [type, value, written] : rows) {
     write_file(VIBRATOR, "9");
     EXPECT_EQ(app(35, atom(15, type, value)), 0);
-    EXPECT_EQ(content_of(VIBRATOR), written) << hex_of(value);
+    EXPECT_EQ(content_of(VIBRATOR), written) << to_hex(value);
     EXPECT_EQ(to_app(), VIBRATOR_OK);
   }
 }

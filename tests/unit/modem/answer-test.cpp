@@ -79,7 +79,7 @@ TEST_P(answer_version, IsDecoded) {
   const auto count = amt_answer_version(GetParam().m_value, bytes);
   ASSERT_EQ(count.has_value(), GetParam().m_bytes.has_value());
   if (!count) return;
-  EXPECT_EQ(hex_of(std::string(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(*count))),
+  EXPECT_EQ(to_hex(std::string(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(*count))),
             *GetParam().m_bytes);
 }
 

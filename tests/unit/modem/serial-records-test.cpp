@@ -23,8 +23,8 @@ class serial_records : public modem_test {
   std::string answered() {
     const std::string bytes = m_pc.received();
     if (bytes.empty()) return "";
-    EXPECT_EQ(hex_of(bytes.substr(0, 4)), "AA BB CC DD");
-    return hex_of(bytes.substr(12, bytes.size() - 16));
+    EXPECT_EQ(to_hex(bytes.substr(0, 4)), "AA BB CC DD");
+    return to_hex(bytes.substr(12, bytes.size() - 16));
   }
   std::int32_t run_pc(amt_handle_func handler, std::string_view request) { return run(handler, request, AMT_LINK_PC); }
 };

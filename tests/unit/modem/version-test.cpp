@@ -6,7 +6,7 @@
 namespace {
 
 std::string version_request(std::uint8_t module) {
-  return "0F 00 BB 2D 09 00 EE 13 01 04 00 " + hex_of(std::string(1, static_cast<char>(module))) + " 00 00 00";
+  return "0F 00 BB 2D 09 00 EE 13 01 04 00 " + to_hex(std::string(1, static_cast<char>(module))) + " 00 00 00";
 }
 
 class app_version : public modem_test {
@@ -19,7 +19,7 @@ class app_fixed_version : public app_version, public testing::WithParamInterface
 TEST_P(app_fixed_version, Request_IsAnsweredWithTheWholeBlock) {
   EXPECT_EQ(ask(GetParam()), ERR_NONE);
   EXPECT_EQ(to_modem(), "");
-  EXPECT_EQ(to_app(), "5D 00 BB 2E 57 00 EE 13 01 04 00 " + hex_of(std::string(1, static_cast<char>(GetParam()))) +
+  EXPECT_EQ(to_app(), "5D 00 BB 2E 57 00 EE 13 01 04 00 " + to_hex(std::string(1, static_cast<char>(GetParam()))) +
                           " 00 00 00 EE 12 03 40 00 0D 41 6E 64 72 6F 69 64 34 2E 32 2C 32 30 31 33 2D 30 31 2D 32 31 "
                           "0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A "
                           "0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A 0A "
