@@ -96,7 +96,7 @@ TEST_F(PcLink, Probe_ModemIsUart_EachShortProbeSetsItsSpeed) {
   EXPECT_EQ(attributes.c_lflag, 0u);
 }
 
-TEST_F(PcLink, PcTty_AlwaysRawAt115200_WhateverTheConfigurationSays) {
+TEST_F(PcLink, PcTty_AnyConfiguration_IsRawAt115200) {
   auto options = raw_modem();
   options.config =
       "vx.tty.pc=/dev/ttyPC\nvx.tty.modem=/dev/ttyMODEM\nvx.modem.uart.amt.default.baudrate=921600\n"

@@ -389,7 +389,7 @@ TEST(UsbHandshake, NoFramebuffer_SucceedsWithoutBanner) {
   EXPECT_EQ(phone.modem_end().read_exactly(9), "AT+STILL\r");
 }
 
-TEST(BootDownload, TextAndFrame_TellTheBoardsFlag) {
+TEST(BootDownload, TextAndFrame_AnswerTheBoardsFlag) {
   auto options = usb_start_configured();
   options.files["/data/board/control"] = "amt_check_system_sanity = 0\n";
   handset::phone phone(options);

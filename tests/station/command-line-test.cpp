@@ -348,7 +348,7 @@ TEST_F(ApplicationLink, PathThatIsASymbolicLink_IsFollowed) {
   EXPECT_EQ(got.m_status, 0);
 }
 
-TEST(CommandLine_Usage, WrongArguments_AreStatusTwo) {
+TEST(CommandLineUsage, WrongArguments_AreStatusTwo) {
   const std::vector<std::vector<std::string>> rows = {
       {},
       {"--port", "x"},
@@ -396,11 +396,11 @@ TEST(CommandLine_Usage, WrongArguments_AreStatusTwo) {
   }
 }
 
-TEST(CommandLine_Usage, LargestFrame_IsNoWrongUsage) {
+TEST(CommandLineUsage, LargestFrame_IsNoWrongUsage) {
   EXPECT_EQ(run({"--port", "/dev/there-is-no-such-port", "frame", "1", "1:str=" + std::string(4069, 'x')}).m_status, 3);
 }
 
-TEST(CommandLine_Help, NamesEveryWordAndEveryExitCode) {
+TEST(CommandLineHelp, Asked_NamesEveryWordAndEveryExitCode) {
   const auto got = run({"--help"});
   EXPECT_EQ(got.m_status, 0);
   for (const auto& word : station_words()) EXPECT_THAT(got.m_out, HasSubstr(std::string("\n  ") + word.m_name + " "));
@@ -414,7 +414,7 @@ bool is_in(const std::string& manual, const std::string& text) {
   return manual.find(text) != std::string::npos;
 }
 
-TEST(CommandLine_Manual, NamesEveryWordAndEveryExitCode) {
+TEST(CommandLineManual, Printed_NamesEveryWordAndEveryExitCode) {
   std::ifstream file(STATION_MANUAL);
   const std::string manual((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
   for (const auto& word : station_words()) {
@@ -425,7 +425,7 @@ TEST(CommandLine_Manual, NamesEveryWordAndEveryExitCode) {
   }
 }
 
-TEST(CommandLine_Words, EveryRow_MakesSense) {
+TEST(CommandLineWords, EveryRow_MakesSense) {
   std::set<std::string> names;
   for (const auto& word : station_words()) {
     EXPECT_TRUE(names.insert(word.m_name).second) << word.m_name;

@@ -74,7 +74,7 @@ TEST_F(Render, BytesBehindTheAtoms_AreCounted) {
             "12:34:56.789 <- frame 46 (0x2E) AMT_VERSION_RSPCMD 1:int=0 + 2 bytes that are no atom");
 }
 
-TEST_F(Render, DamagedFrames_SayWhatIsWrong) {
+TEST_F(Render, DamagedFrames_ShowWhatIsWrong) {
   EXPECT_EQ(line(stream_kind_en::FRAME, NO_ATOMS, stream_fault_en::CHECKSUM),
             "12:34:56.789 <- frame, bad checksum: 46 (0x2E) AMT_VERSION_RSPCMD");
   EXPECT_EQ(line(stream_kind_en::FRAME, bytes_from_hex("AABBCCDD00000000"), stream_fault_en::LENGTH),

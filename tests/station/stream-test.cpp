@@ -65,25 +65,25 @@ byte_string changed(byte_string bytes, std::size_t at, std::uint8_t value) {
   return bytes;
 }
 
-TEST(Stream_Frame, Whole_IsOneItem) {
+TEST(StreamFrame, Whole_IsOneItem) {
   EXPECT_EQ(split(VERSION_OK), got_items{frame(VERSION_OK)});
 }
 
-TEST(Stream_Frame, FixedEnvelope_IsPreResponse) {
+TEST(StreamFrame, FixedEnvelope_IsPreResponse) {
   EXPECT_EQ(split(PRE_RESPONSE), got_items{pre_response()});
 }
 
-TEST(Stream_Frame, NoAtoms_IsOneItem) {
+TEST(StreamFrame, NoAtoms_IsOneItem) {
   EXPECT_EQ(split(NO_ATOMS), got_items{frame(NO_ATOMS)});
 }
 
-TEST(Stream_Frame, LastByteMissing_IsHeldBack) {
+TEST(StreamFrame, LastByteMissing_IsHeldBack) {
   byte_string part = VERSION_OK;
   part.pop_back();
   EXPECT_EQ(split(part), got_items{});
 }
 
-TEST(Stream_Mixed, EveryWayToSplit_GivesTheSameItems) {
+TEST(StreamMixed, EveryWayToSplit_GivesTheSameItems) {
   const byte_string all = bytes_from_text("\r\n^DSVER: 7\r\n\r\nOK\r\n") + PRE_RESPONSE + VERSION_OK +
                           bytes_from_text("AT\r") + VERSION_ERROR + bytes_from_text("half") + NO_ATOMS +
                           bytes_from_text("\nERROR\r\n");
@@ -93,7 +93,7 @@ TEST(Stream_Mixed, EveryWayToSplit_GivesTheSameItems) {
   for (std::size_t step = 1; step <= all.size(); ++step) EXPECT_EQ(split(all, step), expected) << "step " << step;
 }
 
-TEST(Stream_Mixed, EveryCutInTwo_GivesTheSameItems) {
+TEST(StreamMixed, EveryCutInTwo_GivesTheSameItems) {
   const byte_string all = bytes_from_text("\r\nOK\r\n") + VERSION_OK + PRE_RESPONSE + bytes_from_text("x\r\ny\r\n");
   const got_items expected = {text("\r\nOK\r\n"), frame(VERSION_OK), pre_response(), text("x\r\n"), text("y\r\n")};
   for (std::size_t cut = 0; cut <= all.size(); ++cut) {
@@ -105,19 +105,19 @@ TEST(Stream_Mixed, EveryCutInTwo_GivesTheSameItems) {
   }
 }
 
-TEST(Stream_Checksum, EveryCorruptedPayloadByte_IsReported) {
+TEST(StreamChecksum, EveryCorruptedPayloadByte_IsReported) {
   for (std::size_t at = 12; at < VERSION_OK.size(); ++at) {
     const byte_string bad = changed(VERSION_OK, at, static_cast<std::uint8_t>(VERSION_OK[at] ^ 0x10));
     EXPECT_EQ(split(bad), got_items{frame(bad, stream_fault_en::CHECKSUM)}) << "byte " << at;
   }
 }
 
-TEST(Stream_Checksum, BadFrameBeforeGoodOne_GoodOneIsFound) {
+TEST(StreamChecksum, BadFrameBeforeGoodOne_GoodOneIsFound) {
   const byte_string bad = changed(VERSION_OK, 20, 0x41);
   EXPECT_EQ(split(bad + VERSION_OK), (got_items{frame(bad, stream_fault_en::CHECKSUM), frame(VERSION_OK)}));
 }
 
-TEST(Stream_Length, OfZero_IsReportedAndTheNextFrameIsFound) {
+TEST(StreamLength, OfZero_IsReportedAndTheNextFrameIsFound) {
   const byte_string bad = changed(NO_ATOMS, 4, 0x00);
   const got_items items = split(bad + VERSION_OK);
   ASSERT_GE(items.size(), 2U);
@@ -126,7 +126,7 @@ TEST(Stream_Length, OfZero_IsReportedAndTheNextFrameIsFound) {
 }
 
 // length field | may be right: the largest wrapped frame is 4096 bytes, 8 more than the field
-TEST(Stream_Length, AtTheBounds_OnlyWhatFitsIsWaitedFor) {
+TEST(StreamLength, AtTheBounds_OnlyWhatFitsIsWaitedFor) {
   struct {
     const char* m_length;
     bool m_is_waited_for;
@@ -139,20 +139,20 @@ TEST(Stream_Length, AtTheBounds_OnlyWhatFitsIsWaitedFor) {
   }
 }
 
-TEST(Stream_Length, TooLargeByTwo_TheSwallowedFrameIsStillFound) {
+TEST(StreamLength, TooLargeByTwo_TheSwallowedFrameIsStillFound) {
   const byte_string bad = changed(VERSION_OK, 4, 0x22);
   for (const std::size_t step : {std::size_t{1}, std::size_t{7}, std::size_t{500}}) {
     EXPECT_EQ(split(bad + VERSION_OK, step), (got_items{frame(bad, stream_fault_en::CHECKSUM), frame(VERSION_OK)}));
   }
 }
 
-TEST(Stream_Length, TooLargeByFar_TheSwallowedFrameIsFoundAtTheFlush) {
+TEST(StreamLength, TooLargeByFar_TheSwallowedFrameIsFoundAtTheFlush) {
   const byte_string bad = changed(VERSION_OK, 5, 0x0F);
   EXPECT_EQ(split(bad + VERSION_OK), got_items{});
   EXPECT_EQ(split_all(bad + VERSION_OK), (got_items{frame(bad, stream_fault_en::INCOMPLETE), frame(VERSION_OK)}));
 }
 
-TEST(Stream_Length, TooSmall_IsABadChecksumAndTheNextFrameIsFound) {
+TEST(StreamLength, TooSmall_IsABadChecksumAndTheNextFrameIsFound) {
   const byte_string bad = changed(VERSION_OK, 4, 0x1E);
   const got_items items = split(bad + VERSION_OK);
   ASSERT_EQ(items.size(), 3U);
@@ -161,7 +161,7 @@ TEST(Stream_Length, TooSmall_IsABadChecksumAndTheNextFrameIsFound) {
   EXPECT_EQ(items[2], frame(VERSION_OK));
 }
 
-TEST(Stream_Head, RightChecksumOverAWrongHead_IsReported) {
+TEST(StreamHead, RightChecksumOverAWrongHead_IsReported) {
   const byte_string wrong_command_head = bytes_from_hex("AABBCCDD 0E000000 02000000 0600BC2E0000 EAF2659D");
   const byte_string five_byte_frame = bytes_from_hex("AABBCCDD 0D000000 02000000 0500BB2E00 B39C08FB");
   const byte_string empty_but_no_pre_response = bytes_from_hex("AABBCCDD 08000000 02000000 42CC0DC1");
@@ -170,7 +170,7 @@ TEST(Stream_Head, RightChecksumOverAWrongHead_IsReported) {
   }
 }
 
-TEST(Stream_Text, LineForms_AreCutAtTheirEnds) {
+TEST(StreamText, LineForms_AreCutAtTheirEnds) {
   EXPECT_EQ(split(bytes_from_text("\r\nOK\r\n")), got_items{text("\r\nOK\r\n")});
   EXPECT_EQ(split(bytes_from_text("OK\n")), got_items{text("OK\n")});
   EXPECT_EQ(split(bytes_from_text("AT\rOK\r\n")), (got_items{text("AT\r"), text("OK\r\n")}));
@@ -181,7 +181,7 @@ TEST(Stream_Text, LineForms_AreCutAtTheirEnds) {
   EXPECT_EQ(split(bytes_from_text("gr\xC3\xBC\xC3\x9F\r\n")), got_items{text("gr\xC3\xBC\xC3\x9F\r\n")});
 }
 
-TEST(Stream_Text, LoneCarriageReturn_WaitsForItsLineFeed) {
+TEST(StreamText, LoneCarriageReturn_WaitsForItsLineFeed) {
   stream_splitter_st splitter;
   got_items items;
   splitter.feed(bytes_from_text("OK\r"), keep(&items));
@@ -192,7 +192,7 @@ TEST(Stream_Text, LoneCarriageReturn_WaitsForItsLineFeed) {
   EXPECT_EQ(splitter.pending(), stream_pending_en::NOTHING);
 }
 
-TEST(Stream_Text, WithoutEnd_IsPartUntilTheFlush) {
+TEST(StreamText, WithoutEnd_IsPartUntilTheFlush) {
   stream_splitter_st splitter;
   got_items items;
   splitter.feed(bytes_from_text("> "), keep(&items));
@@ -201,31 +201,31 @@ TEST(Stream_Text, WithoutEnd_IsPartUntilTheFlush) {
   EXPECT_EQ(items, got_items{text("> ")});
 }
 
-TEST(Stream_Text, OnlyLineEnds_ArePendingNothing) {
+TEST(StreamText, OnlyLineEnds_ArePendingNothing) {
   stream_splitter_st splitter;
   got_items items;
   splitter.feed(bytes_from_text("OK\r\n\r\n"), keep(&items));
   EXPECT_EQ(splitter.pending(), stream_pending_en::NOTHING);
 }
 
-TEST(Stream_Noise, ControlBytesAndBrokenUtf8_AreNoText) {
+TEST(StreamNoise, ControlBytesAndBrokenUtf8_AreNoText) {
   for (const char* hex : {"000102 0A", "1B5B41 0A", "FF 0A", "C3 0A", "E282 0A", "C080 0A", "80 0A", "7F 0A"}) {
     EXPECT_EQ(split(bytes_from_hex(hex)), got_items{noise(bytes_from_hex(hex))}) << hex;
   }
 }
 
-TEST(Stream_Noise, BeforeAFrame_TheFrameIsFound) {
+TEST(StreamNoise, BeforeAFrame_TheFrameIsFound) {
   const byte_string garbage = bytes_from_hex("00 FF AA BB AA BB CC 55 AA");
   EXPECT_EQ(split(garbage + VERSION_OK), (got_items{noise(garbage), frame(VERSION_OK)}));
   EXPECT_EQ(split(garbage + VERSION_OK, 1), (got_items{noise(garbage), frame(VERSION_OK)}));
 }
 
-TEST(Stream_Noise, PartOfAMagicAtTheFlush_IsNoise) {
+TEST(StreamNoise, PartOfAMagicAtTheFlush_IsNoise) {
   EXPECT_EQ(split_all(bytes_from_hex("AABBCC")), got_items{noise(bytes_from_hex("AABBCC"))});
   EXPECT_EQ(split_all(bytes_from_hex("41AABB")), (got_items{text("A"), noise(bytes_from_hex("AABB"))}));
 }
 
-TEST(Stream_Buffer, EndlessLine_IsCutAtTheBuffersSize) {
+TEST(StreamBuffer, EndlessLine_IsCutAtTheBuffersSize) {
   const byte_string line(10000, 'x');
   for (const std::size_t step : {std::size_t{1}, std::size_t{4095}, std::size_t{10000}}) {
     const got_items items = split(line, step, true);
@@ -236,7 +236,7 @@ TEST(Stream_Buffer, EndlessLine_IsCutAtTheBuffersSize) {
   }
 }
 
-TEST(Stream_Buffer, LargestFrame_Fits) {
+TEST(StreamBuffer, LargestFrame_Fits) {
   byte_string start = bytes_from_hex("AABBCCDD F80F0000");
   start.resize(4095);
   EXPECT_EQ(split(start), got_items{});
@@ -244,7 +244,7 @@ TEST(Stream_Buffer, LargestFrame_Fits) {
   EXPECT_EQ(split(start), got_items{frame(start, stream_fault_en::CHECKSUM)});
 }
 
-TEST(Stream_Any, Bytes_ComeOutOnceWhateverTheSplit) {
+TEST(StreamAny, Bytes_ComeOutOnceWhateverTheSplit) {
   byte_string bytes;
   std::uint32_t seed = 1;
   for (int n = 0; n < 20000; ++n) {
@@ -261,19 +261,19 @@ TEST(Stream_Any, Bytes_ComeOutOnceWhateverTheSplit) {
   EXPECT_EQ(joined, bytes);
 }
 
-TEST(Stream_Payload, OfAWholeFrame_IsWithoutTheChecksum) {
+TEST(StreamPayload, OfAWholeFrame_IsWithoutTheChecksum) {
   const stream_item_st item{stream_kind_en::FRAME, stream_fault_en::NONE, NO_ATOMS};
   const auto payload = stream_payload(item);
   EXPECT_EQ(byte_string(payload.begin(), payload.end()), bytes_from_hex("0600BB2E0000"));
 }
 
-TEST(Stream_Payload, OfACutFrame_IsWhatCame) {
+TEST(StreamPayload, OfACutFrame_IsWhatCame) {
   const stream_item_st item{stream_kind_en::FRAME, stream_fault_en::INCOMPLETE, std::span(VERSION_OK).first(20)};
   const auto payload = stream_payload(item);
   EXPECT_EQ(byte_string(payload.begin(), payload.end()), bytes_from_hex("1800BB2E1200EE13"));
 }
 
-TEST(Stream_Payload, WithoutAHead_IsEmpty) {
+TEST(StreamPayload, WithoutAHead_IsEmpty) {
   for (const std::size_t size : {std::size_t{8}, std::size_t{12}, std::size_t{17}}) {
     const stream_item_st item{stream_kind_en::FRAME, stream_fault_en::INCOMPLETE, std::span(VERSION_OK).first(size)};
     EXPECT_TRUE(stream_payload(item).empty()) << size;
@@ -291,27 +291,27 @@ got_items split_bare(const byte_string& bytes) {
 
 const byte_string BARE_EMPTY = bytes_from_hex("0600BB080000");  // answer 8 without an atom
 
-TEST(Stream_Bare, FramesBackToBack_AreTakenApart) {
+TEST(StreamBare, FramesBackToBack_AreTakenApart) {
   const got_items expected = {frame(BARE_OK), frame(BARE_EMPTY), frame(BARE_OK)};
   EXPECT_EQ(split_bare(BARE_OK + BARE_EMPTY + BARE_OK), expected);
 }
 
-TEST(Stream_Bare, WholeFrame_NeedsNoMoreBytes) {
+TEST(StreamBare, WholeFrame_NeedsNoMoreBytes) {
   EXPECT_EQ(split(BARE_OK, 1, false, stream_form_en::BARE), got_items{frame(BARE_OK)});
 }
 
-TEST(Stream_Bare, LargestFrame_IsOne) {
+TEST(StreamBare, LargestFrame_IsOne) {
   byte_string largest = bytes_from_hex("0010BB08FA0F");
   largest.resize(4096, 0xBB);
   EXPECT_EQ(split_bare(largest + BARE_OK), (got_items{frame(largest), frame(BARE_OK)}));
 }
 
-TEST(Stream_Bare, BytesThatAreNoFrame_AreNoiseUpToTheNext) {
+TEST(StreamBare, BytesThatAreNoFrame_AreNoiseUpToTheNext) {
   const byte_string stray = bytes_from_text("\r\nOK\r\n");
   EXPECT_EQ(split_bare(stray + BARE_OK + stray), (got_items{noise(stray), frame(BARE_OK), noise(stray)}));
 }
 
-TEST(Stream_Bare, HeadThatContradictsItself_IsNoise) {
+TEST(StreamBare, HeadThatContradictsItself_IsNoise) {
   for (const char* head : {
            "0F00BA2D0900",  // another mark
            "0F00BB2D0A00",  // the lengths disagree
@@ -323,35 +323,35 @@ TEST(Stream_Bare, HeadThatContradictsItself_IsNoise) {
   }
 }
 
-TEST(Stream_Bare, NoiseThatLooksLikeAHeadForAWhile_IsOneItem) {
+TEST(StreamBare, NoiseThatLooksLikeAHeadForAWhile_IsOneItem) {
   const byte_string stray = bytes_from_hex("FFFF 0F00BB2D FFFF");
   EXPECT_EQ(split_bare(stray + BARE_OK), (got_items{noise(stray), frame(BARE_OK)}));
 }
 
-TEST(Stream_Bare, CutFrame_IsIncompleteAtTheEnd) {
+TEST(StreamBare, CutFrame_IsIncompleteAtTheEnd) {
   for (const std::size_t size : {3U, 6U, 23U}) {
     const byte_string part(BARE_OK.begin(), BARE_OK.begin() + size);
     EXPECT_EQ(split_bare(part), got_items{frame(part, stream_fault_en::INCOMPLETE)}) << size;
   }
 }
 
-TEST(Stream_Bare, FrameBehindACutOne_IsFoundAtTheEnd) {
+TEST(StreamBare, FrameBehindACutOne_IsFoundAtTheEnd) {
   const byte_string part = bytes_from_hex("FF00BB2EF900 EE13");
   EXPECT_EQ(split_bare(part + BARE_OK), (got_items{frame(part, stream_fault_en::INCOMPLETE), frame(BARE_OK)}));
 }
 
-TEST(Stream_Bare, NoiseThatFillsTheBuffer_KeepsTheFrameAcrossItsEnd) {
+TEST(StreamBare, NoiseThatFillsTheBuffer_KeepsTheFrameAcrossItsEnd) {
   const byte_string much(4094, 0xFF);
   EXPECT_EQ(split_bare(much + BARE_OK), (got_items{noise(much), frame(BARE_OK)}));
 }
 
-TEST(Stream_Bare, WrappedFrame_IsNoiseAroundTheFrameInIt) {
+TEST(StreamBare, WrappedFrame_IsNoiseAroundTheFrameInIt) {
   const byte_string head(VERSION_OK.begin(), VERSION_OK.begin() + 12);
   const byte_string checksum(VERSION_OK.end() - 4, VERSION_OK.end());
   EXPECT_EQ(split_bare(VERSION_OK), (got_items{noise(head), frame(BARE_OK), noise(checksum)}));
 }
 
-TEST(Stream_Bare, Pending_IsAPartUntilAFrameIsWhole) {
+TEST(StreamBare, Pending_IsAPartUntilAFrameIsWhole) {
   stream_splitter_st splitter(stream_form_en::BARE);
   got_items items;
   EXPECT_EQ(splitter.pending(), stream_pending_en::NOTHING);
@@ -361,7 +361,7 @@ TEST(Stream_Bare, Pending_IsAPartUntilAFrameIsWhole) {
   EXPECT_EQ(splitter.pending(), stream_pending_en::PART);
 }
 
-TEST(Stream_Bare, Payload_IsTheWholeFrame) {
+TEST(StreamBare, Payload_IsTheWholeFrame) {
   const stream_item_st whole{stream_kind_en::FRAME, stream_fault_en::NONE, BARE_OK, stream_form_en::BARE};
   EXPECT_TRUE(std::ranges::equal(stream_payload(whole), BARE_OK));
   const auto part = std::span(BARE_OK).first(5);

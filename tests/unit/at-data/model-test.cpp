@@ -66,7 +66,7 @@ class generator {
   std::mt19937 m_random;
 };
 
-TEST(at_data_model, RandomRequests_GiveIdAndValues) {
+TEST(AtDataModel, RandomRequests_GiveIdAndValues) {
   generator random(1);
   for (int round = 0; round < ROUNDS; ++round) {
     const int id = random.up_to(3) == 0 ? 151 : static_cast<int>(random.up_to(255));
@@ -88,7 +88,7 @@ TEST(at_data_model, RandomRequests_GiveIdAndValues) {
 }
 
 // A damaged frame gives a fault or bytes that stand in the frame, never anything else and nothing outside.
-TEST(at_data_model, DamagedRequests_NeverLeaveTheBuffers) {
+TEST(AtDataModel, DamagedRequests_NeverLeaveTheBuffers) {
   generator random(2);
   for (int round = 0; round < ROUNDS; ++round) {
     std::vector<atom> atoms(random.up_to(8));
@@ -142,7 +142,7 @@ std::pair<byte_string, byte_string> any_answer(generator& random) {
   return {at_data, frame_bytes(id, atoms)};
 }
 
-TEST(at_data_model, RandomResponses_GiveTheIdsAtoms) {
+TEST(AtDataModel, RandomResponses_GiveTheIdsAtoms) {
   generator random(3);
   for (int round = 0; round < ROUNDS; ++round) {
     const auto [at_data, wanted] = any_answer(random);
@@ -153,7 +153,7 @@ TEST(at_data_model, RandomResponses_GiveTheIdsAtoms) {
 }
 
 // An answer cut anywhere behind its result code reads as if zeros followed.
-TEST(at_data_model, CutResponses_ReadAsIfZerosFollowed) {
+TEST(AtDataModel, CutResponses_ReadAsIfZerosFollowed) {
   generator random(4);
   for (int round = 0; round < ROUNDS; ++round) {
     byte_string at_data = any_answer(random).first;
