@@ -19,7 +19,7 @@ std::optional<unsigned> read_temperature() {
   unsigned temperature = 0;
   const char* failed = !file ? "fopen" : std::fscanf(file.get(), "%u", &temperature) != 1 ? "fscanf" : nullptr;
   if (failed != nullptr) {
-    pub_log_failure({k_log, "amt_modem_handle_temperature"}, ERR_SYSTEM, "%s errno: errno=%d", failed, errno);
+    pub_log_failure({k_log, "amt_modem_handle_temperature"}, ERR_SYSTEM, "%s error: errno=%d", failed, errno);
     return std::nullopt;
   }
   LOG_LINE("Battery temperature: %u", temperature);

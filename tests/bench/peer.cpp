@@ -11,13 +11,13 @@
 #include <unistd.h>
 
 #include <array>
-#include <charconv>
 #include <cstdint>
 #include <string_view>
 #include <thread>
 #include <vector>
 
 #include "pub/util/io.h"
+#include "tests/hex.h"
 
 namespace {
 
@@ -47,16 +47,6 @@ int run_poll(int one, int other) {
     if (wanted[1].revents != 0 && !carry(other, one)) return 1;
   }
   return 1;
-}
-
-bytes from_hex(std::string_view text) {
-  bytes all;
-  for (; text.size() >= 2; text.remove_prefix(2)) {
-    std::uint8_t byte = 0;
-    std::from_chars(text.data(), text.data() + 2, byte, 16);
-    all.push_back(byte);
-  }
-  return all;
 }
 
 int run_reply(int fd, const std::vector<bytes>& pieces) {
@@ -108,11 +98,11 @@ int main(int argc, char* argv[]) {
   const int one = pub_util_open(argv[2], O_RDWR);
   if (arguments[0] == "reply") {
     std::vector<bytes> pieces;
-    for (std::size_t i = 2; i < arguments.size(); ++i) pieces.push_back(from_hex(arguments[i]));
+    for (std::size_t i = 2; i < arguments.size(); ++i) pieces.push_back(bytes_from_hex(arguments[i]));
     return run_reply(one, pieces);
   }
-  if (arguments[0] == "store") return run_store(one, argv[3], from_hex(arguments[3]));
+  if (arguments[0] == "store") return run_store(one, argv[3], bytes_from_hex(arguments[3]));
   const int other = pub_util_open(argv[3], O_RDWR);
-  if (arguments[0] == "ask") return run_ask(one, other, from_hex(arguments[3]), from_hex(arguments[4]));
+  if (arguments[0] == "ask") return run_ask(one, other, bytes_from_hex(arguments[3]), bytes_from_hex(arguments[4]));
   return arguments[0] == "threads" ? run_threads(one, other) : run_poll(one, other);
 }

@@ -18,6 +18,7 @@
 #include "tests/bench/process-facts.h"
 #include "tests/bench/series.h"
 #include "tests/bench/terminal.h"
+#include "tests/hex.h"
 
 namespace {
 
@@ -116,12 +117,6 @@ double time_requests(const links_st& links, int count) {
   return median(times);
 }
 
-std::string hexadecimal(std::string_view bytes) {
-  std::string text;
-  for (const char byte : bytes) text += fmt::format("{:02x}", static_cast<unsigned char>(byte));
-  return text;
-}
-
 handset::phone_options platform_options(bool filtered) {
   handset::phone_options options;
   options.mode = handset::run_mode::normal;
@@ -176,9 +171,8 @@ void measure_application(const std::string& peer) {
     const std::string name = fmt::format("{}-bare-{}", BACKLIGHT_FILE, i);  // on the same file system
     filtered.write_file(name, "0\n");
     const std::string file = filtered.host_path(name);
-    bare.emplace_back(
-        std::vector<std::string>{peer, "ask", app[i].path(), at[i].path(), hexadecimal(TEXT), hexadecimal(ANSWER)});
-    bare.emplace_back(std::vector<std::string>{peer, "store", app[i + 2].path(), file, hexadecimal(BACKLIGHT_ANSWER)});
+    bare.emplace_back(std::vector<std::string>{peer, "ask", app[i].path(), at[i].path(), to_hex(TEXT), to_hex(ANSWER)});
+    bare.emplace_back(std::vector<std::string>{peer, "store", app[i + 2].path(), file, to_hex(BACKLIGHT_ANSWER)});
   }
   const links_st filtered_links{filtered.app().fd(), filtered.at_end().fd()};
   const links_st full_links{full.app().fd(), full.at_end().fd()};

@@ -37,7 +37,7 @@ std::string colour(const picture& what, std::size_t x, std::size_t y) {
   return std::to_string(rgb[0]) + " " + std::to_string(rgb[1]) + " " + std::to_string(rgb[2]);
 }
 
-TEST(Device_Calls, EachStep_IsAnswered) {
+TEST(DeviceCalls, EachStep_IsAnswered) {
   phone phone(device_user());
   EXPECT_EQ(use_devices(phone),
             "open 0\nmode 0\nbad mode 22\nunknown 25\n"
@@ -46,7 +46,7 @@ TEST(Device_Calls, EachStep_IsAnswered) {
   EXPECT_EQ(handset::console_mode(phone.devices()), "1");
 }
 
-TEST(Device_Calls, EachStep_IsWrittenDown) {
+TEST(DeviceCalls, EachStep_IsWrittenDown) {
   phone phone(device_user());
   use_devices(phone);
   EXPECT_THAT(
@@ -58,7 +58,7 @@ TEST(Device_Calls, EachStep_IsWrittenDown) {
                   "fb0 FBIOPUT_VSCREENINFO yoffset=5 yres_virtual=8 bits_per_pixel=16 failed 22"));
 }
 
-TEST(Device_Fault, OfOneCall_FailsThatCallOnly) {
+TEST(DeviceFault, OfOneCall_FailsThatCallOnly) {
   struct row {
     std::string words;
     int error;
@@ -85,7 +85,7 @@ TEST(Device_Fault, OfOneCall_FailsThatCallOnly) {
   }
 }
 
-TEST(Device_Fault, Healed_IsGone) {
+TEST(DeviceFault, Healed_IsGone) {
   phone phone(device_user());
   handset::heal_device_calls(phone.devices());
   handset::fail_device_call(phone.devices(), "fb0 mmap", ENOMEM);
@@ -95,7 +95,7 @@ TEST(Device_Fault, Healed_IsGone) {
   EXPECT_THAT(use_devices(phone), HasSubstr("map 0\n"));
 }
 
-TEST(Device_Screen, DrawnSecondHalf_IsWhatOneSees) {
+TEST(DeviceScreen, DrawnSecondHalf_IsWhatOneSees) {
   phone phone(device_user());
   use_devices(phone);
   const picture seen = handset::look_at_screen(phone.devices());
@@ -107,13 +107,13 @@ TEST(Device_Screen, DrawnSecondHalf_IsWhatOneSees) {
   EXPECT_EQ(colour(seen, 5, 2), "0 0 0");
 }
 
-TEST(Device_Screen, LayerOff_IsBlack) {
+TEST(DeviceScreen, LayerOff_IsBlack) {
   phone phone(device_user({"dark"}));
   use_devices(phone);
   EXPECT_EQ(colour(handset::look_at_screen(phone.devices()), 5, 0), "0 0 0");
 }
 
-TEST(Device_Screen, BothHalves_LieSideBySide) {
+TEST(DeviceScreen, BothHalves_LieSideBySide) {
   phone phone(device_user({"dark"}));
   use_devices(phone);
   const picture both = handset::look_at_both_halves(phone.devices());
@@ -124,7 +124,7 @@ TEST(Device_Screen, BothHalves_LieSideBySide) {
   EXPECT_EQ(colour(both, 11, 1), "0 255 0");
 }
 
-TEST(Device_Screen, Png_IsWritten) {
+TEST(DeviceScreen, Png_IsWritten) {
   phone phone(device_user());
   const auto file = phone.host_path("/data/shot.png");
   handset::write_png(handset::look_at_screen(phone.devices()), file);
@@ -134,7 +134,7 @@ TEST(Device_Screen, Png_IsWritten) {
   EXPECT_THROW(handset::write_png({}, phone.host_path("/no/such/folder.png")), handset::error);
 }
 
-TEST(Device_Screen, MemoryOfAnotherSize_IsWhatTheDeviceSays) {
+TEST(DeviceScreen, MemoryOfAnotherSize_IsWhatTheDeviceGives) {
   auto options = device_user();
   options.screen->memory = 0;
   phone phone(options);
@@ -142,7 +142,7 @@ TEST(Device_Screen, MemoryOfAnotherSize_IsWhatTheDeviceSays) {
   EXPECT_EQ(colour(handset::look_at_screen(phone.devices()), 0, 0), "0 0 0");
 }
 
-TEST(Device_Screen, None_NoDevicesAndNothingPreloaded) {
+TEST(DeviceScreen, None_NoDevicesAndNothingPreloaded) {
   auto options = device_user();
   options.screen = std::nullopt;
   phone phone(options);
@@ -151,7 +151,7 @@ TEST(Device_Screen, None_NoDevicesAndNothingPreloaded) {
   EXPECT_EQ(phone.exec({"test", "-e", "/dev/graphics"}).status, exited(1));
 }
 
-TEST(Device_ScreenSize, Text_IsReadOrRefused) {
+TEST(DeviceScreenSize, Text_IsReadOrRefused) {
   const auto size = handset::read_screen_size("480x800");
   ASSERT_TRUE(size);
   EXPECT_EQ(size->width, 480u);

@@ -35,7 +35,7 @@ std::string use_device(const char* step, const std::string& fault = "", int erro
   return phone.out().text();
 }
 
-TEST(Hardware_File, Written_IsTheValueRead) {
+TEST(HardwareFile, Written_IsTheValueRead) {
   phone phone;
   EXPECT_EQ(shell(phone, std::string("printf 100 >") + KEY_LIGHT + "; cat " + KEY_LIGHT), "100");
   EXPECT_EQ(phone.parts().state("key light"), "on");
@@ -43,7 +43,7 @@ TEST(Hardware_File, Written_IsTheValueRead) {
   EXPECT_EQ(phone.parts().state("key light"), "off");
 }
 
-TEST(Hardware_File, FailingToOpen_IsDeniedUntilHealed) {
+TEST(HardwareFile, FailingToOpen_IsDeniedUntilHealed) {
   phone phone;
   phone.parts().fail(VOLTAGE, file_fault::open);
   EXPECT_THAT(shell(phone, std::string("cat ") + VOLTAGE), HasSubstr("Permission denied"));
@@ -51,7 +51,7 @@ TEST(Hardware_File, FailingToOpen_IsDeniedUntilHealed) {
   EXPECT_EQ(shell(phone, std::string("cat ") + VOLTAGE), "3812000\n");
 }
 
-TEST(Hardware_File, FailingInUse_OpensAndGivesAnInputOutputErrorUntilHealed) {
+TEST(HardwareFile, FailingInUse_OpensAndGivesAnInputOutputErrorUntilHealed) {
   phone phone;
   phone.parts().fail(KEY_LIGHT, file_fault::io);
   EXPECT_THAT(shell(phone, std::string("printf 1 >") + KEY_LIGHT), HasSubstr("I/O error"));
@@ -61,7 +61,7 @@ TEST(Hardware_File, FailingInUse_OpensAndGivesAnInputOutputErrorUntilHealed) {
   EXPECT_EQ(shell(phone, std::string("cat ") + KEY_LIGHT), "0\n");
 }
 
-TEST(Hardware_File, FailedTwice_TakesTheLastFault) {
+TEST(HardwareFile, FailedTwice_TakesTheLastFault) {
   phone phone;
   phone.parts().fail(KEY_LIGHT, file_fault::io);
   phone.parts().fail(KEY_LIGHT, file_fault::open);
@@ -71,13 +71,13 @@ TEST(Hardware_File, FailedTwice_TakesTheLastFault) {
   EXPECT_EQ(shell(phone, std::string("cat ") + KEY_LIGHT), "0\n");
 }
 
-TEST(Hardware_File, Missing_CannotFail) {
+TEST(HardwareFile, Missing_CannotFail) {
   phone phone;
   EXPECT_THROW(phone.parts().fail("/sys/class/leds/none/brightness", file_fault::io), handset::error);
   EXPECT_THROW(phone.parts().state("toaster"), handset::error);
 }
 
-TEST(Hardware_Vibrator, Pulse_RunsDownByItself) {
+TEST(HardwareVibrator, Pulse_RunsDownByItself) {
   phone phone;
   EXPECT_EQ(phone.parts().state("vibrator"), "still");
   shell(phone, std::string("printf 3600000 >") + VIBRATOR);
@@ -87,7 +87,7 @@ TEST(Hardware_Vibrator, Pulse_RunsDownByItself) {
   while (phone.parts().state("vibrator") != "still") ASSERT_LT(std::chrono::steady_clock::now(), deadline);
 }
 
-TEST(Hardware_Vibrator, FailingInUse_TellsOfThePulseBefore) {
+TEST(HardwareVibrator, FailingInUse_ShowsThePulseBefore) {
   phone phone;
   phone.write_file(VIBRATOR, "3600000");
   std::filesystem::last_write_time(phone.host_path(VIBRATOR),
@@ -96,7 +96,7 @@ TEST(Hardware_Vibrator, FailingInUse_TellsOfThePulseBefore) {
   EXPECT_EQ(phone.parts().state("vibrator"), "still");
 }
 
-TEST(Hardware_Player, Started_PlaysInTheBackgroundUntilKilled) {
+TEST(HardwarePlayer, Started_PlaysInTheBackgroundUntilKilled) {
   phone phone;
   EXPECT_EQ(phone.parts().state("sound"), "silent");
   EXPECT_EQ(shell(phone, "/system/bin/amt-audio 44100 1 1024 /system/media/amt-loop.pcm"), "");
@@ -108,14 +108,14 @@ TEST(Hardware_Player, Started_PlaysInTheBackgroundUntilKilled) {
   while (phone.parts().state("sound") != "silent") ASSERT_LT(std::chrono::steady_clock::now(), deadline);
 }
 
-TEST(Hardware_Player, AtTheEndOfTheFile_Ends) {
+TEST(HardwarePlayer, AtTheEndOfTheFile_Ends) {
   phone phone;
   EXPECT_EQ(shell(phone, "printf 1234 >/tmp/short.pcm; /system/bin/amt-audio 44100 1 1024 /tmp/short.pcm"), "");
   const auto deadline = std::chrono::steady_clock::now() + handset::DEFAULT_WAIT;
   while (phone.exists("/tmp/amt-audio.pid")) ASSERT_LT(std::chrono::steady_clock::now(), deadline);
 }
 
-TEST(Hardware_Player, WrongArguments_AreRefused) {
+TEST(HardwarePlayer, WrongArguments_AreRefused) {
   phone phone;
   for (const char* wrong : {"", "44100 1 1024", "44100 1 1024 /none", "0 1 1024 /system/media/amt-loop.pcm",
                             "44100 4 1024 /system/media/amt-loop.pcm", "44100 x 1024 /system/media/amt-loop.pcm"}) {
@@ -124,7 +124,7 @@ TEST(Hardware_Player, WrongArguments_AreRefused) {
   }
 }
 
-TEST(Hardware_Card, OfAGivenSize_IsAMountOfThatSize) {
+TEST(HardwareCard, OfAGivenSize_IsAMountOfThatSize) {
   phone_options options;
   options.cards = {{"/storage/sdcard1", 123'456}};
   phone phone(options);
@@ -132,29 +132,29 @@ TEST(Hardware_Card, OfAGivenSize_IsAMountOfThatSize) {
   EXPECT_EQ(shell(phone, "grep -c /storage/sdcard0 /proc/mounts"), "0\n");
 }
 
-TEST(Hardware_Video, EachRequest_IsKept) {
+TEST(HardwareVideo, EachRequest_IsKept) {
   EXPECT_EQ(use_device("video"), "open 0\nselect 0\ninput 0\ncontrol 0\nbad control 22\n");
 }
 
-TEST(Hardware_Video, ResultOfAControl_IsTheOneThatWasSet) {
+TEST(HardwareVideo, ResultOfAControl_IsTheOneThatWasSet) {
   EXPECT_EQ(use_device("video", "video0 CONTROL_CAMERA 1", 0, 7),
             "open 0\nselect 0\ninput 0\ncontrol 7\nbad control 22\n");
 }
 
-TEST(Hardware_Video, WithoutAnInput_SaysSo) {
+TEST(HardwareVideo, WithoutAnInput_ReportsIt) {
   EXPECT_EQ(use_device("video", "video0 VIDIOC_S_INPUT", ENODEV),
             "open 0\nselect 0\ninput 19\ncontrol 0\nbad control 22\n");
 }
 
-TEST(Hardware_BatteryDriver, AskedFirst_AnswersWithinTheReadersOwnCall) {
+TEST(HardwareBatteryDriver, AskedFirst_AnswersWithinTheReadersOwnCall) {
   EXPECT_EQ(use_device("battery"), "unprepared -\nprepared 2841\ntold -\n");
 }
 
-TEST(Hardware_BatteryDriver, Unreadable_SaysSo) {
+TEST(HardwareBatteryDriver, Unreadable_ReportsIt) {
   EXPECT_EQ(use_device("battery", "battery read", EIO), "unprepared 5\nprepared 5\ntold 5\n");
 }
 
-TEST(Hardware_BatteryDriver, Removed_IsNotMadeByWhoeverWritesToIt) {
+TEST(HardwareBatteryDriver, Removed_IsNotMadeByWhoeverWritesToIt) {
   phone phone;
   phone.remove("/proc/driver/zelta_battery");
   EXPECT_THAT(shell(phone, "echo amt_get_vbatt >/proc/driver/zelta_battery"), HasSubstr("Permission denied"));

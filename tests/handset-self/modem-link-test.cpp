@@ -16,10 +16,10 @@ using handset::modem_switches;
 using handset::unique_fd;
 using namespace std::chrono_literals;
 
-class Modem_Link : public testing::Test {
+class ModemLink : public testing::Test {
  protected:
-  Modem_Link() : m_modem(m_loop), m_thread([this] { m_loop.run(); }) { plug(); }
-  ~Modem_Link() override {
+  ModemLink() : m_modem(m_loop), m_thread([this] { m_loop.run(); }) { plug(); }
+  ~ModemLink() override {
     m_loop.stop();
     m_thread.join();
   }
@@ -50,13 +50,13 @@ class Modem_Link : public testing::Test {
 
 const std::string OK = "\r\nOK\r\n";
 
-TEST_F(Modem_Link, AtText_IsAnswered) {
+TEST_F(ModemLink, AtText_IsAnswered) {
   m_service.write_all("AT\r");
   EXPECT_EQ(m_service.read_exactly(6), OK);
   EXPECT_EQ(m_modem.received().text(), "AT\r");
 }
 
-TEST_F(Modem_Link, Echo_ReturnsABlockOf4095BytesUnchanged) {
+TEST_F(ModemLink, Echo_ReturnsABlockOf4095BytesUnchanged) {
   set([](auto& switches) { switches.echo = true; });
   std::string block;
   for (int at = 0; at < 4095; ++at) block.push_back(static_cast<char>(at * 7));
@@ -64,7 +64,7 @@ TEST_F(Modem_Link, Echo_ReturnsABlockOf4095BytesUnchanged) {
   EXPECT_EQ(m_service.read_exactly(4095), block);
 }
 
-TEST_F(Modem_Link, EchoOfAMegabyte_IsHeldBackNotLost) {
+TEST_F(ModemLink, EchoOfAMegabyte_IsHeldBackNotLost) {
   set([](auto& switches) { switches.echo = true; });
   std::string all;
   for (int at = 0; at < 1'000'000; ++at) all.push_back(static_cast<char>(at * 31 >> 3));
@@ -76,7 +76,7 @@ TEST_F(Modem_Link, EchoOfAMegabyte_IsHeldBackNotLost) {
   writer.join();
 }
 
-TEST_F(Modem_Link, Silent_TakesInAndSaysNothing) {
+TEST_F(ModemLink, Silent_TakesInAndSendsNothing) {
   set([](auto& switches) { switches.silent = true; });
   m_service.write_all("AT^DMSN=1\r");
   ASSERT_TRUE(m_modem.received().wait_for("AT^DMSN=1\r"));
@@ -85,7 +85,7 @@ TEST_F(Modem_Link, Silent_TakesInAndSaysNothing) {
   EXPECT_EQ(m_service.read_until("OK\r\n"), "\r\n^DMSN: \r\n\r\nOK\r\n");
 }
 
-TEST_F(Modem_Link, Delay_IsKeptBeforeTheAnswer) {
+TEST_F(ModemLink, Delay_IsKeptBeforeTheAnswer) {
   set([](auto& switches) { switches.delay = 100ms; });
   const auto start = std::chrono::steady_clock::now();
   m_service.write_all("AT\r");
@@ -93,7 +93,7 @@ TEST_F(Modem_Link, Delay_IsKeptBeforeTheAnswer) {
   EXPECT_GE(std::chrono::steady_clock::now() - start, 100ms);
 }
 
-TEST_F(Modem_Link, UnsolicitedLine_IsNotHeldUpByADelayedAnswer) {
+TEST_F(ModemLink, UnsolicitedLine_IsNotHeldUpByADelayedAnswer) {
   set([](auto& switches) { switches.delay = 300ms; });
   m_service.write_all("AT\r");
   ASSERT_TRUE(m_modem.received().wait_for("AT\r"));
@@ -101,7 +101,7 @@ TEST_F(Modem_Link, UnsolicitedLine_IsNotHeldUpByADelayedAnswer) {
   EXPECT_EQ(m_service.read_exactly(14), "\r\nRING\r\n" + OK);
 }
 
-TEST_F(Modem_Link, Split_SendsPiecesWithPausesBetween) {
+TEST_F(ModemLink, Split_SendsPiecesWithPausesBetween) {
   set([](auto& switches) {
     switches.split = 2;
     switches.gap = 50ms;
@@ -112,7 +112,7 @@ TEST_F(Modem_Link, Split_SendsPiecesWithPausesBetween) {
   EXPECT_GE(std::chrono::steady_clock::now() - start, 100ms);  // three pieces
 }
 
-TEST_F(Modem_Link, UnfinishedLine_IsNoiseAfterItsPatience) {
+TEST_F(ModemLink, UnfinishedLine_IsNoiseAfterItsPatience) {
   set([](auto& switches) { switches.patience = 20ms; });
   m_service.write_all("AT^DMS");
   const auto deadline = std::chrono::steady_clock::now() + handset::DEFAULT_WAIT;
@@ -122,14 +122,14 @@ TEST_F(Modem_Link, UnfinishedLine_IsNoiseAfterItsPatience) {
   EXPECT_EQ(m_service.read_exactly(6), OK);
 }
 
-TEST_F(Modem_Link, ChannelSwitchWithoutItsEnd_IsDoneAfterItsPatience) {
+TEST_F(ModemLink, ChannelSwitchWithoutItsEnd_IsDoneAfterItsPatience) {
   set([](auto& switches) { switches.patience = 20ms; });
   m_service.write_all("AT^DMPCHN=12");
   EXPECT_EQ(m_service.read_exactly(6), OK);
   EXPECT_EQ(m_modem.state().channel, "12");
 }
 
-TEST_F(Modem_Link, HangUp_IsSeenAndANewLinkWorks) {
+TEST_F(ModemLink, HangUp_IsSeenAndANewLinkWorks) {
   m_modem.hang_up();
   EXPECT_TRUE(m_service.wait_hangup());
   EXPECT_FALSE(m_modem.attached());
@@ -139,7 +139,7 @@ TEST_F(Modem_Link, HangUp_IsSeenAndANewLinkWorks) {
   EXPECT_EQ(m_service.read_exactly(6), OK);
 }
 
-TEST_F(Modem_Link, ServiceClosedAndOpenedAgain_IsAnswered) {
+TEST_F(ModemLink, ServiceClosedAndOpenedAgain_IsAnswered) {
   m_service.detach();
   open_slave();
   m_service.write_all("AT\r");

@@ -28,15 +28,15 @@ struct line_row {
   const char* line;
   const char* answer;
 };
-class Modem_Line : public testing::TestWithParam<line_row> {};
+class ModemLine : public testing::TestWithParam<line_row> {};
 
-TEST_P(Modem_Line, OnAFreshModem_IsAnswered) {
+TEST_P(ModemLine, OnAFreshModem_IsAnswered) {
   modem_state state;
   EXPECT_EQ(ask(state, GetParam().line), GetParam().answer);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Rows, Modem_Line,
+    Rows, ModemLine,
     testing::Values(line_row{"AT^DMCC?", "\r\n^DMCC: 2,2,1,3\r\n\r\nOK\r\n"},
                     line_row{"AT^DTOC", "\r\n^DTOC: 1\r\n\r\nOK\r\n"},
                     line_row{"AT^DMFD\?\?", "\r\n^DMFD: 20130121\r\n\r\nOK\r\n"},
@@ -51,18 +51,18 @@ INSTANTIATE_TEST_SUITE_P(
                     line_row{"AT^DATOMW=3", "\r\nERROR\r\n"}, line_row{"AT^DTTEST=", "\r\nERROR\r\n"},
                     line_row{"AT^DTTEST=0", "\r\nERROR\r\n"}, line_row{"AT^DTTEST=0G", "\r\nERROR\r\n"}));
 
-TEST(Modem_Line, VerdictWithCommasInItsText_IsReadBack) {
+TEST(ModemLine, VerdictWithCommasInItsText_IsReadBack) {
   modem_state state;
   EXPECT_EQ(ask(state, "AT^DATOMW=12,2,RF, band 3"), OK);
   EXPECT_EQ(ask(state, "AT^DATOMR=1,12"), "\r\n^DATOMR: 12,2,RF, band 3\r\n" + OK);
 }
 
-TEST(Modem_Line, Refusal_IsAsChosen) {
+TEST(ModemLine, Refusal_IsAsChosen) {
   modem_state state;
   EXPECT_EQ(answer_at_line(state, {.refuse = true, .refusal = "+CME ERROR: 100"}, "AT"), "\r\n+CME ERROR: 100\r\n");
 }
 
-TEST(Modem_Line, CutChannelSwitch_IsAWholeLine) {
+TEST(ModemLine, CutChannelSwitch_IsAWholeLine) {
   EXPECT_TRUE(handset::is_line_without_end("AT^DMPCHN=12"));
   EXPECT_FALSE(handset::is_line_without_end("AT^DMPCHN=1"));
   EXPECT_FALSE(handset::is_line_without_end("AT^DMSN"));
@@ -72,10 +72,10 @@ struct radio_row {
   const char* request;
   const char* response;
 };
-class Modem_Radio : public testing::TestWithParam<radio_row> {};
+class ModemRadio : public testing::TestWithParam<radio_row> {};
 
 // IMEI 123456789012345, board number B7; table 1 in memory is AA BB, table 2 in flash CC.
-TEST_P(Modem_Radio, OnAKnownModem_IsAnswered) {
+TEST_P(ModemRadio, OnAKnownModem_IsAnswered) {
   modem_state state;
   state.imei = "123456789012345";
   state.board_number = "B7";
@@ -85,7 +85,7 @@ TEST_P(Modem_Radio, OnAKnownModem_IsAnswered) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Rows, Modem_Radio,
+    Rows, ModemRadio,
     testing::Values(radio_row{"07", "0800000000313233343536373839303132333435"},
                     radio_row{"17", "1800000001"},  // nothing is received while the receiver is off
                     radio_row{"19", "1A0000000000000000"},
@@ -104,7 +104,7 @@ INSTANTIATE_TEST_SUITE_P(
                     radio_row{"DD5566", "DD0000000002005566"}, radio_row{"2A", "2B00000000"},
                     radio_row{"FF", "0000000000"}));
 
-TEST(Modem_Radio, Transmitter_IsSeenInPowerAndAdc) {
+TEST(ModemRadio, Transmitter_IsSeenInPowerAndAdc) {
   modem_state state;
   EXPECT_EQ(ask_radio(state, "0B 64000000"), ERROR);  // no blanks in hexadecimal text
   EXPECT_EQ(ask_radio(state, "0B6400000005000000"), "0C00000000");
@@ -118,7 +118,7 @@ TEST(Modem_Radio, Transmitter_IsSeenInPowerAndAdc) {
   EXPECT_EQ(ask_radio(state, "19"), "1A0000000000000000");
 }
 
-TEST(Modem_Radio, Receiver_CountsUpFromItsFrequency) {
+TEST(ModemRadio, Receiver_CountsUpFromItsFrequency) {
   modem_state state;
   EXPECT_EQ(ask_radio(state, "1310000000"), "1400000000");
   EXPECT_EQ(ask_radio(state, "17"), "180000000000000008080000001011121314151617");
@@ -128,7 +128,7 @@ TEST(Modem_Radio, Receiver_CountsUpFromItsFrequency) {
   EXPECT_EQ(ask_radio(state, "17"), "1800000001");
 }
 
-TEST(Modem_Radio, Tables_GoFromMemoryToFlashAndBack) {
+TEST(ModemRadio, Tables_GoFromMemoryToFlashAndBack) {
   modem_state state;
   EXPECT_EQ(ask_radio(state, "3109000000AABB"), "3200000000");
   EXPECT_EQ(ask_radio(state, "6F08000000"), "7000000001");  // there is no table 8
@@ -138,13 +138,13 @@ TEST(Modem_Radio, Tables_GoFromMemoryToFlashAndBack) {
   EXPECT_EQ(ask_radio(state, "2F09000000"), "300000000002000000AABB");
 }
 
-TEST(Modem_Radio, OtherRequest_KeepsItsValues) {
+TEST(ModemRadio, OtherRequest_KeepsItsValues) {
   modem_state state;
   EXPECT_EQ(ask_radio(state, "490102"), "4A00000000");
   EXPECT_EQ(state.radio.settings.at(73), "\x01\x02");
 }
 
-TEST(Modem_Radio, ResultOnDemand_IsAllThereIsAndNothingIsDone) {
+TEST(ModemRadio, ResultOnDemand_IsAllThereIsAndNothingIsDone) {
   modem_state state;
   EXPECT_EQ(ask_radio(state, "05393939", {.radio_result = 0x102}), "0600000102");
   EXPECT_EQ(state.imei, "");

@@ -39,9 +39,9 @@ struct at_row {
   const char* input;
   const char* answer;
 };
-class Modem_At : public testing::TestWithParam<at_row> {};
+class ModemAt : public testing::TestWithParam<at_row> {};
 
-TEST_P(Modem_At, WholeOrByteByByte_IsAnsweredOnce) {
+TEST_P(ModemAt, WholeOrByteByByte_IsAnsweredOnce) {
   modem_brain whole;
   EXPECT_EQ(whole.receive(GetParam().input, OBEY), answers{GetParam().answer});
   modem_brain cut;
@@ -49,7 +49,7 @@ TEST_P(Modem_At, WholeOrByteByByte_IsAnsweredOnce) {
   EXPECT_EQ(cut.state.noise_bytes, 0u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Rows, Modem_At,
+INSTANTIATE_TEST_SUITE_P(Rows, ModemAt,
                          testing::Values(at_row{"AT\r", "\r\nOK\r\n"}, at_row{"at\r", "\r\nOK\r\n"},
                                          at_row{"AT\r\n", "\r\nOK\r\n"}, at_row{"AT;^DLKS=1\r", "\r\nOK\r\n"},
                                          at_row{"AT^DLKS=0\r", "\r\nOK\r\n"}, at_row{"AT^DMPCHN=2\r", "\r\nOK\r\n"},
@@ -59,20 +59,20 @@ INSTANTIATE_TEST_SUITE_P(Rows, Modem_At,
                                          at_row{"AT^DLKS=2\r", "\r\nERROR\r\n"}, at_row{"AT^DNONE\r", "\r\nERROR\r\n"},
                                          at_row{"AT^DMSNX\r", "\r\nERROR\r\n"}));
 
-TEST(Modem_State, WrittenIdentity_IsReadBack) {
+TEST(ModemState, WrittenIdentity_IsReadBack) {
   modem_brain brain;
   EXPECT_EQ(brain.receive("AT^DCGSNW=123456789012345\rAT^DMSN=B 77\rAT^DGSN?\rAT^DMSN\r", OBEY),
             (answers{OK, OK, "\r\n^DGSN: 123456789012345\r\n" + OK, "\r\n^DMSN: B 77\r\n" + OK}));
   EXPECT_EQ(brain.state.at_lines, 4u);
 }
 
-TEST(Modem_State, Refused_KeepsNothing) {
+TEST(ModemState, Refused_KeepsNothing) {
   modem_brain brain;
   EXPECT_EQ(brain.receive("AT^DMSN=B1\r", REFUSE), answers{"\r\nERROR\r\n"});
   EXPECT_EQ(brain.state.board_number, "");
 }
 
-TEST(Modem_Frame, WriteImei_IsKeptAndAnsweredWithResultZero) {
+TEST(ModemFrame, WriteImei_IsKeptAndAnsweredWithResultZero) {
   modem_brain brain;
   const auto given = byte_by_byte(brain, WRITE_IMEI);
   ASSERT_EQ(given.size(), 1u);
@@ -82,7 +82,7 @@ TEST(Modem_Frame, WriteImei_IsKeptAndAnsweredWithResultZero) {
   EXPECT_EQ(brain.state.imei, "1234");
 }
 
-TEST(Modem_Frame, ReadImei_CarriesItInAtom21) {
+TEST(ModemFrame, ReadImei_CarriesItInAtom21) {
   modem_brain brain;
   brain.state.imei = "99";
   const auto given = brain.receive("\xAA\xBB\xCC\xDD\x0E\0\0\0\x02\0\0\0\x06\0\xBB\x07\0\0\0\0\0\0"s, OBEY);
@@ -92,7 +92,7 @@ TEST(Modem_Frame, ReadImei_CarriesItInAtom21) {
             "99"s);
 }
 
-TEST(Modem_Frame, Refused_HasResultOne) {
+TEST(ModemFrame, Refused_HasResultOne) {
   modem_brain brain;
   const auto given = brain.receive(WRITE_IMEI, REFUSE);
   ASSERT_EQ(given.size(), 1u);
@@ -100,7 +100,7 @@ TEST(Modem_Frame, Refused_HasResultOne) {
   EXPECT_EQ(brain.state.imei, "");
 }
 
-TEST(Modem_Input, RequestsJoinedWithNoise_AreAllAnswered) {
+TEST(ModemInput, RequestsJoinedWithNoise_AreAllAnswered) {
   modem_brain brain;
   EXPECT_EQ(brain.receive("xyzAT\r\xAA\xBB" + WRITE_IMEI + "AxAT\x01" + "AT\r", OBEY).size(), 3u);
   EXPECT_EQ(brain.state.noise_bytes, 3u + 2u + 2u + 3u);
@@ -112,19 +112,19 @@ struct length_row {
   const char* legend;
   std::string length;
 };
-class Modem_Length : public testing::TestWithParam<length_row> {};
+class ModemLength : public testing::TestWithParam<length_row> {};
 
-TEST_P(Modem_Length, Impossible_IsNoiseAndTheNextLineIsAnswered) {
+TEST_P(ModemLength, Impossible_IsNoiseAndTheNextLineIsAnswered) {
   modem_brain brain;
   EXPECT_EQ(brain.receive("\xAA\xBB\xCC\xDD" + GetParam().length + "zz" + "AT\r", OBEY), answers{OK});
 }
 
-INSTANTIATE_TEST_SUITE_P(Rows, Modem_Length,
+INSTANTIATE_TEST_SUITE_P(Rows, ModemLength,
                          testing::Values(length_row{"no room for a frame's head: 13", "\x0D\0\0\0"s},
                                          length_row{"longest frame + 1: 4105", "\x09\x10\0\0"s},
                                          length_row{"all ones", "\xFF\xFF\xFF\xFF"s}));
 
-TEST(Modem_Input, PartialDropped_IsNoiseAndTheNextLineIsAnswered) {
+TEST(ModemInput, PartialDropped_IsNoiseAndTheNextLineIsAnswered) {
   modem_brain brain;
   EXPECT_EQ(brain.receive(WRITE_IMEI.substr(0, 20), OBEY), answers{});
   EXPECT_TRUE(brain.has_partial());
@@ -133,7 +133,7 @@ TEST(Modem_Input, PartialDropped_IsNoiseAndTheNextLineIsAnswered) {
   EXPECT_EQ(brain.receive("AT\r", OBEY), answers{OK});
 }
 
-TEST(Modem_Input, EndlessLine_IsDropped) {
+TEST(ModemInput, EndlessLine_IsDropped) {
   modem_brain brain;
   EXPECT_EQ(brain.receive("AT" + std::string(5000, 'x'), OBEY), answers{});
   EXPECT_FALSE(brain.has_partial());

@@ -23,7 +23,7 @@ phone_options stand_in(std::vector<std::string> arguments = {}) {
   return options;
 }
 
-TEST(Phone_Tree, Fresh_HasTheFoldersOfAPhone) {
+TEST(PhoneTree, Fresh_HasTheFoldersOfAPhone) {
   phone phone;
   const auto result = phone.exec(
       {"sh", "-c",
@@ -33,7 +33,7 @@ TEST(Phone_Tree, Fresh_HasTheFoldersOfAPhone) {
   EXPECT_EQ(result.status, exited(0));
 }
 
-TEST(Phone_Tree, ShellToolsOfTheService_Work) {
+TEST(PhoneTree, ShellToolsOfTheService_Work) {
   phone phone;
   const auto result = phone.exec({"sh", "-c",
                                   "mkdir /amt/BT && chgrp -R radio /amt/BT && chmod 766 /amt/BT && echo $$ > "
@@ -42,13 +42,13 @@ TEST(Phone_Tree, ShellToolsOfTheService_Work) {
   EXPECT_TRUE(phone.exists("/tmp/x.pid"));
 }
 
-TEST(Phone_Tree, HostsFiles_AreOutOfReach) {
+TEST(PhoneTree, HostsFiles_AreOutOfReach) {
   phone phone;
   EXPECT_EQ(phone.exec({"sh", "-c", "ls /root /home /var 2>/dev/null; touch /usr/x 2>/dev/null || echo refused"}).out,
             "refused\n");
 }
 
-TEST(Phone_Tree, FilesAndProperties_AreSeenFromBothSides) {
+TEST(PhoneTree, FilesAndProperties_AreSeenFromBothSides) {
   phone_options options;
   options.properties = {{"a.b", "1"}};
   options.files = {{"/amt/sn", "SN1"}};
@@ -64,7 +64,7 @@ TEST(Phone_Tree, FilesAndProperties_AreSeenFromBothSides) {
   EXPECT_EQ(phone.property("none"), std::nullopt);
 }
 
-TEST(Phone_Tree, EndOfPhone_RemovesIt) {
+TEST(PhoneTree, EndOfPhone_RemovesIt) {
   std::filesystem::path root;
   {
     phone phone;
@@ -75,28 +75,28 @@ TEST(Phone_Tree, EndOfPhone_RemovesIt) {
   EXPECT_FALSE(std::filesystem::exists(root.parent_path()));
 }
 
-TEST(Phone_Tree, Sync_IsCounted) {
+TEST(PhoneTree, Sync_IsCounted) {
   phone phone;
   EXPECT_EQ(phone.sync_count(), 0u);
   phone.exec({"sh", "-c", "/system/bin/sync; sync"});
   EXPECT_EQ(phone.sync_count(), 2u);
 }
 
-TEST(Phone_Exec, Status_IsTheCommands) {
+TEST(PhoneExec, Status_IsTheCommands) {
   phone phone;
   EXPECT_EQ(phone.exec({"sh", "-c", "exit 7"}).status, exited(7));
   EXPECT_EQ(phone.exec({"sh", "-c", "kill -9 $$"}).status, killed(SIGKILL));
   EXPECT_THROW(phone.exec({"/no/such/command"}), handset::error);
 }
 
-TEST(Phone_Exec, Output_IsComplete) {
+TEST(PhoneExec, Output_IsComplete) {
   phone phone;
   const auto result = phone.exec({"sh", "-c", "seq 1 20000; echo end >&2"});
   EXPECT_EQ(result.out.size(), 108894u);
   EXPECT_EQ(result.err, "end\n");
 }
 
-TEST(Phone_Service, NoCapabilities_AndOwnIds) {
+TEST(PhoneService, NoCapabilities_AndOwnIds) {
   phone phone(stand_in({"caps"}));
   phone.start();
   ASSERT_EQ(phone.wait_exit(), exited(0));
@@ -104,7 +104,7 @@ TEST(Phone_Service, NoCapabilities_AndOwnIds) {
             "CapInh:\t0000000000000000\nCapPrm:\t0000000000000000\nCapEff:\t0000000000000000\nuid 1000 gid 1001\n");
 }
 
-TEST(Phone_Service, Modes_PlaceBinaryAndConfiguration) {
+TEST(PhoneService, Modes_PlaceBinaryAndConfiguration) {
   using handset::run_mode;
   for (const auto& [mode, folder] : {std::pair{run_mode::simplified, "/phone/bin/vx-kro-amt.cfg"},
                                      {run_mode::usb, "/system/etc/vx-kro-amt.cfg"},
@@ -118,7 +118,7 @@ TEST(Phone_Service, Modes_PlaceBinaryAndConfiguration) {
   }
 }
 
-TEST(Phone_Service, StartedTwiceAndBeside_EachHasItsOwnEnd) {
+TEST(PhoneService, StartedTwiceAndBeside_EachHasItsOwnEnd) {
   phone phone(stand_in({"wait"}));
   phone.start();
   ASSERT_TRUE(phone.wait_log("ready"));
@@ -135,7 +135,7 @@ TEST(Phone_Service, StartedTwiceAndBeside_EachHasItsOwnEnd) {
   EXPECT_EQ(phone.wait_exit(), killed(SIGUSR2));
 }
 
-TEST(Phone_Service, PausedLog_HoldsTheServiceUp) {
+TEST(PhoneService, PausedLog_HoldsTheServiceUp) {
   auto options = stand_in({"flood-when-told"});
   options.log_pipe_size = 4096;
   phone phone(options);
@@ -150,7 +150,7 @@ TEST(Phone_Service, PausedLog_HoldsTheServiceUp) {
   EXPECT_EQ(phone.out().text(), "ready\nflooded\n");
 }
 
-TEST(Phone_Service, EndedUnderAPausedLog_HasSaidAllByThen) {
+TEST(PhoneService, EndedUnderAPausedLog_HasLoggedAllByThen) {
   auto options = stand_in({"flood"});
   options.log_pipe_size = 1024 * 1024;  // all of it fits
   phone phone(options);
@@ -160,7 +160,7 @@ TEST(Phone_Service, EndedUnderAPausedLog_HasSaidAllByThen) {
   EXPECT_EQ(phone.log().size(), 1024u * 1024u);
 }
 
-TEST(Phone_Service, DiscardedLog_LeavesNothing) {
+TEST(PhoneService, DiscardedLog_LeavesNothing) {
   auto options = stand_in({"flood"});
   options.log = handset::log_sink::discard;
   phone phone(options);
@@ -169,7 +169,7 @@ TEST(Phone_Service, DiscardedLog_LeavesNothing) {
   EXPECT_EQ(phone.log().size(), 0u);
 }
 
-TEST(Phone_Tty, BothEnds_AreConnectedThroughTheService) {
+TEST(PhoneTty, BothEnds_AreConnectedThroughTheService) {
   auto options = stand_in();
   options.simulated_modem = false;
   phone phone(options);
@@ -187,7 +187,7 @@ TEST(Phone_Tty, BothEnds_AreConnectedThroughTheService) {
   EXPECT_EQ(phone.pc().read_exactly(4), " two");
 }
 
-TEST(Phone_Tty, UnpluggedPc_HangsTheServiceUp) {
+TEST(PhoneTty, UnpluggedPc_HangsTheServiceUp) {
   phone phone(stand_in());
   phone.start();
   ASSERT_TRUE(phone.wait_log("ready"));
@@ -197,7 +197,7 @@ TEST(Phone_Tty, UnpluggedPc_HangsTheServiceUp) {
   EXPECT_EQ(phone.exec({"test", "-e", "/dev/ttyPC"}).status, exited(1));
 }
 
-TEST(Phone_Tty, ReplugedModem_IsANewTtyUnderTheSameName) {
+TEST(PhoneTty, ReplugedModem_IsANewTtyUnderTheSameName) {
   phone phone(stand_in());
   phone.start();
   ASSERT_TRUE(phone.wait_log("ready"));
@@ -212,7 +212,7 @@ TEST(Phone_Tty, ReplugedModem_IsANewTtyUnderTheSameName) {
   EXPECT_EQ(phone.pc().read_until("OK\r\n"), "\r\nOK\r\n");
 }
 
-TEST(Phone_Tty, MissingDevice_DoesNotOpen) {
+TEST(PhoneTty, MissingDevice_DoesNotOpen) {
   auto options = stand_in();
   options.modem_plugged = false;
   phone phone(options);
@@ -221,7 +221,7 @@ TEST(Phone_Tty, MissingDevice_DoesNotOpen) {
   EXPECT_TRUE(phone.wait_log("cannot open /dev/ttyMODEM: No such file or directory"));
 }
 
-TEST(Phone_Tty, OtherName_IsTheNameInTheConfiguration) {
+TEST(PhoneTty, OtherName_IsTheNameInTheConfiguration) {
   auto options = stand_in();
   options.modem_device = "/dev/ttyS1";
   phone phone(options);
@@ -229,7 +229,7 @@ TEST(Phone_Tty, OtherName_IsTheNameInTheConfiguration) {
   EXPECT_EQ(phone.exec({"test", "-c", "/dev/ttyS1"}).status, exited(0));
 }
 
-TEST(Phone_Uevent, Listener_GetsTheStrings) {
+TEST(PhoneUevent, Listener_GetsTheStrings) {
   phone phone(stand_in({"uevent"}));
   phone.uevent({"USB_STATE=LOST"});  // nobody listens: no failure
   phone.start();
@@ -241,7 +241,7 @@ TEST(Phone_Uevent, Listener_GetsTheStrings) {
   EXPECT_EQ(phone.log().count("LOST"), 0u);
 }
 
-TEST(Phone_Many, AtTheSameTime_DoNotMeet) {
+TEST(PhoneMany, AtTheSameTime_DoNotMeet) {
   std::vector<std::thread> threads;
   threads.reserve(8);
   std::atomic<int> right{0};

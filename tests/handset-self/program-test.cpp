@@ -96,20 +96,20 @@ outcome run(const words& command) {
   return {program.wait(), std::move(output)};
 }
 
-TEST(Program_Exec, Status_IsTheCommands) {
+TEST(ProgramExec, Status_IsTheCommands) {
   EXPECT_EQ(run({HANDSET, "exec", "--", "sh", "-c", "exit 9"}).status, exited(9));
   EXPECT_EQ(run({HANDSET, "exec", "--", "sh", "-c", "kill -9 $$"}).status, exited(128 + 9));
   EXPECT_EQ(run({HANDSET, "exec", "--", "no-such-command"}).status, exited(127));
   EXPECT_EQ(run({HANDSET, "exec"}).status, exited(2));
 }
 
-TEST(Program_Exec, ProgramOfTheBuildTree_RunsAtItsPlace) {
+TEST(ProgramExec, ProgramOfTheBuildTree_RunsAtItsPlace) {
   const auto result = run({HANDSET, "exec", STAND_IN, "caps"});
   EXPECT_THAT(result.output, HasSubstr("uid 1000 gid 1001\n"));
   EXPECT_EQ(result.status, exited(0));
 }
 
-TEST(Program_Exec, BoundFolder_IsWritable) {
+TEST(ProgramExec, BoundFolder_IsWritable) {
   std::string name = testing::TempDir() + "bound-XXXXXX";
   ASSERT_NE(::mkdtemp(name.data()), nullptr);
   EXPECT_EQ(run({HANDSET, "exec", "--bind", name, "--", "touch", name + "/made"}).status, exited(0));
@@ -118,7 +118,7 @@ TEST(Program_Exec, BoundFolder_IsWritable) {
   fs::remove_all(name);
 }
 
-TEST(Program_Exec, Killed_TakesEverythingAlong) {
+TEST(ProgramExec, Killed_TakesEverythingAlong) {
   child program({HANDSET, "exec", "--", "sh", "-c", "setsid sleep 1000 & echo ready; exec sleep 1000"});
   ASSERT_EQ(program.read_until("ready\n"), "ready\n");
   program.send_signal(SIGKILL);
@@ -126,7 +126,7 @@ TEST(Program_Exec, Killed_TakesEverythingAlong) {
   EXPECT_TRUE(program.abandoned());  // its pipe has no holder left
 }
 
-TEST(Program_Exec, KilledOnesTree_IsRemovedByTheNext) {
+TEST(ProgramExec, KilledOnesTree_IsRemovedByTheNext) {
   // A folder of its own: the phones of other tests come and go in the common one.
   const std::string folder = testing::TempDir() + "killed-" + std::to_string(::getpid());
   ::mkdir(folder.c_str(), 0777);
@@ -143,7 +143,7 @@ TEST(Program_Exec, KilledOnesTree_IsRemovedByTheNext) {
   run({"rm", "-rf", folder});
 }
 
-TEST(Program_Exec, Interrupted_EndsWithItsStatusAndNothingLeft) {
+TEST(ProgramExec, Interrupted_EndsWithItsStatusAndNothingLeft) {
   child program({HANDSET, "exec", "--", "sh", "-c", "echo ready; exec sleep 1000"});
   ASSERT_EQ(program.read_until("ready\n"), "ready\n");
   program.send_signal(SIGINT);
@@ -151,7 +151,7 @@ TEST(Program_Exec, Interrupted_EndsWithItsStatusAndNothingLeft) {
   EXPECT_TRUE(program.abandoned());
 }
 
-TEST(Program_Exec, OrdinaryUser_SeesTheSamePhone) {
+TEST(ProgramExec, OrdinaryUser_SeesTheSamePhone) {
   if (::geteuid() != 0) GTEST_SKIP() << "this is an ordinary user already";
   // nobody: may it reach the program at all?
   const words as_nobody = {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
@@ -166,13 +166,13 @@ TEST(Program_Exec, OrdinaryUser_SeesTheSamePhone) {
   EXPECT_EQ(result.status, exited(0));
 }
 
-TEST(Program_Sandbox, NoBubblewrap_IsSaid) {
+TEST(ProgramSandbox, NoBubblewrap_IsReported) {
   child program({HANDSET, "exec", "true"}, "/nowhere");
   EXPECT_THAT(program.rest(), HasSubstr("bubblewrap is not installed"));
   EXPECT_EQ(program.wait(), exited(3));
 }
 
-TEST(Program_Sandbox, Refused_TellsWhatBubblewrapSaid) {
+TEST(ProgramSandbox, Refused_ReportsBubblewrapsMessage) {
   std::string folder = testing::TempDir() + "bin-XXXXXX";
   ASSERT_NE(::mkdtemp(folder.data()), nullptr);
   std::ofstream(folder + "/bwrap") << "#!/bin/sh\necho 'bwrap: No permissions to create new namespace' >&2\nexit 1\n";
@@ -185,7 +185,7 @@ TEST(Program_Sandbox, Refused_TellsWhatBubblewrapSaid) {
 }
 
 // `handset run` with the stand-in for the service.
-class Program_Run : public testing::Test {
+class ProgramRun : public testing::Test {
  protected:
   void start(const words& more = {}) {
     words command = {HANDSET, "run", "--service", STAND_IN};
@@ -216,7 +216,7 @@ class Program_Run : public testing::Test {
   std::string m_socket;
 };
 
-TEST_F(Program_Run, StationAfterStation_ReachesTheModem) {
+TEST_F(ProgramRun, StationAfterStation_ReachesTheModem) {
   start();
   for (int round = 0; round < 3; ++round) {
     auto end = station();
@@ -225,7 +225,7 @@ TEST_F(Program_Run, StationAfterStation_ReachesTheModem) {
   }
 }
 
-TEST_F(Program_Run, StationThatLockedItsTtyAndDied_DoesNotLockTheNextOut) {
+TEST_F(ProgramRun, StationThatLockedItsTtyAndDied_DoesNotLockTheNextOut) {
   start();
   {
     auto end = station();
@@ -241,7 +241,7 @@ TEST_F(Program_Run, StationThatLockedItsTtyAndDied_DoesNotLockTheNextOut) {
   EXPECT_EQ(next.read_exactly(6), "\r\nOK\r\n");
 }
 
-TEST_F(Program_Run, ControlCommands_ReachThePhone) {
+TEST_F(ProgramRun, ControlCommands_ReachThePhone) {
   start();
   EXPECT_THAT(ctl({"status"}).output, StartsWith("service: running"));
   EXPECT_EQ(ctl({"prop", "set", "a.b", "c"}).status, exited(0));
@@ -260,7 +260,7 @@ TEST_F(Program_Run, ControlCommands_ReachThePhone) {
   EXPECT_EQ(end.read_exactly(8), "\r\nRING\r\n");
 }
 
-TEST_F(Program_Run, State_IsOfAllPartsOrOfOne) {
+TEST_F(ProgramRun, State_IsOfAllPartsOrOfOne) {
   start();
   EXPECT_THAT(ctl({"state"}).output, HasSubstr("\nkey light: off\nvibrator: still\n"));
   EXPECT_EQ(ctl({"file", "write", "/sys/class/leds/button-backlight/brightness", "1"}).status, exited(0));
@@ -268,7 +268,7 @@ TEST_F(Program_Run, State_IsOfAllPartsOrOfOne) {
   EXPECT_EQ(ctl({"state", "smell"}).output, "the hardware has no smell\n");
 }
 
-TEST_F(Program_Run, Screenshot_IsWrittenWhereTheCallerIs) {
+TEST_F(ProgramRun, Screenshot_IsWrittenWhereTheCallerIs) {
   start({"--screen", "48x80"});
   const fs::path folder = fs::temp_directory_path() / ("screenshot-" + std::to_string(::getpid()));
   fs::create_directories(folder);
@@ -280,7 +280,7 @@ TEST_F(Program_Run, Screenshot_IsWrittenWhereTheCallerIs) {
   fs::remove_all(folder);
 }
 
-TEST_F(Program_Run, DeviceCommands_SetWhatFailsAndTakeItBack) {
+TEST_F(ProgramRun, DeviceCommands_SetWhatFailsAndTakeItBack) {
   start();
   EXPECT_EQ(ctl({"device", "fail", "EIO", "fb0", "FBIOGET_FSCREENINFO"}).status, exited(0));
   EXPECT_EQ(ctl({"file", "cat", "/handset/devices/faults"}).output, "5 fb0 FBIOGET_FSCREENINFO\n");
@@ -300,17 +300,17 @@ std::string cards_of_phone(const words& options) {
   return cards == result.npos ? "" : result.substr(cards + 1, result.find("service: ") - cards - 1);
 }
 
-TEST(Program_Cards, Unsaid_AreTheUsualTwo) {
+TEST(ProgramCards, Unsaid_AreTheUsualTwo) {
   EXPECT_EQ(cards_of_phone({}), "/storage/sdcard0 12582912\n/storage/sdcard1 31166976\n");
 }
 
-TEST(Program_Cards, Said_AreTheOnlyOnes) {
+TEST(ProgramCards, Given_AreTheOnlyOnes) {
   EXPECT_EQ(cards_of_phone({"--card", "/storage/sdcard1=2048"}), "/storage/sdcard1 2048\n");
   EXPECT_EQ(cards_of_phone({"--card", "/storage/a=4", "--card", "/storage/b=8"}), "/storage/a 4\n/storage/b 8\n");
   EXPECT_EQ(cards_of_phone({"--card", "none"}), "");
 }
 
-TEST(Program_Cards, WrongText_IsWrongUsage) {
+TEST(ProgramCards, WrongText_IsWrongUsage) {
   for (const char* wrong : {"", "none=", "/storage/sdcard1", "/storage/sdcard1=", "/storage/sdcard1=0", "/storage/x=1M",
                             "/storage/x=-4", "/storage/x=4294967296", "/=4", "storage/x=4"}) {
     const auto result = run({HANDSET, "run", "--card", wrong});
@@ -319,7 +319,7 @@ TEST(Program_Cards, WrongText_IsWrongUsage) {
   }
 }
 
-TEST_F(Program_Run, ModemHangup_EndsTheServiceAndTheProgram) {
+TEST_F(ProgramRun, ModemHangup_EndsTheServiceAndTheProgram) {
   start();
   EXPECT_EQ(ctl({"modem", "hangup"}).status, exited(0));
   EXPECT_EQ(m_program->rest(), "hung up MODEM\nservice: exit status 0\n");
@@ -327,13 +327,13 @@ TEST_F(Program_Run, ModemHangup_EndsTheServiceAndTheProgram) {
   EXPECT_EQ(ctl({"status"}).status, exited(1));
 }
 
-TEST_F(Program_Run, Uevent_ReachesTheService) {
+TEST_F(ProgramRun, Uevent_ReachesTheService) {
   start({"--", "uevent"});
   EXPECT_EQ(ctl({"uevent", "change@x", "USB_STATE=DISCONNECTED"}).status, exited(0));
   EXPECT_EQ(m_program->read_until("|\n"), "event change@x|USB_STATE=DISCONNECTED|\n");
 }
 
-TEST_F(Program_Run, RecordFaults_AreMadeFromOutside) {
+TEST_F(ProgramRun, RecordFaults_AreMadeFromOutside) {
   start({"--", "wait"});
   EXPECT_EQ(ctl({"file", "write", "/amt/imei.txt", "1"}).status, exited(0));
   EXPECT_EQ(ctl({"file", "mode", "/amt/imei.txt", "0"}).status, exited(0));
@@ -343,7 +343,7 @@ TEST_F(Program_Run, RecordFaults_AreMadeFromOutside) {
   EXPECT_NE(ctl({"file", "mode", "/amt/none", "0"}).status, exited(0));
 }
 
-TEST_F(Program_Run, StopOrInterrupt_EndsTheServiceByTerm) {
+TEST_F(ProgramRun, StopOrInterrupt_EndsTheServiceByTerm) {
   start({"--", "wait"});
   EXPECT_EQ(ctl({"stop"}).status, exited(0));
   EXPECT_EQ(m_program->wait(), exited(128 + SIGTERM));
@@ -353,7 +353,7 @@ TEST_F(Program_Run, StopOrInterrupt_EndsTheServiceByTerm) {
   EXPECT_FALSE(fs::exists(m_tty));
 }
 
-TEST_F(Program_Run, Killed_TakesTheServiceAlong) {
+TEST_F(ProgramRun, Killed_TakesTheServiceAlong) {
   start();
   auto end = station();
   ASSERT_TRUE(end.plugged());

@@ -49,7 +49,7 @@ inline void start_app_with_raw_modem(handset::phone& phone) {
 
 // A frame around atoms that are written in hexadecimal digits.
 inline std::string frame(unsigned id, std::string_view atoms) {
-  const std::string data = hex(atoms);
+  const std::string data = from_hex(atoms);
   const auto word = [](std::size_t number) {
     return std::string{static_cast<char>(number & 0xFF), static_cast<char>(number >> 8 & 0xFF)};
   };

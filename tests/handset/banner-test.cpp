@@ -52,7 +52,7 @@ std::size_t wrong_pixels(const handset::picture& seen) {
   return wrong;
 }
 
-TEST(Banner_Screen, AfterTheHandshake_ShowsThePictureInTheSecondHalf) {
+TEST(BannerScreen, AfterTheHandshake_ShowsThePictureInTheSecondHalf) {
   handset::phone phone(usb_start());
   phone.start();
   complete_handshake(phone);
@@ -70,7 +70,7 @@ TEST(Banner_Screen, AfterTheHandshake_ShowsThePictureInTheSecondHalf) {
   EXPECT_EQ(handset::console_mode(phone.devices()), "1");
 }
 
-TEST(Banner_Screen, WithoutConsole_ShowsThePicture) {
+TEST(BannerScreen, WithoutConsole_ShowsThePicture) {
   handset::phone phone(usb_start());
   handset::fail_device_call(phone.devices(), "tty0 open", ENOENT);
   phone.start();
@@ -79,7 +79,7 @@ TEST(Banner_Screen, WithoutConsole_ShowsThePicture) {
   EXPECT_EQ(wrong_pixels(handset::look_at_screen(phone.devices())), 0u);
 }
 
-TEST(Banner_Screen, SmallerThanThePicture_LeavesTheServiceAlone) {
+TEST(BannerScreen, SmallerThanThePicture_LeavesTheServiceAlone) {
   auto options = usb_start();
   options.screen = handset::screen_size{300, 200, {}};
   handset::phone phone(options);
@@ -99,9 +99,9 @@ void PrintTo(const failing_step& step, std::ostream* stream) {
   *stream << step.m_call;
 }
 
-class Banner_Failure : public ::testing::TestWithParam<failing_step> {};
+class BannerFailure : public ::testing::TestWithParam<failing_step> {};
 
-TEST_P(Banner_Failure, AtAStep_IsLoggedAndTheServiceGoesOn) {
+TEST_P(BannerFailure, AtAStep_IsLoggedAndTheServiceGoesOn) {
   handset::phone phone(usb_start());
   handset::fail_device_call(phone.devices(), GetParam().m_call, EIO);
   phone.start();
@@ -120,7 +120,7 @@ constexpr failing_step STEPS[] = {
     {"LayerOn", "fb0 ZELTAFB_IOCTL_EN_LAYER 1", "fb ioctl ZELTAFB_IOCTL_EN_LAYER failed"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Steps, Banner_Failure, ::testing::ValuesIn(STEPS),
+INSTANTIATE_TEST_SUITE_P(Steps, BannerFailure, ::testing::ValuesIn(STEPS),
                          [](const auto& step) { return step.param.m_name; });
 
 }  // namespace

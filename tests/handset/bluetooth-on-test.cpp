@@ -8,8 +8,8 @@ using namespace handset_test;
 
 namespace {
 
-const std::string BLUETOOTH_ON = hex("AABBCCDD 0E000000 02000000 0600 BB AA 0000 D14E89A3");
-const std::string OK_ANSWER = hex("AABBCCDD 17000000 02000000 0F00 BB AB 0900 EE 01 01 0400 00000000 8F469038");
+const std::string BLUETOOTH_ON = from_hex("AABBCCDD 0E000000 02000000 0600 BB AA 0000 D14E89A3");
+const std::string OK_ANSWER = from_hex("AABBCCDD 17000000 02000000 0F00 BB AB 0900 EE 01 01 0400 00000000 8F469038");
 
 // A child that has ended stays in the list of processes as long as its parent lives: the service reaps nobody.
 constexpr char LIST_SERVICES[] =

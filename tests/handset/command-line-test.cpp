@@ -41,7 +41,7 @@ TEST(CommandLine, UnknownOption_PrintsUsageAndExits0) {
   EXPECT_EQ(usage_of({"-z"}), USAGE);
 }
 
-TEST(CommandLine, HelpBehindU_PrintsUsageAndExits0) {
+TEST(CommandLine, HelpAfterU_PrintsUsageAndExits0) {
   EXPECT_EQ(usage_of({"-u", "-h"}), USAGE);
 }
 
@@ -85,7 +85,7 @@ TEST(CommandLine, NormalModeWithSerialProperty_UsesSystemPaths) {
   end_with(phone, SIGTERM);
 }
 
-TEST(PidFile, SecondCopyInNormalMode_SaysSoAndExits0) {
+TEST(PidFile, SecondCopyInNormalMode_ReportsItAndExits0) {
   auto options = raw_modem();
   options.mode = handset::run_mode::normal;
   options.properties["amt.normal.amt.switch_status"] = "1";
@@ -102,7 +102,7 @@ TEST(PidFile, SecondCopyInNormalMode_SaysSoAndExits0) {
 
 class StalePidFile : public ::testing::TestWithParam<std::string> {};
 
-TEST_P(StalePidFile, DoesNotStopTheStart) {
+TEST_P(StalePidFile, Found_DoesNotStopTheStart) {
   auto options = raw_modem();
   options.files["/phone/bin/vx-kro-amt.pid"] = GetParam();
   handset::phone phone(options);

@@ -141,7 +141,7 @@ TEST_F(Adc, Calibrate_NumbersOf39Characters_AreCutFromTheCommandAndWholeInTheRec
       " echo \"amt_set_vbatt[-2147483648] [-2147483648] [-2147483648] [123456]\" > /proc/driver/zelta_batter\n");
 }
 
-TEST_F(Adc, Calibrate_RecordLocked_TellsTheDriverNothing) {
+TEST_F(Adc, Calibrate_RecordLocked_WritesNothingToTheDriver) {
   start();
   phone().write_file(RECORD, "kept");
   std::filesystem::permissions(phone().host_path(RECORD), std::filesystem::perms::none);
@@ -154,7 +154,7 @@ TEST_F(Adc, Calibrate_RecordLocked_TellsTheDriverNothing) {
   EXPECT_EQ(content(RECORD), "kept");
 }
 
-TEST_F(Adc, Calibrate_FileSystemFull_TellsTheDriverNothing) {
+TEST_F(Adc, Calibrate_FileSystemFull_WritesNothingToTheDriver) {
   start();
   fill_up(RECORD);
   expect_flushed([&] { expect_failure(226, "EE 92 01 0400 01000000"); });

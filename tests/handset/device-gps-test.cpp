@@ -107,7 +107,7 @@ TEST_P(Gps, Read_NegativeNumbers_AreAnsweredAsTheyAre) {
          "hwt_gpsCtrl(2, 0) = 0\n");
 }
 
-TEST_P(Gps, Read_NotRunning_IsWhatTheLibrarySays) {
+TEST_P(Gps, Read_NotRunning_IsWhatTheLibraryGives) {
   start();
   expect(178, FIRST_SLOT, frame(179, "EE 90 01 0400 00000000  EE 8D 01 0400 00000000" + DONE),
          "hwt_gpsCtrl(2, 0) = 0\n");

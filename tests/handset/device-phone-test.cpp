@@ -186,7 +186,7 @@ TEST_F(ChannelSwitch, ModemRefuses_FailsAndItsWordsAreLogged) {
 }
 
 // A modem that the test plays: it hears two characters, or a sign, without the end of the line.
-TEST(ChannelSwitch_Raw, MoreThanOneCharacter_LosesWhatDoesNotFit) {
+TEST(ChannelSwitchRaw, MoreThanOneCharacter_LosesWhatDoesNotFit) {
   handset::phone phone(platform_with_raw_modem());
   start_app_with_raw_modem(phone);
   const struct {
@@ -203,7 +203,7 @@ TEST(ChannelSwitch_Raw, MoreThanOneCharacter_LosesWhatDoesNotFit) {
   }
 }
 
-TEST(ChannelSwitch_Raw, FirstReadWithoutOk_Fails) {
+TEST(ChannelSwitchRaw, FirstReadWithoutOk_Fails) {
   handset::phone phone(platform_with_raw_modem());
   start_app_with_raw_modem(phone);
   ASSERT_TRUE(phone.app().write_all(frame(232, "EE 9F 01 0400 01000000")));

@@ -26,8 +26,8 @@ inline const std::string DONE = " EE 01 01 0400 00000000";
 // The PC's form of a frame without its checksum, which the kept sessions pin.
 inline std::string wrapped(const std::string& frame) {
   const auto length = frame.size() + 8;
-  return hex("AABBCCDD") + static_cast<char>(length & 0xFF) + static_cast<char>(length >> 8) + hex("0000 02000000") +
-         frame;
+  return from_hex("AABBCCDD") + static_cast<char>(length & 0xFF) + static_cast<char>(length >> 8) +
+         from_hex("0000 02000000") + frame;
 }
 // Nobody looks at a request's checksum.
 inline std::string on_wire(test_link link, const std::string& frame) {

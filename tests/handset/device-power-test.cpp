@@ -78,7 +78,7 @@ class PcOnly : public DevicePhone {};
 TEST_F(PcOnly, IdleLibraryGivesMinus104_RequestReachesTheModem) {
   start();
   phone().write_file(BOARD_CONTROL, "enter_idle = -104\n");
-  const auto request = hex("AABBCCDD 0E000000 02000000 0600 BB F0 0000 00000000");
+  const auto request = from_hex("AABBCCDD 0E000000 02000000 0600 BB F0 0000 00000000");
   ASSERT_TRUE(phone().pc().write_all(request));
   EXPECT_EQ(to_hex(phone().modem_end().read_exactly(request.size())), to_hex(request));
   EXPECT_EQ(to_hex(phone().pc().read_exactly(16)), to_hex(PRE_RESPONSE));
@@ -126,8 +126,9 @@ TEST_F(PcOnly, PowerOff_IsAnsweredTwoSecondsBeforeThePowerGoes) {
   start();
   const auto asked = std::chrono::steady_clock::now();
   send(236, "");
-  EXPECT_EQ(to_hex(phone().pc().read_exactly(47)),
-            to_hex(PRE_RESPONSE + hex("AABBCCDD 17000000 02000000 0F00 BB ED 0900 EE 01 01 0400 00000000 561FC9C9")));
+  EXPECT_EQ(
+      to_hex(phone().pc().read_exactly(47)),
+      to_hex(PRE_RESPONSE + from_hex("AABBCCDD 17000000 02000000 0F00 BB ED 0900 EE 01 01 0400 00000000 561FC9C9")));
   EXPECT_TRUE(phone().service().running());
   expect_clean_end(phone());
   EXPECT_GE(std::chrono::steady_clock::now() - asked, 2s);

@@ -115,7 +115,7 @@ TEST_F(Player, FlagTwo_PlaysAndIsLoggedAsAStop) {
   EXPECT_EQ(phone().log().count("start audio"), 0u);
 }
 
-TEST_F(Player, OtherConfiguration_IsPlayedAsItSays) {
+TEST_F(Player, OtherConfiguration_IsFollowed) {
   auto options = platform();
   options.config = handset::default_config(options) +
                    "vx.audio.file = /data/tone.pcm\nvx.audio.sample.rate = 8000\n"

@@ -190,7 +190,7 @@ TEST_P(WifiRtx, Receive_AtomAbsentOrEmpty_IsAnErrorAnswerThatNamesIt) {
   expect_logged("Rx get rate error", 2);
 }
 
-TEST_P(WifiRtx, ReceiveStop_AfterAStart_StopsItsChannelAndTellsTheCount) {
+TEST_P(WifiRtx, ReceiveStop_AfterAStart_StopsItsChannelAndAnswersTheCount) {
   start();
   switch_wifi_on();
   phone().write_file(HWT_CONTROL, "packets = 70000\n");
@@ -250,7 +250,7 @@ TEST_P(WifiRtx, Operation_AbsentOrEmpty_IsZeroAndUnknown) {
   expect_logged("unknown operation: 0", 2);
 }
 
-TEST_P(WifiRtx, EachOperation_IsNotedBehindTheOlderOnes) {
+TEST_P(WifiRtx, EachOperation_IsNotedAfterTheOlderOnes) {
   start();
   switch_wifi_on();
   expect_done(STOP, "02", "hwt_wifiCtrl(0) = 0\n");

@@ -78,7 +78,7 @@ TEST(SimulatedModem, FrameAndText_AreAnsweredThroughTheService) {
   EXPECT_EQ(phone.pc().read_until("OK\r\n"), "\r\n^DGSN: 123456789012345\r\n\r\nOK\r\n");
   ASSERT_TRUE(phone.pc().write_all(UNHANDLED_REQUEST));
   EXPECT_EQ(to_hex(phone.pc().read_exactly(27)),
-            to_hex(hex("AABBCCDD 17000000 02000000 0F00 BB 64 0900 EE 01 01 0400 00000000")));
+            to_hex(from_hex("AABBCCDD 17000000 02000000 0F00 BB 64 0900 EE 01 01 0400 00000000")));
 }
 
 TEST(LogReader, Slow_NothingIsLost) {

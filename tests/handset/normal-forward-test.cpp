@@ -119,7 +119,7 @@ TEST(Forward, EveryOtherId_CarriesItsValuesAndIsAnsweredWithTheResult) {
     EXPECT_EQ(received.text().substr(mark), "AT^DTTEST=" + digits + "443322116F6B00FF07\r");
   }
   expect_answer(phone, frame(213, ""), result_frame(214, "00000000"));
-  EXPECT_EQ(phone.simulated_modem().state().radio.settings.at(3), hex("443322116F6B00FF07"));
+  EXPECT_EQ(phone.simulated_modem().state().radio.settings.at(3), from_hex("443322116F6B00FF07"));
   end_with(phone, SIGTERM);
 }
 
@@ -156,13 +156,13 @@ TEST(Forward, BadFrame_IsAnErrorAndReachesNoModem) {
   handset::phone phone(platform());
   start_app_serving(phone);
   const auto& received = phone.simulated_modem().received(handset::modem_link::at);
-  expect_answer(phone, hex("0600 BC 0D 0000"), result_frame(14, "01000000"));
+  expect_answer(phone, from_hex("0600 BC 0D 0000"), result_frame(14, "01000000"));
   expect_log(phone, "command head mismatch: BC != BB");
   expect_answer(phone, frame(13, "EE 07 04 0200 0101"), result_frame(14, "01000000"));
   expect_log(phone, "atom length mismatch: 02 != 01");
   expect_answer(phone, frame(13, "EE 07 09 0100 01"), result_frame(14, "01000000"));
   expect_log(phone, "unknown atom value type: 09");
-  expect_answer(phone, hex("0700 BB 0D 0100 ED"), result_frame(14, "01000000"));
+  expect_answer(phone, from_hex("0700 BB 0D 0100 ED"), result_frame(14, "01000000"));
   expect_log(phone, "atom head mismatch: ED != EE");
   EXPECT_EQ(received.text(), LINK_STATUS_OFF);
 }
@@ -180,9 +180,9 @@ TEST(Forward, AnswerSplitAtEveryByte_IsOneAnswer) {
 }
 
 // A modem that the test plays.
-class Forward_Raw : public testing::Test {
+class ForwardRaw : public testing::Test {
  protected:
-  Forward_Raw() : m_phone(platform_with_raw_modem()) { start_app_with_raw_modem(m_phone); }
+  ForwardRaw() : m_phone(platform_with_raw_modem()) { start_app_with_raw_modem(m_phone); }
   void request(const std::string& bytes, std::string_view command) {
     ASSERT_TRUE(m_phone.app().write_all(bytes));
     ASSERT_EQ(m_phone.at_end().read_exactly(command.size()), command);
@@ -193,7 +193,7 @@ class Forward_Raw : public testing::Test {
   handset::phone m_phone;
 };
 
-TEST_F(Forward_Raw, SeveralAnswersInOneRead_AreEachHandedOn) {
+TEST_F(ForwardRaw, SeveralAnswersInOneRead_AreEachHandedOn) {
   request(frame(13, ""), "AT^DTTEST=0D\r");
   // One line is taken off at each read: the second one waits for the read of the rest.
   answer("\r\n^DTTEST: 0E00000000\r\n\r\n^DTTEST: 1000000000\r\n");
@@ -204,7 +204,7 @@ TEST_F(Forward_Raw, SeveralAnswersInOneRead_AreEachHandedOn) {
   request(frame(15, ""), "AT^DTTEST=0F\r");
 }
 
-TEST_F(Forward_Raw, IndicationBeforeTheAnswer_IsHandedOnToo) {
+TEST_F(ForwardRaw, IndicationBeforeTheAnswer_IsHandedOnToo) {
   request(frame(151, "EE 3E 03 0100 07"), "AT^DTTEST=97010007\r");
   answer("\r\n^DTTEST: DD0000000001000A\r\n");
   expect(frame(221, DONE + "EE 3E 03 0100 0A"));
@@ -212,13 +212,13 @@ TEST_F(Forward_Raw, IndicationBeforeTheAnswer_IsHandedOnToo) {
   expect(frame(152, DONE + "EE 3E 03 0100 FF"));
 }
 
-TEST_F(Forward_Raw, LowerCaseAnswer_IsUnderstood) {
+TEST_F(ForwardRaw, LowerCaseAnswer_IsUnderstood) {
   request(frame(25, ""), "AT^DTTEST=19\r");
   answer("\r\n^DTTEST: 1a00000000abcdef01\r\n\r\nOK\r\n");
   expect(frame(26, DONE + "EE 0D 01 0400 01EFCDAB"));
 }
 
-TEST_F(Forward_Raw, OkAlone_IsNoAnswerAndTheNextRequestIsServed) {
+TEST_F(ForwardRaw, OkAlone_IsNoAnswerAndTheNextRequestIsServed) {
   request(frame(13, ""), "AT^DTTEST=0D\r");
   answer(OK);
   request(frame(15, ""), "AT^DTTEST=0F\r");
@@ -226,7 +226,7 @@ TEST_F(Forward_Raw, OkAlone_IsNoAnswerAndTheNextRequestIsServed) {
   expect(result_frame(16, "00000000"));
 }
 
-TEST_F(Forward_Raw, ErrorBehindAnAnswer_GivesBoth) {
+TEST_F(ForwardRaw, ErrorAfterAnAnswer_GivesBoth) {
   request(frame(13, ""), "AT^DTTEST=0D\r");
   answer("\r\n^DTTEST: 0E00000000\r\n");
   expect(result_frame(14, "00000000"));
@@ -234,7 +234,7 @@ TEST_F(Forward_Raw, ErrorBehindAnAnswer_GivesBoth) {
   expect(result_frame(14, "01000000"));
 }
 
-TEST_F(Forward_Raw, NoFinalResultIn4096Bytes_IsAnErrorAnswerAndALine) {
+TEST_F(ForwardRaw, NoFinalResultIn4096Bytes_IsAnErrorAnswerAndALine) {
   request(frame(13, ""), "AT^DTTEST=0D\r");
   answer(std::string(4096, 'x'));
   expect(result_frame(14, "01000000"));
@@ -242,7 +242,7 @@ TEST_F(Forward_Raw, NoFinalResultIn4096Bytes_IsAnErrorAnswerAndALine) {
   end_with(m_phone, SIGTERM);
 }
 
-TEST_F(Forward_Raw, LongCommand_IsSentWhole) {
+TEST_F(ForwardRaw, LongCommand_IsSentWhole) {
   // As long as the terminal is sure to hand over in one piece.
   const std::string values(std::size_t{2} * 1700, 'A');
   request(frame(49, "EE 04 03 A406" + values), "AT^DTTEST=31" + values + "\r");
@@ -250,7 +250,7 @@ TEST_F(Forward_Raw, LongCommand_IsSentWhole) {
   expect(result_frame(50, "00000000"));
 }
 
-TEST_F(Forward_Raw, ModemSilent_BlocksUntilSigTerm) {
+TEST_F(ForwardRaw, ModemSilent_BlocksUntilSigTerm) {
   request(frame(13, ""), "AT^DTTEST=0D\r");
   ASSERT_TRUE(m_phone.log().wait_count("read_at()", 1));
   const auto start = std::chrono::steady_clock::now();

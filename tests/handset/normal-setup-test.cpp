@@ -92,7 +92,7 @@ TEST(Platform, SwitchPropertyOtherThanOne_AsksForThePlatform) {
   end_with(phone, SIGTERM);
 }
 
-TEST(Platform_WithoutModem, NoAtDevice_IsTriedThirtySecondsAndMissed) {
+TEST(PlatformWithoutModem, NoAtDevice_IsTriedThirtySecondsAndMissed) {
   auto options = platform();
   options.at_plugged = false;
   handset::phone phone(options);
@@ -104,7 +104,7 @@ TEST(Platform_WithoutModem, NoAtDevice_IsTriedThirtySecondsAndMissed) {
   end_with(phone, SIGTERM);
 }
 
-TEST(Platform_WithoutModem, AtDeviceComesLate_IsUsed) {
+TEST(PlatformWithoutModem, AtDeviceComesLate_IsUsed) {
   auto options = platform();
   options.at_plugged = false;
   handset::phone phone(options);
@@ -116,7 +116,7 @@ TEST(Platform_WithoutModem, AtDeviceComesLate_IsUsed) {
   expect_answer(phone, frame(13, ""), result_frame(14, "00000000"));
 }
 
-TEST(Platform_WithoutModem, SigTermWhileTheDeviceIsTried_Ends) {
+TEST(PlatformWithoutModem, SigTermWhileTheDeviceIsTried_Ends) {
   auto options = platform();
   options.at_plugged = false;
   handset::phone phone(options);
@@ -125,7 +125,7 @@ TEST(Platform_WithoutModem, SigTermWhileTheDeviceIsTried_Ends) {
   end_with(phone, SIGTERM);
 }
 
-TEST(Platform_WithoutModem, SilentModem_IsAskedFiveTimesFiveSecondsAndMissed) {
+TEST(PlatformWithoutModem, SilentModem_IsAskedFiveTimesFiveSecondsAndMissed) {
   handset::phone phone(platform_with_raw_modem());
   phone.start();
   wait_app_serving(phone, 60s);
@@ -137,7 +137,7 @@ TEST(Platform_WithoutModem, SilentModem_IsAskedFiveTimesFiveSecondsAndMissed) {
   end_with(phone, SIGTERM);
 }
 
-TEST(Platform_WithModem, SilencingRefused_IsAModemAllTheSame) {
+TEST(PlatformWithModem, SilencingRefused_IsAModemAllTheSame) {
   handset::phone phone(platform_with_raw_modem());
   phone.start();
   ASSERT_EQ(phone.at_end().read_exactly(LINK_STATUS_OFF.size()), LINK_STATUS_OFF);
@@ -148,7 +148,7 @@ TEST(Platform_WithModem, SilencingRefused_IsAModemAllTheSame) {
   EXPECT_EQ(phone.at_end().read_exactly(9), "AT^DGSN?\r");
 }
 
-TEST(Platform_WithModem, UnsolicitedLineBeforeTheConfirmation_IsReadOver) {
+TEST(PlatformWithModem, UnsolicitedLineBeforeTheConfirmation_IsReadOver) {
   handset::phone phone(platform_with_raw_modem());
   phone.start();
   ASSERT_EQ(phone.at_end().read_exactly(LINK_STATUS_OFF.size()), LINK_STATUS_OFF);

@@ -96,7 +96,7 @@ TEST_F(PcLink, Probe_ModemIsUart_EachShortProbeSetsItsSpeed) {
   EXPECT_EQ(attributes.c_lflag, 0u);
 }
 
-TEST_F(PcLink, PcTty_AlwaysRawAt115200_WhateverTheConfigurationSays) {
+TEST_F(PcLink, PcTty_AnyConfiguration_IsRawAt115200) {
   auto options = raw_modem();
   options.config =
       "vx.tty.pc=/dev/ttyPC\nvx.tty.modem=/dev/ttyMODEM\nvx.modem.uart.amt.default.baudrate=921600\n"
@@ -132,7 +132,7 @@ TEST_F(PcLink, Frame_AfterProbe_SetsAmt1AndLaterProbeLogsAmt4Again) {
 TEST_F(PcLink, Frame_VersionOfModem_GoesToModemWithoutPreResponse) {
   start();
   // Module 17; the checksum is not looked at on input.
-  const auto request = hex("AABBCCDD 17000000 02000000 0F00 BB 2D 0900 EE 13 01 0400 11000000 00000000");
+  const auto request = from_hex("AABBCCDD 17000000 02000000 0F00 BB 2D 0900 EE 13 01 0400 11000000 00000000");
   expect_passed(request);
   ASSERT_TRUE(phone().modem_end().write_all("x"));
   EXPECT_EQ(pc_gets(1), "x");  // nothing came before it
@@ -140,10 +140,10 @@ TEST_F(PcLink, Frame_VersionOfModem_GoesToModemWithoutPreResponse) {
 
 TEST_F(PcLink, Frame_UnknownVersionType_GetsErrorFrameOnly) {
   start();
-  send(hex("AABBCCDD 17000000 02000000 0F00 BB 2D 0900 EE 13 01 0400 02000000 00000000"));
+  send(from_hex("AABBCCDD 17000000 02000000 0F00 BB 2D 0900 EE 13 01 0400 02000000 00000000"));
   const auto answer = pc_gets(31);
   EXPECT_EQ(to_hex(answer.substr(0, 27)),
-            to_hex(hex("AABBCCDD 17000000 02000000 0F00 BB 2E 0900 EE 01 01 0400 01000000")));
+            to_hex(from_hex("AABBCCDD 17000000 02000000 0F00 BB 2E 0900 EE 01 01 0400 01000000")));
   EXPECT_TRUE(phone().wait_log("unknown version type: 0x02"));
 }
 
@@ -158,7 +158,7 @@ TEST_F(PcLink, Frame_Id255_IsHandledLikeTextButEntersAmt1) {
   start();
   send("AT\r");
   modem_gets(LINK_STATUS_ON.size());
-  expect_passed(hex("AABBCCDD 0E000000 02000000 0600 BB FF 0000 00000000"));
+  expect_passed(from_hex("AABBCCDD 0E000000 02000000 0600 BB FF 0000 00000000"));
   EXPECT_TRUE(phone().wait_log("receive command id: 255(0xFF) - (undefined)"));
   EXPECT_TRUE(phone().wait_log("handle_context_st.m_handle_pc_func_a[255] ="));
   expect_logged("mark to enter amt1", 1);
@@ -174,20 +174,20 @@ TEST_F(PcLink, Frame_WrongChecksum_IsAnsweredAllTheSame) {
 
 TEST_F(PcLink, Block_SixteenBytesWithMagic_IsTextAndPassesRaw) {
   start();
-  expect_passed(hex("AABBCCDD 08000000 02000000 00000000"));
+  expect_passed(from_hex("AABBCCDD 08000000 02000000 00000000"));
   expect_logged("receive command id", 0);
 }
 
 TEST_F(PcLink, Block_SeventeenBytesWithMagic_IsFrame) {
   start();
-  expect_passed(hex("AABBCCDD 08000000 02000000 00000000 63"));
+  expect_passed(from_hex("AABBCCDD 08000000 02000000 00000000 63"));
   expect_logged("receive command id", 1);
 }
 
 TEST_F(PcLink, Block_LengthsThatLie_AreAnsweredWithoutHarm) {
   start();
   // Total length 65535, data length 65535, an atom of length 65535 with id 19: its first four bytes are its value.
-  send(hex("AABBCCDD FFFFFFFF 02000000 FFFF BB 2D FFFF EE 13 01 FFFF 40000000 00000000"));
+  send(from_hex("AABBCCDD FFFFFFFF 02000000 FFFF BB 2D FFFF EE 13 01 FFFF 40000000 00000000"));
   EXPECT_EQ(to_hex(pc_gets(PRE_RESPONSE.size() + VERSION_ANSWER.size())), to_hex(PRE_RESPONSE + VERSION_ANSWER));
   expect_passed("AT+AFTER\r");
 }
@@ -214,10 +214,10 @@ TEST_F(PcLink, SoftwareVersion_PlainBrand_IsTheDisplayId) {
   start(std::move(options));
   send("AT^DSVER\r");
   EXPECT_EQ(phone().pc().read_until("OK\r\n"), "\r\n^DSVER: VX5210-userdebug\r\n\r\nOK\r\n");
-  send(hex("AABBCCDD 17000000 02000000 0F00 BB 2D 0900 EE 13 01 0400 10000000 00000000"));
+  send(from_hex("AABBCCDD 17000000 02000000 0F00 BB 2D 0900 EE 13 01 0400 10000000 00000000"));
   const auto answer = pc_gets(16 + 12 + 6 + 9 + 5 + 16 + 9 + 4);
   EXPECT_EQ(to_hex(answer.substr(28, 36)),
-            to_hex(hex("2D00 BB 2E 2700 EE 13 01 0400 10000000 EE 12 03 1000") + "VX5210-userdebug"));
+            to_hex(from_hex("2D00 BB 2E 2700 EE 13 01 0400 10000000 EE 12 03 1000") + "VX5210-userdebug"));
 }
 
 TEST_F(PcLink, SoftwareVersion_CustomerBrandInAnyCase_IsComposed) {

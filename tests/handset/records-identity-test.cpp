@@ -9,16 +9,17 @@ namespace {
 
 // The three identity writes as frames; the checksum is not looked at on input.
 const std::string WRITE_IMEI_FRAME =
-    hex("AABBCCDD 22000000 02000000 1A00 BB 05 1400 EE 15 02 0F00") + "123456789012345" + hex("00000000");
+    from_hex("AABBCCDD 22000000 02000000 1A00 BB 05 1400 EE 15 02 0F00") + "123456789012345" + from_hex("00000000");
 const std::string WRITE_BOARD_FRAME =
-    hex("AABBCCDD 1D000000 02000000 1500 BB 57 0F00 EE 26 02 0A00") + "BOARD-0001" + hex("00000000");
-const std::string CHANNEL_1_FRAME = hex("AABBCCDD 17000000 02000000 0F00 BB E8 0900 EE 9F 01 0400 01000000 00000000");
+    from_hex("AABBCCDD 1D000000 02000000 1500 BB 57 0F00 EE 26 02 0A00") + "BOARD-0001" + from_hex("00000000");
+const std::string CHANNEL_1_FRAME =
+    from_hex("AABBCCDD 17000000 02000000 0F00 BB E8 0900 EE 9F 01 0400 01000000 00000000");
 
 // The modem's answers to the first two, without their checksum.
-const std::string IMEI_DONE = hex("AABBCCDD 17000000 02000000 0F00 BB 06 0900 EE 01 01 0400 00000000");
-const std::string IMEI_REFUSED = hex("AABBCCDD 17000000 02000000 0F00 BB 06 0900 EE 01 01 0400 01000000");
-const std::string BOARD_DONE = hex("AABBCCDD 17000000 02000000 0F00 BB 58 0900 EE 01 01 0400 00000000");
-const std::string CHANNEL_DONE = hex("AABBCCDD 17000000 02000000 0F00 BB E9 0900 EE 01 01 0400 00000000");
+const std::string IMEI_DONE = from_hex("AABBCCDD 17000000 02000000 0F00 BB 06 0900 EE 01 01 0400 00000000");
+const std::string IMEI_REFUSED = from_hex("AABBCCDD 17000000 02000000 0F00 BB 06 0900 EE 01 01 0400 01000000");
+const std::string BOARD_DONE = from_hex("AABBCCDD 17000000 02000000 0F00 BB 58 0900 EE 01 01 0400 00000000");
+const std::string CHANNEL_DONE = from_hex("AABBCCDD 17000000 02000000 0F00 BB E9 0900 EE 01 01 0400 00000000");
 constexpr std::size_t CHECKSUM_SIZE = 4;
 
 class IdentityRecord : public RecordPhone {
@@ -181,7 +182,7 @@ TEST_F(IdentityRecord, Confirmation_ForTheOtherType_ConfirmsWhatIsPending) {
   start();
   silence();
   expect_unanswered("AT^DCGSNW=123456789012345\r");
-  say(BOARD_DONE + hex("00000000"));
+  say(BOARD_DONE + from_hex("00000000"));
   EXPECT_EQ(record(IMEI_RECORD), "123456789012345");
   EXPECT_EQ(record(SN_RECORD), NOTHING);
 }
@@ -190,7 +191,7 @@ TEST_F(IdentityRecord, Confirmation_ByAnotherFrame_ConfirmsNothing) {
   start();
   silence();
   expect_unanswered("AT^DCGSNW=123456789012345\r");
-  say(CHANNEL_DONE + hex("00000000"));
+  say(CHANNEL_DONE + from_hex("00000000"));
   expect_no_record();
 }
 
@@ -198,7 +199,7 @@ TEST_F(IdentityRecord, Confirmation_WithoutCapture_SavesNothing) {
   start();
   expect_flushed(false, [&] {
     say("\r\nOK\r\n");
-    say(IMEI_DONE + hex("00000000"));
+    say(IMEI_DONE + from_hex("00000000"));
   });
   expect_no_record();
 }

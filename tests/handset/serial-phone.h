@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "handset/phone/phone.h"
+#include "tests/hex.h"
 
 namespace handset_test {
 
@@ -66,44 +67,19 @@ inline void end_with(handset::phone& phone, int signal_number) {
   expect_clean_end(phone);
 }
 
-// Bytes written as hexadecimal digits; spaces are for the reader.
-inline std::string hex(std::string_view digits) {
-  std::string bytes;
-  std::string pair;
-  for (const char digit : digits) {
-    if (digit == ' ') continue;
-    pair += digit;
-    if (pair.size() == 2) {
-      bytes += static_cast<char>(std::stoi(pair, nullptr, 16));
-      pair.clear();
-    }
-  }
-  return bytes;
-}
-
-inline std::string to_hex(std::string_view bytes) {
-  static constexpr char DIGITS[] = "0123456789ABCDEF";
-  std::string text;
-  for (const char byte : bytes) {
-    text += DIGITS[static_cast<unsigned char>(byte) >> 4];
-    text += DIGITS[static_cast<unsigned char>(byte) & 15];
-  }
-  return text;
-}
-
 // The fixed message that comes ahead of a locally given answer.
-inline const std::string PRE_RESPONSE = hex("AABBCCDD 08000000 02020000 764AEE1D");
+inline const std::string PRE_RESPONSE = from_hex("AABBCCDD 08000000 02020000 764AEE1D");
 // Request 45 for module 64, and its whole answer.
 inline const std::string VERSION_REQUEST =
-    hex("AABBCCDD 17000000 02000000 0F00 BB 2D 0900 EE 13 01 0400 40000000 22B9BEBE");
-inline const std::string VERSION_ANSWER =
-    hex("AABBCCDD 65000000 02000000 5D00 BB 2E 5700 EE 13 01 0400 40000000 EE 12 03 4000 0D"
-        "416E64726F6964342E322C323031332D30312D3231"
-        "0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A"
-        "EE 01 01 0400 00000000 916B9D05");
+    from_hex("AABBCCDD 17000000 02000000 0F00 BB 2D 0900 EE 13 01 0400 40000000 22B9BEBE");
+inline const std::string VERSION_ANSWER = from_hex(
+    "AABBCCDD 65000000 02000000 5D00 BB 2E 5700 EE 13 01 0400 40000000 EE 12 03 4000 0D"
+    "416E64726F6964342E322C323031332D30312D3231"
+    "0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A"
+    "EE 01 01 0400 00000000 916B9D05");
 // Request 99, which nobody on the PC link handles: a frame without atoms.
-inline const std::string UNHANDLED_REQUEST = hex("AABBCCDD 0E000000 02000000 0600 BB 63 0000 F84DC089");
+inline const std::string UNHANDLED_REQUEST = from_hex("AABBCCDD 0E000000 02000000 0600 BB 63 0000 F84DC089");
 // The error frame for AT text: id 0, result 1.
-inline const std::string AT_ERROR_FRAME = hex("AABBCCDD 17000000 02000000 0F00 BB 00 0900 EE 01 01 0400 01000000");
+inline const std::string AT_ERROR_FRAME = from_hex("AABBCCDD 17000000 02000000 0F00 BB 00 0900 EE 01 01 0400 01000000");
 
 }  // namespace handset_test

@@ -37,7 +37,7 @@ std::string unquote(std::string_view text) {
       bytes += text[1] == 'r' ? '\r' : '\n';
       text.remove_prefix(2);
     } else if (text.starts_with("\\x")) {
-      bytes += hex(text.substr(2, 2));
+      bytes += from_hex(text.substr(2, 2));
       text.remove_prefix(4);
     } else {
       bytes += text.front();

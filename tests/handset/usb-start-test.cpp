@@ -324,10 +324,10 @@ TEST(UsbFlag, ForbiddenByFrame_IsAnsweredOk) {
   handset::phone phone(usb_start_configured());
   phone.start();
   wait_serving(phone);
-  ASSERT_TRUE(phone.pc().write_all(hex("AABBCCDD 0E000000 02000000 0600 BB DB 0000 00000000")));
+  ASSERT_TRUE(phone.pc().write_all(from_hex("AABBCCDD 0E000000 02000000 0600 BB DB 0000 00000000")));
   const auto answer = phone.pc().read_exactly(16 + 31);
   EXPECT_EQ(to_hex(answer.substr(0, 43)),
-            to_hex(PRE_RESPONSE + hex("AABBCCDD 17000000 02000000 0F00 BB DC 0900 EE 01 01 0400 00000000")));
+            to_hex(PRE_RESPONSE + from_hex("AABBCCDD 17000000 02000000 0F00 BB DC 0900 EE 01 01 0400 00000000")));
   EXPECT_EQ(phone.read_file(FLAG_FILE), "0");
 }
 
@@ -389,7 +389,7 @@ TEST(UsbHandshake, NoFramebuffer_SucceedsWithoutBanner) {
   EXPECT_EQ(phone.modem_end().read_exactly(9), "AT+STILL\r");
 }
 
-TEST(BootDownload, TextAndFrame_TellTheBoardsFlag) {
+TEST(BootDownload, TextAndFrame_AnswerTheBoardsFlag) {
   auto options = usb_start_configured();
   options.files["/data/board/control"] = "amt_check_system_sanity = 0\n";
   handset::phone phone(options);
@@ -397,11 +397,11 @@ TEST(BootDownload, TextAndFrame_TellTheBoardsFlag) {
   wait_serving(phone);
   ASSERT_TRUE(phone.pc().write_all("AT^DBOOTDLFIN?\r"));
   EXPECT_EQ(phone.pc().read_until("OK\r\n"), "\r\n^DBOOTDLFIN: 0\r\n\r\nOK\r\n");
-  ASSERT_TRUE(phone.pc().write_all(hex("AABBCCDD 0E000000 02000000 0600 BB F4 0000 00000000")));
+  ASSERT_TRUE(phone.pc().write_all(from_hex("AABBCCDD 0E000000 02000000 0600 BB F4 0000 00000000")));
   const auto answer = phone.pc().read_exactly(16 + 40);
   EXPECT_EQ(to_hex(answer.substr(0, 52)),
-            to_hex(PRE_RESPONSE + hex("AABBCCDD 20000000 02000000 1800 BB F5 1200 EE CC 01 0400 00000000"
-                                      "EE 01 01 0400 00000000")));
+            to_hex(PRE_RESPONSE + from_hex("AABBCCDD 20000000 02000000 1800 BB F5 1200 EE CC 01 0400 00000000"
+                                           "EE 01 01 0400 00000000")));
 }
 
 TEST(BootDownload, BoardLibraryMissing_IsAnError) {

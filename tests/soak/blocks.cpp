@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "amt/amt-convert/at-data.h"
 #include "amt/amt-convert/wrap.h"
+#include "tests/hex.h"
 
 namespace soak {
 
@@ -40,9 +40,8 @@ atom make_atom(std::uint8_t id, char kind, const std::string& text) {
   if (kind == 'i') return {id, 1, 4, little(static_cast<std::uint32_t>(std::stoll(text)), 4)};
   if (kind == 'f') return {id, 4, 1, little(static_cast<std::uint32_t>(std::stoul(text)), 1)};
   if (kind == 's') return {id, 2, static_cast<std::uint16_t>(text.size()), text};
-  std::vector<std::uint8_t> bytes(text.size() / 2);
-  amt_hex_decode(text, bytes);
-  return {id, 3, static_cast<std::uint16_t>(bytes.size()), std::string(bytes.begin(), bytes.end())};
+  const std::string bytes = from_hex(text);
+  return {id, 3, static_cast<std::uint16_t>(bytes.size()), bytes};
 }
 
 atom foreign_atom(random_source& random) {
@@ -145,9 +144,7 @@ std::string_view unwrap(std::string_view block) {
 
 std::string show(std::string_view bytes) {
   const std::string_view shown = bytes.substr(0, MOST_SHOWN);
-  const std::vector<std::uint8_t> numbers(shown.begin(), shown.end());
-  std::string text(2 * shown.size(), '\0');
-  amt_hex_encode(numbers, text);
+  const std::string text = to_hex(shown);
   return shown.size() == bytes.size() ? text : text + "... (" + std::to_string(bytes.size()) + " bytes)";
 }
 

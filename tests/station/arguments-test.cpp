@@ -8,28 +8,28 @@
 namespace {
 
 // The bytes of frame 1 after its six-byte head, with the atom added.
-wire_bytes atom(const std::string& text) {
+byte_string atom(const std::string& text) {
   amt_frame_st frame;
   amt_frame_init(&frame, 1);
   EXPECT_EQ(station_add_atom(&frame, text), "") << text;
   return {frame.begin() + 6, frame.begin() + amt_frame_total_length(&frame)};
 }
 
-TEST(Arguments_Number, GoodForms_AreRead) {
+TEST(ArgumentsNumber, GoodForms_AreRead) {
   EXPECT_EQ(station_parse_number("0", 255), 0U);
   EXPECT_EQ(station_parse_number("255", 255), 255U);
   EXPECT_EQ(station_parse_number("0xfF", 255), 255U);
   EXPECT_EQ(station_parse_number("4294967295", UINT32_MAX), UINT32_MAX);
 }
 
-TEST(Arguments_Number, BadForms_AreRefused) {
+TEST(ArgumentsNumber, BadForms_AreRefused) {
   for (const char* text : {"", "256", "-1", "+1", " 1", "1 ", "1x", "0x", "x", "0x100", "99999999999999999999"}) {
     EXPECT_EQ(station_parse_number(text, 255), std::nullopt) << text;
   }
   EXPECT_EQ(station_parse_number("4294967296", UINT32_MAX), std::nullopt);
 }
 
-TEST(Arguments_CommandId, NumberOrName_IsRead) {
+TEST(ArgumentsCommandId, NumberOrName_IsRead) {
   EXPECT_EQ(station_parse_command_id("45"), 45);
   EXPECT_EQ(station_parse_command_id("0x2D"), 45);
   EXPECT_EQ(station_parse_command_id("AMT_VERSION_CMD"), 45);
@@ -37,13 +37,13 @@ TEST(Arguments_CommandId, NumberOrName_IsRead) {
   EXPECT_EQ(station_parse_command_id("255"), 255);
 }
 
-TEST(Arguments_CommandId, UnknownOrAmbiguous_IsRefused) {
+TEST(ArgumentsCommandId, UnknownOrAmbiguous_IsRefused) {
   for (const char* text : {"", "256", "AMT_VERSION", "(undefined)", "-1"}) {
     EXPECT_EQ(station_parse_command_id(text), std::nullopt) << text;
   }
 }
 
-TEST(Arguments_CommandId, EveryNamedId_IsFoundByItsName) {
+TEST(ArgumentsCommandId, EveryNamedId_IsFoundByItsName) {
   for (unsigned id = 0; id < 256; ++id) {
     const std::string name = amt_command_name(static_cast<std::uint8_t>(id));
     if (name != "(undefined)") {
@@ -52,7 +52,7 @@ TEST(Arguments_CommandId, EveryNamedId_IsFoundByItsName) {
   }
 }
 
-TEST(Arguments_Module, NameOrNumber_IsRead) {
+TEST(ArgumentsModule, NameOrNumber_IsRead) {
   EXPECT_EQ(station_parse_module("product"), 1U);
   EXPECT_EQ(station_parse_module("software"), 16U);
   EXPECT_EQ(station_parse_module("l1"), 17U);
@@ -65,26 +65,26 @@ TEST(Arguments_Module, NameOrNumber_IsRead) {
   EXPECT_EQ(station_parse_module("soft"), std::nullopt);
 }
 
-TEST(Arguments_Atom, EachType_HasItsBytes) {
-  EXPECT_EQ(atom("19:int=64"), from_hex("EE 13 01 0400 40000000"));
-  EXPECT_EQ(atom("0x13:int=0x12345678"), from_hex("EE 13 01 0400 78563412"));
-  EXPECT_EQ(atom("1:int=-100"), from_hex("EE 01 01 0400 9CFFFFFF"));
-  EXPECT_EQ(atom("1:int=-2147483648"), from_hex("EE 01 01 0400 00000080"));
-  EXPECT_EQ(atom("21:str=a=b:c"), from_hex("EE 15 02 0500 613D623A63"));
-  EXPECT_EQ(atom("21:str="), from_hex("EE 15 02 0000"));
-  EXPECT_EQ(atom("5:bytes=0A0b"), from_hex("EE 05 03 0200 0A0B"));
-  EXPECT_EQ(atom("5:bytes="), from_hex("EE 05 03 0000"));
-  EXPECT_EQ(atom("7:flag=1"), from_hex("EE 07 04 0100 01"));
-  EXPECT_EQ(atom("255:flag=255"), from_hex("EE FF 04 0100 FF"));
-  EXPECT_EQ(atom("154:u8=3"), from_hex("EE 9A 03 0100 03"));
-  EXPECT_EQ(atom("154:u8=255"), from_hex("EE 9A 03 0100 FF"));
-  EXPECT_EQ(atom("154:u8=-128"), from_hex("EE 9A 03 0100 80"));
-  EXPECT_EQ(atom("156:u16=0x1234"), from_hex("EE 9C 03 0200 3412"));
-  EXPECT_EQ(atom("157:u16=-10"), from_hex("EE 9D 03 0200 F6FF"));
-  EXPECT_EQ(atom("157:u16=-32768"), from_hex("EE 9D 03 0200 0080"));
+TEST(ArgumentsAtom, EachType_HasItsBytes) {
+  EXPECT_EQ(atom("19:int=64"), bytes_from_hex("EE 13 01 0400 40000000"));
+  EXPECT_EQ(atom("0x13:int=0x12345678"), bytes_from_hex("EE 13 01 0400 78563412"));
+  EXPECT_EQ(atom("1:int=-100"), bytes_from_hex("EE 01 01 0400 9CFFFFFF"));
+  EXPECT_EQ(atom("1:int=-2147483648"), bytes_from_hex("EE 01 01 0400 00000080"));
+  EXPECT_EQ(atom("21:str=a=b:c"), bytes_from_hex("EE 15 02 0500 613D623A63"));
+  EXPECT_EQ(atom("21:str="), bytes_from_hex("EE 15 02 0000"));
+  EXPECT_EQ(atom("5:bytes=0A0b"), bytes_from_hex("EE 05 03 0200 0A0B"));
+  EXPECT_EQ(atom("5:bytes="), bytes_from_hex("EE 05 03 0000"));
+  EXPECT_EQ(atom("7:flag=1"), bytes_from_hex("EE 07 04 0100 01"));
+  EXPECT_EQ(atom("255:flag=255"), bytes_from_hex("EE FF 04 0100 FF"));
+  EXPECT_EQ(atom("154:u8=3"), bytes_from_hex("EE 9A 03 0100 03"));
+  EXPECT_EQ(atom("154:u8=255"), bytes_from_hex("EE 9A 03 0100 FF"));
+  EXPECT_EQ(atom("154:u8=-128"), bytes_from_hex("EE 9A 03 0100 80"));
+  EXPECT_EQ(atom("156:u16=0x1234"), bytes_from_hex("EE 9C 03 0200 3412"));
+  EXPECT_EQ(atom("157:u16=-10"), bytes_from_hex("EE 9D 03 0200 F6FF"));
+  EXPECT_EQ(atom("157:u16=-32768"), bytes_from_hex("EE 9D 03 0200 0080"));
 }
 
-TEST(Arguments_Atom, BadForms_AreRefusedAndChangeNothing) {
+TEST(ArgumentsAtom, BadForms_AreRefusedAndChangeNothing) {
   for (const char* text : {"",
                            "19",
                            "19:",
@@ -125,7 +125,7 @@ TEST(Arguments_Atom, BadForms_AreRefusedAndChangeNothing) {
   }
 }
 
-TEST(Arguments_Atom, MoreThanTheFrameHolds_IsRefused) {
+TEST(ArgumentsAtom, MoreThanTheFrameHolds_IsRefused) {
   amt_frame_st frame;
   amt_frame_init(&frame, 1);
   EXPECT_EQ(station_add_atom(&frame, "1:str=" + std::string(4085, 'x')), "");

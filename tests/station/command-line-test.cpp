@@ -35,7 +35,7 @@ outcome_st run(const std::vector<std::string>& arguments, int stop_fd = -1) {
 // A phone that waits for a request and answers it; what it received is checked against the request.
 class CommandLine : public testing::Test {
  protected:
-  outcome_st run_with_phone(std::vector<std::string> arguments, const wire_bytes& request, const wire_bytes& answer) {
+  outcome_st run_with_phone(std::vector<std::string> arguments, const byte_string& request, const byte_string& answer) {
     std::jthread phone([&] {
       EXPECT_EQ(m_phone.receive(request.size()), request);
       m_phone.send(answer);
@@ -73,7 +73,7 @@ TEST_F(CommandLine, ErrorAnswer_IsStatusSeven) {
 }
 
 TEST_F(CommandLine, BadChecksum_IsStatusSix) {
-  wire_bytes bad = VERSION_OK;
+  byte_string bad = VERSION_OK;
   bad.back() ^= 1;
   EXPECT_EQ(run_with_phone({"frame", "45", "19:int=64"}, VERSION_REQUEST, bad).m_status, 6);
 }
@@ -98,7 +98,7 @@ TEST_F(CommandLine, PortInUse_IsStatusFour) {
   std::jthread phone([&] {
     m_phone.receive(1);
     EXPECT_EQ(run({"--port", m_phone.path(), "at", "AT"}).m_status, 4);
-    m_phone.send(from_text("OK\r\n"));
+    m_phone.send(bytes_from_text("OK\r\n"));
   });
   EXPECT_EQ(run_on_port({"at", "AT"}).m_status, 0);
 }
@@ -109,31 +109,31 @@ TEST_F(CommandLine, NoPort_IsStatusThree) {
 
 TEST_F(CommandLine, AtText_GetsItsCarriageReturn) {
   const auto got =
-      run_with_phone({"at", "AT^DSVER"}, from_text("AT^DSVER\r"), from_text("\r\n^DSVER: 7\r\n\r\nOK\r\n"));
+      run_with_phone({"at", "AT^DSVER"}, bytes_from_text("AT^DSVER\r"), bytes_from_text("\r\n^DSVER: 7\r\n\r\nOK\r\n"));
   EXPECT_EQ(got.m_status, 0);
   EXPECT_THAT(got.m_out, ContainsRegex("-> text \"AT\\^DSVER\\\\r\"\n.* <- text \\^DSVER: 7\n.* <- text OK\n$"));
 }
 
 TEST_F(CommandLine, RawAtText_IsSentAsItIs) {
-  EXPECT_EQ(run_with_phone({"at", "--raw", "[a,b]"}, from_text("[a,b]"), from_text("OK\r\n")).m_status, 0);
+  EXPECT_EQ(run_with_phone({"at", "--raw", "[a,b]"}, bytes_from_text("[a,b]"), bytes_from_text("OK\r\n")).m_status, 0);
 }
 
 TEST_F(CommandLine, AtTextThatEndsInCarriageReturn_GetsNoSecondOne) {
-  const auto got = run_with_phone({"at", "AT\r"}, from_text("AT\r"), from_text("OK\r\n"));
+  const auto got = run_with_phone({"at", "AT\r"}, bytes_from_text("AT\r"), bytes_from_text("OK\r\n"));
   EXPECT_EQ(got.m_status, 0);
   EXPECT_THAT(got.m_out, HasSubstr("-> text \"AT\\r\"\n"));
 }
 
 TEST_F(CommandLine, AtTextThatLooksLikeAnOption_IsSentBehindTwoDashes) {
-  EXPECT_EQ(run_with_phone({"at", "--", "--json"}, from_text("--json\r"), from_text("OK\r\n")).m_status, 0);
+  EXPECT_EQ(run_with_phone({"at", "--", "--json"}, bytes_from_text("--json\r"), bytes_from_text("OK\r\n")).m_status, 0);
 }
 
 TEST_F(CommandLine, ErrorFrameForText_IsStatusSeven) {
-  EXPECT_EQ(run_with_phone({"at", "AT^DAMT1=\"5\""}, from_text("AT^DAMT1=\"5\"\r"), TEXT_ERROR).m_status, 7);
+  EXPECT_EQ(run_with_phone({"at", "AT^DAMT1=\"5\""}, bytes_from_text("AT^DAMT1=\"5\"\r"), TEXT_ERROR).m_status, 7);
 }
 
 TEST_F(CommandLine, Version_ShowsItsTextLast) {
-  const wire_bytes request = from_hex("AABBCCDD 17000000 02000000 0F00BB2D0900 EE1301040010000000");
+  const byte_string request = bytes_from_hex("AABBCCDD 17000000 02000000 0F00BB2D0900 EE1301040010000000");
   const auto got = run_with_phone({"version", "software"}, request, PRE_RESPONSE + VERSION_TEXT);
   EXPECT_EQ(got.m_status, 0);
   EXPECT_THAT(got.m_out, ContainsRegex("\nversion: V1.0\n$"));
@@ -154,26 +154,26 @@ TEST_F(CommandLine, JsonFailure_IsInTheResultToo) {
 }
 
 TEST_F(CommandLine, Hex_ShowsTheBytes) {
-  EXPECT_THAT(run_with_phone({"at", "AT", "--hex"}, from_text("AT\r"), from_text("OK\r\n")).m_out,
+  EXPECT_THAT(run_with_phone({"at", "AT", "--hex"}, bytes_from_text("AT\r"), bytes_from_text("OK\r\n")).m_out,
               HasSubstr("    0000  41 54 0D                                         |AT.|\n"));
 }
 
 TEST_F(CommandLine, Word_SendsItsTextAndShowsTheValueLast) {
-  const auto got = run_with_phone({"bt-address"}, from_text("AT^DBTADDR?\r"),
-                                  from_text("\r\n^DBTADDR: \"001122334455\"\r\n\r\nOK\r\n"));
+  const auto got = run_with_phone({"bt-address"}, bytes_from_text("AT^DBTADDR?\r"),
+                                  bytes_from_text("\r\n^DBTADDR: \"001122334455\"\r\n\r\nOK\r\n"));
   EXPECT_EQ(got.m_status, 0);
   EXPECT_THAT(got.m_out, ContainsRegex("<- text OK\nbt-address: 001122334455\n$"));
 }
 
 TEST_F(CommandLine, WordThatWrites_SendsItsParameter) {
-  const auto got =
-      run_with_phone({"pcba-sn", "set", "P123"}, from_text("AT^DPCBACTRL=2,P123"), from_text("\r\nERROR\r\n"));
+  const auto got = run_with_phone({"pcba-sn", "set", "P123"}, bytes_from_text("AT^DPCBACTRL=2,P123"),
+                                  bytes_from_text("\r\nERROR\r\n"));
   EXPECT_EQ(got.m_status, 7);
 }
 
 TEST_F(CommandLine, WordAsAFrame_IsWrapped) {
   // Request 172, atom 110 = 1; answer 173, atom 111 = "AB", atom 1 = 0.
-  const wire_bytes request = from_hex("AABBCCDD 17000000 02000000 0F00BBAC0900 EE6E01040001000000");
+  const byte_string request = bytes_from_hex("AABBCCDD 17000000 02000000 0F00BBAC0900 EE6E01040001000000");
   const auto got =
       run_with_phone({"bt-address", "get", "--frame", "--json", "--timeout", "100"}, request, PRE_RESPONSE);
   EXPECT_EQ(got.m_status, 5);
@@ -181,17 +181,17 @@ TEST_F(CommandLine, WordAsAFrame_IsWrapped) {
 }
 
 TEST_F(CommandLine, NegativeParameter_GoesBehindTwoDashes) {
-  const auto got =
-      run_with_phone({"wifi-tx", "--", "6", "10", "-20"}, from_text("AT^DWLTSD=1,6,10,-20\r"), from_text("\r\nOK\r\n"));
+  const auto got = run_with_phone({"wifi-tx", "--", "6", "10", "-20"}, bytes_from_text("AT^DWLTSD=1,6,10,-20\r"),
+                                  bytes_from_text("\r\nOK\r\n"));
   EXPECT_EQ(got.m_status, 0);
 }
 
 TEST_F(CommandLine, Calibration_SendsItsFourValuesBehindTwoDashes) {
   // Request 226, atoms 146 to 149 = 1, -2, 3, 12; answer 227, atom 1 = 0.
-  const wire_bytes request = from_hex(
+  const byte_string request = bytes_from_hex(
       "AABBCCDD 32000000 02000000 2A00BBE22400 EE9201040001000000 EE93010400FEFFFFFF EE9401040003000000 "
       "EE950104000C000000 35805B6C");
-  const wire_bytes done = from_hex("AABBCCDD 17000000 02000000 0F00BBE30900 EE0101040000000000 42939452");
+  const byte_string done = bytes_from_hex("AABBCCDD 17000000 02000000 0F00BBE30900 EE0101040000000000 42939452");
   const auto got = run_with_phone({"adc", "--json", "--", "set", "1", "-2", "3", "12"}, request, PRE_RESPONSE + done);
   EXPECT_EQ(got.m_status, 0);
   EXPECT_THAT(got.m_out, HasSubstr("{\"kind\":\"result\",\"exit\":0}\n"));
@@ -199,9 +199,9 @@ TEST_F(CommandLine, Calibration_SendsItsFourValuesBehindTwoDashes) {
 
 TEST_F(CommandLine, ConverterReading_IsInTheResult) {
   // Request 224; answer 225, atom 151 = 3600, atom 1 = 0.
-  const wire_bytes request = from_hex("AABBCCDD 0E000000 02000000 0600BBE00000 B52F867A");
-  const wire_bytes answer =
-      from_hex("AABBCCDD 20000000 02000000 1800BBE11200 EE97010400100E0000 EE0101040000000000 518B9EAB");
+  const byte_string request = bytes_from_hex("AABBCCDD 0E000000 02000000 0600BBE00000 B52F867A");
+  const byte_string answer =
+      bytes_from_hex("AABBCCDD 20000000 02000000 1800BBE11200 EE97010400100E0000 EE0101040000000000 518B9EAB");
   const auto got = run_with_phone({"adc", "get", "--json"}, request, PRE_RESPONSE + answer);
   EXPECT_EQ(got.m_status, 0);
   EXPECT_THAT(got.m_out, HasSubstr("{\"kind\":\"result\",\"exit\":0,\"adc\":\"3600\"}\n"));
@@ -209,15 +209,16 @@ TEST_F(CommandLine, ConverterReading_IsInTheResult) {
 
 TEST_F(CommandLine, GpsTest_IsAnsweredWithTheIdOfGpsControl) {
   // Request 176; answer 175, atom 1 = 0.
-  const wire_bytes request = from_hex("AABBCCDD 0E000000 02000000 0600BBB00000 AF7CACF7");
-  const wire_bytes done = from_hex("AABBCCDD 17000000 02000000 0F00BBAF0900 EE0101040000000000 9B61FEEC");
+  const byte_string request = bytes_from_hex("AABBCCDD 0E000000 02000000 0600BBB00000 AF7CACF7");
+  const byte_string done = bytes_from_hex("AABBCCDD 17000000 02000000 0F00BBAF0900 EE0101040000000000 9B61FEEC");
   EXPECT_EQ(run_with_phone({"gps", "test"}, request, PRE_RESPONSE + done).m_status, 0);
 }
 
 // Request 170; answer 171, atom 1 = 0, and the same with atom 1 = 1.
-const wire_bytes BLUETOOTH_START = from_hex("AABBCCDD 0E000000 02000000 0600BBAA0000 D14E89A3");
-const wire_bytes BLUETOOTH_OK = from_hex("AABBCCDD 17000000 02000000 0F00BBAB0900 EE0101040000000000 8F469038");
-const wire_bytes BLUETOOTH_ERROR = from_hex("AABBCCDD 17000000 02000000 0F00BBAB0900 EE0101040001000000 B9B01DA0");
+const byte_string BLUETOOTH_START = bytes_from_hex("AABBCCDD 0E000000 02000000 0600BBAA0000 D14E89A3");
+const byte_string BLUETOOTH_OK = bytes_from_hex("AABBCCDD 17000000 02000000 0F00BBAB0900 EE0101040000000000 8F469038");
+const byte_string BLUETOOTH_ERROR =
+    bytes_from_hex("AABBCCDD 17000000 02000000 0F00BBAB0900 EE0101040001000000 B9B01DA0");
 
 TEST_F(CommandLine, BluetoothStart_EndsWithTheFirstOfItsAnswers) {
   const auto got = run_with_phone({"bluetooth", "start"}, BLUETOOTH_START, PRE_RESPONSE + BLUETOOTH_OK);
@@ -236,14 +237,14 @@ TEST_F(CommandLine, NoWait_EndsOnceSent) {
 }
 
 TEST_F(CommandLine, Expect_CountsFramesAndTexts) {
-  const auto got = run_with_phone({"at", "AT", "--expect", "3"}, from_text("AT\r"),
-                                  from_text("OK\r\n") + PRE_RESPONSE + VERSION_OK + from_text("RING\r\n"));
+  const auto got = run_with_phone({"at", "AT", "--expect", "3"}, bytes_from_text("AT\r"),
+                                  bytes_from_text("OK\r\n") + PRE_RESPONSE + VERSION_OK + bytes_from_text("RING\r\n"));
   EXPECT_EQ(got.m_status, 0);
   EXPECT_THAT(got.m_out, HasSubstr("<- text RING\n"));
 }
 
 TEST_F(CommandLine, Monitor_ShowsWhatComesForTheTimeGiven) {
-  m_phone.send(from_text("\r\nRING\r\n") + VERSION_ERROR);
+  m_phone.send(bytes_from_text("\r\nRING\r\n") + VERSION_ERROR);
   const auto got = run_on_port({"monitor", "--timeout", "50"});
   EXPECT_EQ(got.m_status, 0);
   EXPECT_THAT(got.m_out, HasSubstr("<- text RING\n"));
@@ -251,7 +252,7 @@ TEST_F(CommandLine, Monitor_ShowsWhatComesForTheTimeGiven) {
 }
 
 TEST_F(CommandLine, MonitorThatExpects_FailsWhenLessComes) {
-  m_phone.send(from_text("\r\nRING\r\n"));
+  m_phone.send(bytes_from_text("\r\nRING\r\n"));
   EXPECT_EQ(run_on_port({"monitor", "--timeout", "50", "--expect", "2"}).m_status, 5);
 }
 
@@ -276,54 +277,57 @@ TEST_F(ApplicationLink, Frame_IsSentBareAndItsAnswerShown) {
 }
 
 TEST_F(ApplicationLink, ErrorAnswer_IsStatusSeven) {
-  const wire_bytes error = from_hex("0F00BB2E0900 EE0101040001000000");
+  const byte_string error = bytes_from_hex("0F00BB2E0900 EE0101040001000000");
   EXPECT_EQ(run_with_phone({"frame", "45", "19:int=64"}, BARE_REQUEST, error).m_status, 7);
 }
 
 TEST_F(ApplicationLink, Version_ShowsItsTextLast) {
-  const wire_bytes request = from_hex("0F00BB2D0900 EE1301040010000000");
-  const wire_bytes answer = from_hex("2400BB2E1E00 EE1301040010000000 EE120307000D56312E300A0A EE0101040000000000");
+  const byte_string request = bytes_from_hex("0F00BB2D0900 EE1301040010000000");
+  const byte_string answer =
+      bytes_from_hex("2400BB2E1E00 EE1301040010000000 EE120307000D56312E300A0A EE0101040000000000");
   const auto got = run_with_phone({"version", "software", "--json"}, request, answer);
   EXPECT_EQ(got.m_status, 0);
   EXPECT_THAT(got.m_out, ContainsRegex("\n\\{\"kind\":\"result\",\"exit\":0,\"version\":\"V1.0\"\\}\n$"));
 }
 
 TEST_F(ApplicationLink, Word_IsAFrameAndItsValueIsInTheResult) {
-  const auto got = run_with_phone({"card", "--json"}, from_hex("0600BB890000"),
-                                  from_hex("1800BB8A1200 EE3701040000200000 EE0101040000000000"));
+  const auto got = run_with_phone({"card", "--json"}, bytes_from_hex("0600BB890000"),
+                                  bytes_from_hex("1800BB8A1200 EE3701040000200000 EE0101040000000000"));
   EXPECT_EQ(got.m_status, 0);
   EXPECT_THAT(got.m_out, HasSubstr("{\"kind\":\"result\",\"exit\":0,\"card\":\"8192\"}\n"));
 }
 
 TEST_F(ApplicationLink, FlagAsTheOnlyAtom_IsTheValue) {
-  const auto got =
-      run_with_phone({"sim-check", "--json"}, from_hex("0600BB630000"), from_hex("0C00BB640600 EE2904010000"));
+  const auto got = run_with_phone({"sim-check", "--json"}, bytes_from_hex("0600BB630000"),
+                                  bytes_from_hex("0C00BB640600 EE2904010000"));
   EXPECT_EQ(got.m_status, 0);
   EXPECT_THAT(got.m_out, HasSubstr("{\"kind\":\"result\",\"exit\":0,\"sim-check\":\"0\"}\n"));
 }
 
 TEST_F(ApplicationLink, CameraControl_ShowsItsResult) {
-  const auto got = run_with_phone({"camera", "control", "2"}, from_hex("0F00BBB40900 EE7001040002000000"),
-                                  from_hex("1800BBB51200 EE7101040003000000 EE0101040000000000"));
+  const auto got = run_with_phone({"camera", "control", "2"}, bytes_from_hex("0F00BBB40900 EE7001040002000000"),
+                                  bytes_from_hex("1800BBB51200 EE7101040003000000 EE0101040000000000"));
   EXPECT_EQ(got.m_status, 0);
   EXPECT_THAT(got.m_out, ContainsRegex("\ncamera: 3\n$"));
 }
 
 TEST_F(ApplicationLink, TestResultWithADescription_IsOneAtomMore) {
-  const auto got = run_with_phone({"test-result", "write", "3", "1", "RF ok"},
-                                  from_hex("2200BB5B1C00 EE2701040003000000 EE2401040001000000 EE25020500 5246206F6B"),
-                                  from_hex("0F00BB5C0900 EE010104000A000000"));
+  const auto got =
+      run_with_phone({"test-result", "write", "3", "1", "RF ok"},
+                     bytes_from_hex("2200BB5B1C00 EE2701040003000000 EE2401040001000000 EE25020500 5246206F6B"),
+                     bytes_from_hex("0F00BB5C0900 EE010104000A000000"));
   EXPECT_EQ(got.m_status, 7);
 }
 
 TEST_F(ApplicationLink, LargestFrame_GoesWhereAWrappedOneHasNoRoom) {
-  const wire_bytes request = from_hex("0010BB01FA0F EE0102F50F") + wire_bytes(4085, 'x');
-  const auto got = run_with_phone({"frame", "1", "1:str=" + std::string(4085, 'x')}, request, from_hex("0600BB020000"));
+  const byte_string request = bytes_from_hex("0010BB01FA0F EE0102F50F") + byte_string(4085, 'x');
+  const auto got =
+      run_with_phone({"frame", "1", "1:str=" + std::string(4085, 'x')}, request, bytes_from_hex("0600BB020000"));
   EXPECT_EQ(got.m_status, 0);
 }
 
 TEST_F(ApplicationLink, Monitor_ShowsFramesAndNoise) {
-  m_phone.send(from_text("\r\nRING\r\n") + BARE_OK);
+  m_phone.send(bytes_from_text("\r\nRING\r\n") + BARE_OK);
   const auto got = run_on_port({"monitor", "--timeout", "50"});
   EXPECT_EQ(got.m_status, 0);
   EXPECT_THAT(got.m_out, HasSubstr("<- noise, 8 bytes 0D0A52494E470D0A\n"));
@@ -331,7 +335,7 @@ TEST_F(ApplicationLink, Monitor_ShowsFramesAndNoise) {
 }
 
 TEST_F(ApplicationLink, HalfAnAnswer_IsStatusSix) {
-  const wire_bytes half(BARE_OK.begin(), BARE_OK.begin() + 20);
+  const byte_string half(BARE_OK.begin(), BARE_OK.begin() + 20);
   EXPECT_EQ(run_with_phone({"frame", "45", "19:int=64", "--timeout", "100"}, BARE_REQUEST, half).m_status, 6);
 }
 
@@ -344,7 +348,7 @@ TEST_F(ApplicationLink, PathThatIsASymbolicLink_IsFollowed) {
   EXPECT_EQ(got.m_status, 0);
 }
 
-TEST(CommandLine_Usage, WrongArguments_AreStatusTwo) {
+TEST(CommandLineUsage, WrongArguments_AreStatusTwo) {
   const std::vector<std::vector<std::string>> rows = {
       {},
       {"--port", "x"},
@@ -392,11 +396,11 @@ TEST(CommandLine_Usage, WrongArguments_AreStatusTwo) {
   }
 }
 
-TEST(CommandLine_Usage, LargestFrame_IsNoWrongUsage) {
+TEST(CommandLineUsage, LargestFrame_IsNoWrongUsage) {
   EXPECT_EQ(run({"--port", "/dev/there-is-no-such-port", "frame", "1", "1:str=" + std::string(4069, 'x')}).m_status, 3);
 }
 
-TEST(CommandLine_Help, NamesEveryWordAndEveryExitCode) {
+TEST(CommandLineHelp, Asked_NamesEveryWordAndEveryExitCode) {
   const auto got = run({"--help"});
   EXPECT_EQ(got.m_status, 0);
   for (const auto& word : station_words()) EXPECT_THAT(got.m_out, HasSubstr(std::string("\n  ") + word.m_name + " "));
@@ -410,7 +414,7 @@ bool is_in(const std::string& manual, const std::string& text) {
   return manual.find(text) != std::string::npos;
 }
 
-TEST(CommandLine_Manual, NamesEveryWordAndEveryExitCode) {
+TEST(CommandLineManual, Printed_NamesEveryWordAndEveryExitCode) {
   std::ifstream file(STATION_MANUAL);
   const std::string manual((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
   for (const auto& word : station_words()) {
@@ -421,7 +425,7 @@ TEST(CommandLine_Manual, NamesEveryWordAndEveryExitCode) {
   }
 }
 
-TEST(CommandLine_Words, EveryRow_MakesSense) {
+TEST(CommandLineWords, EveryRow_MakesSense) {
   std::set<std::string> names;
   for (const auto& word : station_words()) {
     EXPECT_TRUE(names.insert(word.m_name).second) << word.m_name;

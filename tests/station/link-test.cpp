@@ -17,24 +17,24 @@ station_time in(int milliseconds) {
 constexpr int LONG = 10000;  // for what must come
 constexpr int SHORT = 30;    // for what must not
 
-TEST(Link_Open, NoSuchPath_IsNoPort) {
+TEST(LinkOpen, NoSuchPath_IsNoPort) {
   station_link_st link;
   EXPECT_EQ(link.open("/dev/there-is-no-such-port"), STATION_NO_PORT);
   EXPECT_EQ(link.error(), "/dev/there-is-no-such-port: No such file or directory");
 }
 
-TEST(Link_Open, NoTerminal_IsNoPort) {
+TEST(LinkOpen, NoTerminal_IsNoPort) {
   station_link_st link;
   EXPECT_EQ(link.open("/dev/null"), STATION_NO_PORT);
   EXPECT_EQ(link.error(), "/dev/null: not a terminal");
 }
 
-TEST(Link_Open, Folder_IsNoPort) {
+TEST(LinkOpen, Folder_IsNoPort) {
   station_link_st link;
   EXPECT_EQ(link.open("/dev"), STATION_NO_PORT);
 }
 
-TEST(Link_Open, SecondStation_IsPortInUseUntilTheFirstCloses) {
+TEST(LinkOpen, SecondStation_IsPortInUseUntilTheFirstCloses) {
   phone_line_st phone;
   station_link_st first;
   station_link_st second;
@@ -45,7 +45,7 @@ TEST(Link_Open, SecondStation_IsPortInUseUntilTheFirstCloses) {
   EXPECT_EQ(second.open(phone.path()), STATION_OK);
 }
 
-TEST(Link_Open, Port_IsExclusiveUntilClosed) {
+TEST(LinkOpen, Port_IsExclusiveUntilClosed) {
   phone_line_st phone;
   station_link_st link;
   ASSERT_EQ(link.open(phone.path()), STATION_OK);
@@ -54,7 +54,7 @@ TEST(Link_Open, Port_IsExclusiveUntilClosed) {
   EXPECT_FALSE(phone.is_exclusive());
 }
 
-TEST(Link_Open, RefusedStation_LeavesTheOthersMark) {
+TEST(LinkOpen, RefusedStation_LeavesTheOthersMark) {
   phone_line_st phone;
   station_link_st first;
   ASSERT_EQ(first.open(phone.path()), STATION_OK);
@@ -62,7 +62,7 @@ TEST(Link_Open, RefusedStation_LeavesTheOthersMark) {
   EXPECT_TRUE(phone.is_exclusive());
 }
 
-TEST(Link_Open, Line_IsRawAtTheGivenSpeedAndStaysRaw) {
+TEST(LinkOpen, Line_IsRawAtTheGivenSpeedAndStaysRaw) {
   phone_line_st phone;
   termios cooked = phone.settings();
   cooked.c_lflag |= ECHO | ICANON | ISIG;
@@ -78,7 +78,7 @@ TEST(Link_Open, Line_IsRawAtTheGivenSpeedAndStaysRaw) {
   EXPECT_EQ(cfgetospeed(&line), static_cast<speed_t>(B230400));
 }
 
-TEST(Link_Open, Descriptor_IsClosedOnExec) {
+TEST(LinkOpen, Descriptor_IsClosedOnExec) {
   phone_line_st phone;
   const int before = ::dup(0);  // the lowest free number is the next one that is opened
   ::close(before);
@@ -88,26 +88,26 @@ TEST(Link_Open, Descriptor_IsClosedOnExec) {
   EXPECT_EQ(::fcntl(before, F_GETFL) & (O_NONBLOCK | O_ACCMODE), O_NONBLOCK | O_RDWR);
 }
 
-TEST(Link_Baud, OnlySerialSpeeds_AreSpeeds) {
+TEST(LinkBaud, OnlySerialSpeeds_AreSpeeds) {
   EXPECT_TRUE(station_is_baud(115200));
   EXPECT_FALSE(station_is_baud(0));
   EXPECT_FALSE(station_is_baud(115201));
 }
 
-TEST(Link_Transfer, BytesOfEveryValue_ArriveUnchangedBothWays) {
+TEST(LinkTransfer, BytesOfEveryValue_ArriveUnchangedBothWays) {
   phone_line_st phone;
   station_link_st link;
   ASSERT_EQ(link.open(phone.path()), STATION_OK);
-  wire_bytes all(256);
+  byte_string all(256);
   for (std::size_t n = 0; n < all.size(); ++n) all[n] = static_cast<std::uint8_t>(n);
 
   EXPECT_EQ(link.write_all(all, in(LONG)), STATION_OK);
   EXPECT_EQ(phone.receive(all.size()), all);
 
   phone.send(all);
-  wire_bytes got;
+  byte_string got;
   while (got.size() < all.size()) {
-    wire_bytes room(100);
+    byte_string room(100);
     std::size_t count = 0;
     ASSERT_EQ(link.read_some(room, in(LONG), &count), STATION_OK);
     got.insert(got.end(), room.begin(), room.begin() + static_cast<std::ptrdiff_t>(count));
@@ -115,30 +115,30 @@ TEST(Link_Transfer, BytesOfEveryValue_ArriveUnchangedBothWays) {
   EXPECT_EQ(got, all);
 }
 
-TEST(Link_Deadline, SilentPhone_EndsTheRead) {
+TEST(LinkDeadline, SilentPhone_EndsTheRead) {
   phone_line_st phone;
   station_link_st link;
   ASSERT_EQ(link.open(phone.path()), STATION_OK);
-  wire_bytes room(16);
+  byte_string room(16);
   std::size_t count = 99;
   EXPECT_EQ(link.read_some(room, in(SHORT), &count), STATION_NO_ANSWER);
   EXPECT_EQ(count, 0U);
 }
 
-TEST(Link_Deadline, PhoneThatTakesNothing_EndsTheWrite) {
+TEST(LinkDeadline, PhoneThatTakesNothing_EndsTheWrite) {
   phone_line_st phone;
   station_link_st link;
   ASSERT_EQ(link.open(phone.path()), STATION_OK);
-  EXPECT_EQ(link.write_all(wire_bytes(1 << 20), in(SHORT)), STATION_NO_ANSWER);
+  EXPECT_EQ(link.write_all(byte_string(1 << 20), in(SHORT)), STATION_NO_ANSWER);
   EXPECT_THAT(link.error(), HasSubstr("the port did not take the last "));
 }
 
-TEST(Link_Gone, PhoneHangsUp_EndsReadAndWriteWithAClearMessage) {
+TEST(LinkGone, PhoneHangsUp_EndsReadAndWriteWithAClearMessage) {
   phone_line_st phone;
   station_link_st link;
   ASSERT_EQ(link.open(phone.path()), STATION_OK);
   phone.hang_up();
-  wire_bytes room(16);
+  byte_string room(16);
   std::size_t count = 0;
   EXPECT_EQ(link.read_some(room, in(LONG), &count), STATION_PORT_GONE);
   EXPECT_THAT(link.error(), HasSubstr("the port went away"));
@@ -146,13 +146,13 @@ TEST(Link_Gone, PhoneHangsUp_EndsReadAndWriteWithAClearMessage) {
   EXPECT_THAT(link.error(), HasSubstr("the port went away"));
 }
 
-TEST(Link_Stop, ReadableStopDescriptor_EndsTheWait) {
+TEST(LinkStop, ReadableStopDescriptor_EndsTheWait) {
   phone_line_st phone;
   station_link_st link;
   ASSERT_EQ(link.open(phone.path()), STATION_OK);
   const int stop = ::eventfd(1, EFD_CLOEXEC);
   link.set_stop_fd(stop);
-  wire_bytes room(16);
+  byte_string room(16);
   std::size_t count = 0;
   EXPECT_EQ(link.read_some(room, in(LONG), &count), STATION_INTERRUPTED);
   ::close(stop);

@@ -61,7 +61,7 @@ std::string text_of(std::string_view line) {
 }
 
 // The bare frame, which is the same on both links.
-wire_bytes frame_of(std::string_view line, stream_form_en form) {
+byte_string frame_of(std::string_view line, stream_form_en form) {
   const built_st built = build(line, form, true);
   EXPECT_EQ(built.m_wrong, "") << line;
   EXPECT_TRUE(built.m_request.m_is_frame) << line;
@@ -74,11 +74,11 @@ std::optional<std::string> value_of_text(std::string_view line, std::vector<std:
 
 std::optional<std::string> value_of_frame(std::string_view line, stream_form_en form, std::string_view answer) {
   amt_frame_st frame{};
-  std::ranges::copy(from_hex(answer), frame.begin());
+  std::ranges::copy(bytes_from_hex(answer), frame.begin());
   return station_value(build(line, form, true).m_request, {frame, {}});
 }
 
-TEST(Operations_Text, EachCommand_GoesOutAsThePhoneReadsIt) {
+TEST(OperationsText, EachCommand_GoesOutAsThePhoneReadsIt) {
   const std::vector<std::pair<const char*, const char*>> rows = {
       {"bt-address", "AT^DBTADDR?\r"},
       {"bt-address get", "AT^DBTADDR?\r"},
@@ -119,7 +119,7 @@ struct frame_row_st {
   const char* m_bytes;
 };
 
-TEST(Operations_Frame, EachRequest_HasItsAtoms) {
+TEST(OperationsFrame, EachRequest_HasItsAtoms) {
   const frame_row_st rows[] = {
       {"bt-address", PC, "0F00BBAC0900 EE6E01040001000000"},
       {"bt-address set AB", APP, "1600BBAC1000 EE6E01040002000000 EE6F0202004142"},
@@ -192,13 +192,13 @@ TEST(Operations_Frame, EachRequest_HasItsAtoms) {
   };
   std::set<std::string> words;
   for (const auto& row : rows) {
-    EXPECT_EQ(frame_of(row.m_line, row.m_form), from_hex(row.m_bytes)) << row.m_line;
+    EXPECT_EQ(frame_of(row.m_line, row.m_form), bytes_from_hex(row.m_bytes)) << row.m_line;
     words.insert(words_of(row.m_line)[0]);
   }
   for (const auto& word : station_operation_words()) EXPECT_TRUE(words.contains(word.m_name)) << word.m_name;
 }
 
-TEST(Operations_Form, PcLinkWithoutAText_GetsTheFrame) {
+TEST(OperationsForm, PcLinkWithoutAText_GetsTheFrame) {
   EXPECT_TRUE(build("gps start").m_request.m_is_frame);
   EXPECT_TRUE(build("wifi-rf on").m_request.m_is_frame);
   EXPECT_TRUE(build("adc").m_request.m_is_frame);
@@ -206,16 +206,16 @@ TEST(Operations_Form, PcLinkWithoutAText_GetsTheFrame) {
   EXPECT_TRUE(build("bluetooth start").m_request.m_is_frame);
 }
 
-TEST(Operations_Form, ApplicationLink_GetsTheFrameUnasked) {
+TEST(OperationsForm, ApplicationLink_GetsTheFrameUnasked) {
   EXPECT_TRUE(build("check gps", APP).m_request.m_is_frame);
 }
 
-TEST(Operations_Form, RadioRequestsOfBothLinks_GoToTheApplicationsToo) {
-  EXPECT_EQ(frame_of("gps test", APP), from_hex("0600BBB00000"));
-  EXPECT_EQ(frame_of("bluetooth start", APP), from_hex("0600BBAA0000"));
+TEST(OperationsForm, RadioRequestsOfBothLinks_GoToTheApplicationsToo) {
+  EXPECT_EQ(frame_of("gps test", APP), bytes_from_hex("0600BBB00000"));
+  EXPECT_EQ(frame_of("bluetooth start", APP), bytes_from_hex("0600BBAA0000"));
 }
 
-TEST(Operations_Form, WrongLink_IsRefused) {
+TEST(OperationsForm, WrongLink_IsRefused) {
   EXPECT_EQ(build("adc set 1 2 3 4", APP).m_wrong, "adc: this is for the PC link: use --port");
   for (const char* line :
        {"lcd-color", "audio-loop off", "camera control 1", "sim-check", "factory-date", "serial-number", "amt-support",
@@ -230,7 +230,7 @@ TEST(Operations_Form, WrongLink_IsRefused) {
   EXPECT_EQ(build("amt1-flag", PC, true).m_wrong, "amt1-flag: this is no frame of the PC link");
 }
 
-TEST(Operations_Arguments, WrongOnes_AreRefused) {
+TEST(OperationsArguments, WrongOnes_AreRefused) {
   for (const char* line : {"bt-address put",     "bt-address set",
                            "bt-address get 1",   "bt-address set 1 2",
                            "amt1-flag set 2",    "amt1-flag set x",
@@ -288,7 +288,7 @@ struct limit_row_st {
   std::size_t m_most;
 };
 
-TEST(Operations_Arguments, TextThatThePhoneWouldCut_IsRefused) {
+TEST(OperationsArguments, TextThatThePhoneWouldCut_IsRefused) {
   for (const auto& row : {limit_row_st{"bt-address set ", false, 19}, limit_row_st{"bt-address set ", true, 59},
                           limit_row_st{"wifi-address set ", false, 19}, limit_row_st{"wifi-address set ", true, 59},
                           limit_row_st{"pcba-sn set ", false, 29}, limit_row_st{"pcba-sn set ", true, 29},
@@ -300,30 +300,30 @@ TEST(Operations_Arguments, TextThatThePhoneWouldCut_IsRefused) {
   EXPECT_NE(build("pcba-sn set ").m_wrong, "");
 }
 
-TEST(Operations_Arguments, DescriptionThatThePhoneWouldCut_IsRefused) {
+TEST(OperationsArguments, DescriptionThatThePhoneWouldCut_IsRefused) {
   EXPECT_EQ(build("test-result write 3 1 " + std::string(127, 'x'), APP).m_wrong, "");
   EXPECT_EQ(build("test-result write 3 1 " + std::string(128, 'x'), APP).m_wrong,
             "test-result: DESCRIPTION must have 1 to 127 characters");
 }
 
-TEST(Operations_Arguments, CalibrationThatThePhoneWouldCut_IsRefused) {
+TEST(OperationsArguments, CalibrationThatThePhoneWouldCut_IsRefused) {
   EXPECT_EQ(build("adc set -100000000 -200000000 -300000000 40000000").m_wrong, "");
   EXPECT_EQ(build("adc set -100000000 -200000000 -300000000 400000000").m_wrong,
             "adc: the values must have at most 38 characters together");
 }
 
-TEST(Operations_Arguments, TextThatWouldEndTheCommand_GoesInAFrameOnly) {
+TEST(OperationsArguments, TextThatWouldEndTheCommand_GoesInAFrameOnly) {
   for (const char* line : {"pcba-sn set A,B", "bt-address set A\"B", "imei set 1\r2", "pcba-sn set A\x7F"}) {
     EXPECT_THAT(build(line).m_wrong, HasSubstr("can only go in a frame")) << line;
     EXPECT_EQ(build(line, PC, true).m_wrong, "") << line;
   }
 }
 
-TEST(Operations_Arguments, Braces_AreSentAsTheyAre) {
+TEST(OperationsArguments, Braces_AreSentAsTheyAre) {
   EXPECT_EQ(text_of("pcba-sn set {1}{x"), "AT^DPCBACTRL=2,{1}{x");
 }
 
-TEST(Operations_Value, InformationLine_IsTakenWithoutNameAndQuotes) {
+TEST(OperationsValue, InformationLine_IsTakenWithoutNameAndQuotes) {
   EXPECT_EQ(value_of_text("bt-address", {"^DBTADDR: \"0011\"", "OK"}), "0011");
   EXPECT_EQ(value_of_text("board-sn", {"^DMSN:B77", "OK"}), "B77");
   EXPECT_EQ(value_of_text("sw-version", {"RING", "^DSVER: V 1", "OK"}), "V 1");
@@ -331,19 +331,19 @@ TEST(Operations_Value, InformationLine_IsTakenWithoutNameAndQuotes) {
   EXPECT_EQ(value_of_text("bt-address", {"^DBTADDR: \"", "OK"}), "\"");
 }
 
-TEST(Operations_Value, EmptyValue_IsOne) {
+TEST(OperationsValue, EmptyValue_IsOne) {
   EXPECT_EQ(value_of_text("imei", {"^DGSN: ", "OK"}), "");
   EXPECT_EQ(value_of_text("bt-address", {"^DBTADDR: \"\"", "OK"}), "");
   EXPECT_EQ(value_of_frame("imei", APP, "0B00BB080500 EE15020000"), "");
 }
 
-TEST(Operations_Value, NoInformationLine_IsNone) {
+TEST(OperationsValue, NoInformationLine_IsNone) {
   EXPECT_EQ(value_of_text("bt-address", {"OK"}), std::nullopt);
   EXPECT_EQ(value_of_text("bt-address", {"^DWIFIADDR: \"0011\"", "OK"}), std::nullopt);
   EXPECT_EQ(value_of_text("check bt", {"^DBTADDR: \"0011\"", "OK"}), std::nullopt);
 }
 
-TEST(Operations_Value, AtomsOfTheAnswer_AreItsValue) {
+TEST(OperationsValue, AtomsOfTheAnswer_AreItsValue) {
   EXPECT_EQ(value_of_frame("bt-address", PC, "0D00BBAD0700 EE6F0202004142"), "AB");
   EXPECT_EQ(value_of_frame("imei", APP, "0E00BB080800 EE1503030031320A"), "12");
   EXPECT_EQ(value_of_frame("dev-info", APP, "0E00BBEF0800 EEC803030031003200"), "1");
@@ -358,19 +358,19 @@ TEST(Operations_Value, AtomsOfTheAnswer_AreItsValue) {
   EXPECT_EQ(value_of_frame("item read 3", APP, "1800BBE51200 EE2701040003000000 EE2401040001000000"), "1");
 }
 
-TEST(Operations_Value, Flag_IsANumber) {
+TEST(OperationsValue, Flag_IsANumber) {
   EXPECT_EQ(value_of_frame("sim-check", APP, "0C00BB640600 EE2904010001"), "1");
   EXPECT_EQ(value_of_frame("sim-check", APP, "0C00BB640600 EE2904010000"), "0");
 }
 
-TEST(Operations_Value, StationResult_HasItsDescriptionBehindIt) {
+TEST(OperationsValue, StationResult_HasItsDescriptionBehindIt) {
   constexpr char START[] = "2100BB5A1B00 EE2701040003000000 EE2401040001000000 ";
   EXPECT_EQ(value_of_frame("test-result read 3", APP, std::string(START) + "EE250204004F4B2031"), "1,OK 1");
   EXPECT_EQ(value_of_frame("test-result read 3", APP, "1D00BB5A1700 EE2701040003000000 EE2401040001000000 EE25020000"),
             "1,");
 }
 
-TEST(Operations_Value, OtherFrameOrNoAtom_IsNone) {
+TEST(OperationsValue, OtherFrameOrNoAtom_IsNone) {
   EXPECT_EQ(value_of_frame("bt-address", PC, "0D00BBAE0700 EE6F0202004142"), std::nullopt);
   EXPECT_EQ(value_of_frame("bt-address", PC, "0F00BBAD0900 EE0101040000000000"), std::nullopt);
   EXPECT_EQ(value_of_frame("vibrate on", APP, "0F00BB240900 EE0101040000000000"), std::nullopt);
@@ -379,7 +379,7 @@ TEST(Operations_Value, OtherFrameOrNoAtom_IsNone) {
   EXPECT_EQ(station_value(build("card", APP).m_request, {}), std::nullopt);
 }
 
-TEST(Operations_Table, EveryRow_CanBeAskedForOnSomeLink) {
+TEST(OperationsTable, EveryRow_CanBeAskedForOnSomeLink) {
   for (const auto& word : station_operation_words()) {
     ASSERT_FALSE(word.m_operations.empty()) << word.m_name;
     for (const auto& row : word.m_operations) {

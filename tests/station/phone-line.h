@@ -40,13 +40,13 @@ class phone_line_st {
 
   const std::string& path() const { return m_path; }
 
-  void send(const wire_bytes& bytes) const {
+  void send(const byte_string& bytes) const {
     EXPECT_EQ(::write(m_phone, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
   }
 
   // The next bytes from the station, as many as asked for; fewer when they do not come in ten seconds.
-  wire_bytes receive(std::size_t count) const {
-    wire_bytes bytes;
+  byte_string receive(std::size_t count) const {
+    byte_string bytes;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (bytes.size() < count && std::chrono::steady_clock::now() < deadline) {
       pollfd readable{m_phone, POLLIN, 0};

@@ -21,12 +21,12 @@ class Render : public testing::Test {
   }
 };
 
-station_entry_st entry(stream_kind_en kind, const wire_bytes& bytes, stream_fault_en fault = stream_fault_en::NONE,
+station_entry_st entry(stream_kind_en kind, const byte_string& bytes, stream_fault_en fault = stream_fault_en::NONE,
                        bool is_sent = false) {
   return {NOON, is_sent, {kind, fault, bytes}};
 }
 
-std::string line(stream_kind_en kind, const wire_bytes& bytes, stream_fault_en fault = stream_fault_en::NONE) {
+std::string line(stream_kind_en kind, const byte_string& bytes, stream_fault_en fault = stream_fault_en::NONE) {
   return station_render_text(entry(kind, bytes, fault), {});
 }
 
@@ -42,7 +42,7 @@ TEST_F(Render, LocalTime_IsShownToPeople) {
 }
 
 TEST_F(Render, EveryAtomType_IsShownWithItsValue) {
-  const wire_bytes all = from_hex(
+  const byte_string all = bytes_from_hex(
       "AABBCCDD 2E000000 02000000 2600BB022000 EE010104009CFFFFFF EE1502040061 22620D EE0503030000 01FF EE0704010001 "
       "FF2FEF4D");
   EXPECT_EQ(line(stream_kind_en::FRAME, all),
@@ -56,44 +56,45 @@ TEST_F(Render, PaddedTextInBytes_IsShownAsTextToo) {
 }
 
 TEST_F(Render, LongValue_IsCutInTheLine) {
-  wire_bytes bytes =
-      from_hex("AABBCCDD 55000000 02000000 4D00BB2E4700 EE12034200") + wire_bytes(66, 0) + from_hex("00000000");
+  byte_string bytes = bytes_from_hex("AABBCCDD 55000000 02000000 4D00BB2E4700 EE12034200") + byte_string(66, 0) +
+                      bytes_from_hex("00000000");
   EXPECT_EQ(line(stream_kind_en::FRAME, bytes),
             "12:34:56.789 <- frame 46 (0x2E) AMT_VERSION_RSPCMD 18:bytes=" + std::string(128, '0') + "... (66 bytes)");
 }
 
 TEST_F(Render, AtomLongerThanItsFrame_IsMarkedCut) {
-  const wire_bytes bytes = from_hex("AABBCCDD 15000000 02000000 0D00BB2E0700 EE15020A004142 CC6CFC6B");
+  const byte_string bytes = bytes_from_hex("AABBCCDD 15000000 02000000 0D00BB2E0700 EE15020A004142 CC6CFC6B");
   EXPECT_EQ(line(stream_kind_en::FRAME, bytes),
             "12:34:56.789 <- frame 46 (0x2E) AMT_VERSION_RSPCMD 21:str=\"AB\" (cut: 2 of 10 bytes)");
 }
 
 TEST_F(Render, BytesBehindTheAtoms_AreCounted) {
-  const wire_bytes bytes = from_hex("AABBCCDD 19000000 02000000 1100BB2E0B00 EE0101040000000000 0011 2F0C23A8");
+  const byte_string bytes = bytes_from_hex("AABBCCDD 19000000 02000000 1100BB2E0B00 EE0101040000000000 0011 2F0C23A8");
   EXPECT_EQ(line(stream_kind_en::FRAME, bytes),
             "12:34:56.789 <- frame 46 (0x2E) AMT_VERSION_RSPCMD 1:int=0 + 2 bytes that are no atom");
 }
 
-TEST_F(Render, DamagedFrames_SayWhatIsWrong) {
+TEST_F(Render, DamagedFrames_ShowWhatIsWrong) {
   EXPECT_EQ(line(stream_kind_en::FRAME, NO_ATOMS, stream_fault_en::CHECKSUM),
             "12:34:56.789 <- frame, bad checksum: 46 (0x2E) AMT_VERSION_RSPCMD");
-  EXPECT_EQ(line(stream_kind_en::FRAME, from_hex("AABBCCDD00000000"), stream_fault_en::LENGTH),
+  EXPECT_EQ(line(stream_kind_en::FRAME, bytes_from_hex("AABBCCDD00000000"), stream_fault_en::LENGTH),
             "12:34:56.789 <- frame, bad length: 8 bytes AABBCCDD00000000");
-  EXPECT_EQ(
-      line(stream_kind_en::FRAME, from_hex("AABBCCDD 0D000000 02000000 0500BB2E00 B39C08FB"), stream_fault_en::HEAD),
-      "12:34:56.789 <- frame, bad frame head: 21 bytes AABBCCDD0D000000020000000500BB2E00B39C08FB");
-  EXPECT_EQ(line(stream_kind_en::FRAME, from_hex("AABBCCDD 20000000 02000000 1800BB2E1200 EE13"),
+  EXPECT_EQ(line(stream_kind_en::FRAME, bytes_from_hex("AABBCCDD 0D000000 02000000 0500BB2E00 B39C08FB"),
+                 stream_fault_en::HEAD),
+            "12:34:56.789 <- frame, bad frame head: 21 bytes AABBCCDD0D000000020000000500BB2E00B39C08FB");
+  EXPECT_EQ(line(stream_kind_en::FRAME, bytes_from_hex("AABBCCDD 20000000 02000000 1800BB2E1200 EE13"),
                  stream_fault_en::INCOMPLETE),
             "12:34:56.789 <- frame, incomplete: 46 (0x2E) AMT_VERSION_RSPCMD + 2 bytes that are no atom");
 }
 
 TEST_F(Render, SentText_ShowsItsLineEnd) {
-  EXPECT_EQ(station_render_text(entry(stream_kind_en::TEXT, from_text("AT^DSVER\r"), stream_fault_en::NONE, true), {}),
-            "12:34:56.789 -> text \"AT^DSVER\\r\"");
+  EXPECT_EQ(
+      station_render_text(entry(stream_kind_en::TEXT, bytes_from_text("AT^DSVER\r"), stream_fault_en::NONE, true), {}),
+      "12:34:56.789 -> text \"AT^DSVER\\r\"");
 }
 
 TEST_F(Render, ReceivedText_IsShownWithoutLineEnds) {
-  EXPECT_EQ(line(stream_kind_en::TEXT, from_text("\r\n^DSVER: 7.1\r\n")), "12:34:56.789 <- text ^DSVER: 7.1");
+  EXPECT_EQ(line(stream_kind_en::TEXT, bytes_from_text("\r\n^DSVER: 7.1\r\n")), "12:34:56.789 <- text ^DSVER: 7.1");
 }
 
 TEST_F(Render, Escape_LeavesNothingThatATerminalActsOn) {
@@ -101,18 +102,19 @@ TEST_F(Render, Escape_LeavesNothingThatATerminalActsOn) {
 }
 
 TEST_F(Render, Noise_IsShownInHexadecimal) {
-  EXPECT_EQ(line(stream_kind_en::NOISE, from_hex("00FF0A")), "12:34:56.789 <- noise, 3 bytes 00FF0A");
+  EXPECT_EQ(line(stream_kind_en::NOISE, bytes_from_hex("00FF0A")), "12:34:56.789 <- noise, 3 bytes 00FF0A");
 }
 
 TEST_F(Render, HexStyle_PutsBytesAndAsciiBelow) {
-  EXPECT_EQ(station_render_text(entry(stream_kind_en::TEXT, from_text("\r\nABCDEFGHIJKLMNOPQ\r\n")), {false, true}),
-            "12:34:56.789 <- text ABCDEFGHIJKLMNOPQ\n"
-            "    0000  0D 0A 41 42 43 44 45 46 47 48 49 4A 4B 4C 4D 4E  |..ABCDEFGHIJKLMN|\n"
-            "    0010  4F 50 51 0D 0A                                   |OPQ..|");
+  EXPECT_EQ(
+      station_render_text(entry(stream_kind_en::TEXT, bytes_from_text("\r\nABCDEFGHIJKLMNOPQ\r\n")), {false, true}),
+      "12:34:56.789 <- text ABCDEFGHIJKLMNOPQ\n"
+      "    0000  0D 0A 41 42 43 44 45 46 47 48 49 4A 4B 4C 4D 4E  |..ABCDEFGHIJKLMN|\n"
+      "    0010  4F 50 51 0D 0A                                   |OPQ..|");
 }
 
 TEST_F(Render, ColorStyle_ColorsTheLineButNotTheTime) {
-  EXPECT_EQ(station_render_text(entry(stream_kind_en::TEXT, from_text("OK\r\n")), {true, false}),
+  EXPECT_EQ(station_render_text(entry(stream_kind_en::TEXT, bytes_from_text("OK\r\n")), {true, false}),
             "12:34:56.789 \x1b[32m<- text OK\x1b[0m");
 }
 
@@ -126,18 +128,19 @@ TEST_F(Render, JsonFrame_HasIdNameAtomsAndHex) {
 }
 
 TEST_F(Render, JsonDamagedFrame_HasItsFault) {
-  EXPECT_EQ(station_render_json(entry(stream_kind_en::FRAME, from_hex("AABBCCDD00000000"), stream_fault_en::LENGTH)),
-            R"({"time":"1970-01-02T12:34:56.789Z","direction":"received","kind":"frame","fault":"bad length",)"
-            R"("hex":"AABBCCDD00000000"})");
+  EXPECT_EQ(
+      station_render_json(entry(stream_kind_en::FRAME, bytes_from_hex("AABBCCDD00000000"), stream_fault_en::LENGTH)),
+      R"({"time":"1970-01-02T12:34:56.789Z","direction":"received","kind":"frame","fault":"bad length",)"
+      R"("hex":"AABBCCDD00000000"})");
 }
 
 TEST_F(Render, JsonText_HasTheLineAndTheBytes) {
-  EXPECT_EQ(station_render_json(entry(stream_kind_en::TEXT, from_text("A\"T\r"), stream_fault_en::NONE, true)),
+  EXPECT_EQ(station_render_json(entry(stream_kind_en::TEXT, bytes_from_text("A\"T\r"), stream_fault_en::NONE, true)),
             R"({"time":"1970-01-02T12:34:56.789Z","direction":"sent","kind":"text","text":"A\"T","hex":"4122540D"})");
 }
 
 TEST_F(Render, JsonStringThatIsNoUtf8_IsStillJson) {
-  const wire_bytes bytes = from_hex("AABBCCDD 15000000 02000000 0D00BB2E0700 EE15020200FF41 00000000");
+  const byte_string bytes = bytes_from_hex("AABBCCDD 15000000 02000000 0D00BB2E0700 EE15020200FF41 00000000");
   EXPECT_NE(station_render_json(entry(stream_kind_en::FRAME, bytes))
                 .find("\"value\":\"\xEF\xBF\xBD"
                       "A\""),

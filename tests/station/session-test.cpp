@@ -19,7 +19,7 @@ class Session : public testing::Test {
 
   static station_time in(int count) { return std::chrono::steady_clock::now() + milliseconds(count); }
 
-  void send(const wire_bytes& bytes) {
+  void send(const byte_string& bytes) {
     ASSERT_EQ(m_session.send(bytes, true, in(LONG)), STATION_OK);
     ASSERT_EQ(m_phone.receive(bytes.size()), bytes);
   }
@@ -33,7 +33,7 @@ class Session : public testing::Test {
     bool m_is_sent;
     stream_kind_en m_kind;
     stream_fault_en m_fault;
-    wire_bytes m_bytes;
+    byte_string m_bytes;
   };
 
   phone_line_st m_phone;
@@ -89,16 +89,16 @@ TEST_F(Session, HalfAnAnswer_IsDamagedAndShown) {
 
 TEST_F(Session, AnswerBehindALyingLength_IsFoundAtTheDeadline) {
   send(VERSION_REQUEST);
-  wire_bytes lying = PRE_RESPONSE;
+  byte_string lying = PRE_RESPONSE;
   lying[5] = 0x0C;
   m_phone.send(lying + VERSION_OK);
   EXPECT_EQ(receive(VERSION_RULE, SHORT), STATION_OK);
 }
 
 TEST_F(Session, FinalResultWithoutLineFeed_DoesNotWaitForTheDeadline) {
-  send(from_text("AT\r"));
-  m_phone.send(from_text("AT\r"));
-  m_phone.send(from_text("\r\nOK\r"));
+  send(bytes_from_text("AT\r"));
+  m_phone.send(bytes_from_text("AT\r"));
+  m_phone.send(bytes_from_text("\r\nOK\r"));
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(receive(AT_RULE, LONG), STATION_OK);
   EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(LONG));
@@ -106,14 +106,14 @@ TEST_F(Session, FinalResultWithoutLineFeed_DoesNotWaitForTheDeadline) {
 }
 
 TEST_F(Session, FinalResultWithoutAnyEnd_IsTakenAtTheDeadline) {
-  send(from_text("AT\r"));
-  m_phone.send(from_text("ERROR"));
+  send(bytes_from_text("AT\r"));
+  m_phone.send(bytes_from_text("ERROR"));
   EXPECT_EQ(receive(AT_RULE, SHORT), STATION_ERROR_ANSWER);
 }
 
 TEST_F(Session, BlankLines_AreNotShown) {
-  send(from_text("AT\r"));
-  m_phone.send(from_text("\r\n\r\n") + VERSION_OK + from_text("\r\nOK\r\n"));
+  send(bytes_from_text("AT\r"));
+  m_phone.send(bytes_from_text("\r\n\r\n") + VERSION_OK + bytes_from_text("\r\nOK\r\n"));
   EXPECT_EQ(receive(AT_RULE, LONG), STATION_OK);
   EXPECT_EQ(m_shown.size(), 3U);
 }

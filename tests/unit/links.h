@@ -1,5 +1,5 @@
 // Ends of links for unit tests of the service: what the test plays is a PC, a modem, or a device that fails in a
-// chosen way. Bytes are compared as text ("AA BB 0D"), so that a difference can be read.
+// chosen way.
 #pragma once
 
 #include <fcntl.h>
@@ -21,30 +21,8 @@
 #include "amt/amt-handle/context/handle-context.h"
 #include "amt/amt-handle/context/state.h"
 #include "amt/amt-handle/service/usb-monitor.h"
+#include "tests/hex.h"
 #include "tests/unit/log-capture.h"
-
-// "AA BB 0D" from bytes.
-inline std::string hex_of(std::string_view bytes) {
-  static constexpr char DIGITS[] = "0123456789ABCDEF";
-  std::string text;
-  for (const char byte : bytes) {
-    const auto value = static_cast<std::uint8_t>(byte);
-    if (!text.empty()) text += ' ';
-    text += DIGITS[value >> 4];
-    text += DIGITS[value & 15];
-  }
-  return text;
-}
-
-// Bytes from "AA BB 0D".
-inline std::string from_hex(std::string_view text) {
-  const auto digit = [](char c) { return c <= '9' ? c - '0' : c - 'A' + 10; };
-  std::string bytes;
-  for (std::size_t at = 0; at + 1 < text.size(); at += 3) {
-    bytes += static_cast<char>(digit(text[at]) * 16 + digit(text[at + 1]));
-  }
-  return bytes;
-}
 
 inline void set_message(amt_message_st& message, std::string_view bytes) {
   amt_message_clear(message);
@@ -89,7 +67,7 @@ class test_link {
     bytes.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
     return bytes;
   }
-  std::string received_hex() { return hex_of(received()); }
+  std::string received_hex() { return to_hex(received()); }
   // The test's end is gone: a terminal then fails with EIO.
   void hang_up() {
     if (m_test >= 0) close(m_test);

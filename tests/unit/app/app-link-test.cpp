@@ -26,7 +26,7 @@ constexpr char END[] = "06 00 BB FE 00 00";
 std::vector<std::string> g_requests;
 
 std::string text_of_request(const amt_message_st& request) {
-  return hex_of(std::string(request.m_buf_a.begin(), request.m_buf_a.begin() + request.m_buf_len));
+  return to_hex(std::string(request.m_buf_a.begin(), request.m_buf_a.begin() + request.m_buf_len));
 }
 
 result_code_en answer_ok(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
@@ -46,9 +46,9 @@ result_code_en fail(std::uint8_t, amt_message_st*, amt_message_st*) {
 }
 
 // Blocks that come one by one, and then the end of the link.
-class app_link : public context_test {
+class AppLink : public context_test {
  protected:
-  app_link() {
+  AppLink() {
     g_requests.clear();
     set_link(g_handle_context.m_pty_app.m_ptm_fd, m_app.service_end());
     std::ignore = amt_handle_reg_handle_func(AMT_LINK_APP, 11, answer_ok);
@@ -64,7 +64,7 @@ class app_link : public context_test {
   packet_link m_app;
 };
 
-TEST_F(app_link, Request_GoesToItsHandler) {
+TEST_F(AppLink, Request_GoesToItsHandler) {
   read_blocks({REQUEST_11});
   EXPECT_THAT(g_requests, testing::ElementsAre(REQUEST_11));
   EXPECT_EQ(m_app.received_hex(), ANSWER_12);
@@ -73,44 +73,44 @@ TEST_F(app_link, Request_GoesToItsHandler) {
   EXPECT_TRUE(is_clear(g_handle_context.m_response));
 }
 
-TEST_F(app_link, SecondRequest_FindsAClearRecord) {
+TEST_F(AppLink, SecondRequest_FindsAClearRecord) {
   read_blocks({"0C 00 BB 0B 06 00 EE 01 04 01 00 07", REQUEST_11});
   EXPECT_THAT(g_requests, testing::ElementsAre("0C 00 BB 0B 06 00 EE 01 04 01 00 07", REQUEST_11));
 }
 
-TEST_F(app_link, OldContentOfTheRecords_IsForgottenAtTheStart) {
+TEST_F(AppLink, OldContentOfTheRecords_IsForgottenAtTheStart) {
   set_message(g_handle_context.m_request, "old");
   read_blocks({REQUEST_11});
   EXPECT_THAT(g_requests, testing::ElementsAre(REQUEST_11));
 }
 
-TEST_F(app_link, UnregisteredId_IsAnsweredWithAnError) {
+TEST_F(AppLink, UnregisteredId_IsAnsweredWithAnError) {
   read_blocks({"06 00 BB 2C 00 00"});
   EXPECT_EQ(m_app.received_hex(), "0F 00 BB 2D 09 00 EE 01 01 04 00 01 00 00 00");
   EXPECT_TRUE(m_log.contains("LINE-3610, FUNC-handle_amt_app_req(), error_code=-100"));
   EXPECT_TRUE(m_log.has("unregistered AMT request id: 44"));
 }
 
-TEST_F(app_link, Id255_IsAnsweredUnderIdZero) {
+TEST_F(AppLink, Id255_IsAnsweredUnderIdZero) {
   read_blocks({"06 00 BB FF 00 00"});
   EXPECT_EQ(m_app.received_hex(), "0F 00 BB 00 09 00 EE 01 01 04 00 01 00 00 00");
   EXPECT_TRUE(m_log.contains("LINE-3606, FUNC-handle_amt_app_req(), error_code=-100"));
   EXPECT_TRUE(m_log.has("unknown AMT request id: 255"));
 }
 
-TEST_F(app_link, FailedHandler_IsAnsweredWithAnError) {
+TEST_F(AppLink, FailedHandler_IsAnsweredWithAnError) {
   read_blocks({"06 00 BB 0D 00 00"});
   EXPECT_EQ(m_app.received_hex(), "0F 00 BB 0E 09 00 EE 01 01 04 00 01 00 00 00");
 }
 
 // Three bytes hold no id: it reads as 0, which nobody serves. The rest is a request of its own.
-TEST_F(app_link, FrameInTwoReads_IsTwoRequests) {
+TEST_F(AppLink, FrameInTwoReads_IsTwoRequests) {
   read_blocks({"06 00 BB", "0B 00 00 0B"});
   EXPECT_EQ(m_app.received_hex(), std::string("0F 00 BB 01 09 00 EE 01 01 04 00 01 00 00 00 ") + ANSWER_12);
   EXPECT_THAT(g_requests, testing::ElementsAre("0B 00 00 0B"));
 }
 
-TEST_F(app_link, LongBlock_IsReadUpTo4095Bytes) {
+TEST_F(AppLink, LongBlock_IsReadUpTo4095Bytes) {
   std::string block = from_hex(REQUEST_11);
   block.resize(4096, 'x');
   m_app.send(block);
@@ -119,7 +119,7 @@ TEST_F(app_link, LongBlock_IsReadUpTo4095Bytes) {
   EXPECT_EQ(g_requests[0].size(), 3u * 4095 - 1);
 }
 
-TEST_F(app_link, LinkThatCannotBeRead_EndsTheReader) {
+TEST_F(AppLink, LinkThatCannotBeRead_EndsTheReader) {
   read_blocks({});
   EXPECT_TRUE(m_log.has("sys call: read() failed! errno = 9"));
   EXPECT_TRUE(m_log.contains("LINE-4203, FUNC-amt_handle_read_app_loop(), error_code=-1"));
@@ -128,14 +128,14 @@ TEST_F(app_link, LinkThatCannotBeRead_EndsTheReader) {
 }
 
 // The application's side takes nothing any more: what it sends piles up until it is gone altogether.
-class app_link_without_answers : public app_link {
+class AppLinkWithoutAnswers : public AppLink {
  protected:
-  app_link_without_answers() : m_before(std::signal(SIGPIPE, SIG_IGN)) { m_app.stop_receiving(); }
-  ~app_link_without_answers() override { std::signal(SIGPIPE, m_before); }
+  AppLinkWithoutAnswers() : m_before(std::signal(SIGPIPE, SIG_IGN)) { m_app.stop_receiving(); }
+  ~AppLinkWithoutAnswers() override { std::signal(SIGPIPE, m_before); }
   void (*m_before)(int);
 };
 
-TEST_F(app_link_without_answers, RequestWhoseErrorCannotBeSent_IsDispatchedAgainWithTheNext) {
+TEST_F(AppLinkWithoutAnswers, RequestWhoseErrorCannotBeSent_IsDispatchedAgainWithTheNext) {
   m_app.send(from_hex("06 00 BB 2C 00 00"));
   m_app.send(from_hex(REQUEST_11));
   m_app.hang_up();
@@ -146,7 +146,7 @@ TEST_F(app_link_without_answers, RequestWhoseErrorCannotBeSent_IsDispatchedAgain
 }
 
 // The application is gone, and the terminal cannot be opened anew without a name.
-TEST_F(app_link_without_answers, LinkThatCannotBeReopened_EndsTheReader) {
+TEST_F(AppLinkWithoutAnswers, LinkThatCannotBeReopened_EndsTheReader) {
   m_app.hang_up();
   amt_handle_read_app_loop();
   EXPECT_TRUE(m_log.has("pty disconnect: pts name(), pts mapping name()"));
@@ -154,7 +154,7 @@ TEST_F(app_link_without_answers, LinkThatCannotBeReopened_EndsTheReader) {
   EXPECT_EQ(g_handle_context.m_pty_app.m_ptm_fd, -1);
 }
 
-TEST_F(app_link_without_answers, FullRecord_WaitsButCanBeEnded) {
+TEST_F(AppLinkWithoutAnswers, FullRecord_WaitsButCanBeEnded) {
   const std::string filler(4095, '\x2C');
   m_app.send(filler);
   auto& thread = g_handle_context.m_app_thread;
@@ -166,16 +166,16 @@ TEST_F(app_link_without_answers, FullRecord_WaitsButCanBeEnded) {
 }
 
 // With a terminal and a thread, as in the service.
-class app_terminal : public context_test {
+class AppTerminal : public context_test {
  protected:
-  app_terminal() {
+  AppTerminal() {
     g_requests.clear();
     set_device(g_handle_context.m_pty_app.m_pts_mapping_name_a, m_folder.path("app"));
     std::ignore = amt_handle_reg_handle_func(AMT_LINK_APP, 11, answer_ok);
     EXPECT_EQ(pub_pty_open(&g_handle_context.m_pty_app), ERR_NONE);
     EXPECT_EQ(pub_util_start_thread(g_handle_context.m_app_thread, amt_handle_read_app_loop), 0);
   }
-  ~app_terminal() override {
+  ~AppTerminal() override {
     pub_util_kill_thread(&g_handle_context.m_app_thread);
     std::ignore = pub_pty_close(&g_handle_context.m_pty_app);
   }
@@ -183,13 +183,13 @@ class app_terminal : public context_test {
   temp_folder m_folder;
 };
 
-TEST_F(app_terminal, Request_IsAnswered) {
+TEST_F(AppTerminal, Request_IsAnswered) {
   application app(mapping());
   app.send(REQUEST_11);
   EXPECT_EQ(app.receive(15), ANSWER_12);
 }
 
-TEST_F(app_terminal, ApplicationThatComesBack_IsServedByTheSameThread) {
+TEST_F(AppTerminal, ApplicationThatComesBack_IsServedByTheSameThread) {
   const pid_t thread = g_handle_context.m_app_thread.m_tid;
   for (int visit = 1; visit <= 3; ++visit) {
     application app(mapping());
@@ -205,7 +205,7 @@ TEST_F(app_terminal, ApplicationThatComesBack_IsServedByTheSameThread) {
   EXPECT_EQ(g_handle_context.m_app_thread.m_tid, thread);
 }
 
-TEST_F(app_terminal, FolderOfTheNameGone_EndsTheReaderOnly) {
+TEST_F(AppTerminal, FolderOfTheNameGone_EndsTheReaderOnly) {
   application app(mapping());
   std::filesystem::remove_all(m_folder.path(""));
   app.leave();

@@ -36,7 +36,7 @@ class application {
       if (got <= 0) break;
       bytes.append(buffer, static_cast<std::size_t>(got));
     }
-    return hex_of(bytes);
+    return to_hex(bytes);
   }
   // Whether the other side goes away within 20 seconds.
   bool sees_the_end() const {

@@ -12,13 +12,13 @@
 
 namespace {
 
-class platform_setup : public context_test {
+class PlatformSetup : public context_test {
  protected:
-  platform_setup() {
+  PlatformSetup() {
     set_device(g_handle_context.m_pty_app.m_pts_mapping_name_a, m_folder.path("app"));
     set_device(g_amt_cfg.m_tty_at_mux_a, m_at.name());
   }
-  ~platform_setup() override {
+  ~PlatformSetup() override {
     if (g_handle_context.m_app_thread.m_tid != 0) pub_util_kill_thread(&g_handle_context.m_app_thread);
     if (g_handle_context.m_pty_app.m_ptm_fd > 0) std::ignore = pub_pty_close(&g_handle_context.m_pty_app);
   }
@@ -36,7 +36,7 @@ class platform_setup : public context_test {
   pty_link m_at;
 };
 
-TEST_F(platform_setup, ModemThatConfirms_IsUsed) {
+TEST_F(PlatformSetup, ModemThatConfirms_IsUsed) {
   m_at.send("\r\nOK\r\n");
   EXPECT_EQ(init_for_amt_2_3(), ERR_NONE);
   expect_up();
@@ -46,7 +46,7 @@ TEST_F(platform_setup, ModemThatConfirms_IsUsed) {
   expect_answer();
 }
 
-TEST_F(platform_setup, ModemThatRefuses_IsUsedToo) {
+TEST_F(PlatformSetup, ModemThatRefuses_IsUsedToo) {
   m_at.send("\r\nERROR\r\n");
   EXPECT_EQ(init_for_amt_2_3(), ERR_NONE);
   expect_up();
@@ -54,7 +54,7 @@ TEST_F(platform_setup, ModemThatRefuses_IsUsedToo) {
 }
 
 // Five answers without a final result take no time, unlike five without a byte.
-TEST_F(platform_setup, ModemThatDoesNotAnswer_IsNone) {
+TEST_F(PlatformSetup, ModemThatDoesNotAnswer_IsNone) {
   m_at.send(std::string(5 * 18, 'x'));
   EXPECT_EQ(init_for_amt_2_3(), ERR_NONE);
   expect_up();
@@ -63,7 +63,7 @@ TEST_F(platform_setup, ModemThatDoesNotAnswer_IsNone) {
   expect_answer();
 }
 
-TEST_F(platform_setup, DeviceThatCannotBeOpened_IsNoModem) {
+TEST_F(PlatformSetup, DeviceThatCannotBeOpened_IsNoModem) {
   set_device(g_amt_cfg.m_tty_at_mux_a, "");
   EXPECT_EQ(init_for_amt_2_3(), ERR_NONE);
   expect_up();
@@ -71,7 +71,7 @@ TEST_F(platform_setup, DeviceThatCannotBeOpened_IsNoModem) {
   EXPECT_TRUE(m_log.has_in_a_row({"WARNING !", "The AT device is not opened with modem."}));
 }
 
-TEST_F(platform_setup, TerminalThatCannotBeOpened_FailsBeforeTheModem) {
+TEST_F(PlatformSetup, TerminalThatCannotBeOpened_FailsBeforeTheModem) {
   set_device(g_handle_context.m_pty_app.m_pts_mapping_name_a, m_folder.path("no/app"));
   EXPECT_EQ(init_for_amt_2_3(), ERR_SYSTEM);
   EXPECT_EQ(g_amt_mode, AMT_MODE_AMT1);
@@ -80,7 +80,7 @@ TEST_F(platform_setup, TerminalThatCannotBeOpened_FailsBeforeTheModem) {
   EXPECT_EQ(m_at.received(), "");
 }
 
-TEST_F(platform_setup, NoName_IsABadArgument) {
+TEST_F(PlatformSetup, NoName_IsABadArgument) {
   set_device(g_handle_context.m_pty_app.m_pts_mapping_name_a, "");
   EXPECT_EQ(init_for_amt_2_3(), ERR_ARGUMENT);
   EXPECT_EQ(g_handle_context.m_pty_app.m_ptm_fd, -1);

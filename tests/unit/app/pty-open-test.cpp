@@ -12,10 +12,10 @@
 
 namespace {
 
-class pty_open : public testing::Test {
+class PtyOpen : public testing::Test {
  protected:
-  pty_open() { map_to(m_folder.path("app")); }
-  ~pty_open() override {
+  PtyOpen() { map_to(m_folder.path("app")); }
+  ~PtyOpen() override {
     if (m_pty.m_ptm_fd > 0) std::ignore = pub_pty_close(&m_pty);
   }
   void map_to(const std::string& path) {
@@ -38,7 +38,7 @@ class pty_open : public testing::Test {
   pub_pty_st m_pty{};
 };
 
-TEST_F(pty_open, Mapping_LeadsToTheSlave) {
+TEST_F(PtyOpen, Mapping_LeadsToTheSlave) {
   ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
   EXPECT_GT(m_pty.m_ptm_fd, 0);
   EXPECT_EQ(std::filesystem::read_symlink(mapping()), m_pty.m_pts_name_a);
@@ -49,19 +49,19 @@ TEST_F(pty_open, Mapping_LeadsToTheSlave) {
   EXPECT_EQ(fcntl(m_pty.m_ptm_fd, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
 }
 
-TEST_F(pty_open, Bytes_PassBothWaysUnchanged) {
+TEST_F(PtyOpen, Bytes_PassBothWaysUnchanged) {
   ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
   application app(mapping());
   ASSERT_TRUE(app.is_connected());
   app.send("03 04 0A 0D 11 13 1A 1C 7F FF");
   char buffer[32] = {};
   EXPECT_EQ(read(m_pty.m_ptm_fd, buffer, sizeof buffer), 10);
-  EXPECT_EQ(hex_of({buffer, 10}), "03 04 0A 0D 11 13 1A 1C 7F FF");
+  EXPECT_EQ(to_hex({buffer, 10}), "03 04 0A 0D 11 13 1A 1C 7F FF");
   ASSERT_EQ(write(m_pty.m_ptm_fd, "\x03\x0A\x0D\x11\xFF", 5), 5);
   EXPECT_EQ(app.receive(5), "03 0A 0D 11 FF");
 }
 
-TEST_F(pty_open, Terminal_IsRaw) {
+TEST_F(PtyOpen, Terminal_IsRaw) {
   ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
   const termios raw = attributes();
   EXPECT_EQ(raw.c_iflag, 0u);
@@ -71,7 +71,7 @@ TEST_F(pty_open, Terminal_IsRaw) {
   EXPECT_EQ(raw.c_lflag & IEXTEN, static_cast<tcflag_t>(IEXTEN));
 }
 
-TEST_F(pty_open, StaleLink_IsReplaced) {
+TEST_F(PtyOpen, StaleLink_IsReplaced) {
   std::filesystem::create_symlink("/dev/null", mapping());
   ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
   EXPECT_EQ(std::filesystem::read_symlink(mapping()), m_pty.m_pts_name_a);
@@ -79,19 +79,19 @@ TEST_F(pty_open, StaleLink_IsReplaced) {
   EXPECT_TRUE(m_log.has("create_pts_mapping \"" + mapping() + "\" not exists"));
 }
 
-TEST_F(pty_open, NoStaleLink_IsNoError) {
+TEST_F(PtyOpen, NoStaleLink_IsNoError) {
   ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
   EXPECT_TRUE(m_log.has("create_pts_mapping unlink(" + mapping() + ") ret_val[-1]"));
 }
 
-TEST_F(pty_open, OpenRecord_IsClosedFirst) {
+TEST_F(PtyOpen, OpenRecord_IsClosedFirst) {
   ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
   application app(mapping());
   ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
   EXPECT_TRUE(app.sees_the_end());
 }
 
-TEST_F(pty_open, NonBlockingMode_IsSet) {
+TEST_F(PtyOpen, NonBlockingMode_IsSet) {
   ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
   EXPECT_EQ(fcntl(m_pty.m_ptm_fd, F_GETFL) & O_NONBLOCK, 0);
   m_pty.m_nonblock_mode = 1;
@@ -99,7 +99,7 @@ TEST_F(pty_open, NonBlockingMode_IsSet) {
   EXPECT_EQ(fcntl(m_pty.m_ptm_fd, F_GETFL) & O_NONBLOCK, O_NONBLOCK);
 }
 
-TEST_F(pty_open, Logs_EachStep) {
+TEST_F(PtyOpen, Logs_EachStep) {
   ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
   const std::string fd = std::to_string(m_pty.m_ptm_fd);
   const std::string slave = m_pty.m_pts_name_a;
@@ -117,7 +117,7 @@ TEST_F(pty_open, Logs_EachStep) {
        "pub_pty_open m_ptm_fd[" + fd + "]; m_pts_name_a[" + slave + "] m_pts_mapping_name_a[" + mapping() + "]"}));
 }
 
-TEST_F(pty_open, MissingFolder_FailsAndLeavesNothingOpen) {
+TEST_F(PtyOpen, MissingFolder_FailsAndLeavesNothingOpen) {
   map_to(m_folder.path("no/app"));
   EXPECT_EQ(pub_pty_open(&m_pty), ERR_SYSTEM);
   expect_closed();
@@ -126,20 +126,20 @@ TEST_F(pty_open, MissingFolder_FailsAndLeavesNothingOpen) {
   EXPECT_TRUE(m_log.has("create_pts_mapping m_pts_mapping_name_a[" + mapping() + "] ret_val[-118]"));
 }
 
-TEST_F(pty_open, FolderInTheLinksPlace_FailsAndIsLeftThere) {
+TEST_F(PtyOpen, FolderInTheLinksPlace_FailsAndIsLeftThere) {
   std::filesystem::create_directories(mapping() + "/content");
   EXPECT_EQ(pub_pty_open(&m_pty), ERR_SYSTEM);
   EXPECT_TRUE(std::filesystem::is_directory(mapping()));
 }
 
-TEST_F(pty_open, EmptyMapping_IsRefusedAndLeavesNothingOpen) {
+TEST_F(PtyOpen, EmptyMapping_IsRefusedAndLeavesNothingOpen) {
   map_to("");
   EXPECT_EQ(pub_pty_open(&m_pty), ERR_ARGUMENT);
   expect_closed();
   EXPECT_TRUE(m_log.has("[PTY]0, 0, 1"));
 }
 
-TEST_F(pty_open, Null_IsRefused) {
+TEST_F(PtyOpen, Null_IsRefused) {
   EXPECT_EQ(pub_pty_open(nullptr), ERR_ARGUMENT);
   EXPECT_THAT(m_log.texts().back(), failure_line("pty/pty", "pub_pty_open", ERR_ARGUMENT));
 }

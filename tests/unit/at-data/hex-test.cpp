@@ -4,25 +4,25 @@
 #include <array>
 
 #include "amt/amt-convert/at-data.h"
-#include "tests/unit/at-data/bytes.h"
+#include "tests/unit/convert/frames.h"
 
 namespace {
 
 std::string encode(std::string_view hex, std::size_t room) {
   std::string text(room, '.');
-  amt_hex_encode(bytes_of(hex), text);
+  amt_hex_encode(bytes_from_hex(hex), text);
   return text;
 }
 
-TEST(hex_encode, Bytes_BecomeUpperCaseDigitsHighNibbleFirst) {
+TEST(HexEncode, Bytes_BecomeUpperCaseDigitsHighNibbleFirst) {
   EXPECT_EQ(encode("00 0A 9F FF", 8), "000A9FFF");
 }
 
-TEST(hex_encode, NoBytes_WritesNothing) {
+TEST(HexEncode, NoBytes_WritesNothing) {
   EXPECT_EQ(encode("", 2), "..");
 }
 
-TEST(hex_encode, TooLittleRoom_StaysInsideIt) {
+TEST(HexEncode, TooLittleRoom_StaysInsideIt) {
   EXPECT_EQ(encode("01 23 45", 5), "0123.");
 }
 
@@ -33,16 +33,16 @@ struct decode_row {
   const char* m_bytes;
 };
 
-class hex_decode : public testing::TestWithParam<decode_row> {};
+class HexDecode : public testing::TestWithParam<decode_row> {};
 
-TEST_P(hex_decode, Text_FillsTheBytesAskedFor) {
+TEST_P(HexDecode, Text_FillsTheBytesAskedFor) {
   byte_string bytes(GetParam().m_count, 0xCC);
   amt_hex_decode(GetParam().m_text, bytes);
-  EXPECT_EQ(text_of(bytes), GetParam().m_bytes);
+  EXPECT_EQ(to_hex(bytes), GetParam().m_bytes);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, hex_decode,
+    Each, HexDecode,
     testing::Values(
         decode_row{"BothCases", "0aF9", 2, "0A F9"},
         decode_row{"EveryDigit", "0123456789ABCDEFabcdef", 11, "01 23 45 67 89 AB CD EF AB CD EF"},
@@ -53,7 +53,7 @@ INSTANTIATE_TEST_SUITE_P(
         decode_row{"NoText", "", 2, "00 00"}, decode_row{"NoBytes", "11", 0, ""}),
     [](const auto& row) { return row.param.m_name; });
 
-TEST(hex_decode_all, EncodedBytes_ComeBack) {
+TEST(HexDecodeAll, EncodedBytes_ComeBack) {
   byte_string bytes(256);
   for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i);
   std::string text(512, ' ');
@@ -63,7 +63,7 @@ TEST(hex_decode_all, EncodedBytes_ComeBack) {
   EXPECT_EQ(decoded, bytes);
 }
 
-TEST(hex_digit, EveryCharacter_HasItsValueOrNone) {
+TEST(HexDigit, EveryCharacter_HasItsValueOrNone) {
   static constexpr std::string_view DIGITS = "0123456789abcdef";
   for (int code = 0; code < 256; ++code) {
     const char character = static_cast<char>(code);

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "amt/amt-convert/at-data.h"
-#include "tests/unit/at-data/bytes.h"
+#include "tests/unit/convert/frames.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ conversion_st convert(const amt_frame_st& frame, std::size_t room = AMT_FRAME_SI
   std::size_t length = 99;
   conversion_st conversion{amt_at_data_from_frame(frame, out, &length), {}};
   for (std::size_t i = length; i < out.size(); ++i) EXPECT_EQ(out[i], 0) << "at " << i;
-  conversion.m_at_data = text_of(std::span(out).first(length));
+  conversion.m_at_data = to_hex(std::span(out).first(length));
   return conversion;
 }
 
@@ -28,16 +28,16 @@ struct request_row {
   const char* m_at_data;
 };
 
-class at_data_request : public testing::TestWithParam<request_row> {};
+class AtDataRequest : public testing::TestWithParam<request_row> {};
 
-TEST_P(at_data_request, Convert_KeepsIdAndValues) {
-  const conversion_st conversion = convert(frame_of(bytes_of(GetParam().m_frame)));
+TEST_P(AtDataRequest, Convert_KeepsIdAndValues) {
+  const conversion_st conversion = convert(*frame_of(GetParam().m_frame));
   EXPECT_EQ(conversion.m_result.m_fault, NONE);
   EXPECT_EQ(conversion.m_at_data, GetParam().m_at_data);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, at_data_request,
+    Each, AtDataRequest,
     testing::Values(
         request_row{"NoAtoms", "06 00 BB 0D 00 00", "0D"},
         request_row{"IntegerIsNotSwapped", "0F 00 BB 0D 09 00 EE 02 01 04 00 44 33 22 11", "0D 44 33 22 11"},
@@ -63,10 +63,10 @@ struct bad_request_row {
   const char* m_at_data;  // what was converted before the fault
 };
 
-class at_data_bad_request : public testing::TestWithParam<bad_request_row> {};
+class AtDataBadRequest : public testing::TestWithParam<bad_request_row> {};
 
-TEST_P(at_data_bad_request, Convert_TellsTheFault) {
-  const conversion_st conversion = convert(frame_of(bytes_of(GetParam().m_frame)));
+TEST_P(AtDataBadRequest, Convert_ReportsTheFault) {
+  const conversion_st conversion = convert(*frame_of(GetParam().m_frame));
   EXPECT_EQ(conversion.m_result.m_fault, GetParam().m_fault);
   EXPECT_EQ(conversion.m_result.m_found, GetParam().m_found);
   EXPECT_EQ(conversion.m_result.m_wanted, GetParam().m_wanted);
@@ -74,7 +74,7 @@ TEST_P(at_data_bad_request, Convert_TellsTheFault) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, at_data_bad_request,
+    Each, AtDataBadRequest,
     testing::Values(
         bad_request_row{"CommandHead", "06 00 BA 0D 00 00", COMMAND_HEAD, 0xBA, 0xBB, ""},
         bad_request_row{"FirstAtomHead", "0C 00 BB 0D 06 00 ED 02 04 01 00 07", ATOM_HEAD, 0xED, 0xEE, "0D"},
@@ -94,14 +94,14 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& row) { return row.param.m_name; });
 
 // What the data length does not cover but looks like an atom is read on: only the sum of the sizes ends a frame.
-TEST(at_data_request_bounds, AtomBehindTheDataLength_IsReadUntilTheSumFits) {
-  const auto frame = frame_of(bytes_of("00 00 BB 0D 0C 00 EE 02 04 01 00 07 EE 03 04 01 00 08"));
+TEST(AtDataRequestBounds, AtomBehindTheDataLength_IsReadUntilTheSumFits) {
+  const auto frame = *frame_of("00 00 BB 0D 0C 00 EE 02 04 01 00 07 EE 03 04 01 00 08");
   const conversion_st conversion = convert(frame);
   EXPECT_EQ(conversion.m_result.m_fault, NONE);
   EXPECT_EQ(conversion.m_at_data, "0D 07 08");
 }
 
-TEST(at_data_request_bounds, AtomsUpToTheLastByte_AreConverted) {
+TEST(AtDataRequestBounds, AtomsUpToTheLastByte_AreConverted) {
   amt_frame_st frame;
   amt_frame_init(&frame, 13);
   const byte_string value(AMT_FRAME_SIZE - 11, 0xAB);
@@ -111,7 +111,7 @@ TEST(at_data_request_bounds, AtomsUpToTheLastByte_AreConverted) {
   EXPECT_EQ(conversion.m_at_data.size(), 3 * (value.size() + 1) - 1);
 }
 
-TEST(at_data_request_bounds, AtomHeadInTheLastFourBytes_IsOutside) {
+TEST(AtDataRequestBounds, AtomHeadInTheLastFourBytes_IsOutside) {
   amt_frame_st frame;
   amt_frame_init(&frame, 13);
   const byte_string value(AMT_FRAME_SIZE - 11 - 4, 0xAB);
@@ -121,7 +121,7 @@ TEST(at_data_request_bounds, AtomHeadInTheLastFourBytes_IsOutside) {
   EXPECT_EQ(convert(frame).m_result.m_fault, OUTSIDE);
 }
 
-TEST(at_data_request_bounds, AtomBehindTheLastByte_IsOutside) {
+TEST(AtDataRequestBounds, AtomBehindTheLastByte_IsOutside) {
   amt_frame_st frame;
   amt_frame_init(&frame, 13);
   const byte_string value(AMT_FRAME_SIZE - 11, 0xAB);
@@ -130,13 +130,13 @@ TEST(at_data_request_bounds, AtomBehindTheLastByte_IsOutside) {
   EXPECT_EQ(convert(frame).m_result.m_fault, OUTSIDE);
 }
 
-TEST(at_data_request_bounds, RoomForTheBytes_IsEnough) {
-  const auto frame = frame_of(bytes_of("0E 00 BB 97 08 00 EE 02 02 03 00 61 62 63"));
+TEST(AtDataRequestBounds, RoomForTheBytes_IsEnough) {
+  const auto frame = *frame_of("0E 00 BB 97 08 00 EE 02 02 03 00 61 62 63");
   EXPECT_EQ(convert(frame, 6).m_at_data, "97 03 00 61 62 63");
 }
 
-TEST(at_data_request_bounds, OneByteTooLittleRoom_IsRefusedNotCut) {
-  const auto frame = frame_of(bytes_of("0E 00 BB 97 08 00 EE 02 02 03 00 61 62 63"));
+TEST(AtDataRequestBounds, OneByteTooLittleRoom_IsRefusedNotCut) {
+  const auto frame = *frame_of("0E 00 BB 97 08 00 EE 02 02 03 00 61 62 63");
   const conversion_st value_outside = convert(frame, 5);
   EXPECT_EQ(value_outside.m_result.m_fault, OUTSIDE);
   EXPECT_EQ(value_outside.m_at_data, "97 03 00");

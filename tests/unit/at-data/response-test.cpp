@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "amt/amt-convert/at-data.h"
-#include "tests/unit/at-data/bytes.h"
+#include "tests/unit/convert/frames.h"
 
 namespace {
 
@@ -14,18 +14,18 @@ struct response_row {
   const char* m_frame;
 };
 
-class at_data_response : public testing::TestWithParam<response_row> {};
+class AtDataResponse : public testing::TestWithParam<response_row> {};
 
-TEST_P(at_data_response, Convert_GivesTheIdsAtoms) {
+TEST_P(AtDataResponse, Convert_GivesTheIdsAtoms) {
   amt_frame_st frame;
   frame.fill(0xCC);
-  EXPECT_EQ(amt_frame_from_at_data(bytes_of(GetParam().m_at_data), frame).m_fault, NONE);
+  EXPECT_EQ(amt_frame_from_at_data(bytes_from_hex(GetParam().m_at_data), frame).m_fault, NONE);
   EXPECT_EQ(text_of(frame), GetParam().m_frame);
 }
 
 // Every id that has fields, with each of them different from its neighbours.
 INSTANTIATE_TEST_SUITE_P(
-    EachId, at_data_response,
+    EachId, AtDataResponse,
     testing::Values(
         response_row{"Imei", "08 00 00 00 00 38 36 30 30 30 31 30 32 30 33 30 34 30 35 30",
                      "23 00 BB 08 1D 00 EE 01 01 04 00 00 00 00 00 "
@@ -65,7 +65,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& row) { return row.param.m_name; });
 
 INSTANTIATE_TEST_SUITE_P(
-    Edges, at_data_response,
+    Edges, AtDataResponse,
     testing::Values(response_row{"ResultIsBigEndian", "0E 00 00 00 01", "0F 00 BB 0E 09 00 EE 01 01 04 00 01 00 00 00"},
                     response_row{"NegativeResult", "0E FF FF FF 9C", "0F 00 BB 0E 09 00 EE 01 01 04 00 9C FF FF FF"},
                     response_row{"KnownIdWithTheResultOnly", "1A 00 00 00 00",
@@ -91,15 +91,15 @@ struct bad_response_row {
   amt_at_fault_en m_fault;
 };
 
-class at_data_bad_response : public testing::TestWithParam<bad_response_row> {};
+class AtDataBadResponse : public testing::TestWithParam<bad_response_row> {};
 
-TEST_P(at_data_bad_response, Convert_TellsTheFault) {
+TEST_P(AtDataBadResponse, Convert_ReportsTheFault) {
   amt_frame_st frame;
-  EXPECT_EQ(amt_frame_from_at_data(bytes_of(GetParam().m_at_data), frame).m_fault, GetParam().m_fault);
+  EXPECT_EQ(amt_frame_from_at_data(bytes_from_hex(GetParam().m_at_data), frame).m_fault, GetParam().m_fault);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, at_data_bad_response,
+    Each, AtDataBadResponse,
     testing::Values(bad_response_row{"LongLengthZero", "30 00 00 00 00 00 00 00 00", EMPTY_BYTES},
                     bad_response_row{"LongLengthMissing", "18 00 00 00 00 01 02 03 04", EMPTY_BYTES},
                     bad_response_row{"ShortLengthZero", "98 00 00 00 00 00 00 AA", EMPTY_BYTES},
@@ -112,23 +112,23 @@ INSTANTIATE_TEST_SUITE_P(
 constexpr std::size_t LARGEST_VALUE = 4076;
 
 byte_string table_answer(std::size_t length) {
-  byte_string at_data = bytes_of("30 00 00 00 00 00 00 00 00");
+  byte_string at_data = bytes_from_hex("30 00 00 00 00 00 00 00 00");
   amt_write_u32(at_data.data() + 5, static_cast<std::uint32_t>(length));
   return at_data;
 }
 
-TEST(at_data_response_bounds, ValueThatFillsTheFrame_IsTaken) {
+TEST(AtDataResponseBounds, ValueThatFillsTheFrame_IsTaken) {
   amt_frame_st frame;
   EXPECT_EQ(amt_frame_from_at_data(table_answer(LARGEST_VALUE), frame).m_fault, NONE);
   EXPECT_EQ(amt_frame_total_length(&frame), AMT_FRAME_SIZE);
 }
 
-TEST(at_data_response_bounds, ValueOneByteLonger_IsOutside) {
+TEST(AtDataResponseBounds, ValueOneByteLonger_IsOutside) {
   amt_frame_st frame;
   EXPECT_EQ(amt_frame_from_at_data(table_answer(LARGEST_VALUE + 1), frame).m_fault, OUTSIDE);
 }
 
-TEST(at_data_readers, IntegerAtTheRecordsEnd_IsTakenOneFurtherIsNot) {
+TEST(AtDataReaders, IntegerAtTheRecordsEnd_IsTakenOneFurtherIsNot) {
   const byte_string record(AMT_FRAME_SIZE, 0x11);
   amt_frame_st frame;
   amt_frame_init(&frame, 2);
@@ -141,7 +141,7 @@ TEST(at_data_readers, IntegerAtTheRecordsEnd_IsTakenOneFurtherIsNot) {
   EXPECT_EQ(text_of(frame), "0F 00 BB 02 09 00 EE 09 01 04 00 11 11 11 11");
 }
 
-TEST(at_data_readers, FlagAndBytesAtTheRecordsEnd_AreTakenOneFurtherAreNot) {
+TEST(AtDataReaders, FlagAndBytesAtTheRecordsEnd_AreTakenOneFurtherAreNot) {
   const byte_string record(AMT_FRAME_SIZE, 0x11);
   amt_frame_st frame;
   amt_frame_init(&frame, 2);
@@ -154,7 +154,7 @@ TEST(at_data_readers, FlagAndBytesAtTheRecordsEnd_AreTakenOneFurtherAreNot) {
   EXPECT_EQ(text_of(frame), "13 00 BB 02 0D 00 EE 04 03 02 00 11 11 EE 05 04 01 00 11");
 }
 
-TEST(at_data_readers, FullFrame_IsOutsideAndNothingMoves) {
+TEST(AtDataReaders, FullFrame_IsOutsideAndNothingMoves) {
   amt_frame_st frame;
   amt_frame_init(&frame, 2);
   const byte_string filler(AMT_FRAME_SIZE - 11 - 5, 0);

@@ -9,22 +9,22 @@ constexpr char BT_FILE[] = "/amt/BT/BT_Address.txt";
 constexpr char SECOND_BT_FILE[] = "/mnt/opl/nvm/BT_Address.txt";
 constexpr char WIFI_FILE[] = "/amt/WIFI/WIFI_nvram.txt";
 
-class bt_address : public phone_test {};
-class wifi_at_address : public phone_test {};
+class BtAddress : public phone_test {};
+class WifiAtAddress : public phone_test {};
 
-TEST_F(bt_address, Read_AnswersTheFilesWord) {
+TEST_F(BtAddress, Read_AnswersTheFilesWord) {
   write(BT_FILE, "00:11:22:33:44:55\n");
   EXPECT_EQ(send("AT^DBTADDR?\r"), "\r\n^DBTADDR: \"00:11:22:33:44:55\"\r\n\r\nOK\r\n");
   EXPECT_TRUE(m_log.has_in_a_row({"bt_addr_read()", "get_bt_addr_file()", "read BT address: 00:11:22:33:44:55"}));
 }
 
-TEST_F(bt_address, ReadWithBothFiles_TakesThePhonesOwn) {
+TEST_F(BtAddress, ReadWithBothFiles_TakesThePhonesOwn) {
   write(BT_FILE, "FIRST\n");
   write(SECOND_BT_FILE, "SECOND\n");
   EXPECT_EQ(send("AT^DBTADDR?\r"), "\r\n^DBTADDR: \"FIRST\"\r\n\r\nOK\r\n");
 }
 
-TEST_F(bt_address, ReadWithTheSecondFileOnly_TakesIt) {
+TEST_F(BtAddress, ReadWithTheSecondFileOnly_TakesIt) {
   write(SECOND_BT_FILE, "SECOND\n");
   EXPECT_EQ(send("AT^DBTADDR?\r"), "\r\n^DBTADDR: \"SECOND\"\r\n\r\nOK\r\n");
 }
@@ -35,14 +35,14 @@ struct word_row {
   std::string m_word;
 };
 
-class bt_address_word : public bt_address, public testing::WithParamInterface<word_row> {};
+class BtAddressWord : public BtAddress, public testing::WithParamInterface<word_row> {};
 
-TEST_P(bt_address_word, Read_AnswersAtMostNineteenCharacters) {
+TEST_P(BtAddressWord, Read_AnswersAtMostNineteenCharacters) {
   write(BT_FILE, GetParam().m_content);
   EXPECT_EQ(send("AT^DBTADDR?\r"), "\r\n^DBTADDR: \"" + GetParam().m_word + "\"\r\n\r\nOK\r\n");
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, bt_address_word,
+INSTANTIATE_TEST_SUITE_P(Each, BtAddressWord,
                          testing::Values(word_row{"Nineteen", "1234567890123456789\n", "1234567890123456789"},
                                          word_row{"Twenty", "12345678901234567890\n", "1234567890123456789"},
                                          word_row{"FourThousand", std::string(4000, 'a'), std::string(19, 'a')},
@@ -52,41 +52,41 @@ INSTANTIATE_TEST_SUITE_P(Each, bt_address_word,
                                          word_row{"LineEndOfTwo", "AA:BB\r\n", "AA:BB"}),
                          [](const auto& row) { return row.param.m_name; });
 
-TEST_F(bt_address, ReadWithoutAFile_Fails) {
+TEST_F(BtAddress, ReadWithoutAFile_Fails) {
   EXPECT_EQ(send("AT^DBTADDR?\r"), CME_ERROR);
   EXPECT_TRUE(has_failure("get_bt_addr_file", -118,
                           "can not access file \"/amt/BT/BT_Address.txt\" or \"/mnt/opl/nvm/BT_Address.txt\""));
 }
 
-TEST_F(bt_address, ReadOfAForbiddenFile_Fails) {
+TEST_F(BtAddress, ReadOfAForbiddenFile_Fails) {
   make_forbidden(BT_FILE);
   EXPECT_EQ(send("AT^DBTADDR?\r"), CME_ERROR);
   EXPECT_TRUE(has_failure("bt_addr_read", -118, "open(\"/amt/BT/BT_Address.txt\") fail: 13 - Permission denied", "13"));
 }
 
-TEST_F(bt_address, ReadOfAnEmptyFile_Fails) {
+TEST_F(BtAddress, ReadOfAnEmptyFile_Fails) {
   write(BT_FILE, "");
   EXPECT_EQ(send("AT^DBTADDR?\r"), CME_ERROR);
   EXPECT_TRUE(has_failure("bt_addr_read", -100, "read not completed"));
 }
 
-TEST_F(bt_address, ReadOfBlanksOnly_Fails) {
+TEST_F(BtAddress, ReadOfBlanksOnly_Fails) {
   write(BT_FILE, " \n \n");
   EXPECT_EQ(send("AT^DBTADDR?\r"), CME_ERROR);
 }
 
-TEST_F(bt_address, ReadOfAFolder_Fails) {
+TEST_F(BtAddress, ReadOfAFolder_Fails) {
   fs::create_directories(BT_FILE);
   EXPECT_EQ(send("AT^DBTADDR?\r"), CME_ERROR);
   EXPECT_TRUE(has_failure("bt_addr_read", -100, "read not completed"));
 }
 
-TEST_F(bt_address, TestForm_IsOkWithoutAFile) {
+TEST_F(BtAddress, TestForm_IsOkWithoutAFile) {
   EXPECT_EQ(send("AT^DBTADDR=?\r"), OK);
   EXPECT_FALSE(fs::exists(BT_FILE));
 }
 
-TEST_F(bt_address, Write_ReplacesTheFileAndFlushes) {
+TEST_F(BtAddress, Write_ReplacesTheFileAndFlushes) {
   write(BT_FILE, "OLD AND LONGER THAN WHAT COMES\nSECOND LINE\n");
   EXPECT_EQ(send("AT^DBTADDR=\"00:11:22:33:44:55\"\r"), OK);
   EXPECT_EQ(read(BT_FILE), "00:11:22:33:44:55\n");
@@ -94,7 +94,7 @@ TEST_F(bt_address, Write_ReplacesTheFileAndFlushes) {
   EXPECT_TRUE(m_log.has_in_a_row({"bt_addr_write()", "get_bt_addr_file()", "write BT address: 00:11:22:33:44:55"}));
 }
 
-TEST_F(bt_address, WriteWithBothFiles_WritesThePhonesOwn) {
+TEST_F(BtAddress, WriteWithBothFiles_WritesThePhonesOwn) {
   write(BT_FILE, "FIRST\n");
   write(SECOND_BT_FILE, "SECOND\n");
   EXPECT_EQ(send("AT^DBTADDR=\"NEW\"\r"), OK);
@@ -102,7 +102,7 @@ TEST_F(bt_address, WriteWithBothFiles_WritesThePhonesOwn) {
   EXPECT_EQ(read(SECOND_BT_FILE), "SECOND\n");
 }
 
-TEST_F(bt_address, WriteWithTheSecondFileOnly_WritesIt) {
+TEST_F(BtAddress, WriteWithTheSecondFileOnly_WritesIt) {
   write(SECOND_BT_FILE, "SECOND\n");
   EXPECT_EQ(send("AT^DBTADDR=\"NEW\"\r"), OK);
   EXPECT_EQ(read(SECOND_BT_FILE), "NEW\n");
@@ -115,9 +115,9 @@ struct argument_row {
   std::string m_content;
 };
 
-class bt_address_argument : public bt_address, public testing::WithParamInterface<argument_row> {};
+class BtAddressArgument : public BtAddress, public testing::WithParamInterface<argument_row> {};
 
-TEST_P(bt_address_argument, Write_TakesAtMostNineteenCharactersUpToTheQuote) {
+TEST_P(BtAddressArgument, Write_TakesAtMostNineteenCharactersUpToTheQuote) {
   write(BT_FILE, "OLD\n");
   EXPECT_EQ(send("AT^DBTADDR=\"" + GetParam().m_behind_quote), OK);
   EXPECT_EQ(read(BT_FILE), GetParam().m_content);
@@ -131,9 +131,9 @@ const auto ARGUMENTS = testing::Values(
     argument_row{"NoClosingQuoteTwentyCharacters", "12345678901234567890\r", "1234567890123456789\n"},
     argument_row{"BlanksAndAnything", " x,y; \"\r", " x,y; \n"});
 
-INSTANTIATE_TEST_SUITE_P(Each, bt_address_argument, ARGUMENTS, [](const auto& row) { return row.param.m_name; });
+INSTANTIATE_TEST_SUITE_P(Each, BtAddressArgument, ARGUMENTS, [](const auto& row) { return row.param.m_name; });
 
-TEST_F(bt_address, WriteOfNothing_IsRefusedAndTheFileKept) {
+TEST_F(BtAddress, WriteOfNothing_IsRefusedAndTheFileKept) {
   write(BT_FILE, "OLD\n");
   EXPECT_EQ(send("AT^DBTADDR=\"\"\r"), CME_ERROR);
   EXPECT_EQ(read(BT_FILE), "OLD\n");
@@ -141,13 +141,13 @@ TEST_F(bt_address, WriteOfNothing_IsRefusedAndTheFileKept) {
   EXPECT_EQ(syncs(), 0);
 }
 
-TEST_F(bt_address, WriteWithoutAFile_FailsAndMakesNone) {
+TEST_F(BtAddress, WriteWithoutAFile_FailsAndMakesNone) {
   EXPECT_EQ(send("AT^DBTADDR=\"NEW\"\r"), CME_ERROR);
   EXPECT_FALSE(fs::exists(BT_FILE));
   EXPECT_TRUE(m_log.contains("can not access file"));
 }
 
-TEST_F(bt_address, WriteIntoAForbiddenFile_FailsAndKeepsIt) {
+TEST_F(BtAddress, WriteIntoAForbiddenFile_FailsAndKeepsIt) {
   make_forbidden(BT_FILE, "OLD\n");
   EXPECT_EQ(send("AT^DBTADDR=\"NEW\"\r"), CME_ERROR);
   EXPECT_TRUE(has_failure("bt_addr_write", -118, "open(\"/amt/BT/BT_Address.txt\") fail: 13 - Permission denied"));
@@ -156,13 +156,13 @@ TEST_F(bt_address, WriteIntoAForbiddenFile_FailsAndKeepsIt) {
   EXPECT_EQ(read(BT_FILE), "OLD\n");
 }
 
-TEST_F(bt_address, WriteIntoAFolder_Fails) {
+TEST_F(BtAddress, WriteIntoAFolder_Fails) {
   fs::create_directories(BT_FILE);
   EXPECT_EQ(send("AT^DBTADDR=\"NEW\"\r"), CME_ERROR);
   EXPECT_TRUE(has_failure("bt_addr_write", -118, "open(\"/amt/BT/BT_Address.txt\") fail: 21 - Is a directory"));
 }
 
-TEST_F(bt_address, WriteOnAFullSystem_FailsAndFlushes) {
+TEST_F(BtAddress, WriteOnAFullSystem_FailsAndFlushes) {
   make_full(BT_FILE);
   EXPECT_EQ(send("AT^DBTADDR=\"NEW\"\r"), CME_ERROR);
   const auto lines = m_log.texts();
@@ -173,38 +173,37 @@ TEST_F(bt_address, WriteOnAFullSystem_FailsAndFlushes) {
   EXPECT_EQ(syncs(), 2);
 }
 
-TEST_F(bt_address, QueryWithoutCarriageReturn_GoesToTheModem) {
+TEST_F(BtAddress, QueryWithoutCarriageReturn_GoesToTheModem) {
   EXPECT_TRUE(is_passed_on("AT^DBTADDR?"));
   EXPECT_TRUE(is_passed_on("AT^DBTADDR=?"));
   EXPECT_TRUE(is_passed_on("AT^DBTADDR=00:11\r"));
 }
 
-TEST_F(bt_address, QueryAndWriteInOneText_IsAQuery) {
+TEST_F(BtAddress, QueryAndWriteInOneText_IsAQuery) {
   write(BT_FILE, "OLD\n");
   EXPECT_EQ(send("AT^DBTADDR=\"NEW\"\rAT^DBTADDR?\r"), "\r\n^DBTADDR: \"OLD\"\r\n\r\nOK\r\n");
   EXPECT_EQ(read(BT_FILE), "OLD\n");
 }
 
-TEST_F(bt_address, NothingReceived_IsAFailure) {
+TEST_F(BtAddress, NothingReceived_IsAFailure) {
   set_message(g_handle_context.m_request, "");
   EXPECT_EQ(handle_amt_bt_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response), -101);
   EXPECT_THAT(m_log.texts().at(0), failure_line("amt/amt-handle", "handle_amt_pc_req_at", -101));
 }
 
-TEST_F(bt_address, ReplyThatCannotBeSent_IsTheResult) {
+TEST_F(BtAddress, ReplyThatCannotBeSent_IsTheResult) {
   set_link(g_handle_context.m_fd_pc, 0);
   set_message(g_handle_context.m_request, "AT^DBTADDR=?\r");
   EXPECT_EQ(handle_amt_bt_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response), -100);
 }
 
-TEST_F(wifi_at_address, Read_AnswersTheRecord) {
+TEST_F(WifiAtAddress, Read_AnswersTheRecord) {
   write(WIFI_FILE, "AA:BB:CC:DD:EE:FF\n");
   EXPECT_EQ(send("AT^DWIFIADDR?\r"), "\r\n^DWIFIADDR: \"AA:BB:CC:DD:EE:FF\"\r\n\r\nOK\r\n");
-  EXPECT_TRUE(
-      m_log.has("handle_amt_wifi_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response)"));
+  EXPECT_TRUE(m_log.has("handle_amt_wifi_at()"));
 }
 
-TEST_F(wifi_at_address, ReadOfALongRecord_AnswersNineteenCharacters) {
+TEST_F(WifiAtAddress, ReadOfALongRecord_AnswersNineteenCharacters) {
   write(WIFI_FILE, "1234567890123456789\n");
   EXPECT_EQ(send("AT^DWIFIADDR?\r"), "\r\n^DWIFIADDR: \"1234567890123456789\"\r\n\r\nOK\r\n");
   write(WIFI_FILE, "12345678901234567890\n");
@@ -213,45 +212,45 @@ TEST_F(wifi_at_address, ReadOfALongRecord_AnswersNineteenCharacters) {
   EXPECT_EQ(send("AT^DWIFIADDR?\r"), "\r\n^DWIFIADDR: \"xxxxxxxxxxxxxxxxxxx\"\r\n\r\nOK\r\n");
 }
 
-TEST_F(wifi_at_address, ReadWithoutARecord_Fails) {
+TEST_F(WifiAtAddress, ReadWithoutARecord_Fails) {
   EXPECT_EQ(send("AT^DWIFIADDR?\r"), CME_ERROR);
 }
 
-TEST_F(wifi_at_address, TestForm_IsOk) {
+TEST_F(WifiAtAddress, TestForm_IsOk) {
   EXPECT_EQ(send("AT^DWIFIADDR=?\r"), OK);
 }
 
-class wifi_address_argument : public wifi_at_address, public testing::WithParamInterface<argument_row> {};
+class WifiAddressArgument : public WifiAtAddress, public testing::WithParamInterface<argument_row> {};
 
-TEST_P(wifi_address_argument, Write_TakesAtMostNineteenCharactersUpToTheQuote) {
+TEST_P(WifiAddressArgument, Write_TakesAtMostNineteenCharactersUpToTheQuote) {
   EXPECT_EQ(send("AT^DWIFIADDR=\"" + GetParam().m_behind_quote), OK);
   EXPECT_EQ(read(WIFI_FILE), GetParam().m_content);
   EXPECT_EQ(syncs(), 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, wifi_address_argument, ARGUMENTS, [](const auto& row) { return row.param.m_name; });
+INSTANTIATE_TEST_SUITE_P(Each, WifiAddressArgument, ARGUMENTS, [](const auto& row) { return row.param.m_name; });
 
-TEST_F(wifi_at_address, WriteOfNothing_IsRefusedByTheRecord) {
+TEST_F(WifiAtAddress, WriteOfNothing_IsRefusedByTheRecord) {
   write(WIFI_FILE, "OLD\n");
   EXPECT_EQ(send("AT^DWIFIADDR=\"\"\r"), CME_ERROR);
   EXPECT_EQ(read(WIFI_FILE), "OLD\n");
 }
 
-TEST_F(wifi_at_address, WriteWithoutTheFolder_Fails) {
+TEST_F(WifiAtAddress, WriteWithoutTheFolder_Fails) {
   fs::remove_all("/amt/WIFI");
   EXPECT_EQ(send("AT^DWIFIADDR=\"NEW\"\r"), CME_ERROR);
 }
 
-TEST_F(wifi_at_address, QueryWithoutCarriageReturn_GoesToTheModem) {
+TEST_F(WifiAtAddress, QueryWithoutCarriageReturn_GoesToTheModem) {
   EXPECT_TRUE(is_passed_on("AT^DWIFIADDR?"));
 }
 
-TEST_F(wifi_at_address, NothingReceived_IsAFailure) {
+TEST_F(WifiAtAddress, NothingReceived_IsAFailure) {
   set_message(g_handle_context.m_request, "");
   EXPECT_EQ(handle_amt_wifi_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response), -101);
 }
 
-TEST_F(wifi_at_address, BluetoothInTheSameText_IsAnsweredFirst) {
+TEST_F(WifiAtAddress, BluetoothInTheSameText_IsAnsweredFirst) {
   write(BT_FILE, "BT\n");
   write(WIFI_FILE, "WIFI\n");
   EXPECT_EQ(send("AT^DWIFIADDR?\rAT^DBTADDR?\r"), "\r\n^DBTADDR: \"BT\"\r\n\r\nOK\r\n");

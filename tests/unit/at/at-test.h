@@ -26,7 +26,7 @@ class at_test : public context_test {
     EXPECT_EQ(handle_amt_pc_req(), 0);
     return m_pc.received();
   }
-  std::string send_for_hex(std::string_view bytes) { return hex_of(send(bytes)); }
+  std::string send_for_hex(std::string_view bytes) { return to_hex(send(bytes)); }
   // Whether the block went to the modem unchanged and nothing to the PC.
   bool is_passed_on(const std::string& bytes) {
     const std::string to_pc = send(bytes);

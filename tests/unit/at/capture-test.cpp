@@ -11,7 +11,7 @@ namespace {
 constexpr char IMEI_ATOM_OF_15[] = "EE 15 02 0F 00 33 35 39 38 38 31 32 33 34 35 36 37 38 39 30";
 constexpr char BOARD_ATOM_OF_3[] = "EE 26 02 03 00 53 4E 31";
 
-class capture : public phone_test {
+class Capture : public phone_test {
  protected:
   // A frame in its PC form. What the envelope says about length and checksum is not looked at.
   static std::string frame(std::uint8_t id, const std::string& atoms) {
@@ -44,7 +44,7 @@ class capture : public phone_test {
   const std::string m_confirmed_board = frame(88, from_hex("EE 01 01 04 00 00 00 00 00"));
 };
 
-TEST_F(capture, ImeiText_GoesToTheModemAndWaits) {
+TEST_F(Capture, ImeiText_GoesToTheModemAndWaits) {
   EXPECT_TRUE(is_passed_on("AT^DCGSNW=359881234567890\r"));
   expect_pending(1);
   EXPECT_TRUE(m_log.has_in_a_row({"handle_amt_imei_and_sn--->req_id_en:255.",
@@ -53,7 +53,7 @@ TEST_F(capture, ImeiText_GoesToTheModemAndWaits) {
   EXPECT_EQ(read("/amt/imei.txt"), std::nullopt);
 }
 
-TEST_F(capture, ImeiTextConfirmed_IsWrittenAndFlushed) {
+TEST_F(Capture, ImeiTextConfirmed_IsWrittenAndFlushed) {
   send("AT^DCGSNW=359881234567890\r");
   m_log.clear();
   say("\r\nOK\r\n");
@@ -67,7 +67,7 @@ TEST_F(capture, ImeiTextConfirmed_IsWrittenAndFlushed) {
                           "Writed imei to file success."}));
 }
 
-TEST_F(capture, BoardTextConfirmed_IsWritten) {
+TEST_F(Capture, BoardTextConfirmed_IsWritten) {
   send("AT^DMSN=  SN1\r");
   expect_pending(2);
   say("\r\nOK\r\n");
@@ -76,7 +76,7 @@ TEST_F(capture, BoardTextConfirmed_IsWritten) {
   EXPECT_TRUE(m_log.has_in_a_row({"save sn to file. channel:0; content:SN1;", "Writed sn to file success."}));
 }
 
-TEST_F(capture, ImeiFrameConfirmedByFrame_IsWritten) {
+TEST_F(Capture, ImeiFrameConfirmedByFrame_IsWritten) {
   const std::string request = frame(5, from_hex(IMEI_ATOM_OF_15));
   EXPECT_TRUE(is_passed_on(request));
   EXPECT_TRUE(m_log.has_in_a_row(
@@ -87,7 +87,7 @@ TEST_F(capture, ImeiFrameConfirmedByFrame_IsWritten) {
   expect_pending(0);
 }
 
-TEST_F(capture, BoardFrameConfirmedByFrame_IsWritten) {
+TEST_F(Capture, BoardFrameConfirmedByFrame_IsWritten) {
   send(frame(87, from_hex(BOARD_ATOM_OF_3)));
   EXPECT_TRUE(m_log.has("getted write-board command in amt1: board:SN1;"));
   say(m_confirmed_board);
@@ -95,14 +95,14 @@ TEST_F(capture, BoardFrameConfirmedByFrame_IsWritten) {
   expect_pending(0);
 }
 
-TEST_F(capture, ConfirmationFrameOfTheOtherType_SavesWhatIsPending) {
+TEST_F(Capture, ConfirmationFrameOfTheOtherType_SavesWhatIsPending) {
   send(frame(87, from_hex(BOARD_ATOM_OF_3)));
   say(m_confirmed_imei);
   EXPECT_EQ(read("/amt/sn.txt"), "SN1");
   EXPECT_EQ(read("/amt/imei.txt"), std::nullopt);
 }
 
-TEST_F(capture, TextConfirmedByFrameAndFrameByText_AreWritten) {
+TEST_F(Capture, TextConfirmedByFrameAndFrameByText_AreWritten) {
   send("AT^DCGSNW=111\r");
   say(m_confirmed_imei);
   EXPECT_EQ(read("/amt/imei.txt"), "111");
@@ -111,13 +111,13 @@ TEST_F(capture, TextConfirmedByFrameAndFrameByText_AreWritten) {
   EXPECT_EQ(read("/amt/sn.txt"), "SN1");
 }
 
-TEST_F(capture, ConfirmationFrameWithoutCode_CountsAsCodeZero) {
+TEST_F(Capture, ConfirmationFrameWithoutCode_CountsAsCodeZero) {
   send("AT^DMSN=SN1\r");
   say(frame(88, ""));
   EXPECT_EQ(read("/amt/sn.txt"), "SN1");
 }
 
-TEST_F(capture, RefusedFrame_StaysPendingUntilTheNextConfirmation) {
+TEST_F(Capture, RefusedFrame_StaysPendingUntilTheNextConfirmation) {
   send(frame(5, from_hex(IMEI_ATOM_OF_15)));
   say(m_refused_imei);
   EXPECT_TRUE(m_log.has("getted error-code from modem: err-code:100;"));
@@ -132,9 +132,9 @@ struct block_row {
   std::string m_block;
 };
 
-class capture_unconfirmed : public capture, public testing::WithParamInterface<block_row> {};
+class CaptureUnconfirmed : public Capture, public testing::WithParamInterface<block_row> {};
 
-TEST_P(capture_unconfirmed, Block_LeavesTheCapturePending) {
+TEST_P(CaptureUnconfirmed, Block_LeavesTheCapturePending) {
   send("AT^DMSN=SN1\r");
   say(GetParam().m_block);
   EXPECT_EQ(read("/amt/sn.txt"), std::nullopt);
@@ -142,7 +142,7 @@ TEST_P(capture_unconfirmed, Block_LeavesTheCapturePending) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, capture_unconfirmed,
+    Each, CaptureUnconfirmed,
     testing::Values(block_row{"Error", "\r\nERROR\r\n"}, block_row{"CmeError", "\r\n+CME ERROR: 100\r\n"},
                     block_row{"OkWithoutLineEnds", "OK"}, block_row{"OkWithoutLeadingLineEnd", "OK\r\n"},
                     block_row{"FirstHalfOfOk", "\r\nO"}, block_row{"SecondHalfOfOk", "K\r\n"},
@@ -155,7 +155,7 @@ INSTANTIATE_TEST_SUITE_P(
                                        "00 00 00 00 00 00 00")}),
     [](const auto& row) { return row.param.m_name; });
 
-TEST_F(capture, ConfirmationSplitOverTwoBlocks_StaysPending) {
+TEST_F(Capture, ConfirmationSplitOverTwoBlocks_StaysPending) {
   send("AT^DMSN=SN1\r");
   say("\r\nO");
   say("K\r\n");
@@ -163,25 +163,25 @@ TEST_F(capture, ConfirmationSplitOverTwoBlocks_StaysPending) {
   expect_pending(2);
 }
 
-TEST_F(capture, ConfirmationAmongOtherText_Counts) {
+TEST_F(Capture, ConfirmationAmongOtherText_Counts) {
   send("AT^DMSN=SN1\r");
   say("\r\n+CREG: 1\r\n\r\nOK\r\n\r\n^DLKS: 1\r\n");
   EXPECT_EQ(read("/amt/sn.txt"), "SN1");
 }
 
-TEST_F(capture, ConfirmationBehindAZeroByte_Counts) {
+TEST_F(Capture, ConfirmationBehindAZeroByte_Counts) {
   send("AT^DMSN=SN1\r");
   say(std::string_view("\0\r\nOK\r\n", 7));
   EXPECT_EQ(read("/amt/sn.txt"), "SN1");
 }
 
-TEST_F(capture, ConfirmationAtTheEndOfAFullRecord_Counts) {
+TEST_F(Capture, ConfirmationAtTheEndOfAFullRecord_Counts) {
   send("AT^DMSN=SN1\r");
   say(std::string(4089, 'x') + "\r\nOK\r\n");
   EXPECT_EQ(read("/amt/sn.txt"), "SN1");
 }
 
-TEST_F(capture, ConfirmationTwice_SavesOnce) {
+TEST_F(Capture, ConfirmationTwice_SavesOnce) {
   send("AT^DMSN=SN1\r");
   say("\r\nOK\r\n");
   fs::remove("/amt/sn.txt");
@@ -189,14 +189,14 @@ TEST_F(capture, ConfirmationTwice_SavesOnce) {
   EXPECT_EQ(read("/amt/sn.txt"), std::nullopt);
 }
 
-TEST_F(capture, SecondImeiBeforeTheConfirmation_ReplacesTheFirst) {
+TEST_F(Capture, SecondImeiBeforeTheConfirmation_ReplacesTheFirst) {
   send("AT^DCGSNW=111111111111111\r");
   send("AT^DCGSNW=22\r");
   say("\r\nOK\r\n");
   EXPECT_EQ(read("/amt/imei.txt"), "22");
 }
 
-TEST_F(capture, BoardBeforeTheConfirmationOfTheImei_TakesItsPlace) {
+TEST_F(Capture, BoardBeforeTheConfirmationOfTheImei_TakesItsPlace) {
   send("AT^DCGSNW=111\r");
   send("AT^DMSN=SN1\r");
   say("\r\nOK\r\n");
@@ -205,7 +205,7 @@ TEST_F(capture, BoardBeforeTheConfirmationOfTheImei_TakesItsPlace) {
   EXPECT_EQ(read("/amt/imei.txt"), std::nullopt);
 }
 
-TEST_F(capture, ImeiAndBoardInOneText_ImeiIsTaken) {
+TEST_F(Capture, ImeiAndBoardInOneText_ImeiIsTaken) {
   send("AT^DMSN=SN1;AT^DCGSNW=111\r");
   expect_pending(1);
 }
@@ -216,36 +216,36 @@ struct length_row {
   std::size_t m_kept;
 };
 
-class capture_length : public capture, public testing::WithParamInterface<length_row> {};
+class CaptureLength : public Capture, public testing::WithParamInterface<length_row> {};
 
-TEST_P(capture_length, Text_IsCutToTwentyCharacters) {
+TEST_P(CaptureLength, Text_IsCutToTwentyCharacters) {
   const auto& row = GetParam();
   send("AT^DMSN=" + std::string(row.m_length, 'x') + "\r");
   say("\r\nOK\r\n");
   EXPECT_EQ(read("/amt/sn.txt"), std::string(row.m_kept, 'x'));
 }
 
-TEST_P(capture_length, BoardAtom_IsCutToTwentyCharacters) {
+TEST_P(CaptureLength, BoardAtom_IsCutToTwentyCharacters) {
   const auto& row = GetParam();
   send(frame(87, string_atom(38, std::string(row.m_length, 'x'))));
   say("\r\nOK\r\n");
   EXPECT_EQ(read("/amt/sn.txt"), std::string(row.m_kept, 'x'));
 }
 
-TEST_P(capture_length, ImeiAtom_IsCutToTwentyCharacters) {
+TEST_P(CaptureLength, ImeiAtom_IsCutToTwentyCharacters) {
   const auto& row = GetParam();
   send(frame(5, string_atom(21, std::string(row.m_length, 'x'))));
   say("\r\nOK\r\n");
   EXPECT_EQ(read("/amt/imei.txt"), std::string(row.m_kept, 'x'));
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, capture_length,
+INSTANTIATE_TEST_SUITE_P(Each, CaptureLength,
                          testing::Values(length_row{"One", 1, 1}, length_row{"Twenty", 20, 20},
                                          length_row{"TwentyOne", 21, 20}, length_row{"TwentyTwo", 22, 20},
                                          length_row{"FourThousand", 4000, 20}),
                          [](const auto& row) { return row.param.m_name; });
 
-TEST_F(capture, FrameWithoutTheAtom_IsConfirmedWithoutAFile) {
+TEST_F(Capture, FrameWithoutTheAtom_IsConfirmedWithoutAFile) {
   write("/amt/sn.txt", "OLD");
   send(frame(87, ""));
   expect_pending(2);
@@ -255,21 +255,21 @@ TEST_F(capture, FrameWithoutTheAtom_IsConfirmedWithoutAFile) {
   expect_pending(0);
 }
 
-TEST_F(capture, FrameWithoutTheAtom_ForgetsTheValueBefore) {
+TEST_F(Capture, FrameWithoutTheAtom_ForgetsTheValueBefore) {
   send("AT^DMSN=SN1\r");
   send(frame(87, ""));
   say("\r\nOK\r\n");
   EXPECT_EQ(read("/amt/sn.txt"), std::nullopt);
 }
 
-TEST_F(capture, CarriageReturnInFrontOfTheCommand_CapturesNothing) {
+TEST_F(Capture, CarriageReturnInFrontOfTheCommand_CapturesNothing) {
   send("\rAT^DMSN=SN1\r");
   expect_pending(2);
   say("\r\nOK\r\n");
   EXPECT_EQ(read("/amt/sn.txt"), std::nullopt);
 }
 
-TEST_F(capture, SavedValue_StaysForTheNextCaptureOfTheOther) {
+TEST_F(Capture, SavedValue_StaysForTheNextCaptureOfTheOther) {
   send("AT^DMSN=SN1\r");
   say("\r\nOK\r\n");
   fs::remove("/amt/sn.txt");
@@ -284,9 +284,9 @@ struct channel_row {
   const char* m_file;
 };
 
-class capture_channel : public capture, public testing::WithParamInterface<channel_row> {};
+class CaptureChannel : public Capture, public testing::WithParamInterface<channel_row> {};
 
-TEST_P(capture_channel, SwitchBeforeTheConfirmation_ChoosesTheFile) {
+TEST_P(CaptureChannel, SwitchBeforeTheConfirmation_ChoosesTheFile) {
   const auto& row = GetParam();
   EXPECT_TRUE(is_passed_on(row.m_command));
   expect_pending(0);
@@ -295,7 +295,7 @@ TEST_P(capture_channel, SwitchBeforeTheConfirmation_ChoosesTheFile) {
   EXPECT_EQ(read(row.m_file), "111");
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, capture_channel,
+INSTANTIATE_TEST_SUITE_P(Each, CaptureChannel,
                          testing::Values(channel_row{"One", "AT^DMPCHN=1\r", "/amt/imei-2.txt"},
                                          channel_row{"OneBehindBlanks", "AT^DMPCHN=  1\r", "/amt/imei-2.txt"},
                                          channel_row{"Zero", "AT^DMPCHN=0\r", "/amt/imei.txt"},
@@ -306,7 +306,7 @@ INSTANTIATE_TEST_SUITE_P(Each, capture_channel,
                                                      "/amt/imei-2.txt"}),
                          [](const auto& row) { return row.param.m_name; });
 
-TEST_F(capture, ChannelFrame_ChoosesTheSecondFiles) {
+TEST_F(Capture, ChannelFrame_ChoosesTheSecondFiles) {
   send(frame(232, from_hex("EE 9F 01 04 00 01 01 00 00")));
   EXPECT_TRUE(m_log.has("getted switch-channel command in amt1: channel:1;"));
   expect_pending(0);
@@ -318,7 +318,7 @@ TEST_F(capture, ChannelFrame_ChoosesTheSecondFiles) {
   EXPECT_EQ(send("AT^DPCBACTRL=1\r"), "\r\n^DPCBACTRL: SN1\r\n\r\nOK\r\n");
 }
 
-TEST_F(capture, ChannelSwitchedWhileACaptureWaits_LeavesItPending) {
+TEST_F(Capture, ChannelSwitchedWhileACaptureWaits_LeavesItPending) {
   send("AT^DMSN=SN1\r");
   send("AT^DMPCHN=1\r");
   expect_pending(2);
@@ -326,27 +326,27 @@ TEST_F(capture, ChannelSwitchedWhileACaptureWaits_LeavesItPending) {
   EXPECT_EQ(read("/amt/sn-2.txt"), "SN1");
 }
 
-TEST_F(capture, OtherFrames_AreNotExamined) {
+TEST_F(Capture, OtherFrames_AreNotExamined) {
   set_message(g_handle_context.m_request, "AT^DMSN=SN1\r");
   handle_amt_imei_and_sn(7, amt_message_text(g_handle_context.m_request), g_handle_context.m_request_copy.m_buf_a);
   expect_pending(0);
   EXPECT_TRUE(m_log.has("handle_amt_imei_and_sn--->req_id_en:7."));
 }
 
-TEST_F(capture, IdZero_IsExaminedForTextOnly) {
+TEST_F(Capture, IdZero_IsExaminedForTextOnly) {
   set_message(g_handle_context.m_request, "AT^DMSN=SN1\r");
   handle_amt_imei_and_sn(0, amt_message_text(g_handle_context.m_request), g_handle_context.m_request_copy.m_buf_a);
   expect_pending(2);
 }
 
-TEST_F(capture, NothingPending_ConfirmationChangesNothing) {
+TEST_F(Capture, NothingPending_ConfirmationChangesNothing) {
   say("\r\nOK\r\n");
   EXPECT_TRUE(m_log.has("g_cur_treat_cmd_type:0;"));
   EXPECT_TRUE(fs::is_empty("/amt/BT"));
   EXPECT_EQ(read("/amt/imei.txt"), std::nullopt);
 }
 
-TEST_F(capture, EmptyBlock_IsAFailureAtItsSite) {
+TEST_F(Capture, EmptyBlock_IsAFailureAtItsSite) {
   send("AT^DMSN=SN1\r");
   m_log.clear();
   say("");
@@ -358,7 +358,7 @@ TEST_F(capture, EmptyBlock_IsAFailureAtItsSite) {
   expect_pending(2);
 }
 
-TEST_F(capture, Cleared_ForgetsValuesTypeAndChannel) {
+TEST_F(Capture, Cleared_ForgetsValuesTypeAndChannel) {
   send("AT^DMPCHN=1\r");
   send("AT^DMSN=SN1\r");
   handle_amt_clear_capture();
@@ -370,7 +370,7 @@ TEST_F(capture, Cleared_ForgetsValuesTypeAndChannel) {
   EXPECT_EQ(read("/amt/sn.txt"), "SN2");
 }
 
-TEST_F(capture, CapturesWhileTheModemConfirms_NeverSaveAMixture) {
+TEST_F(Capture, CapturesWhileTheModemConfirms_NeverSaveAMixture) {
   __android_log_set_minimum_priority(ANDROID_LOG_ERROR);  // the log's lock would hide a race
   std::atomic<bool> is_over = false;
   std::thread station([&is_over] {
@@ -393,7 +393,7 @@ TEST_F(capture, CapturesWhileTheModemConfirms_NeverSaveAMixture) {
   station.join();
 }
 
-TEST_F(capture, SaveOfAnUnknownType_IsRefused) {
+TEST_F(Capture, SaveOfAnUnknownType_IsRefused) {
   for (const std::uint8_t type : {0, 3, 255}) {
     m_log.clear();
     EXPECT_EQ(handle_amt_imei_and_sn_save_file(type), -101);
@@ -401,7 +401,7 @@ TEST_F(capture, SaveOfAnUnknownType_IsRefused) {
   }
 }
 
-TEST_F(capture, SaveOnAFullSystem_IsLoggedAndNoLongerPending) {
+TEST_F(Capture, SaveOnAFullSystem_IsLoggedAndNoLongerPending) {
   make_full("/amt/imei.txt");
   send("AT^DCGSNW=111\r");
   m_log.clear();
@@ -414,7 +414,7 @@ TEST_F(capture, SaveOnAFullSystem_IsLoggedAndNoLongerPending) {
   expect_pending(0);
 }
 
-TEST_F(capture, SaveWithoutItsFolder_IsLogged) {
+TEST_F(Capture, SaveWithoutItsFolder_IsLogged) {
   fs::remove_all("/amt");
   send("AT^DMSN=SN1\r");
   say("\r\nOK\r\n");
@@ -424,7 +424,7 @@ TEST_F(capture, SaveWithoutItsFolder_IsLogged) {
   expect_pending(0);
 }
 
-TEST_F(capture, SaveIntoAForbiddenFile_KeepsTheOldValue) {
+TEST_F(Capture, SaveIntoAForbiddenFile_KeepsTheOldValue) {
   make_forbidden("/amt/sn.txt", "OLD");
   send("AT^DMSN=SN1\r");
   say("\r\nOK\r\n");
@@ -433,7 +433,7 @@ TEST_F(capture, SaveIntoAForbiddenFile_KeepsTheOldValue) {
   EXPECT_EQ(read("/amt/sn.txt"), "OLD");
 }
 
-TEST_F(capture, SaveOnAReadOnlySystem_IsLogged) {
+TEST_F(Capture, SaveOnAReadOnlySystem_IsLogged) {
   make_read_only_system("/amt/sn.txt");
   send("AT^DMSN=SN1\r");
   say("\r\nOK\r\n");

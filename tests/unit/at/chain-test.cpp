@@ -6,9 +6,9 @@ namespace {
 
 constexpr char LIBRARY[] = "/system/lib64/hw/amt.vx5210.misc.so";
 
-class at_chain : public phone_test {
+class AtChain : public phone_test {
  protected:
-  at_chain() {
+  AtChain() {
     amt_device_init_library_paths();
     write("/amt/BT/BT_Address.txt", "BT\n");
     write("/amt/WIFI/WIFI_nvram.txt", "WIFI\n");
@@ -23,7 +23,7 @@ class at_chain : public phone_test {
 
 // Each command in front of all that come behind it in the chain: taking one away from the end of the text, which is its
 // first in the chain, lets the next be answered.
-TEST_F(at_chain, TextOfAllCommands_IsAnsweredInTheChainsOrder) {
+TEST_F(AtChain, TextOfAllCommands_IsAnsweredInTheChainsOrder) {
   install_library(IDLE_LIBRARY);
   const std::vector<std::pair<std::string, std::string>> chain = {
       {"AT^DBTADDR?\r", "\r\n^DBTADDR: \"BT\"\r\n\r\nOK\r\n"},
@@ -44,42 +44,42 @@ TEST_F(at_chain, TextOfAllCommands_IsAnsweredInTheChainsOrder) {
   }
 }
 
-TEST_F(at_chain, FullRecordWithoutACommand_GoesToTheModem) {
+TEST_F(AtChain, FullRecordWithoutACommand_GoesToTheModem) {
   EXPECT_TRUE(is_passed_on("AT^D" + std::string(4090, 'x') + "\r"));
 }
 
-TEST_F(at_chain, CommandAtTheEndOfAFullRecord_IsFound) {
+TEST_F(AtChain, CommandAtTheEndOfAFullRecord_IsFound) {
   EXPECT_THAT(send(std::string(4083, 'x') + "AT^DBTADDR?\r"), testing::HasSubstr("^DBTADDR: \"BT\""));
 }
 
-TEST_F(at_chain, CommandBehindAZeroByte_IsNotSeen) {
+TEST_F(AtChain, CommandBehindAZeroByte_IsNotSeen) {
   EXPECT_TRUE(is_passed_on(std::string("AT\0AT^DBTADDR?\r", 15)));
 }
 
-TEST_F(at_chain, LowerCase_IsNotTheCommand) {
+TEST_F(AtChain, LowerCase_IsNotTheCommand) {
   EXPECT_TRUE(is_passed_on("at^dbtaddr?\r"));
 }
 
-TEST_F(at_chain, Idle_AsksTheBoardAndIsOk) {
+TEST_F(AtChain, Idle_AsksTheBoardAndIsOk) {
   install_library(IDLE_LIBRARY);
   EXPECT_EQ(send("AT^DENTERIDLE\r"), OK);
   EXPECT_TRUE(m_log.has_in_a_row({"handle_amt_enter_idle_at()", "amt_make_ue_enter_idle()", "will call enter_idle.",
                                   "stop call enter_idle. return value:0.", "enter_idle return OK."}));
 }
 
-TEST_F(at_chain, IdleAmongOtherText_IsRecognised) {
+TEST_F(AtChain, IdleAmongOtherText_IsRecognised) {
   install_library(IDLE_LIBRARY);
   EXPECT_EQ(send("xxAT^DENTERIDLE=1"), OK);
 }
 
-TEST_F(at_chain, IdleThatTheBoardRefuses_IsAnsweredError) {
+TEST_F(AtChain, IdleThatTheBoardRefuses_IsAnsweredError) {
   install_library(REFUSING_LIBRARY);
   EXPECT_EQ(send("AT^DENTERIDLE\r"), ERROR);
   EXPECT_TRUE(m_log.has("stop call enter_idle. return value:-5."));
   EXPECT_FALSE(m_log.has("enter_idle return OK."));
 }
 
-TEST_F(at_chain, IdleWithoutTheLibrary_IsAnsweredError) {
+TEST_F(AtChain, IdleWithoutTheLibrary_IsAnsweredError) {
   EXPECT_EQ(send("AT^DENTERIDLE\r"), ERROR);
   EXPECT_TRUE(m_log.contains("call dlopen fail: - "));
   EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-device", "amt_make_ue_enter_idle", -118)));

@@ -10,9 +10,9 @@ namespace {
 
 using calls = std::vector<std::string>;
 
-class device_control : public at_test {
+class DeviceControl : public at_test {
  protected:
-  device_control() { g_hwt_fake = {}; }
+  DeviceControl() { g_hwt_fake = {}; }
   // The line that names the field, behind the error-trace line of the command's handler.
   void expect_missing_field(const char* function, const char* line) {
     const auto lines = m_log.texts();
@@ -31,9 +31,9 @@ struct success_row {
   std::vector<std::string> m_log;
 };
 
-class device_control_success : public device_control, public testing::WithParamInterface<success_row> {};
+class DeviceControlSuccess : public DeviceControl, public testing::WithParamInterface<success_row> {};
 
-TEST_P(device_control_success, Command_CallsInOrderAndReplies) {
+TEST_P(DeviceControlSuccess, Command_CallsInOrderAndReplies) {
   const auto& row = GetParam();
   g_hwt_fake.m_svid = 12;
   g_hwt_fake.m_cnr = 38;
@@ -48,7 +48,7 @@ TEST_P(device_control_success, Command_CallsInOrderAndReplies) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, device_control_success,
+    Each, DeviceControlSuccess,
     testing::Values(
         success_row{"CheckWifi",
                     "AT^DDEVCONNCHK=0\r",
@@ -150,9 +150,9 @@ struct failure_row {
   const char* m_text;
 };
 
-class device_control_failure : public device_control, public testing::WithParamInterface<failure_row> {};
+class DeviceControlFailure : public DeviceControl, public testing::WithParamInterface<failure_row> {};
 
-TEST_P(device_control_failure, Call_EndsTheSequenceWithError) {
+TEST_P(DeviceControlFailure, Call_EndsTheSequenceWithError) {
   const auto& row = GetParam();
   g_hwt_fake.m_results[row.m_failing_call] = -7;
   EXPECT_EQ(send(row.m_command), ERROR);
@@ -170,7 +170,7 @@ constexpr char GPS[] = "handle_amt_device_gps_ctrl";
 constexpr char TX[] = "handle_amt_device_wifi_tx_ctrl";
 constexpr char RX[] = "handle_amt_device_wifi_rx_ctrl";
 
-INSTANTIATE_TEST_SUITE_P(Each, device_control_failure,
+INSTANTIATE_TEST_SUITE_P(Each, DeviceControlFailure,
                          testing::Values(failure_row{"CheckWifi",
                                                      "AT^DDEVCONNCHK=0\r",
                                                      "hwt_wifiCheck()",
@@ -278,9 +278,9 @@ struct refused_row {
   const char* m_function = nullptr;  // whose error-trace line stands in front of it, if one does
 };
 
-class device_control_refused : public device_control, public testing::WithParamInterface<refused_row> {};
+class DeviceControlRefused : public DeviceControl, public testing::WithParamInterface<refused_row> {};
 
-TEST_P(device_control_refused, Command_IsAnsweredError) {
+TEST_P(DeviceControlRefused, Command_IsAnsweredError) {
   const auto& row = GetParam();
   EXPECT_EQ(send(row.m_command), ERROR);
   EXPECT_EQ(g_hwt_fake.m_calls, row.m_calls);
@@ -293,7 +293,7 @@ TEST_P(device_control_refused, Command_IsAnsweredError) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, device_control_refused,
+    Each, DeviceControlRefused,
     testing::Values(refused_row{"CheckTwo", "AT^DDEVCONNCHK=2\r", {}, ""},
                     refused_row{"CheckMinusOne", "AT^DDEVCONNCHK=-1\r", {}, ""},
                     refused_row{"BtTwo", "AT^DBTCTRL=2\r", {}, ""},
@@ -317,9 +317,9 @@ struct generic_row {
   const char* m_function;
 };
 
-class device_control_generic : public device_control, public testing::WithParamInterface<generic_row> {};
+class DeviceControlGeneric : public DeviceControl, public testing::WithParamInterface<generic_row> {};
 
-TEST_P(device_control_generic, NoFirstField_IsAnsweredByTheErrorFrame) {
+TEST_P(DeviceControlGeneric, NoFirstField_IsAnsweredByTheErrorFrame) {
   const auto& row = GetParam();
   EXPECT_EQ(send_for_hex(row.m_command), ERROR_FRAME);
   expect_missing_field(row.m_function, row.m_line);
@@ -327,28 +327,28 @@ TEST_P(device_control_generic, NoFirstField_IsAnsweredByTheErrorFrame) {
   EXPECT_EQ(m_modem.received(), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, device_control_generic,
+INSTANTIATE_TEST_SUITE_P(Each, DeviceControlGeneric,
                          testing::Values(generic_row{"Gps", "AT^DGPSCTRL=", "flag is null!!!", GPS},
                                          generic_row{"GpsCommasOnly", "AT^DGPSCTRL=,,,", "flag is null!!!", GPS},
                                          generic_row{"Tx", "AT^DWLTSD=", "control is null!!!", TX},
                                          generic_row{"Rx", "AT^DWLTRD=", "control is null!!!", RX}),
                          [](const auto& row) { return row.param.m_name; });
 
-TEST_F(device_control, RxStopAfterStart_StopsTheStartedChannel) {
+TEST_F(DeviceControl, RxStopAfterStart_StopsTheStartedChannel) {
   send("AT^DWLTRD=1,9,11\r");
   send("AT^DWLTRD=0\r");
   EXPECT_EQ(g_hwt_fake.m_calls.at(2), "hwt_RxTest(0, 9, 0, set)");
   send("AT^DWLTRD=1,6,11\r");  // what it was before
 }
 
-TEST_F(device_control, RxStartThatFails_LeavesTheChannelToStop) {
+TEST_F(DeviceControl, RxStartThatFails_LeavesTheChannelToStop) {
   g_hwt_fake.m_results["hwt_RxTest(1, 9, 11, none)"] = 1;
   EXPECT_EQ(send("AT^DWLTRD=1,9,11\r"), ERROR);
   send("AT^DWLTRD=0\r");
   EXPECT_EQ(g_hwt_fake.m_calls.at(2), "hwt_RxTest(0, 6, 0, set)");
 }
 
-TEST_F(device_control, ValuesThatTheLibraryDoesNotStore_AreZero) {
+TEST_F(DeviceControl, ValuesThatTheLibraryDoesNotStore_AreZero) {
   g_hwt_fake.m_svid = 12;
   g_hwt_fake.m_cnr = 38;
   send("AT^DGPSCTRL=2,5\r");
@@ -356,17 +356,17 @@ TEST_F(device_control, ValuesThatTheLibraryDoesNotStore_AreZero) {
   EXPECT_EQ(send("AT^DGPSCTRL=2,6\r"), "\r\n^DGPSCTRL: 0,0\r\n\r\nOK\r\n");
 }
 
-TEST_F(device_control, SeveralCommandsInOneText_FirstOfTheListRuns) {
+TEST_F(DeviceControl, SeveralCommandsInOneText_FirstOfTheListRuns) {
   EXPECT_EQ(send("AT^DWLTRD=0;AT^DBTCTRL=1\r"), OK);
   EXPECT_EQ(g_hwt_fake.m_calls, calls{"hwt_btCtrl(1)"});
 }
 
-TEST_F(device_control, FourThousandDigits_AreOneLargeNumber) {
+TEST_F(DeviceControl, FourThousandDigits_AreOneLargeNumber) {
   EXPECT_EQ(send("AT^DGPSCTRL=2," + std::string(4000, '9')), "\r\n^DGPSCTRL: 0,0\r\n\r\nOK\r\n");
   EXPECT_EQ(g_hwt_fake.m_calls.at(1), "hwt_gpsCtrl(2, -1, set, set)");  // as atoi of it gives here
 }
 
-TEST_F(device_control, CommandWithoutEqualsSign_GoesToTheModem) {
+TEST_F(DeviceControl, CommandWithoutEqualsSign_GoesToTheModem) {
   EXPECT_TRUE(is_passed_on("AT^DBTCTRL?\r"));
   EXPECT_TRUE(g_hwt_fake.m_calls.empty());
 }

@@ -11,12 +11,12 @@ struct pair_st {
   int m_second;
 };
 
-TEST(handover, BeforeTheFirstValue_GivesZeros) {
+TEST(Handover, BeforeTheFirstValue_GivesZeros) {
   amt_handover<pair_st> handover;
   EXPECT_EQ(handover.latest().m_first, 0);
 }
 
-TEST(handover, SeveralValues_GiveTheLast) {
+TEST(Handover, SeveralValues_GiveTheLast) {
   amt_handover<pair_st> handover;
   for (int round = 1; round <= 5; ++round) handover.publish({round, -round});
   EXPECT_EQ(handover.latest().m_first, 5);
@@ -25,7 +25,7 @@ TEST(handover, SeveralValues_GiveTheLast) {
   EXPECT_EQ(handover.latest().m_second, -6);
 }
 
-TEST(handover, ValueHeldByTheReader_StaysWhileTheWriterGoesOn) {
+TEST(Handover, ValueHeldByTheReader_StaysWhileTheWriterGoesOn) {
   amt_handover<pair_st> handover;
   handover.publish({1, -1});
   const pair_st& held = handover.latest();
@@ -34,7 +34,7 @@ TEST(handover, ValueHeldByTheReader_StaysWhileTheWriterGoesOn) {
   EXPECT_EQ(handover.latest().m_first, 5);
 }
 
-TEST(handover, WriterAndReaderAtOnce_NeverGiveAMixtureNorAnOlderValue) {
+TEST(Handover, WriterAndReaderAtOnce_NeverGiveAMixtureNorAnOlderValue) {
   constexpr int LAST = 200000;
   amt_handover<pair_st> handover;
   std::thread writer([&handover] {

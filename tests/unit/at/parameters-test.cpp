@@ -8,7 +8,7 @@ namespace {
 
 constexpr char PREFIX[] = "AT^DMSN=";
 
-class at_parameter : public at_test {
+class AtParameter : public at_test {
  protected:
   // The parameter of a received text, and the result.
   std::int32_t take(std::string_view text) {
@@ -18,72 +18,72 @@ class at_parameter : public at_test {
   amt_parameter_text m_text = {};
 };
 
-TEST_F(at_parameter, BlanksInFront_AreSkipped) {
+TEST_F(AtParameter, BlanksInFront_AreSkipped) {
   EXPECT_EQ(take("AT^DMSN=   SN1\r"), 0);
   EXPECT_STREQ(m_text, "SN1");
 }
 
-TEST_F(at_parameter, TabInFront_IsKept) {
+TEST_F(AtParameter, TabInFront_IsKept) {
   EXPECT_EQ(take("AT^DMSN=\tSN1\r"), 0);
   EXPECT_STREQ(m_text, "\tSN1");
 }
 
-TEST_F(at_parameter, QuotesCommasAndTrailingBlanks_AreKept) {
+TEST_F(AtParameter, QuotesCommasAndTrailingBlanks_AreKept) {
   EXPECT_EQ(take("AT^DMSN=\"A,B\" \r"), 0);
   EXPECT_STREQ(m_text, "\"A,B\" ");
 }
 
-TEST_F(at_parameter, TwentyCharacters_AreTakenWhole) {
+TEST_F(AtParameter, TwentyCharacters_AreTakenWhole) {
   EXPECT_EQ(take("AT^DMSN=12345678901234567890\r"), 0);
   EXPECT_STREQ(m_text, "12345678901234567890");
 }
 
-TEST_F(at_parameter, TwentyOneCharacters_AreCutToTwenty) {
+TEST_F(AtParameter, TwentyOneCharacters_AreCutToTwenty) {
   EXPECT_EQ(take("AT^DMSN=12345678901234567890X\r"), 0);
   EXPECT_STREQ(m_text, "12345678901234567890");
 }
 
-TEST_F(at_parameter, FourThousandCharacters_AreCutToTwenty) {
+TEST_F(AtParameter, FourThousandCharacters_AreCutToTwenty) {
   EXPECT_EQ(take("AT^DMSN=" + std::string(4000, 'x') + "\r"), 0);
   EXPECT_STREQ(m_text, "xxxxxxxxxxxxxxxxxxxx");
 }
 
-TEST_F(at_parameter, NoCarriageReturn_EndsWithTheData) {
+TEST_F(AtParameter, NoCarriageReturn_EndsWithTheData) {
   EXPECT_EQ(take("AT^DMSN=SN1"), 0);
   EXPECT_STREQ(m_text, "SN1");
 }
 
-TEST_F(at_parameter, CarriageReturnInFrontOfThePrefix_GivesNothing) {
+TEST_F(AtParameter, CarriageReturnInFrontOfThePrefix_GivesNothing) {
   EXPECT_EQ(take("AT\rAT^DMSN=SN1\r"), 0);
   EXPECT_STREQ(m_text, "");
 }
 
-TEST_F(at_parameter, NothingBehindThePrefix_GivesNothing) {
+TEST_F(AtParameter, NothingBehindThePrefix_GivesNothing) {
   EXPECT_EQ(take("AT^DMSN="), 0);
   EXPECT_STREQ(m_text, "");
 }
 
-TEST_F(at_parameter, BlanksUpToTheCarriageReturn_GiveNothing) {
+TEST_F(AtParameter, BlanksUpToTheCarriageReturn_GiveNothing) {
   EXPECT_EQ(take("AT^DMSN=    \r"), 0);
   EXPECT_STREQ(m_text, "");
 }
 
-TEST_F(at_parameter, PrefixTwice_FirstCounts) {
+TEST_F(AtParameter, PrefixTwice_FirstCounts) {
   EXPECT_EQ(take("AT^DMSN=A;AT^DMSN=B\r"), 0);
   EXPECT_STREQ(m_text, "A;AT^DMSN=B");
 }
 
-TEST_F(at_parameter, FullRecord_StaysInIt) {
+TEST_F(AtParameter, FullRecord_StaysInIt) {
   EXPECT_EQ(take(std::string(4088, 'x') + "AT^DMSN="), 0);
   EXPECT_STREQ(m_text, "");
 }
 
-TEST_F(at_parameter, Found_IsLogged) {
+TEST_F(AtParameter, Found_IsLogged) {
   std::ignore = take("AT^DMSN=SN1\r");
   EXPECT_TRUE(m_log.has_in_a_row({"handle_amt_get_at_para()", "getted parameter:SN1. prefix:AT^DMSN=; rtn:0."}));
 }
 
-TEST_F(at_parameter, PrefixMissing_FailsAndTellsTheText) {
+TEST_F(AtParameter, PrefixMissing_FailsAndLogsTheText) {
   EXPECT_EQ(take("AT+CGMR\r"), -100);
   EXPECT_STREQ(m_text, "");
   const auto lines = m_log.texts();
@@ -93,7 +93,7 @@ TEST_F(at_parameter, PrefixMissing_FailsAndTellsTheText) {
   EXPECT_EQ(lines[3], "getted parameter:. prefix:AT^DMSN=; rtn:-100.");
 }
 
-TEST_F(at_parameter, OutCount_IsTheCutLength) {
+TEST_F(AtParameter, OutCount_IsTheCutLength) {
   std::uint32_t length = 99;
   char out[AMT_PARAMETER_LIMIT] = {};
   set_message(g_handle_context.m_request, "AT^DMSN=" + std::string(30, 'x'));
@@ -101,7 +101,7 @@ TEST_F(at_parameter, OutCount_IsTheCutLength) {
   EXPECT_EQ(length, 20u);
 }
 
-TEST_F(at_parameter, ZeroByteWithoutCarriageReturn_DataCountsToItsEnd) {
+TEST_F(AtParameter, ZeroByteWithoutCarriageReturn_DataCountsToItsEnd) {
   using namespace std::string_literals;
   std::uint32_t length = 99;
   char out[AMT_PARAMETER_LIMIT] = {};
@@ -119,9 +119,9 @@ struct missing_row {
   const char* m_flags;
 };
 
-class at_parameter_missing : public at_test, public testing::WithParamInterface<missing_row> {};
+class AtParameterMissing : public at_test, public testing::WithParamInterface<missing_row> {};
 
-TEST_P(at_parameter_missing, Argument_IsRefusedWithItsFlag) {
+TEST_P(AtParameterMissing, Argument_IsRefusedWithItsFlag) {
   const auto& row = GetParam();
   set_message(g_handle_context.m_request, row.m_text);
   std::uint32_t length = 0;
@@ -135,7 +135,7 @@ TEST_P(at_parameter_missing, Argument_IsRefusedWithItsFlag) {
   EXPECT_EQ(lines[2], row.m_flags);
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, at_parameter_missing,
+INSTANTIATE_TEST_SUITE_P(Each, AtParameterMissing,
                          testing::Values(missing_row{"Text", "", true, true, true, "0,1, 0, 0, 0"},
                                          missing_row{"Prefix", "AT\r", false, true, true, "0,0, 1, 0, 0"},
                                          missing_row{"Out", "AT\r", true, false, true, "0,0, 0, 1, 0"},

@@ -105,7 +105,7 @@ TEST_F(AmtCfg, LinesWithoutKeyValueOrEqualsSign_AreSkipped) {
   expect_reset();
 }
 
-TEST_F(AmtCfg, KeyWithEmptyValue_LeavesWhatALineBeforeSaid) {
+TEST_F(AmtCfg, KeyWithEmptyValue_LeavesTheValueOfALineBefore) {
   EXPECT_EQ(read("vx.tty.pc=/dev/a\nvx.audio.format=2\nvx.tty.pc=  \nvx.audio.format=\r\n"), ERR_NONE);
   EXPECT_STREQ(g_amt_cfg.m_tty_pc_a, "/dev/a");
   EXPECT_EQ(g_amt_cfg.m_audio_format, 2);

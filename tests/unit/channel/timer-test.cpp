@@ -163,7 +163,7 @@ TEST_F(Timer, Delete_OfNone_OnlyLogs) {
 }
 
 // What the tear-down of a start without -u finds in both.
-TEST_F(Timer, Delete_OfOneThatWasNeverSetUp_IsToldAndDeletesNothing) {
+TEST_F(Timer, Delete_OfOneThatWasNeverSetUp_IsLoggedAndDeletesNothing) {
   const std::ptrdiff_t before = timers_of_the_system();
   m_timer.m_id = 0;
   EXPECT_FALSE(amt_timer_delete(m_timer));
@@ -181,7 +181,7 @@ TEST_F(Timer, Expiry_RunsTheActionOnceWithItsValue) {
   EXPECT_EQ(seconds(left_of(m_timer).it_value), 0);
 }
 
-TEST_F(Timer, Delete_AfterTheExpiry_TellsThatItCameTooLate) {
+TEST_F(Timer, Delete_AfterTheExpiry_LogsThatItCameTooLate) {
   amt_timer_create(m_timer, note_expiry);
   amt_timer_set(m_timer, 1);
   ASSERT_TRUE(wait_for_runs(1));

@@ -21,9 +21,9 @@ class AmtConvert : public testing::Test {
 };
 
 TEST_F(AmtConvert, AppToPc_WrapsAndLogsItsEntry) {
-  const auto message = message_of(from_hex("0600 BB 2D 0000"), 0);
+  const auto message = message_of(bytes_from_hex("0600 BB 2D 0000"), 0);
   EXPECT_EQ(amt_convert_app_2_pc(message.get()), ERR_NONE);
-  EXPECT_EQ(first_bytes(message->m_buf_a, 22), from_hex("AABBCCDD 0E000000 02000000  0600BB2D0000  3A2CF7D4"));
+  EXPECT_EQ(first_bytes(message->m_buf_a, 22), bytes_from_hex("AABBCCDD 0E000000 02000000  0600BB2D0000  3A2CF7D4"));
   EXPECT_THAT(m_log.texts(), ElementsAre("amt_convert_app_2_pc()"));
   EXPECT_EQ(m_log.lines()[0].m_tag, "vx-kro-amt");
   EXPECT_EQ(m_log.lines()[0].m_priority, ANDROID_LOG_DEBUG);
@@ -50,7 +50,7 @@ TEST_F(AmtConvert, PcToApp_UnwrapsAndLogsItsEntry) {
 
 // Callers ask this function whether they hold a frame or text, so the answer "text" is no failure to log.
 TEST_F(AmtConvert, PcToAppText_FailsWithoutALine) {
-  EXPECT_EQ(amt_convert_pc_2_app(message_of(from_text("AT\r")).get()), ERR_FAIL);
+  EXPECT_EQ(amt_convert_pc_2_app(message_of(bytes_from_text("AT\r")).get()), ERR_FAIL);
   EXPECT_EQ(amt_convert_pc_2_app(message_of(PRE_RESPONSE).get()), ERR_FAIL);
   EXPECT_THAT(m_log.texts(), ElementsAre("amt_convert_pc_2_app()", "amt_convert_pc_2_app()"));
 }

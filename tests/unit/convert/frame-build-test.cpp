@@ -7,7 +7,7 @@
 
 namespace {
 
-wire_bytes built(const amt_frame_st& frame) {
+byte_string built(const amt_frame_st& frame) {
   return first_bytes(frame, amt_frame_total_length(&frame));
 }
 
@@ -15,7 +15,7 @@ wire_bytes built(const amt_frame_st& frame) {
 frame_owner frame_with_room(std::size_t room) {
   auto frame = std::make_unique<amt_frame_st>();
   amt_frame_init(frame.get(), 1);
-  const wire_bytes value(4096 - 6 - 5 - room, 0x5A);
+  const byte_string value(4096 - 6 - 5 - room, 0x5A);
   EXPECT_TRUE(amt_frame_add_bytes(frame.get(), 9, value.data(), value.size()));
   EXPECT_EQ(amt_frame_total_length(frame.get()), 4096 - room);
   return frame;
@@ -31,7 +31,7 @@ TEST(FrameInit, OverOldBytes_LeavesSixBytesAndZeros) {
 TEST(FrameInit, LargestId_IsStored) {
   amt_frame_st frame;
   amt_frame_init(&frame, 255);
-  EXPECT_EQ(built(frame), from_hex("0600 BB FF 0000"));
+  EXPECT_EQ(built(frame), bytes_from_hex("0600 BB FF 0000"));
 }
 
 TEST(FrameInit, NullFrame_DoesNothing) {
@@ -46,34 +46,34 @@ class FrameAdd : public testing::Test {
 
 TEST_F(FrameAdd, Int_IsNineBytesLittleEndian) {
   EXPECT_TRUE(amt_frame_add_int(&m_frame, 1, 0x12345678));
-  EXPECT_EQ(built(m_frame), from_hex("0F00 BB 2D 0900  EE 01 01 0400 78563412"));
+  EXPECT_EQ(built(m_frame), bytes_from_hex("0F00 BB 2D 0900  EE 01 01 0400 78563412"));
 }
 
 TEST_F(FrameAdd, Flag_IsSixBytes) {
   EXPECT_TRUE(amt_frame_add_flag(&m_frame, 7, 0xFE));
-  EXPECT_EQ(built(m_frame), from_hex("0C00 BB 2D 0600  EE 07 04 0100 FE"));
+  EXPECT_EQ(built(m_frame), bytes_from_hex("0C00 BB 2D 0600  EE 07 04 0100 FE"));
 }
 
 TEST_F(FrameAdd, Bytes_KeepZerosInside) {
-  const wire_bytes value = from_hex("00EE00FF");
+  const byte_string value = bytes_from_hex("00EE00FF");
   EXPECT_TRUE(amt_frame_add_bytes(&m_frame, 5, value.data(), value.size()));
-  EXPECT_EQ(built(m_frame), from_hex("0F00 BB 2D 0900  EE 05 03 0400 00EE00FF"));
+  EXPECT_EQ(built(m_frame), bytes_from_hex("0F00 BB 2D 0900  EE 05 03 0400 00EE00FF"));
 }
 
 TEST_F(FrameAdd, NoBytes_IsAnAtomWithoutValue) {
   const std::uint8_t nothing = 0;
   EXPECT_TRUE(amt_frame_add_bytes(&m_frame, 5, &nothing, 0));
-  EXPECT_EQ(built(m_frame), from_hex("0B00 BB 2D 0500  EE 05 03 0000"));
+  EXPECT_EQ(built(m_frame), bytes_from_hex("0B00 BB 2D 0500  EE 05 03 0000"));
 }
 
 TEST_F(FrameAdd, String_HasNoTerminator) {
   EXPECT_TRUE(amt_frame_add_string(&m_frame, 21, "a\"b\r"));
-  EXPECT_EQ(built(m_frame), from_hex("0F00 BB 2D 0900  EE 15 02 0400 6122620D"));
+  EXPECT_EQ(built(m_frame), bytes_from_hex("0F00 BB 2D 0900  EE 15 02 0400 6122620D"));
 }
 
 TEST_F(FrameAdd, EmptyString_IsAnAtomWithoutValue) {
   EXPECT_TRUE(amt_frame_add_string(&m_frame, 21, ""));
-  EXPECT_EQ(built(m_frame), from_hex("0B00 BB 2D 0500  EE 15 02 0000"));
+  EXPECT_EQ(built(m_frame), bytes_from_hex("0B00 BB 2D 0500  EE 15 02 0000"));
 }
 
 TEST_F(FrameAdd, SeveralAtoms_LieBackToBack) {
@@ -81,8 +81,9 @@ TEST_F(FrameAdd, SeveralAtoms_LieBackToBack) {
   EXPECT_TRUE(amt_frame_add_string(&m_frame, 18, "V1"));
   EXPECT_TRUE(amt_frame_add_flag(&m_frame, 3, 0));
   EXPECT_TRUE(amt_frame_add_int(&m_frame, 1, 0xFFFFFF9C));
-  EXPECT_EQ(built(m_frame),
-            from_hex("2500 BB 2D 1F00  EE13010400 10000000  EE12020200 5631  EE03040100 00  EE01010400 9CFFFFFF"));
+  EXPECT_EQ(
+      built(m_frame),
+      bytes_from_hex("2500 BB 2D 1F00  EE13010400 10000000  EE12020200 5631  EE03040100 00  EE01010400 9CFFFFFF"));
 }
 
 TEST_F(FrameAdd, MissingData_IsRefused) {
@@ -105,20 +106,20 @@ TEST_F(FrameAdd, NullFrame_IsRefused) {
 TEST(FrameAddAtTheEnd, IntWithNineBytesFree_FillsTheRecord) {
   const auto frame = frame_with_room(9);
   EXPECT_TRUE(amt_frame_add_int(frame.get(), 1, 0x44332211));
-  EXPECT_EQ(first_bytes(*frame, 6), from_hex("0010 BB 01 FA0F"));
-  EXPECT_EQ(wire_bytes(frame->end() - 9, frame->end()), from_hex("EE 01 01 0400 11223344"));
+  EXPECT_EQ(first_bytes(*frame, 6), bytes_from_hex("0010 BB 01 FA0F"));
+  EXPECT_EQ(byte_string(frame->end() - 9, frame->end()), bytes_from_hex("EE 01 01 0400 11223344"));
 }
 
 TEST(FrameAddAtTheEnd, FlagWithSixBytesFree_FillsTheRecord) {
   const auto frame = frame_with_room(6);
   EXPECT_TRUE(amt_frame_add_flag(frame.get(), 1, 0x77));
-  EXPECT_EQ(wire_bytes(frame->end() - 6, frame->end()), from_hex("EE 01 04 0100 77"));
+  EXPECT_EQ(byte_string(frame->end() - 6, frame->end()), bytes_from_hex("EE 01 04 0100 77"));
 }
 
 TEST(FrameAddAtTheEnd, EmptyStringWithFiveBytesFree_FillsTheRecord) {
   const auto frame = frame_with_room(5);
   EXPECT_TRUE(amt_frame_add_string(frame.get(), 1, ""));
-  EXPECT_EQ(wire_bytes(frame->end() - 5, frame->end()), from_hex("EE 01 02 0000"));
+  EXPECT_EQ(byte_string(frame->end() - 5, frame->end()), bytes_from_hex("EE 01 02 0000"));
 }
 
 TEST(FrameAddAtTheEnd, OneByteTooFew_LeavesTheRecordAsItWas) {
@@ -146,13 +147,13 @@ TEST(FrameAddAtTheEnd, LargestValue_FillsAFreshFrame) {
   auto frame = std::make_unique<amt_frame_st>();
   amt_frame_init(frame.get(), 1);
   EXPECT_TRUE(amt_frame_add_string(frame.get(), 2, std::string(4085, 'x').c_str()));
-  EXPECT_EQ(first_bytes(*frame, 12), from_hex("0010 BB 01 FA0F EE 02 02 F50F 78"));
+  EXPECT_EQ(first_bytes(*frame, 12), bytes_from_hex("0010 BB 01 FA0F EE 02 02 F50F 78"));
   EXPECT_EQ(frame->back(), 'x');
 }
 
 // 65536 and 65542 would look small if they were cut to the 16 bits of a length field.
 TEST(FrameAddAtTheEnd, HugeValue_IsRefused) {
-  const wire_bytes data(70000, 0x33);
+  const byte_string data(70000, 0x33);
   auto frame = std::make_unique<amt_frame_st>();
   amt_frame_init(frame.get(), 1);
   const amt_frame_st before = *frame;

@@ -13,7 +13,7 @@ constexpr const char* EVERY_TYPE =
 
 // A frame whose data length covers all of the buffer and more, with one atom so long that the next one opens at the
 // offset; `tail` lies there.
-frame_owner frame_with_tail_at(std::size_t offset, const wire_bytes& tail) {
+frame_owner frame_with_tail_at(std::size_t offset, const byte_string& tail) {
   auto frame = frame_of("FFFF BB 01 F9FF  EE 02 03");
   amt_write_u16(frame->data() + 9, static_cast<std::uint16_t>(offset - 11));
   std::copy(tail.begin(), tail.end(), frame->begin() + static_cast<std::ptrdiff_t>(offset));
@@ -52,7 +52,7 @@ TEST(FindAtom, EachAtom_IsFoundWithTypeAndValue) {
   EXPECT_EQ(text->m_id, 18);
   EXPECT_EQ(text->m_type, AMT_ATOM_STRING);
   EXPECT_EQ(text->m_length, 4);
-  EXPECT_EQ(wire_bytes(text->m_value.begin(), text->m_value.end()), from_text("V1.0"));
+  EXPECT_EQ(byte_string(text->m_value.begin(), text->m_value.end()), bytes_from_text("V1.0"));
   EXPECT_EQ(amt_frame_find_atom(frame.get(), 19)->m_type, AMT_ATOM_INT);
   EXPECT_EQ(amt_frame_find_atom(frame.get(), 5)->m_type, AMT_ATOM_BYTES);
   EXPECT_EQ(amt_frame_find_atom(frame.get(), 7)->m_type, AMT_ATOM_FLAG);
@@ -97,8 +97,8 @@ TEST(FindAtom, TotalLengthLies_ChangesNothing) {
 }
 
 TEST(FindAtom, DataLengthBeyondTheRecord_EndsWithTheRecord) {
-  wire_bytes bytes = from_hex("FFFF BB 01 FFFF");
-  while (bytes.size() < 4096) bytes = bytes + from_hex("EE 02 03 0000");
+  byte_string bytes = bytes_from_hex("FFFF BB 01 FFFF");
+  while (bytes.size() < 4096) bytes = bytes + bytes_from_hex("EE 02 03 0000");
   ASSERT_EQ(bytes.size(), 4096u);
   const auto frame = frame_of(bytes);
   EXPECT_FALSE(amt_frame_find_atom(frame.get(), 1));
@@ -121,15 +121,16 @@ TEST(FindAtom, ValueLength65535_IsClaimedButCutToTheRecord) {
 // left the record then.
 TEST(FindAtom, CountWraps_IsAbsent) {
   for (const char* length : {"FBFF", "FFFF", "FCFF"}) {
-    const auto frame = frame_of(from_hex("FFFF BB 01 FFFF  EE 02 03") + from_hex(length) + from_hex("EE01010400"));
+    const auto frame =
+        frame_of(bytes_from_hex("FFFF BB 01 FFFF  EE 02 03") + bytes_from_hex(length) + bytes_from_hex("EE01010400"));
     EXPECT_FALSE(amt_frame_find_atom(frame.get(), 1)) << length;
   }
 }
 
 TEST(FindAtom, HeadCutOffByTheRecordsEnd_IsAbsent) {
-  const wire_bytes head = from_hex("EE 01 01 0400");
+  const byte_string head = bytes_from_hex("EE 01 01 0400");
   for (std::size_t offset = 4092; offset <= 4095; ++offset) {
-    const wire_bytes cut(head.begin(), head.begin() + static_cast<std::ptrdiff_t>(4096 - offset));
+    const byte_string cut(head.begin(), head.begin() + static_cast<std::ptrdiff_t>(4096 - offset));
     EXPECT_FALSE(amt_frame_find_atom(frame_with_tail_at(offset, cut).get(), 1)) << offset;
   }
 }
@@ -141,10 +142,10 @@ TEST(FindAtom, OpensBehindTheRecord_IsAbsent) {
 }
 
 TEST(FindAtom, ValueCutOffByTheRecordsEnd_GivesWhatIsThere) {
-  const auto none = frame_with_tail_at(4091, from_hex("EE 01 01 0400"));
+  const auto none = frame_with_tail_at(4091, bytes_from_hex("EE 01 01 0400"));
   EXPECT_EQ(amt_frame_get_int(none.get(), 1), 0u);
   EXPECT_EQ(amt_frame_get_flag(none.get(), 1), 0u);  // present, so not the 1 of a missing flag
-  const auto two = frame_with_tail_at(4089, from_hex("EE 01 01 0400 3412"));
+  const auto two = frame_with_tail_at(4089, bytes_from_hex("EE 01 01 0400 3412"));
   EXPECT_EQ(amt_frame_get_int(two.get(), 1), 0x1234u);
   std::array<std::uint8_t, 4> bytes{9, 9, 9, 9};
   EXPECT_EQ(amt_frame_get_bytes(two.get(), 1, bytes.data(), bytes.size()), 2u);
@@ -161,7 +162,8 @@ TEST(AtomAt, EachOffset_IsAnAtomOnlyWhereOneOpens) {
 }
 
 TEST(AtomAt, OffsetThatWrapsAround_IsOutside) {
-  const auto message = message_of(from_hex("0600 BB 01 0000"), 0xEE000000);  // an atom head right before the frame
+  const auto message =
+      message_of(bytes_from_hex("0600 BB 01 0000"), 0xEE000000);  // an atom head right before the frame
   EXPECT_FALSE(amt_frame_atom_at(&message->m_buf_a, std::numeric_limits<std::size_t>::max()));
 }
 
@@ -226,9 +228,9 @@ TEST(GetBytes, Absent_LeavesTheBufferAlone) {
 
 TEST(GetBytes, ValueLength65535_CopiesWhatLiesInTheRecord) {
   const auto frame = frame_of("FFFF BB 01 F9FF  EE 01 03 FFFF 41424344");
-  wire_bytes buffer(70000, 9);
+  byte_string buffer(70000, 9);
   EXPECT_EQ(amt_frame_get_bytes(frame.get(), 1, buffer.data(), buffer.size()), 4085u);
-  EXPECT_EQ(buffer, from_text("ABCD") + zeros(69996));
+  EXPECT_EQ(buffer, bytes_from_text("ABCD") + zeros(69996));
 }
 
 struct get_string_row_st {

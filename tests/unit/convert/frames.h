@@ -5,16 +5,18 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
-#include <vector>
+#include <span>
+#include <string>
+#include <string_view>
 
 #include "amt/amt-convert/frame.h"
-#include "tests/station/wire.h"
+#include "tests/hex.h"
 
 using frame_owner = std::unique_ptr<amt_frame_st>;
 using message_owner = std::unique_ptr<amt_message_st>;
 
 // The bytes, then zeros.
-inline frame_owner frame_of(const wire_bytes& bytes) {
+inline frame_owner frame_of(const byte_string& bytes) {
   auto frame = std::make_unique<amt_frame_st>();
   frame->fill(0);
   std::copy(bytes.begin(), bytes.end(), frame->begin());
@@ -22,10 +24,15 @@ inline frame_owner frame_of(const wire_bytes& bytes) {
 }
 
 inline frame_owner frame_of(std::string_view hex) {
-  return frame_of(from_hex(hex));
+  return frame_of(bytes_from_hex(hex));
 }
 
-inline message_owner message_of(const wire_bytes& bytes, std::uint32_t length) {
+// The frame's bytes, as many as it states.
+inline std::string text_of(const amt_frame_st& frame) {
+  return to_hex(std::span(frame).first(amt_frame_total_length(&frame)));
+}
+
+inline message_owner message_of(const byte_string& bytes, std::uint32_t length) {
   auto message = std::make_unique<amt_message_st>();
   message->m_buf_len = length;
   message->m_buf_a.fill(0);
@@ -33,14 +40,14 @@ inline message_owner message_of(const wire_bytes& bytes, std::uint32_t length) {
   return message;
 }
 
-inline message_owner message_of(const wire_bytes& bytes) {
+inline message_owner message_of(const byte_string& bytes) {
   return message_of(bytes, static_cast<std::uint32_t>(bytes.size()));
 }
 
-inline wire_bytes first_bytes(const amt_frame_st& frame, std::size_t count) {
+inline byte_string first_bytes(const amt_frame_st& frame, std::size_t count) {
   return {frame.begin(), frame.begin() + static_cast<std::ptrdiff_t>(count)};
 }
 
-inline wire_bytes zeros(std::size_t count) {
-  return wire_bytes(count, 0);
+inline byte_string zeros(std::size_t count) {
+  return byte_string(count, 0);
 }

@@ -44,7 +44,7 @@ constexpr handler_st HANDLERS[] = {
     {"amt_handle_power_off", amt_handle_power_off, 236, "amt/amt-handle"},
 };
 
-class arguments_test : public device_test, public testing::WithParamInterface<handler_st> {
+class Arguments : public device_test, public testing::WithParamInterface<handler_st> {
  protected:
   // Whether the handler refused, logged the flags, and did nothing else.
   void expect_refused(std::uint8_t link, amt_message_st* request, amt_message_st* response, const char* flags) {
@@ -62,7 +62,7 @@ class arguments_test : public device_test, public testing::WithParamInterface<ha
   }
 };
 
-TEST_P(arguments_test, Handler_BadArguments_IsRefusedBeforeADeviceIsTouched) {
+TEST_P(Arguments, Handler_BadArguments_IsRefusedBeforeADeviceIsTouched) {
   install_misc_library();
   amt_message_st request = {};
   amt_message_st response = {};
@@ -74,7 +74,6 @@ TEST_P(arguments_test, Handler_BadArguments_IsRefusedBeforeADeviceIsTouched) {
   expect_refused(AMT_LINK_APP, &request, &response, "0, 0, 1, 0");
 }
 
-INSTANTIATE_TEST_SUITE_P(All, arguments_test, testing::ValuesIn(HANDLERS),
-                         [](const auto& row) { return row.param.m_name; });
+INSTANTIATE_TEST_SUITE_P(All, Arguments, testing::ValuesIn(HANDLERS), [](const auto& row) { return row.param.m_name; });
 
 }  // namespace

@@ -16,9 +16,9 @@ constexpr char ARGUMENTS[] = "/tmp/player-arguments";
 constexpr char AUDIO_OK[] = "0F 00 BB 22 09 00 EE 01 01 04 00 00 00 00 00";
 constexpr char LOOP_OK[] = "0F 00 BB 20 09 00 EE 01 01 04 00 00 00 00 00";
 
-class audio_test : public device_test {
+class Audio : public device_test {
  protected:
-  audio_test() {
+  Audio() {
     fs::remove(PLAYER);
     fs::remove(PID_FILE);
     fs::remove(ARGUMENTS);
@@ -70,7 +70,7 @@ class named_process {
   pid_t m_pid = 0;
 };
 
-TEST_F(audio_test, Audio_Start_RunsThePlayerWithTheConfiguredTone) {
+TEST_F(Audio, Audio_Start_RunsThePlayerWithTheConfiguredTone) {
   install_player();
   EXPECT_EQ(app(33, flag_atom(15, 1)), 0);
   EXPECT_EQ(content_of(ARGUMENTS), "44100 2 1024 /data/etc/tone.wav\n");
@@ -78,14 +78,14 @@ TEST_F(audio_test, Audio_Start_RunsThePlayerWithTheConfiguredTone) {
   EXPECT_TRUE(m_log.has("start audio"));
 }
 
-TEST_F(audio_test, Audio_NoFlag_Starts) {
+TEST_F(Audio, Audio_NoFlag_Starts) {
   install_player();
   EXPECT_EQ(app(33), 0);
   EXPECT_TRUE(fs::exists(ARGUMENTS));
   EXPECT_TRUE(m_log.has("start audio"));
 }
 
-TEST_F(audio_test, Audio_FlagAboveOne_StartsAndIsLoggedAsStop) {
+TEST_F(Audio, Audio_FlagAboveOne_StartsAndIsLoggedAsStop) {
   install_player();
   for (const std::uint8_t flag : {2, 255}) {
     fs::remove(ARGUMENTS);
@@ -98,7 +98,7 @@ TEST_F(audio_test, Audio_FlagAboveOne_StartsAndIsLoggedAsStop) {
 }
 
 // It starts a player and stops none.
-TEST_F(audio_test, Audio_FlagTwo_LeavesARunningPlayerAlone) {
+TEST_F(Audio, Audio_FlagTwo_LeavesARunningPlayerAlone) {
   install_player();
   const named_process player("/tmp/amt-audio");
   write_file(PID_FILE, std::to_string(player.pid()) + "\n");
@@ -107,7 +107,7 @@ TEST_F(audio_test, Audio_FlagTwo_LeavesARunningPlayerAlone) {
   EXPECT_TRUE(fs::exists(PID_FILE));
 }
 
-TEST_F(audio_test, Audio_PlayerFails_IsASystemError) {
+TEST_F(Audio, Audio_PlayerFails_IsASystemError) {
   install_player("3");
   EXPECT_EQ(app(33, flag_atom(15, 1)), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());
@@ -115,14 +115,14 @@ TEST_F(audio_test, Audio_PlayerFails_IsASystemError) {
   EXPECT_TRUE(m_log.contains("system(/system/bin/amt-audio 44100 2 1024 /data/etc/tone.wav) fail: "));
 }
 
-TEST_F(audio_test, Audio_PlayerKilled_IsASystemError) {
+TEST_F(Audio, Audio_PlayerKilled_IsASystemError) {
   write_file(PLAYER, "#!/bin/sh\nkill -9 $$\n");
   fs::permissions(PLAYER, fs::perms(0755));
   EXPECT_EQ(app(33, flag_atom(15, 1)), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());
 }
 
-TEST_F(audio_test, Audio_ShellCannotBeStarted_IsASystemError) {
+TEST_F(Audio, Audio_ShellCannotBeStarted_IsASystemError) {
   install_player();
   g_outside_calls.m_spawn_error = EAGAIN;
   EXPECT_EQ(app(33, flag_atom(15, 1)), ERR_SYSTEM);
@@ -132,14 +132,14 @@ TEST_F(audio_test, Audio_ShellCannotBeStarted_IsASystemError) {
                                  "temporarily unavailable"));
 }
 
-TEST_F(audio_test, Audio_PlayerMissing_IsNamed) {
+TEST_F(Audio, Audio_PlayerMissing_IsNamed) {
   EXPECT_EQ(app(33, flag_atom(15, 1)), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());
   EXPECT_THAT(log(), ElementsAre("amt_device_audio()", device_failure("amt_device_audio", ERR_SYSTEM, "2"),
                                  "access(\"/system/bin/amt-audio\") fail: 2 - No such file or directory"));
 }
 
-TEST_F(audio_test, Audio_ToneMissing_IsNamedAndNothingIsStarted) {
+TEST_F(Audio, Audio_ToneMissing_IsNamedAndNothingIsStarted) {
   install_player();
   fs::remove("/data/etc/tone.wav");
   EXPECT_EQ(app(33, flag_atom(15, 1)), ERR_SYSTEM);
@@ -149,7 +149,7 @@ TEST_F(audio_test, Audio_ToneMissing_IsNamedAndNothingIsStarted) {
   EXPECT_FALSE(fs::exists(ARGUMENTS));
 }
 
-TEST_F(audio_test, Audio_BothMissing_AreBothNamed) {
+TEST_F(Audio, Audio_BothMissing_AreBothNamed) {
   fs::remove("/data/etc/tone.wav");
   EXPECT_EQ(app(33, flag_atom(15, 1)), ERR_SYSTEM);
   EXPECT_TRUE(m_log.has_in_a_row({"access(\"/system/bin/amt-audio\") fail: 2 - No such file or directory",
@@ -158,7 +158,7 @@ TEST_F(audio_test, Audio_BothMissing_AreBothNamed) {
 
 // 98 characters of a command are run: "/system/bin/amt-audio ", three numbers of ten digits and a blank each, and the
 // first 43 characters of the tone's path.
-TEST_F(audio_test, Audio_LongCommand_IsCutAtItsBuffer) {
+TEST_F(Audio, Audio_LongCommand_IsCutAtItsBuffer) {
   install_player();
   const std::string tone = "/data/etc/" + std::string(37, 't');
   ASSERT_EQ(tone.size(), 47u);
@@ -171,13 +171,13 @@ TEST_F(audio_test, Audio_LongCommand_IsCutAtItsBuffer) {
   EXPECT_EQ(content_of(ARGUMENTS), "1000000001 1000000002 1000000003 " + tone.substr(0, 43) + "\n");
 }
 
-TEST_F(audio_test, Audio_StopWithoutPidFile_IsAnsweredOk) {
+TEST_F(Audio, Audio_StopWithoutPidFile_IsAnsweredOk) {
   EXPECT_EQ(app(33, flag_atom(15, 0)), 0);
   EXPECT_EQ(to_app(), AUDIO_OK);
   EXPECT_TRUE(m_log.has("stop audio"));
 }
 
-TEST_F(audio_test, Audio_Stop_KillsThePlayerOfThePidFile) {
+TEST_F(Audio, Audio_Stop_KillsThePlayerOfThePidFile) {
   named_process player("/tmp/amt-audio");
   write_file(PID_FILE, std::to_string(player.pid()) + "\n");
   bool is_pid_file_gone = false;
@@ -191,7 +191,7 @@ TEST_F(audio_test, Audio_Stop_KillsThePlayerOfThePidFile) {
   EXPECT_EQ(to_app(), AUDIO_OK);
 }
 
-TEST_F(audio_test, Audio_StopWithPidOfAnotherProgram_KillsNothing) {
+TEST_F(Audio, Audio_StopWithPidOfAnotherProgram_KillsNothing) {
   const named_process other("/tmp/other-program");
   write_file(PID_FILE, std::to_string(other.pid()) + "\n");
   EXPECT_EQ(app(33, flag_atom(15, 0)), 0);
@@ -203,7 +203,7 @@ TEST_F(audio_test, Audio_StopWithPidOfAnotherProgram_KillsNothing) {
 
 // Numbers that kill takes for a group of processes or for all, as they are or cut to the width of a pid; the first
 // process; the service itself; nothing that is a number.
-TEST_F(audio_test, Audio_StopWithPidFileOfNoPlayer_KillsNothing) {
+TEST_F(Audio, Audio_StopWithPidFileOfNoPlayer_KillsNothing) {
   for (const std::string& content :
        {std::string(""), std::string("junk"), std::string("-"), std::string("0"), std::string("-1"), std::string("1"),
         std::string("4294967295"), std::string("4294967296"), std::string("4294967297"),
@@ -217,7 +217,7 @@ TEST_F(audio_test, Audio_StopWithPidFileOfNoPlayer_KillsNothing) {
   }
 }
 
-TEST_F(audio_test, AudioLoop_Enable_CallsTheBoardsLibrary) {
+TEST_F(Audio, AudioLoop_Enable_CallsTheBoardsLibrary) {
   install_misc_library();
   EXPECT_EQ(app(31, flag_atom(15, 1) + int_atom(30, 7)), 0);
   EXPECT_THAT(g_misc_fake.m_calls, ElementsAre("codec_loop_test(7, 1)"));
@@ -226,7 +226,7 @@ TEST_F(audio_test, AudioLoop_Enable_CallsTheBoardsLibrary) {
       {"will call codec_loop_test. enable:1; type:7.", "stop call codec_loop_test.", "start audio-loop"}));
 }
 
-TEST_F(audio_test, AudioLoop_AnyOtherFlag_Disables) {
+TEST_F(Audio, AudioLoop_AnyOtherFlag_Disables) {
   install_misc_library();
   for (const std::uint8_t flag : {0, 2, 255}) EXPECT_EQ(app(31, flag_atom(15, flag) + int_atom(30, 7)), 0);
   EXPECT_THAT(g_misc_fake.m_calls,
@@ -234,27 +234,27 @@ TEST_F(audio_test, AudioLoop_AnyOtherFlag_Disables) {
   EXPECT_EQ(m_log.count("stop audio-loop"), 3u);
 }
 
-TEST_F(audio_test, AudioLoop_NoAtoms_EnablesTypeZero) {
+TEST_F(Audio, AudioLoop_NoAtoms_EnablesTypeZero) {
   install_misc_library();
   EXPECT_EQ(app(31), 0);
   EXPECT_THAT(g_misc_fake.m_calls, ElementsAre("codec_loop_test(0, 1)"));
 }
 
-TEST_F(audio_test, AudioLoop_LibraryFails_IsAnsweredOkAllTheSame) {
+TEST_F(Audio, AudioLoop_LibraryFails_IsAnsweredOkAllTheSame) {
   install_misc_library();
   g_misc_fake.m_result = -9;
   EXPECT_EQ(app(31, flag_atom(15, 1)), 0);
   EXPECT_EQ(to_app(), LOOP_OK);
 }
 
-TEST_F(audio_test, AudioLoop_NoLibrary_IsASystemError) {
+TEST_F(Audio, AudioLoop_NoLibrary_IsASystemError) {
   EXPECT_EQ(app(31, flag_atom(15, 1)), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());
   EXPECT_THAT(log(), Contains(device_failure("amt_device_audio_loop", ERR_SYSTEM)));
   EXPECT_TRUE(m_log.contains("call dlopen fail: - /system/lib64/hw/amt.vx5210.misc.so"));
 }
 
-TEST_F(audio_test, AudioLoop_OperationMissing_IsASystemError) {
+TEST_F(Audio, AudioLoop_OperationMissing_IsASystemError) {
   fs::copy_file(MISC_EMPTY_LIBRARY, "/system/lib64/hw/amt.vx5210.misc.so");
   EXPECT_EQ(app(31, flag_atom(15, 1)), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());

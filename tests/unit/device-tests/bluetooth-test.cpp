@@ -29,9 +29,9 @@ constexpr char PC_ON[] = "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB AB 09 00 
 constexpr char APP_OK[] = "0F 00 BB AD 09 00 EE 01 01 04 00 00 00 00 00";
 constexpr char PC_OK[] = "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB AD 09 00 EE 01 01 04 00 00 00 00 00 69 7E 05 03";
 
-class bluetooth_test : public device_test {
+class Bluetooth : public device_test {
  protected:
-  bluetooth_test() { g_fork_fails = false; }
+  Bluetooth() { g_fork_fails = false; }
 
   // Asks for Bluetooth on and lets the child end where it would go on as a service. The parent's result; the child's
   // is its exit status, given as a positive number.
@@ -47,7 +47,7 @@ class bluetooth_test : public device_test {
   }
 };
 
-TEST_F(bluetooth_test, On_LibraryAgrees_IsAnsweredByBothProcesses) {
+TEST_F(Bluetooth, On_LibraryAgrees_IsAnsweredByBothProcesses) {
   int child_result = -1;
   EXPECT_EQ(switch_on(AMT_LINK_PC, child_result), 0);
   EXPECT_EQ(child_result, 0);
@@ -58,7 +58,7 @@ TEST_F(bluetooth_test, On_LibraryAgrees_IsAnsweredByBothProcesses) {
   EXPECT_THAT(g_hwt_fake.m_calls, IsEmpty());  // the parent leaves the hardware to the child
 }
 
-TEST_F(bluetooth_test, On_LibraryFails_OnlyTheParentAnswers) {
+TEST_F(Bluetooth, On_LibraryFails_OnlyTheParentAnswers) {
   g_hwt_fake.m_results = {{"hwt_btCtrl(1)", 9}};
   int child_result = -1;
   EXPECT_EQ(switch_on(AMT_LINK_PC, child_result), 0);
@@ -69,7 +69,7 @@ TEST_F(bluetooth_test, On_LibraryFails_OnlyTheParentAnswers) {
   EXPECT_EQ(to_app(), APP_ON);
 }
 
-TEST_F(bluetooth_test, On_ForkFails_IsASystemError) {
+TEST_F(Bluetooth, On_ForkFails_IsASystemError) {
   g_fork_fails = true;
   EXPECT_EQ(pc(170), ERR_SYSTEM);
   EXPECT_EQ(app(170), ERR_SYSTEM);
@@ -78,7 +78,7 @@ TEST_F(bluetooth_test, On_ForkFails_IsASystemError) {
   EXPECT_EQ(m_log.count("error to exec: hciattach"), 2u);
 }
 
-TEST_F(bluetooth_test, On_InTheChild_LogsItsSteps) {
+TEST_F(Bluetooth, On_InTheChild_LogsItsSteps) {
   g_hwt_fake.m_results = {{"hwt_btCtrl(1)", 9}};
   const pid_t self = getpid();
   pc(170);
@@ -97,7 +97,7 @@ TEST_F(bluetooth_test, On_InTheChild_LogsItsSteps) {
   EXPECT_EQ(status, 0);
 }
 
-TEST_F(bluetooth_test, On_InTheChild_ForgetsTheParentsThreads) {
+TEST_F(Bluetooth, On_InTheChild_ForgetsTheParentsThreads) {
   const pid_t self = getpid();
   g_handle_context.m_modem_thread.m_tid = 1111;
   pc(170);
@@ -108,7 +108,7 @@ TEST_F(bluetooth_test, On_InTheChild_ForgetsTheParentsThreads) {
   EXPECT_EQ(g_handle_context.m_modem_thread.m_tid, 1111);
 }
 
-TEST_F(bluetooth_test, Address_Read_IsAnsweredOnBothLinks) {
+TEST_F(Bluetooth, Address_Read_IsAnsweredOnBothLinks) {
   write_file(RECORD, "00:11:22:33:44:55\n");
   EXPECT_EQ(pc(172, int_atom(110, 1)), 0);
   EXPECT_EQ(app(172, int_atom(110, 1)), 0);
@@ -122,13 +122,13 @@ TEST_F(bluetooth_test, Address_Read_IsAnsweredOnBothLinks) {
   EXPECT_TRUE(m_log.has("read BT address: 00:11:22:33:44:55"));
 }
 
-TEST_F(bluetooth_test, Address_ReadOfALongWord_TakesFiftyNineCharacters) {
+TEST_F(Bluetooth, Address_ReadOfALongWord_TakesFiftyNineCharacters) {
   write_file(RECORD, std::string(70, 'a'));
   EXPECT_EQ(app(172, int_atom(110, 1)), 0);
   EXPECT_TRUE(m_log.has("read BT address: " + std::string(59, 'a')));
 }
 
-TEST_F(bluetooth_test, Address_ReadWithoutRecord_IsABadArgument) {
+TEST_F(Bluetooth, Address_ReadWithoutRecord_IsABadArgument) {
   EXPECT_EQ(pc(172, int_atom(110, 1)), ERR_ARGUMENT);
   EXPECT_EQ(app(172, int_atom(110, 1)), ERR_ARGUMENT);
   EXPECT_TRUE(is_silent());
@@ -136,7 +136,7 @@ TEST_F(bluetooth_test, Address_ReadWithoutRecord_IsABadArgument) {
   EXPECT_TRUE(m_log.has("open(\"/amt/BT/BT_Address.txt\") fail: 2 - No such file or directory"));
 }
 
-TEST_F(bluetooth_test, Address_ReadOfAnEmptyRecord_Fails) {
+TEST_F(Bluetooth, Address_ReadOfAnEmptyRecord_Fails) {
   write_file(RECORD, "");
   EXPECT_EQ(pc(172, int_atom(110, 1)), ERR_FAIL);
   EXPECT_EQ(app(172, int_atom(110, 1)), ERR_FAIL);
@@ -145,7 +145,7 @@ TEST_F(bluetooth_test, Address_ReadOfAnEmptyRecord_Fails) {
   EXPECT_THAT(log(), Contains(device_failure("amt_device_bt_address", ERR_FAIL)).Times(2));
 }
 
-TEST_F(bluetooth_test, Address_Write_ReachesTheRecordAndLocksItsFolder) {
+TEST_F(Bluetooth, Address_Write_ReachesTheRecordAndLocksItsFolder) {
   write_file(RECORD, "older and longer than the new one\n");
   EXPECT_EQ(pc(172, int_atom(110, 2) + string_atom(111, "00:11:22:33:44:55")), 0);
   EXPECT_EQ(content_of(RECORD), "00:11:22:33:44:55\n");
@@ -157,13 +157,13 @@ TEST_F(bluetooth_test, Address_Write_ReachesTheRecordAndLocksItsFolder) {
   EXPECT_TRUE(m_log.has("path = /amt/BT change to chmod -R 555"));
 }
 
-TEST_F(bluetooth_test, Address_WriteFromTheApplication_IsAnsweredBare) {
+TEST_F(Bluetooth, Address_WriteFromTheApplication_IsAnsweredBare) {
   EXPECT_EQ(app(172, int_atom(110, 2) + string_atom(111, std::string(59, 'a'))), 0);
   EXPECT_EQ(content_of(RECORD), std::string(59, 'a') + "\n");
   EXPECT_EQ(to_app(), APP_OK);
 }
 
-TEST_F(bluetooth_test, Address_WriteOfARefusedText_EmptiesTheRecord) {
+TEST_F(Bluetooth, Address_WriteOfARefusedText_EmptiesTheRecord) {
   const std::string refused[] = {"", string_atom(111, ""), string_atom(111, std::string(60, 'a')),
                                  string_atom(111, std::string(61, 'a')),
                                  string_atom(111, std::string("00:11\0:22", 9))};
@@ -182,7 +182,7 @@ TEST_F(bluetooth_test, Address_WriteOfARefusedText_EmptiesTheRecord) {
   EXPECT_NE(fs::status("/amt/BT").permissions(), fs::perms(0555));
 }
 
-TEST_F(bluetooth_test, Address_WriteWithoutFolder_IsASystemError) {
+TEST_F(Bluetooth, Address_WriteWithoutFolder_IsASystemError) {
   fs::remove_all("/amt/BT");
   EXPECT_EQ(pc(172, int_atom(110, 2) + string_atom(111, "00:11")), ERR_SYSTEM);
   EXPECT_EQ(app(172, int_atom(110, 2) + string_atom(111, "00:11")), ERR_SYSTEM);
@@ -192,7 +192,7 @@ TEST_F(bluetooth_test, Address_WriteWithoutFolder_IsASystemError) {
   EXPECT_EQ(sync_calls(), "");
 }
 
-TEST_F(bluetooth_test, Address_WriteFails_IsASystemErrorAndFlushedAllTheSame) {
+TEST_F(Bluetooth, Address_WriteFails_IsASystemErrorAndFlushedAllTheSame) {
   make_full_file(RECORD);
   EXPECT_EQ(pc(172, int_atom(110, 2) + string_atom(111, "00:11")), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());
@@ -215,7 +215,7 @@ constexpr step_st STEPS[] = {
     {11, "hwt_btCtrl(1)", "BT-start open", "hwt_btCtrl"},
 };
 
-TEST_F(bluetooth_test, Hardware_LibraryAgrees_IsAnsweredOnBothLinks) {
+TEST_F(Bluetooth, Hardware_LibraryAgrees_IsAnsweredOnBothLinks) {
   for (const auto& row : STEPS) {
     g_hwt_fake.m_calls.clear();
     EXPECT_EQ(pc(172, int_atom(110, row.m_operation)), 0);
@@ -228,7 +228,7 @@ TEST_F(bluetooth_test, Hardware_LibraryAgrees_IsAnsweredOnBothLinks) {
   }
 }
 
-TEST_F(bluetooth_test, Hardware_LibraryFails_SendsNothing) {
+TEST_F(Bluetooth, Hardware_LibraryFails_SendsNothing) {
   for (const auto& row : STEPS) {
     g_hwt_fake.m_results = {{row.m_call, -4}};
     const std::string step = row.m_step;
@@ -245,7 +245,7 @@ TEST_F(bluetooth_test, Hardware_LibraryFails_SendsNothing) {
   EXPECT_TRUE(is_silent());
 }
 
-TEST_F(bluetooth_test, Address_UnknownOperation_IsRefused) {
+TEST_F(Bluetooth, Address_UnknownOperation_IsRefused) {
   const std::pair<std::uint32_t, std::string> rows[] = {{0, "0"},
                                                         {4, "4"},
                                                         {9, "9"},

@@ -56,14 +56,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class camera_test : public device_test {
+class Camera : public device_test {
  protected:
-  camera_test() {
+  Camera() {
     g_driver = {};
     if (!fs::exists(VIDEO)) write_file(VIDEO, "");
     allow_device(fs::perms::owner_read | fs::perms::owner_write);
   }
-  ~camera_test() override { allow_device(fs::perms::owner_read | fs::perms::owner_write); }
+  ~Camera() override { allow_device(fs::perms::owner_read | fs::perms::owner_write); }
 
   // The phone root may hold the device as a mount, which can be closed to everybody but not removed.
   static void allow_device(fs::perms permissions) { fs::permissions(VIDEO, permissions); }
@@ -80,26 +80,26 @@ class camera_test : public device_test {
   }
 };
 
-TEST_F(camera_test, Camera_MainPreview_SelectsOne) {
+TEST_F(Camera, Camera_MainPreview_SelectsOne) {
   EXPECT_EQ(app(139), 0);
   EXPECT_THAT(g_driver.m_calls, ElementsAre("select 1"));
   EXPECT_EQ(to_app(), "0F 00 BB 8C 09 00 EE 01 01 04 00 00 00 00 00");
 }
 
-TEST_F(camera_test, Camera_SecondPreview_SelectsZero) {
+TEST_F(Camera, Camera_SecondPreview_SelectsZero) {
   EXPECT_EQ(app(147), 0);
   EXPECT_THAT(g_driver.m_calls, ElementsAre("select 0"));
   EXPECT_EQ(to_app(), "0F 00 BB 94 09 00 EE 01 01 04 00 00 00 00 00");
 }
 
-TEST_F(camera_test, Camera_AnyOtherRequest_Fails) {
+TEST_F(Camera, Camera_AnyOtherRequest_Fails) {
   EXPECT_EQ(ask_handler(amt_device_camera, AMT_LINK_APP, 141, ""), ERR_FAIL);
   EXPECT_THAT(g_driver.m_calls, IsEmpty());
   EXPECT_TRUE(is_silent());
   EXPECT_THAT(log(), ElementsAre("amt_device_camera()", device_failure("amt_device_camera", ERR_FAIL)));
 }
 
-TEST_F(camera_test, Camera_NoDevice_Fails) {
+TEST_F(Camera, Camera_NoDevice_Fails) {
   forbid_device();
   EXPECT_EQ(app(139), ERR_FAIL);
   EXPECT_TRUE(is_silent());
@@ -107,7 +107,7 @@ TEST_F(camera_test, Camera_NoDevice_Fails) {
                                  device_failure("amt_device_camera", -1)));
 }
 
-TEST_F(camera_test, Camera_DriverRefuses_Fails) {
+TEST_F(Camera, Camera_DriverRefuses_Fails) {
   g_driver.m_errors = {{SELECT_CAMERA, EINVAL}};
   EXPECT_EQ(app(147), ERR_FAIL);
   EXPECT_TRUE(is_silent());
@@ -115,7 +115,7 @@ TEST_F(camera_test, Camera_DriverRefuses_Fails) {
                                  device_failure("amt_device_camera", -1)));
 }
 
-TEST_F(camera_test, Camera_DeviceAsDescriptorZero_Fails) {
+TEST_F(Camera, Camera_DeviceAsDescriptorZero_Fails) {
   const int input = dup(0);
   close(0);
   EXPECT_EQ(app(139), ERR_FAIL);
@@ -129,14 +129,14 @@ TEST_F(camera_test, Camera_DeviceAsDescriptorZero_Fails) {
   EXPECT_TRUE(is_silent());
 }
 
-TEST_F(camera_test, CameraControl_One_SetsTheInputAndZero) {
+TEST_F(Camera, CameraControl_One_SetsTheInputAndZero) {
   EXPECT_EQ(app(180, int_atom(112, 1)), 0);
   EXPECT_THAT(g_driver.m_calls, ElementsAre("input 1", "control 0"));
   EXPECT_EQ(to_app(), "18 00 BB B5 12 00 EE 71 01 04 00 00 00 00 00 EE 01 01 04 00 00 00 00 00");
   EXPECT_TRUE(m_log.has_in_a_row({"amt_device_camera_control()", CONTROL_LINE, "update result: 0"}));
 }
 
-TEST_F(camera_test, CameraControl_Two_GivesTheDriversResult) {
+TEST_F(Camera, CameraControl_Two_GivesTheDriversResult) {
   g_driver.m_control_result = 7;
   EXPECT_EQ(app(180, int_atom(112, 2)), 0);
   EXPECT_THAT(g_driver.m_calls, ElementsAre("input 1", "control 1"));
@@ -144,14 +144,14 @@ TEST_F(camera_test, CameraControl_Two_GivesTheDriversResult) {
   EXPECT_TRUE(m_log.has("update result: 7"));
 }
 
-TEST_F(camera_test, CameraControl_OnThePcLink_IsWrapped) {
+TEST_F(Camera, CameraControl_OnThePcLink_IsWrapped) {
   EXPECT_EQ(ask_handler(amt_device_camera_control, AMT_LINK_PC, 180, int_atom(112, 1)), 0);
   EXPECT_EQ(to_pc(),
             "AA BB CC DD 20 00 00 00 02 00 00 00 18 00 BB B5 12 00 EE 71 01 04 00 00 00 00 00 "
             "EE 01 01 04 00 00 00 00 00 8F DD F0 33");
 }
 
-TEST_F(camera_test, CameraControl_NoSuchInput_IsResultThree) {
+TEST_F(Camera, CameraControl_NoSuchInput_IsResultThree) {
   g_driver.m_errors = {{SET_INPUT, ENODEV}};
   EXPECT_EQ(app(180, int_atom(112, 1)), 0);
   EXPECT_THAT(g_driver.m_calls, ElementsAre("input 1"));
@@ -159,28 +159,28 @@ TEST_F(camera_test, CameraControl_NoSuchInput_IsResultThree) {
   EXPECT_TRUE(m_log.has("update result: 3"));
 }
 
-TEST_F(camera_test, CameraControl_InputRefused_Fails) {
+TEST_F(Camera, CameraControl_InputRefused_Fails) {
   g_driver.m_errors = {{SET_INPUT, EBUSY}};
   EXPECT_EQ(app(180, int_atom(112, 1)), ERR_FAIL);
   EXPECT_THAT(g_driver.m_calls, ElementsAre("input 1"));
   expect_refused({"sys call: ioctl() failed! errno = 16", device_failure("amt_device_camera_control", -1)});
 }
 
-TEST_F(camera_test, CameraControl_ControlRefused_Fails) {
+TEST_F(Camera, CameraControl_ControlRefused_Fails) {
   g_driver.m_errors = {{CONTROL_CAMERA, ENODEV}};
   EXPECT_EQ(app(180, int_atom(112, 2)), ERR_FAIL);
   expect_refused({"sys call: ioctl() failed! errno = 19", device_failure("amt_device_camera_control", -1)});
 }
 
 // A driver may give any number; the error of a call is not the only negative one.
-TEST_F(camera_test, CameraControl_NegativeResult_Fails) {
+TEST_F(Camera, CameraControl_NegativeResult_Fails) {
   g_driver.m_control_result = -3;
   EXPECT_EQ(app(180, int_atom(112, 2)), ERR_FAIL);
   EXPECT_TRUE(is_silent());
   EXPECT_THAT(log(), Contains(device_failure("amt_device_camera_control", -1)));
 }
 
-TEST_F(camera_test, CameraControl_InvalidId_NeverOpensTheDevice) {
+TEST_F(Camera, CameraControl_InvalidId_NeverOpensTheDevice) {
   forbid_device();
   for (const auto& [id, shown] : {std::pair(0u, "0"),
                                   {3u, "3"},
@@ -194,19 +194,19 @@ TEST_F(camera_test, CameraControl_InvalidId_NeverOpensTheDevice) {
   }
 }
 
-TEST_F(camera_test, CameraControl_NoAtom_IsControlZeroAndInvalid) {
+TEST_F(Camera, CameraControl_NoAtom_IsControlZeroAndInvalid) {
   EXPECT_EQ(app(180), ERR_FAIL);
   EXPECT_TRUE(m_log.has("invalid control_id: 0"));
   EXPECT_THAT(g_driver.m_calls, IsEmpty());
 }
 
-TEST_F(camera_test, CameraControl_NoDevice_Fails) {
+TEST_F(Camera, CameraControl_NoDevice_Fails) {
   forbid_device();
   EXPECT_EQ(app(180, int_atom(112, 1)), ERR_FAIL);
   expect_refused({"sys call: open() failed! errno = 13", device_failure("amt_device_camera_control", -1)});
 }
 
-TEST_F(camera_test, Cameras_EveryOutcome_LeavesNoDescriptorOpen) {
+TEST_F(Camera, Cameras_EveryOutcome_LeavesNoDescriptorOpen) {
   const std::size_t before = open_descriptors();
   app(139);
   app(180, int_atom(112, 1));

@@ -44,7 +44,7 @@ const std::vector<storage_st> BOTH_STORAGES = {{"/storage/sdcard0", "size=1024k"
 const std::vector<std::string> LINES_1024_KB = {"external tf card capability: 1024 KB", "tf card capability: 1024 KB"};
 const std::vector<std::string> LINES_2048_KB = {"external tf card capability: 2048 KB", "tf card capability: 2048 KB"};
 
-class card_test : public device_test {
+class Card : public device_test {
  protected:
   // What the card's request is answered with in a process that has these storages; "" when it cannot have them, or does
   // not log how the request ended.
@@ -57,56 +57,56 @@ class card_test : public device_test {
   }
 };
 
-TEST_F(card_test, Card_NoConfig_IsTheSecondStorage) {
+TEST_F(Card, Card_NoConfig_IsTheSecondStorage) {
   EXPECT_EQ(answer_with(BOTH_STORAGES, LINES_2048_KB), CARD_2048_KB);
 }
 
-TEST_F(card_test, Card_ConfigOne_IsTheFirstStorage) {
+TEST_F(Card, Card_ConfigOne_IsTheFirstStorage) {
   for (const char* config : {"1", " \n1", "1x", "+01"}) {
     write_file(CONFIG, config);
     EXPECT_EQ(answer_with(BOTH_STORAGES, LINES_1024_KB), CARD_1024_KB) << config;
   }
 }
 
-TEST_F(card_test, Card_AnyOtherConfig_IsTheSecondStorage) {
+TEST_F(Card, Card_AnyOtherConfig_IsTheSecondStorage) {
   for (const char* config : {"0", "2", "11", "-1", "one", "", "-", "99999999999999999999", "-99999999999999999999"}) {
     write_file(CONFIG, config);
     EXPECT_EQ(answer_with(BOTH_STORAGES, LINES_2048_KB), CARD_2048_KB) << config;
   }
 }
 
-TEST_F(card_test, Card_ConfigIsAFolder_IsTheSecondStorage) {
+TEST_F(Card, Card_ConfigIsAFolder_IsTheSecondStorage) {
   fs::create_directories(CONFIG);
   EXPECT_EQ(answer_with(BOTH_STORAGES, LINES_2048_KB), CARD_2048_KB);
 }
 
 // 5 TiB: the number has 32 bits.
-TEST_F(card_test, Card_TooLargeForItsNumber_KeepsTheLowBits) {
+TEST_F(Card, Card_TooLargeForItsNumber_KeepsTheLowBits) {
   EXPECT_EQ(answer_with({{"/storage/sdcard1", "size=5120g"}},
                         {"external tf card capability: 1073741824 KB", "tf card capability: 1073741824 KB"}),
             "18 00 BB 8A 12 00 EE 37 01 04 00 00 00 00 40 EE 01 01 04 00 00 00 00 00");
 }
 
 // 3 TiB: a signed number would be negative.
-TEST_F(card_test, Card_WithTheHighestBit_IsUnsigned) {
+TEST_F(Card, Card_WithTheHighestBit_IsUnsigned) {
   EXPECT_EQ(answer_with({{"/storage/sdcard1", "size=3072g"}},
                         {"external tf card capability: 3221225472 KB", "tf card capability: 3221225472 KB"}),
             "18 00 BB 8A 12 00 EE 37 01 04 00 00 00 00 C0 EE 01 01 04 00 00 00 00 00");
 }
 
 // The path is looked for anywhere in a line: another card makes its folder, on the file system around it, count.
-TEST_F(card_test, Card_NameInsideAnotherMount_IsTheFileSystemAroundIt) {
+TEST_F(Card, Card_NameInsideAnotherMount_IsTheFileSystemAroundIt) {
   EXPECT_EQ(answer_with({{"/storage", "size=1024k"}, {"/storage/sdcard1/not", "size=2048k"}}, LINES_1024_KB),
             CARD_1024_KB);
 }
 
-TEST_F(card_test, Card_NameInsideAnotherMountWithoutItsFolder_IsZero) {
+TEST_F(Card, Card_NameInsideAnotherMountWithoutItsFolder_IsZero) {
   EXPECT_EQ(answer_with({{"/storage", "size=1024k"}, {"/storage/sdcard10", "size=2048k"}},
                         {"sys call: statfs() failed! errno = 2"}),
             NO_CARD);
 }
 
-TEST_F(card_test, Card_NotMounted_IsZeroAndNoError) {
+TEST_F(Card, Card_NotMounted_IsZeroAndNoError) {
   EXPECT_EQ(app(137), 0);
   EXPECT_EQ(to_app(), NO_CARD);
   EXPECT_TRUE(m_log.has_in_a_row({"amt_device_tf_card--->will open storage config file: /data/etc/storage.config",
@@ -117,7 +117,7 @@ TEST_F(card_test, Card_NotMounted_IsZeroAndNoError) {
   EXPECT_FALSE(m_log.contains("external tf card capability"));
 }
 
-TEST_F(card_test, Card_ConfigRead_IsLogged) {
+TEST_F(Card, Card_ConfigRead_IsLogged) {
   write_file(CONFIG, "1\n");
   EXPECT_EQ(app(137), 0);
   EXPECT_TRUE(m_log.has_in_a_row({"amt_device_tf_card--->getted storage config value: 1",
@@ -125,7 +125,7 @@ TEST_F(card_test, Card_ConfigRead_IsLogged) {
                                   "amt_device_tf_card--->external sd card path: /storage/sdcard0"}));
 }
 
-TEST_F(card_test, Card_LinkClosed_GivesTheSendersResult) {
+TEST_F(Card, Card_LinkClosed_GivesTheSendersResult) {
   close_links();
   EXPECT_EQ(app(137), ERR_FAIL);
 }

@@ -11,20 +11,20 @@ constexpr char VIBRATOR_OK[] = "0F 00 BB 24 09 00 EE 01 01 04 00 00 00 00 00";
 constexpr char BUTTON_OK[] = "0F 00 BB 26 09 00 EE 01 01 04 00 00 00 00 00";
 constexpr char BRIGHTNESS_OK[] = "0F 00 BB 3A 09 00 EE 01 01 04 00 00 00 00 00";
 
-using display_test = device_test;
+using Display = device_test;
 
-TEST_F(display_test, LcdColor_Asked_IsAnsweredWithoutADevice) {
+TEST_F(Display, LcdColor_Asked_IsAnsweredWithoutADevice) {
   EXPECT_EQ(app(29), 0);
   EXPECT_EQ(to_app(), COLOR_OK);
   EXPECT_TRUE(std::filesystem::is_empty("/sys/class"));
 }
 
-TEST_F(display_test, LcdColor_LinkClosed_GivesTheSendersResult) {
+TEST_F(Display, LcdColor_LinkClosed_GivesTheSendersResult) {
   close_links();
   EXPECT_EQ(app(29), ERR_FAIL);
 }
 
-TEST_F(display_test, LcdBrightness_LevelUpTo255_IsWritten) {
+TEST_F(Display, LcdBrightness_LevelUpTo255_IsWritten) {
   for (const std::uint32_t level : {0u, 100u, 255u}) {
     write_file(LCD, "80");
     EXPECT_EQ(app(57, int_atom(26, level)), 0);
@@ -35,7 +35,7 @@ TEST_F(display_test, LcdBrightness_LevelUpTo255_IsWritten) {
                                   "amt_device_lcd_brightness src_lcd_brightness: 80", "lcd_brightness: 100"}));
 }
 
-TEST_F(display_test, LcdBrightness_LevelAbove255_RestoresWhatThePhoneHadFirst) {
+TEST_F(Display, LcdBrightness_LevelAbove255_RestoresWhatThePhoneHadFirst) {
   write_file(LCD, "80");
   app(57, int_atom(26, 100));
   for (const std::uint32_t level : {256u, 300u, 0xFFFFFFFFu}) {
@@ -47,13 +47,13 @@ TEST_F(display_test, LcdBrightness_LevelAbove255_RestoresWhatThePhoneHadFirst) {
                                   "amt_device_lcd_brightness src_lcd_brightness: 80", "src_lcd_brightness: 80"}));
 }
 
-TEST_F(display_test, LcdBrightness_PhoneHadMoreThan255_RestoreGives200) {
+TEST_F(Display, LcdBrightness_PhoneHadMoreThan255_RestoreGives200) {
   write_file(LCD, "1023");
   EXPECT_EQ(app(57, int_atom(26, 300)), 0);
   EXPECT_EQ(content_of(LCD), "200");
 }
 
-TEST_F(display_test, LcdBrightness_NeverReadable_RestoreGives200AndReadingIsTriedAgain) {
+TEST_F(Display, LcdBrightness_NeverReadable_RestoreGives200AndReadingIsTriedAgain) {
   write_file(LCD, "bright");
   EXPECT_EQ(app(57, int_atom(26, 300)), 0);
   EXPECT_EQ(content_of(LCD), "200");
@@ -66,14 +66,14 @@ TEST_F(display_test, LcdBrightness_NeverReadable_RestoreGives200AndReadingIsTrie
   EXPECT_EQ(content_of(LCD), "70");
 }
 
-TEST_F(display_test, LcdBrightness_NoAtom_WritesZero) {
+TEST_F(Display, LcdBrightness_NoAtom_WritesZero) {
   write_file(LCD, "80");
   EXPECT_EQ(app(57), 0);
   EXPECT_EQ(content_of(LCD), "0");
 }
 
 // What a file holds that names no brightness to go back to; a number that an int cannot hold is none either.
-TEST_F(display_test, LcdBrightness_FileOfNoUse_RestoreGives200) {
+TEST_F(Display, LcdBrightness_FileOfNoUse_RestoreGives200) {
   for (const char* content : {"", " ", "-", "bright", "\xFF\xFE", "-5", "256", "2147483647", "99999999999999999999"}) {
     g_src_lcd_brightness = -1;
     write_file(LCD, content);
@@ -83,7 +83,7 @@ TEST_F(display_test, LcdBrightness_FileOfNoUse_RestoreGives200) {
   }
 }
 
-TEST_F(display_test, LcdBrightness_ReadAsNegativeAndThenNotReadable_StaysAsItWas) {
+TEST_F(Display, LcdBrightness_ReadAsNegativeAndThenNotReadable_StaysAsItWas) {
   write_file(LCD, "-5");
   app(57, int_atom(26, 300));
   write_file(LCD, "bright");
@@ -91,17 +91,17 @@ TEST_F(display_test, LcdBrightness_ReadAsNegativeAndThenNotReadable_StaysAsItWas
   EXPECT_EQ(m_log.count("amt_device_lcd_brightness src_lcd_brightness: -5"), 2u);
 }
 
-TEST_F(display_test, LcdBrightness_AtomOfAnotherLength_IsItsFirstFourBytes) {
+TEST_F(Display, LcdBrightness_AtomOfAnotherLength_IsItsFirstFourBytes) {
   const std::pair<std::string, const char*> rows[] = {
       {"", "0"}, {"\x07", "7"}, {std::string("\x07\x01", 2), "80"}, {std::string("\x07\0\0\0\x09", 5), "7"}};
   for (const auto& [value, written] : rows) {
     write_file(LCD, "80");
     EXPECT_EQ(app(57, atom(26, 1, value)), 0);
-    EXPECT_EQ(content_of(LCD), written) << hex_of(value);
+    EXPECT_EQ(content_of(LCD), written) << to_hex(value);
   }
 }
 
-TEST_F(display_test, LcdBrightness_FileMissing_GivesZeroAndNoAnswerAtAll) {
+TEST_F(Display, LcdBrightness_FileMissing_GivesZeroAndNoAnswerAtAll) {
   EXPECT_EQ(app(57, int_atom(26, 100)), 0);
   EXPECT_TRUE(is_silent());
   EXPECT_TRUE(is_clear(g_handle_context.m_response));
@@ -112,7 +112,7 @@ TEST_F(display_test, LcdBrightness_FileMissing_GivesZeroAndNoAnswerAtAll) {
                          "amt_device_lcd_brightness src_lcd_brightness: -1", "lcd_brightness: 100", trace, missing));
 }
 
-TEST_F(display_test, LcdBrightness_MayOnlyBeRead_GivesZeroAndNoAnswerAtAll) {
+TEST_F(Display, LcdBrightness_MayOnlyBeRead_GivesZeroAndNoAnswerAtAll) {
   write_file(LCD, "80");
   std::filesystem::permissions(LCD, std::filesystem::perms::owner_read);
   EXPECT_EQ(app(57, int_atom(26, 100)), 0);
@@ -125,7 +125,7 @@ TEST_F(display_test, LcdBrightness_MayOnlyBeRead_GivesZeroAndNoAnswerAtAll) {
                           "Open file \"/sys/class/leds/lcd-backlight/brightness\" fail: 13 - Permission denied"));
 }
 
-TEST_F(display_test, LcdBrightness_WriteFails_GivesZeroAndNoAnswerAtAll) {
+TEST_F(Display, LcdBrightness_WriteFails_GivesZeroAndNoAnswerAtAll) {
   make_full_file(LCD);
   g_src_lcd_brightness = 80;
   EXPECT_EQ(app(57, int_atom(26, 100)), 0);
@@ -137,14 +137,14 @@ TEST_F(display_test, LcdBrightness_WriteFails_GivesZeroAndNoAnswerAtAll) {
                                  "fprintf() return: -1; 28 - No space left on device"));
 }
 
-TEST_F(display_test, LcdBrightness_LinkClosed_GivesZero) {
+TEST_F(Display, LcdBrightness_LinkClosed_GivesZero) {
   write_file(LCD, "80");
   close_links();
   EXPECT_EQ(app(57, int_atom(26, 100)), 0);
   EXPECT_EQ(content_of(LCD), "100");
 }
 
-TEST_F(display_test, Vibrator_Start_GetsAThreeSecondPulse) {
+TEST_F(Display, Vibrator_Start_GetsAThreeSecondPulse) {
   write_file(VIBRATOR, "0");
   EXPECT_EQ(app(35, flag_atom(15, 1)), 0);
   EXPECT_EQ(content_of(VIBRATOR), "3000");
@@ -152,14 +152,14 @@ TEST_F(display_test, Vibrator_Start_GetsAThreeSecondPulse) {
   EXPECT_TRUE(m_log.has("start vibrator"));
 }
 
-TEST_F(display_test, Vibrator_NoFlag_Starts) {
+TEST_F(Display, Vibrator_NoFlag_Starts) {
   write_file(VIBRATOR, "0");
   EXPECT_EQ(app(35), 0);
   EXPECT_EQ(content_of(VIBRATOR), "3000");
   EXPECT_TRUE(m_log.has("start vibrator"));
 }
 
-TEST_F(display_test, Vibrator_FlagAboveOne_StartsAndIsLoggedAsStop) {
+TEST_F(Display, Vibrator_FlagAboveOne_StartsAndIsLoggedAsStop) {
   for (const std::uint8_t flag : {2, 128, 255}) {
     write_file(VIBRATOR, "0");
     m_log.clear();
@@ -172,18 +172,18 @@ TEST_F(display_test, Vibrator_FlagAboveOne_StartsAndIsLoggedAsStop) {
 }
 
 // A flag is its atom's first four bytes, whatever the atom says of its type and length; without a byte it is 0.
-TEST_F(display_test, Vibrator_FlagOfAnotherLength_IsItsNumber) {
+TEST_F(Display, Vibrator_FlagOfAnotherLength_IsItsNumber) {
   const std::tuple<std::uint8_t, std::string, const char*> rows[] = {
       {4, "", "0"}, {4, std::string("\0\x01", 2), "3000"}, {1, std::string(4, '\0'), "0"}, {2, "0", "3000"}};
   for (const auto& [type, value, written] : rows) {
     write_file(VIBRATOR, "9");
     EXPECT_EQ(app(35, atom(15, type, value)), 0);
-    EXPECT_EQ(content_of(VIBRATOR), written) << hex_of(value);
+    EXPECT_EQ(content_of(VIBRATOR), written) << to_hex(value);
     EXPECT_EQ(to_app(), VIBRATOR_OK);
   }
 }
 
-TEST_F(display_test, Vibrator_Stop_WritesZero) {
+TEST_F(Display, Vibrator_Stop_WritesZero) {
   write_file(VIBRATOR, "3000");
   EXPECT_EQ(app(35, flag_atom(15, 0)), 0);
   EXPECT_EQ(content_of(VIBRATOR), "0");
@@ -191,14 +191,14 @@ TEST_F(display_test, Vibrator_Stop_WritesZero) {
   EXPECT_TRUE(m_log.has("stop vibrator"));
 }
 
-TEST_F(display_test, Vibrator_FileMissing_IsASystemError) {
+TEST_F(Display, Vibrator_FileMissing_IsASystemError) {
   for (const std::uint8_t operation : {0, 1}) EXPECT_EQ(app(35, flag_atom(15, operation)), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());
   EXPECT_THAT(log(), Contains(device_failure("amt_device_vibrator", ERR_SYSTEM, "2")).Times(2));
   EXPECT_TRUE(m_log.has("Open file \"/sys/class/timed_output/vibrator/enable\" fail: 2 - No such file or directory"));
 }
 
-TEST_F(display_test, Vibrator_WriteFails_IsASystemError) {
+TEST_F(Display, Vibrator_WriteFails_IsASystemError) {
   make_full_file(VIBRATOR);
   EXPECT_EQ(app(35, flag_atom(15, 1)), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());
@@ -206,7 +206,7 @@ TEST_F(display_test, Vibrator_WriteFails_IsASystemError) {
                                  "fprintf() return: -1; 28 - No space left on device"));
 }
 
-TEST_F(display_test, ButtonBacklight_Flag_IsWrittenAsItIs) {
+TEST_F(Display, ButtonBacklight_Flag_IsWrittenAsItIs) {
   const std::pair<std::uint8_t, const char*> rows[] = {{0, "close button backlight"},
                                                        {1, "open button backlight"},
                                                        {2, "close button backlight"},
@@ -221,13 +221,13 @@ TEST_F(display_test, ButtonBacklight_Flag_IsWrittenAsItIs) {
   }
 }
 
-TEST_F(display_test, ButtonBacklight_NoFlag_SwitchesOn) {
+TEST_F(Display, ButtonBacklight_NoFlag_SwitchesOn) {
   write_file(BUTTON, "0");
   EXPECT_EQ(app(37), 0);
   EXPECT_EQ(content_of(BUTTON), "1");
 }
 
-TEST_F(display_test, ButtonBacklight_FileMissing_IsASystemError) {
+TEST_F(Display, ButtonBacklight_FileMissing_IsASystemError) {
   EXPECT_EQ(app(37, flag_atom(15, 1)), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());
   EXPECT_THAT(log(), Contains(device_failure("amt_device_button_backlight", ERR_SYSTEM, "2")));
@@ -235,7 +235,7 @@ TEST_F(display_test, ButtonBacklight_FileMissing_IsASystemError) {
       m_log.has("Open file \"/sys/class/leds/button-backlight/brightness\" fail: 2 - No such file or directory"));
 }
 
-TEST_F(display_test, ButtonBacklight_WriteFails_IsASystemError) {
+TEST_F(Display, ButtonBacklight_WriteFails_IsASystemError) {
   make_full_file(BUTTON);
   EXPECT_EQ(app(37, flag_atom(15, 1)), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());

@@ -8,13 +8,13 @@ constexpr char APP_OK[] = "0F 00 BB AF 09 00 EE 01 01 04 00 00 00 00 00";
 constexpr char PC_OK[] = "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB AF 09 00 EE 01 01 04 00 00 00 00 00 9B 61 FE EC";
 constexpr char NOTE[] = "/data/local/wifi/gps_get_result.txt";
 
-using gps_test = device_test;
+using Gps = device_test;
 
 testing::Matcher<const std::string&> gps_failure(const std::string& function) {
   return failure_line("amt/amt-gps", function, ERR_FAIL);
 }
 
-TEST_F(gps_test, Control_Zero_StopsOnBothLinks) {
+TEST_F(Gps, Control_Zero_StopsOnBothLinks) {
   EXPECT_EQ(pc(174, int_atom(140, 0)), 0);
   EXPECT_EQ(app(174, int_atom(140, 0)), 0);
   EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_gpsCtrl(0, 0, none, none)", "hwt_gpsCtrl(0, 0, none, none)"));
@@ -23,19 +23,19 @@ TEST_F(gps_test, Control_Zero_StopsOnBothLinks) {
   EXPECT_TRUE(m_log.has_in_a_row({"amt_gps_control is_start:0", "GPS stop start", "GPS stop end. return:0."}));
 }
 
-TEST_F(gps_test, Control_NoAtom_Stops) {
+TEST_F(Gps, Control_NoAtom_Stops) {
   EXPECT_EQ(app(174), 0);
   EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_gpsCtrl(0, 0, none, none)"));
 }
 
-TEST_F(gps_test, Control_Two_ChecksTheConnectivity) {
+TEST_F(Gps, Control_Two_ChecksTheConnectivity) {
   EXPECT_EQ(pc(174, int_atom(140, 2)), 0);
   EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_gpsCheck()"));
   EXPECT_EQ(to_pc(), PC_OK);
   EXPECT_TRUE(m_log.has_in_a_row({"GPS connectivity check start", "GPS connectivity check end. return:0."}));
 }
 
-TEST_F(gps_test, Control_AnyOtherValue_Starts) {
+TEST_F(Gps, Control_AnyOtherValue_Starts) {
   for (const std::uint32_t operation : {1u, 3u, 4u, 5u, 0xFFFFFFFFu}) {
     g_hwt_fake.m_calls.clear();
     EXPECT_EQ(app(174, int_atom(140, operation)), 0);
@@ -45,7 +45,7 @@ TEST_F(gps_test, Control_AnyOtherValue_Starts) {
   EXPECT_TRUE(m_log.has_in_a_row({"GPS-start start", "GPS-start end. return:0."}));
 }
 
-TEST_F(gps_test, Control_LibraryFails_SendsNothingAndNamesTheCall) {
+TEST_F(Gps, Control_LibraryFails_SendsNothingAndNamesTheCall) {
   g_hwt_fake.m_results = {
       {"hwt_gpsCtrl(0, 0, none, none)", -3}, {"hwt_gpsCheck()", 4}, {"hwt_gpsCtrl(1, 0, none, none)", -5}};
   for (const std::uint32_t operation : {0u, 2u, 1u}) {
@@ -59,7 +59,7 @@ TEST_F(gps_test, Control_LibraryFails_SendsNothingAndNamesTheCall) {
   EXPECT_EQ(m_log.count("GPS-start error. call hwt_gpsCtrl fail: -5"), 2u);
 }
 
-TEST_F(gps_test, Test_Asked_AnswersWithTheControlsResponseId) {
+TEST_F(Gps, Test_Asked_AnswersWithTheControlsResponseId) {
   EXPECT_EQ(pc(176), 0);
   EXPECT_EQ(app(176), 0);
   EXPECT_EQ(to_pc(), PC_OK);
@@ -67,13 +67,13 @@ TEST_F(gps_test, Test_Asked_AnswersWithTheControlsResponseId) {
   EXPECT_THAT(g_hwt_fake.m_calls, IsEmpty());
 }
 
-TEST_F(gps_test, Test_LinkClosed_GivesTheSendersResult) {
+TEST_F(Gps, Test_LinkClosed_GivesTheSendersResult) {
   close_links();
   EXPECT_EQ(pc(176), ERR_FAIL);
   EXPECT_EQ(app(176), ERR_FAIL);
 }
 
-TEST_F(gps_test, ReadResult_Satellite_IsAnsweredOnBothLinks) {
+TEST_F(Gps, ReadResult_Satellite_IsAnsweredOnBothLinks) {
   g_hwt_fake.m_svid = 17;
   g_hwt_fake.m_cnr = 45;
   EXPECT_EQ(pc(178, int_atom(141, 3)), 0);
@@ -88,7 +88,7 @@ TEST_F(gps_test, ReadResult_Satellite_IsAnsweredOnBothLinks) {
       m_log.has_in_a_row({"GPS-READ-SIGNAL start. index:3", "GPS-READ-SIGNAL end. return:0; svid:17; cnr:45."}));
 }
 
-TEST_F(gps_test, ReadResult_LibraryFails_SendsNothing) {
+TEST_F(Gps, ReadResult_LibraryFails_SendsNothing) {
   g_hwt_fake.m_results = {{"hwt_gpsCtrl(2, 0, set, set)", -7}};
   EXPECT_EQ(pc(178), ERR_FAIL);
   EXPECT_EQ(app(178), ERR_FAIL);
@@ -98,7 +98,7 @@ TEST_F(gps_test, ReadResult_LibraryFails_SendsNothing) {
   EXPECT_EQ(m_log.count("GPS-READ-SIGNAL error. call hwt_gpsCtrl fail: -7"), 2u);
 }
 
-TEST_F(gps_test, ReadResult_AnyIndex_ReachesTheLibraryAsItIs) {
+TEST_F(Gps, ReadResult_AnyIndex_ReachesTheLibraryAsItIs) {
   const std::pair<std::uint32_t, std::string> rows[] = {
       {0x7FFFFFFF, "2147483647"}, {0x80000000, "-2147483648"}, {0xFFFFFFFF, "-1"}};
   for (const auto& [index, shown] : rows) {
@@ -110,7 +110,7 @@ TEST_F(gps_test, ReadResult_AnyIndex_ReachesTheLibraryAsItIs) {
 }
 
 // What the library leaves alone is 0, and a negative number is its 32 bits.
-TEST_F(gps_test, ReadResult_LibraryGivesNothingOrNegatives_IsAnsweredSo) {
+TEST_F(Gps, ReadResult_LibraryGivesNothingOrNegatives_IsAnsweredSo) {
   EXPECT_EQ(app(178), 0);
   EXPECT_EQ(to_app(),
             "21 00 BB B3 1B 00 EE 90 01 04 00 00 00 00 00 EE 8D 01 04 00 00 00 00 00 EE 01 01 04 00 00 00 00 00");
@@ -121,19 +121,19 @@ TEST_F(gps_test, ReadResult_LibraryGivesNothingOrNegatives_IsAnsweredSo) {
             "21 00 BB B3 1B 00 EE 90 01 04 00 FE FF FF FF EE 8D 01 04 00 FF FF FF FF EE 01 01 04 00 00 00 00 00");
 }
 
-TEST_F(gps_test, ReadResult_LinkClosed_GivesZero) {
+TEST_F(Gps, ReadResult_LinkClosed_GivesZero) {
   close_links();
   EXPECT_EQ(pc(178), 0);
   EXPECT_EQ(app(178), 0);
 }
 
-TEST_F(gps_test, ReadResult_BadArguments_AreNotedInItsFile) {
+TEST_F(Gps, ReadResult_BadArguments_AreNotedInItsFile) {
   write_file(NOTE, "older");
   EXPECT_EQ(ask_handler(amt_gps_read_result, 255, 178, ""), ERR_ARGUMENT);
   EXPECT_EQ(content_of(NOTE), "gps read result:invalid param\n");
 }
 
-TEST_F(gps_test, ReadResult_GoodArguments_LeaveItsFileAlone) {
+TEST_F(Gps, ReadResult_GoodArguments_LeaveItsFileAlone) {
   EXPECT_EQ(app(178), 0);
   EXPECT_EQ(content_of(NOTE), "(no file)");
 }

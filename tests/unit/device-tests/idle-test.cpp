@@ -3,12 +3,12 @@
 
 namespace {
 
-class idle_test : public device_test {
+class Idle : public device_test {
  protected:
-  idle_test() { g_misc_fake = {}; }
+  Idle() { g_misc_fake = {}; }
 };
 
-TEST_F(idle_test, Idle_LibraryAgrees_IsAnsweredOnBothLinks) {
+TEST_F(Idle, Idle_LibraryAgrees_IsAnsweredOnBothLinks) {
   install_misc_library();
   EXPECT_EQ(pc(240), 0);
   EXPECT_EQ(app(240), 0);
@@ -20,7 +20,7 @@ TEST_F(idle_test, Idle_LibraryAgrees_IsAnsweredOnBothLinks) {
                           "enter_idle return OK.", "enter_idle return OK."}));
 }
 
-TEST_F(idle_test, Idle_LibraryRefuses_GivesItsResult) {
+TEST_F(Idle, Idle_LibraryRefuses_GivesItsResult) {
   install_misc_library();
   g_misc_fake.m_result = 23;
   EXPECT_EQ(pc(240), 23);
@@ -30,7 +30,7 @@ TEST_F(idle_test, Idle_LibraryRefuses_GivesItsResult) {
   EXPECT_FALSE(m_log.has("enter_idle return OK."));
 }
 
-TEST_F(idle_test, Idle_NoLibrary_IsASystemError) {
+TEST_F(Idle, Idle_NoLibrary_IsASystemError) {
   EXPECT_EQ(pc(240), ERR_SYSTEM);
   EXPECT_EQ(app(240), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());
@@ -38,7 +38,7 @@ TEST_F(idle_test, Idle_NoLibrary_IsASystemError) {
   EXPECT_TRUE(m_log.contains("call dlopen fail: - /system/lib64/hw/amt.vx5210.misc.so: "));
 }
 
-TEST_F(idle_test, Idle_LibraryWithoutTheOperation_IsASystemError) {
+TEST_F(Idle, Idle_LibraryWithoutTheOperation_IsASystemError) {
   install_empty_misc_library();
   EXPECT_EQ(app(240), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());

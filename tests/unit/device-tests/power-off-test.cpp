@@ -11,14 +11,14 @@ namespace {
 using std::chrono::steady_clock;
 
 // On a development host the power goes by SIGTERM to the service itself.
-class power_off_test : public device_test {
+class PowerOff : public device_test {
  protected:
-  power_off_test() {
+  PowerOff() {
     sigemptyset(&m_term);
     sigaddset(&m_term, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &m_term, &m_before);
   }
-  ~power_off_test() override { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+  ~PowerOff() override { pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
 
   bool is_power_off() const {
     const timespec now = {};
@@ -29,7 +29,7 @@ class power_off_test : public device_test {
   sigset_t m_before;
 };
 
-TEST_F(power_off_test, PowerOff_Asked_AnswersTwoSecondsBeforeThePowerGoes) {
+TEST_F(PowerOff, PowerOff_Asked_AnswersTwoSecondsBeforeThePowerGoes) {
   std::string answer;
   g_outside_calls.m_on_kill = [&] { answer = to_pc(); };
   const auto start = steady_clock::now();
@@ -43,7 +43,7 @@ TEST_F(power_off_test, PowerOff_Asked_AnswersTwoSecondsBeforeThePowerGoes) {
   EXPECT_EQ(answer, "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB ED 09 00 EE 01 01 04 00 00 00 00 00 56 1F C9 C9");
 }
 
-TEST_F(power_off_test, PowerOff_AnswerCannotBeSent_PowerGoesAllTheSame) {
+TEST_F(PowerOff, PowerOff_AnswerCannotBeSent_PowerGoesAllTheSame) {
   close_links();
   EXPECT_EQ(pc(236), ERR_FAIL);
   EXPECT_TRUE(is_power_off());

@@ -71,9 +71,9 @@ class busy_threads {
   std::array<std::thread, 3> m_threads;
 };
 
-using two_processes_test = device_test;
+using TwoProcesses = device_test;
 
-TEST_F(two_processes_test, Child_ForkedWhileOthersLog_CanLogAndForkAgain) {
+TEST_F(TwoProcesses, Child_ForkedWhileOthersLog_CanLogAndForkAgain) {
   const busy_threads loggers([] { LOG_LINE("busy"); });
   for (int i = 0; i < 200; ++i) {
     const int result = run_in_child([](pid_t) {
@@ -88,7 +88,7 @@ TEST_F(two_processes_test, Child_ForkedWhileOthersLog_CanLogAndForkAgain) {
   }
 }
 
-TEST_F(two_processes_test, Child_ForkedWhileOthersDeleteTimers_CanDeleteTimers) {
+TEST_F(TwoProcesses, Child_ForkedWhileOthersDeleteTimers_CanDeleteTimers) {
   const busy_threads deleters([] { amt_timer_delete(g_usbEnumTimer); });
   for (int i = 0; i < 200; ++i) {
     const int result = run_in_child([](pid_t self) {
@@ -101,14 +101,14 @@ TEST_F(two_processes_test, Child_ForkedWhileOthersDeleteTimers_CanDeleteTimers) 
   }
 }
 
-TEST_F(two_processes_test, Child_ForkedWhileStandardOutputIsPending_HasNothingToPrintAgain) {
+TEST_F(TwoProcesses, Child_ForkedWhileStandardOutputIsPending_HasNothingToPrintAgain) {
   std::printf("a line that is not at its end, ");
   ASSERT_NE(__fpending(stdout), 0u);
   EXPECT_EQ(run_in_child([](pid_t) { return __fpending(stdout) == 0 ? 7 : 1; }), 7);
   std::printf("and its end\n");
 }
 
-TEST_F(two_processes_test, Child_OfAWorker_KnowsNoThreadButItsOwnAndNoTimer) {
+TEST_F(TwoProcesses, Child_OfAWorker_KnowsNoThreadButItsOwnAndNoTimer) {
   auto& context = g_handle_context;
   context.m_pc_thread.m_tid = gettid();
   context.m_modem_thread.m_tid = 1111;
@@ -129,7 +129,7 @@ TEST_F(two_processes_test, Child_OfAWorker_KnowsNoThreadButItsOwnAndNoTimer) {
   g_handShakeTimer.m_id = AMT_NO_TIMER;
 }
 
-TEST_F(two_processes_test, Child_OfAServiceThatWasTornDown_HasATearDownOfItsOwn) {
+TEST_F(TwoProcesses, Child_OfAServiceThatWasTornDown_HasATearDownOfItsOwn) {
   amt_deinit_resource();
   const int result = run_in_child([this](pid_t self) {
     amt_handle_become_child(self);
@@ -140,7 +140,7 @@ TEST_F(two_processes_test, Child_OfAServiceThatWasTornDown_HasATearDownOfItsOwn)
   EXPECT_EQ(result, 7);
 }
 
-TEST_F(two_processes_test, PseudoTerminal_ClosedByTheChild_KeepsTheParentsLink) {
+TEST_F(TwoProcesses, PseudoTerminal_ClosedByTheChild_KeepsTheParentsLink) {
   pub_pty_st pty = {};
   std::strcpy(pty.m_pts_mapping_name_a, "/tmp/app-link");
   ASSERT_EQ(pub_pty_open(&pty), 0);
@@ -152,7 +152,7 @@ TEST_F(two_processes_test, PseudoTerminal_ClosedByTheChild_KeepsTheParentsLink) 
 }
 
 // The child's one thread is the reader of the terminal: its tear-down runs on it, and leaves the closing to the exit.
-TEST_F(two_processes_test, PseudoTerminal_AtTheTearDownOfTheChildsWorker_KeepsTheParentsLink) {
+TEST_F(TwoProcesses, PseudoTerminal_AtTheTearDownOfTheChildsWorker_KeepsTheParentsLink) {
   auto& context = g_handle_context;
   auto& pty = context.m_pty_app;
   set_link(pty.m_ptm_fd, 0);
@@ -171,7 +171,7 @@ TEST_F(two_processes_test, PseudoTerminal_AtTheTearDownOfTheChildsWorker_KeepsTh
   pty.m_pts_mapping_name_a[0] = '\0';
 }
 
-TEST_F(two_processes_test, PseudoTerminal_OpenedAnewByTheChild_IsTheChildsToRemove) {
+TEST_F(TwoProcesses, PseudoTerminal_OpenedAnewByTheChild_IsTheChildsToRemove) {
   pub_pty_st pty = {};
   std::strcpy(pty.m_pts_mapping_name_a, "/tmp/app-link");
   ASSERT_EQ(pub_pty_open(&pty), 0);
@@ -185,7 +185,7 @@ TEST_F(two_processes_test, PseudoTerminal_OpenedAnewByTheChild_IsTheChildsToRemo
 }
 
 // What two processes do that have lost the terminal they shared, here with a record for each.
-TEST_F(two_processes_test, PseudoTerminal_WhoseNameAnotherHasTaken_LeavesTheLink) {
+TEST_F(TwoProcesses, PseudoTerminal_WhoseNameAnotherHasTaken_LeavesTheLink) {
   pub_pty_st first = {};
   pub_pty_st second = {};
   std::strcpy(first.m_pts_mapping_name_a, "/tmp/app-link");
@@ -199,7 +199,7 @@ TEST_F(two_processes_test, PseudoTerminal_WhoseNameAnotherHasTaken_LeavesTheLink
   EXPECT_FALSE(std::filesystem::is_symlink("/tmp/app-link"));
 }
 
-TEST_F(two_processes_test, PseudoTerminals_OpenedAtTheSameMoment_LeaveTheLinkToOneOfThem) {
+TEST_F(TwoProcesses, PseudoTerminals_OpenedAtTheSameMoment_LeaveTheLinkToOneOfThem) {
   for (int i = 0; i < 300; ++i) {
     std::array<pub_pty_st, 2> both = {};
     std::atomic<int> ready = 0;
@@ -244,7 +244,7 @@ void read_terminal() {
   pub_util_read(g_terminal, buffer, sizeof buffer);
 }
 
-TEST_F(two_processes_test, Read_BlockedAfterItsWait_LetsSignalsIn) {
+TEST_F(TwoProcesses, Read_BlockedAfterItsWait_LetsSignalsIn) {
   pty_link terminal;
   make_reads_block(terminal.service_end());
   terminal.send("x");

@@ -20,7 +20,7 @@ std::string power(const std::string& bytes) {
   return bytes_atom(157, bytes);
 }
 
-class wifi_rtx_test : public device_test {
+class WifiRtx : public device_test {
  protected:
   // A request that the library refused with -6: the lines from the call on, and no answer on either link.
   void expect_failure_of_the_library(const std::string& atoms, const std::string& start, const std::string& end,
@@ -52,7 +52,7 @@ class wifi_rtx_test : public device_test {
   }
 };
 
-TEST_F(wifi_rtx_test, Start_Asked_SwitchesWifiOnOnce) {
+TEST_F(WifiRtx, Start_Asked_SwitchesWifiOnOnce) {
   EXPECT_EQ(pc(187, operation(1)), 0);
   EXPECT_EQ(app(187, operation(1)), 0);
   EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_wifiCtrl(1)"));
@@ -63,7 +63,7 @@ TEST_F(wifi_rtx_test, Start_Asked_SwitchesWifiOnOnce) {
   EXPECT_TRUE(m_log.has_in_a_row({"WIFI-start start", "WIFI-start end. return:0."}));
 }
 
-TEST_F(wifi_rtx_test, Start_LibraryFails_WifiIsNotRunning) {
+TEST_F(WifiRtx, Start_LibraryFails_WifiIsNotRunning) {
   g_hwt_fake.m_results = {{"hwt_wifiCtrl(1)", -6}};
   expect_failure_of_the_library(operation(1), "WIFI-start start", "WIFI-start end. return:-6.",
                                 "WIFI-start error. call hwt_wifiCtrl fail: -6");
@@ -71,7 +71,7 @@ TEST_F(wifi_rtx_test, Start_LibraryFails_WifiIsNotRunning) {
   EXPECT_EQ(g_wifi_is_running, 0);
 }
 
-TEST_F(wifi_rtx_test, Stop_Running_SwitchesWifiOffOnce) {
+TEST_F(WifiRtx, Stop_Running_SwitchesWifiOffOnce) {
   start_wifi();
   EXPECT_EQ(pc(187, operation(2)), 0);
   EXPECT_EQ(app(187, operation(2)), 0);
@@ -83,12 +83,12 @@ TEST_F(wifi_rtx_test, Stop_Running_SwitchesWifiOffOnce) {
   EXPECT_TRUE(m_log.has_in_a_row({"WIFI-stop start", "WIFI-stop end. return:0."}));
 }
 
-TEST_F(wifi_rtx_test, Stop_NotRunning_IsAnsweredWithoutACall) {
+TEST_F(WifiRtx, Stop_NotRunning_IsAnsweredWithoutACall) {
   EXPECT_EQ(app(187, operation(2)), 0);
   EXPECT_THAT(g_hwt_fake.m_calls, IsEmpty());
 }
 
-TEST_F(wifi_rtx_test, Stop_LibraryFails_WifiIsStillRunning) {
+TEST_F(WifiRtx, Stop_LibraryFails_WifiIsStillRunning) {
   start_wifi();
   g_hwt_fake.m_results = {{"hwt_wifiCtrl(0)", -6}};
   expect_failure_of_the_library(operation(2), "WIFI-stop start", "WIFI-stop end. return:-6.",
@@ -96,7 +96,7 @@ TEST_F(wifi_rtx_test, Stop_LibraryFails_WifiIsStillRunning) {
   EXPECT_EQ(g_wifi_is_running, 1);
 }
 
-TEST_F(wifi_rtx_test, Transmit_AllGiven_ReachesTheLibrary) {
+TEST_F(WifiRtx, Transmit_AllGiven_ReachesTheLibrary) {
   start_wifi();
   const std::string atoms = operation(3) + channel("\x0B") + rate("\x6C\x02") + power("\x12\x00"s);
   EXPECT_EQ(pc(187, atoms), 0);
@@ -110,25 +110,25 @@ TEST_F(wifi_rtx_test, Transmit_AllGiven_ReachesTheLibrary) {
       m_log.has_in_a_row({"WIFI-TX-start start. channel:11; power:18; rate:620", "WIFI-TX-start end. return:0."}));
 }
 
-TEST_F(wifi_rtx_test, Transmit_NegativePower_IsSignExtended) {
+TEST_F(WifiRtx, Transmit_NegativePower_IsSignExtended) {
   start_wifi();
   EXPECT_EQ(app(187, operation(3) + channel("\x01") + rate("\x0A\x00"s) + power("\xF6\xFF")), 0);
   EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_TxTest(1, -10, 10, 1)"));
 }
 
-TEST_F(wifi_rtx_test, Transmit_LargestRateAndChannel_AreUnsigned) {
+TEST_F(WifiRtx, Transmit_LargestRateAndChannel_AreUnsigned) {
   start_wifi();
   EXPECT_EQ(app(187, operation(3) + channel("\xFF") + rate("\xFF\xFF") + power("\x00\x80"s)), 0);
   EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_TxTest(1, -32768, 65535, 255)"));
 }
 
-TEST_F(wifi_rtx_test, Transmit_NumbersOfOneByte_HaveAZeroHighByte) {
+TEST_F(WifiRtx, Transmit_NumbersOfOneByte_HaveAZeroHighByte) {
   start_wifi();
   EXPECT_EQ(app(187, operation(3) + channel("\x01") + rate("\xF0") + power("\xF6")), 0);
   EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_TxTest(1, 246, 240, 1)"));
 }
 
-TEST_F(wifi_rtx_test, Transmit_LongerNumbers_AreCut) {
+TEST_F(WifiRtx, Transmit_LongerNumbers_AreCut) {
   start_wifi();
   const std::string rest(298, '\x33');
   EXPECT_EQ(app(187, operation(3) + channel("\x02" + rest) + rate("\x0B\x01" + rest) + power("\xFE\xFF" + rest)), 0);
@@ -138,7 +138,7 @@ TEST_F(wifi_rtx_test, Transmit_LongerNumbers_AreCut) {
   EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_TxTest(1, 5, 10, 1)"));
 }
 
-TEST_F(wifi_rtx_test, Transmit_AtomAbsentOrEmpty_IsNamed) {
+TEST_F(WifiRtx, Transmit_AtomAbsentOrEmpty_IsNamed) {
   start_wifi();
   const std::pair<std::string, const char*> rows[] = {
       {rate("\x01") + power("\x01"), "Tx get channel error"},
@@ -151,7 +151,7 @@ TEST_F(wifi_rtx_test, Transmit_AtomAbsentOrEmpty_IsNamed) {
   for (const auto& [atoms, line] : rows) expect_refusal(operation(3) + atoms, ERR_FAIL, line);
 }
 
-TEST_F(wifi_rtx_test, Transmit_LibraryFails_SendsNothing) {
+TEST_F(WifiRtx, Transmit_LibraryFails_SendsNothing) {
   start_wifi();
   g_hwt_fake.m_results = {{"hwt_TxTest(1, 1, 1, 1)", -6}};
   const std::string atoms = operation(3) + channel("\x01") + rate("\x01") + power("\x01");
@@ -159,7 +159,7 @@ TEST_F(wifi_rtx_test, Transmit_LibraryFails_SendsNothing) {
                                 "WIFI-TX-start end. return:-6.", "WIFI-TX-start error. call hwt_TxTest fail: -6");
 }
 
-TEST_F(wifi_rtx_test, TransmitStop_Running_CallsWithZeros) {
+TEST_F(WifiRtx, TransmitStop_Running_CallsWithZeros) {
   start_wifi();
   EXPECT_EQ(pc(187, operation(4)), 0);
   EXPECT_EQ(app(187, operation(4)), 0);
@@ -171,14 +171,14 @@ TEST_F(wifi_rtx_test, TransmitStop_Running_CallsWithZeros) {
   EXPECT_TRUE(m_log.has_in_a_row({"WIFI-TX-stop start. ", "WIFI-TX-stop end. return:0."}));
 }
 
-TEST_F(wifi_rtx_test, TransmitStop_LibraryFails_SendsNothing) {
+TEST_F(WifiRtx, TransmitStop_LibraryFails_SendsNothing) {
   start_wifi();
   g_hwt_fake.m_results = {{"hwt_TxTest(0, 0, 0, 0)", -6}};
   expect_failure_of_the_library(operation(4), "WIFI-TX-stop start. ", "WIFI-TX-stop end. return:-6.",
                                 "WIFI-TX-stop error. call hwt_TxTest fail: -6");
 }
 
-TEST_F(wifi_rtx_test, Receive_AllGiven_ReachesTheLibrary) {
+TEST_F(WifiRtx, Receive_AllGiven_ReachesTheLibrary) {
   start_wifi();
   const std::string atoms = operation(5) + channel("\x0D") + rate("\x0A\x01");
   EXPECT_EQ(pc(187, atoms), 0);
@@ -191,7 +191,7 @@ TEST_F(wifi_rtx_test, Receive_AllGiven_ReachesTheLibrary) {
   EXPECT_TRUE(m_log.has_in_a_row({"WIFI-RX-start start. channel:13; rate:266", "WIFI-RX-start end. return:0."}));
 }
 
-TEST_F(wifi_rtx_test, Receive_AtomAbsentOrEmpty_IsNamed) {
+TEST_F(WifiRtx, Receive_AtomAbsentOrEmpty_IsNamed) {
   start_wifi();
   const std::pair<std::string, const char*> rows[] = {
       {rate("\x01"), "Rx get channel error"},
@@ -202,7 +202,7 @@ TEST_F(wifi_rtx_test, Receive_AtomAbsentOrEmpty_IsNamed) {
   for (const auto& [atoms, line] : rows) expect_refusal(operation(5) + atoms, ERR_FAIL, line);
 }
 
-TEST_F(wifi_rtx_test, ReceiveStop_AfterAStart_StopsItsChannelAndTellsTheCount) {
+TEST_F(WifiRtx, ReceiveStop_AfterAStart_StopsItsChannelAndAnswersTheCount) {
   start_wifi();
   app(187, operation(5) + channel("\x0D") + rate("\x0A"));
   to_app();
@@ -218,13 +218,13 @@ TEST_F(wifi_rtx_test, ReceiveStop_AfterAStart_StopsItsChannelAndTellsTheCount) {
   EXPECT_TRUE(m_log.has_in_a_row({"WIFI-RX-stop start. channel:13", "WIFI-RX-stop end. return:0; cnt:70000."}));
 }
 
-TEST_F(wifi_rtx_test, ReceiveStop_WithoutAStart_StopsChannelSix) {
+TEST_F(WifiRtx, ReceiveStop_WithoutAStart_StopsChannelSix) {
   start_wifi();
   EXPECT_EQ(app(187, operation(6)), 0);
   EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_RxTest(0, 6, 0, set)"));
 }
 
-TEST_F(wifi_rtx_test, Receive_LibraryFails_KeepsTheChannelOfTheLastStart) {
+TEST_F(WifiRtx, Receive_LibraryFails_KeepsTheChannelOfTheLastStart) {
   start_wifi();
   g_hwt_fake.m_results = {{"hwt_RxTest(1, 13, 10, none)", -6}};
   const std::string atoms = operation(5) + channel("\x0D") + rate("\x0A");
@@ -235,21 +235,21 @@ TEST_F(wifi_rtx_test, Receive_LibraryFails_KeepsTheChannelOfTheLastStart) {
   EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_RxTest(0, 6, 0, set)"));
 }
 
-TEST_F(wifi_rtx_test, ReceiveStop_LibraryFails_SendsNothing) {
+TEST_F(WifiRtx, ReceiveStop_LibraryFails_SendsNothing) {
   start_wifi();
   g_hwt_fake.m_results = {{"hwt_RxTest(0, 6, 0, set)", -6}};
   expect_failure_of_the_library(operation(6), "WIFI-RX-stop start. channel:6", "WIFI-RX-stop end. return:-6; cnt:0.",
                                 "WIFI-RX-stop error. call hwt_RxTest fail: -6");
 }
 
-TEST_F(wifi_rtx_test, Tests_WifiNotRunning_AreRefused) {
+TEST_F(WifiRtx, Tests_WifiNotRunning_AreRefused) {
   for (const char number : {3, 4, 5, 6}) {
     const std::string atoms = operation(number) + channel("\x01") + rate("\x01") + power("\x01");
     expect_refusal(atoms, ERR_FAIL, "WIFI is not running");
   }
 }
 
-TEST_F(wifi_rtx_test, Operation_Unknown_IsRefusedAndNoted) {
+TEST_F(WifiRtx, Operation_Unknown_IsRefusedAndNoted) {
   start_wifi();
   write_file(NOTES, "");
   EXPECT_EQ(pc(187, operation(7)), ERR_ARGUMENT);
@@ -263,23 +263,23 @@ TEST_F(wifi_rtx_test, Operation_Unknown_IsRefusedAndNoted) {
   EXPECT_TRUE(is_silent());
 }
 
-TEST_F(wifi_rtx_test, Operation_Absent_IsZeroAndRefused) {
+TEST_F(WifiRtx, Operation_Absent_IsZeroAndRefused) {
   expect_refusal("", ERR_ARGUMENT, "unknown operation: 0");
   expect_refusal(bytes_atom(154, ""), ERR_ARGUMENT, "unknown operation: 0");
 }
 
-TEST_F(wifi_rtx_test, Operation_OfThreeHundredBytes_IsItsFirst) {
+TEST_F(WifiRtx, Operation_OfThreeHundredBytes_IsItsFirst) {
   EXPECT_EQ(app(187, bytes_atom(154, "\x01" + std::string(299, '\x07'))), 0);
   EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_wifiCtrl(1)"));
   EXPECT_EQ(to_app(), "15 00 BB BC 0F 00 EE 9A 03 01 00 01 EE 01 01 04 00 00 00 00 00");
 }
 
 // An atom that claims more bytes than the record has.
-TEST_F(wifi_rtx_test, Operation_BehindAnAtomThatLeavesTheRecord_IsAbsent) {
+TEST_F(WifiRtx, Operation_BehindAnAtomThatLeavesTheRecord_IsAbsent) {
   expect_refusal("\xEE\x01\x03\xFF\xFF" + operation(1), ERR_ARGUMENT, "unknown operation: 0");
 }
 
-TEST_F(wifi_rtx_test, Operation_Known_IsNoted) {
+TEST_F(WifiRtx, Operation_Known_IsNoted) {
   app(187, operation(1));
   app(187, operation(2));
   EXPECT_EQ(content_of(NOTES), "the cmd value received from pc is : 1\nthe cmd value received from pc is : 2\n");

@@ -85,7 +85,7 @@ constexpr const char* LINES[] = {
 };
 // clang-format on
 
-TEST(wifi_script, Script_Carried_IsTheStoredTextLineByLine) {
+TEST(WifiScript, Script_Carried_IsTheStoredTextLineByLine) {
   std::string rest = g_wifi_test_script_a;
   for (const char* line : LINES) {
     const std::size_t end = rest.find('\n');

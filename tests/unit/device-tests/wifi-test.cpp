@@ -8,9 +8,9 @@ constexpr char RECORD[] = "/amt/WIFI/WIFI_nvram.txt";
 constexpr char APP_OK[] = "0F 00 BB BA 09 00 EE 01 01 04 00 00 00 00 00";
 constexpr char PC_OK[] = "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB BA 09 00 EE 01 01 04 00 00 00 00 00 83 94 4F 0B";
 
-using wifi_test = device_test;
+using Wifi = device_test;
 
-TEST_F(wifi_test, Address_Read_IsAnsweredOnBothLinks) {
+TEST_F(Wifi, Address_Read_IsAnsweredOnBothLinks) {
   write_file(RECORD, "AA:BB:CC:DD:EE:FF\n");
   EXPECT_EQ(pc(185, int_atom(152, 0)), 0);
   EXPECT_EQ(app(185), 0);  // no operation: 0
@@ -24,7 +24,7 @@ TEST_F(wifi_test, Address_Read_IsAnsweredOnBothLinks) {
   EXPECT_TRUE(m_log.has("read WIFI address: AA:BB:CC:DD:EE:FF"));
 }
 
-TEST_F(wifi_test, Address_ReadWithoutRecord_Fails) {
+TEST_F(Wifi, Address_ReadWithoutRecord_Fails) {
   EXPECT_EQ(pc(185, int_atom(152, 0)), ERR_FAIL);
   EXPECT_EQ(app(185, int_atom(152, 0)), ERR_FAIL);
   EXPECT_TRUE(is_silent());
@@ -32,7 +32,7 @@ TEST_F(wifi_test, Address_ReadWithoutRecord_Fails) {
   EXPECT_TRUE(m_log.has("read error"));
 }
 
-TEST_F(wifi_test, Address_Write_ReachesTheRecordAndLocksItsFolder) {
+TEST_F(Wifi, Address_Write_ReachesTheRecordAndLocksItsFolder) {
   EXPECT_EQ(pc(185, int_atom(152, 1) + string_atom(153, "AA:BB:CC:DD:EE:FF")), 0);
   EXPECT_EQ(content_of(RECORD), "AA:BB:CC:DD:EE:FF\n");
   EXPECT_EQ(to_pc(), PC_OK);
@@ -42,33 +42,33 @@ TEST_F(wifi_test, Address_Write_ReachesTheRecordAndLocksItsFolder) {
   EXPECT_TRUE(m_log.has("path = /amt/WIFI change to chmod -R 555"));
 }
 
-TEST_F(wifi_test, Address_WriteFromTheApplication_IsAnsweredBare) {
+TEST_F(Wifi, Address_WriteFromTheApplication_IsAnsweredBare) {
   EXPECT_EQ(app(185, int_atom(152, 1) + string_atom(153, "x")), 0);
   EXPECT_EQ(content_of(RECORD), "x\n");
   EXPECT_EQ(to_app(), APP_OK);
 }
 
-TEST_F(wifi_test, Address_WriteOfFiftyNineCharacters_IsTakenWhole) {
+TEST_F(Wifi, Address_WriteOfFiftyNineCharacters_IsTakenWhole) {
   EXPECT_EQ(app(185, int_atom(152, 1) + string_atom(153, std::string(59, 'a'))), 0);
   EXPECT_EQ(content_of(RECORD), std::string(59, 'a') + "\n");
 }
 
-TEST_F(wifi_test, Address_WriteWithAZeroByte_EndsAtIt) {
+TEST_F(Wifi, Address_WriteWithAZeroByte_EndsAtIt) {
   EXPECT_EQ(app(185, int_atom(152, 1) + string_atom(153, std::string("AA:BB\0:CC", 9))), 0);
   EXPECT_EQ(content_of(RECORD), "AA:BB\n");
 }
 
-TEST_F(wifi_test, Address_WriteOfSixtyCharacters_IsTakenWhole) {
+TEST_F(Wifi, Address_WriteOfSixtyCharacters_IsTakenWhole) {
   EXPECT_EQ(app(185, int_atom(152, 1) + string_atom(153, std::string(60, 'a'))), 0);
   EXPECT_EQ(content_of(RECORD), std::string(60, 'a') + "\n");
 }
 
-TEST_F(wifi_test, Address_WriteOfMore_IsCutToFiftyNine) {
+TEST_F(Wifi, Address_WriteOfMore_IsCutToFiftyNine) {
   EXPECT_EQ(app(185, int_atom(152, 1) + string_atom(153, std::string(61, 'a'))), 0);
   EXPECT_EQ(content_of(RECORD), std::string(59, 'a') + "\n");
 }
 
-TEST_F(wifi_test, Address_WriteOfNothing_Fails) {
+TEST_F(Wifi, Address_WriteOfNothing_Fails) {
   EXPECT_EQ(pc(185, int_atom(152, 1)), ERR_FAIL);
   EXPECT_EQ(app(185, int_atom(152, 1) + string_atom(153, "")), ERR_FAIL);
   EXPECT_TRUE(is_silent());
@@ -77,7 +77,7 @@ TEST_F(wifi_test, Address_WriteOfNothing_Fails) {
   EXPECT_EQ(content_of(RECORD), "(no file)");
 }
 
-TEST_F(wifi_test, Address_WriteFails_FolderIsNotLocked) {
+TEST_F(Wifi, Address_WriteFails_FolderIsNotLocked) {
   make_full_file(RECORD);
   EXPECT_EQ(pc(185, int_atom(152, 1) + string_atom(153, "AA:BB:CC:DD:EE:FF")), ERR_FAIL);
   EXPECT_TRUE(is_silent());
@@ -87,7 +87,7 @@ TEST_F(wifi_test, Address_WriteFails_FolderIsNotLocked) {
   EXPECT_NE(fs::status("/amt/WIFI").permissions(), fs::perms(0555));
 }
 
-TEST_F(wifi_test, Address_Check_AsksTheLibraryOnBothLinks) {
+TEST_F(Wifi, Address_Check_AsksTheLibraryOnBothLinks) {
   EXPECT_EQ(pc(185, int_atom(152, 2)), 0);
   EXPECT_EQ(app(185, int_atom(152, 2)), 0);
   EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_wifiCheck()", "hwt_wifiCheck()"));
@@ -96,7 +96,7 @@ TEST_F(wifi_test, Address_Check_AsksTheLibraryOnBothLinks) {
   EXPECT_TRUE(m_log.has_in_a_row({"wifi connectivity check start", "wifi connectivity check end. return:0."}));
 }
 
-TEST_F(wifi_test, Address_CheckFails_NamesTheBluetoothOperation) {
+TEST_F(Wifi, Address_CheckFails_NamesTheBluetoothOperation) {
   g_hwt_fake.m_results = {{"hwt_wifiCheck()", 8}};
   for (const amt_link_en link : {AMT_LINK_PC, AMT_LINK_APP}) {
     m_log.clear();
@@ -109,7 +109,7 @@ TEST_F(wifi_test, Address_CheckFails_NamesTheBluetoothOperation) {
   EXPECT_TRUE(is_silent());
 }
 
-TEST_F(wifi_test, Address_UnknownOperation_IsRefused) {
+TEST_F(Wifi, Address_UnknownOperation_IsRefused) {
   const std::pair<std::uint32_t, std::string> rows[] = {
       {3, "3"}, {10, "10"}, {0x7FFFFFFF, "2147483647"}, {0x80000000, "-2147483648"}, {0xFFFFFFFF, "-1"}};
   for (const auto& [operation, shown] : rows) {

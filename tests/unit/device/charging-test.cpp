@@ -66,7 +66,7 @@ TEST_F(Charging, Control_WithoutLibraryOrOperation_Fails) {
   EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-device", "amt_usb_charge_ctrl", -118)).Times(2));
 }
 
-TEST_F(Charging, Mode_IsWhatTheBoardSays) {
+TEST_F(Charging, Mode_IsWhatTheBoardGives) {
   for (const int supply : {1, 2, 0, 17, -1}) {
     m_board.m_result = supply;
     m_log.clear();

@@ -2,6 +2,7 @@
 #include "amt/amt-convert/wrap.h"
 #include "amt/amt-handle/modem/forward.h"
 #include "amt/amt-handle/service/registrations.h"
+#include "tests/hex.h"
 #include "tests/unit/docs/text.h"
 
 namespace {
@@ -37,14 +38,6 @@ std::set<int> registered(std::uint8_t link, bool is_forwarded) {
   return result;
 }
 
-std::vector<std::uint8_t> bytes(const std::string& hex) {
-  std::vector<std::uint8_t> result;
-  for (const auto& pair : matches(hex, "([0-9A-F]{2})")) {
-    result.push_back(static_cast<std::uint8_t>(std::stoi(pair, nullptr, 16)));
-  }
-  return result;
-}
-
 std::uint32_t hex_value(const std::string& digits) {
   return static_cast<std::uint32_t>(std::stoul(digits, nullptr, 16));
 }
@@ -53,8 +46,8 @@ std::string checksum_section() {
   return between(protocol(), "### Checksum\n", "\n### ");
 }
 
-std::vector<std::uint8_t> covered_bytes() {
-  return bytes(between(checksum_section(), "the covered bytes are `", "`"));
+byte_string covered_bytes() {
+  return bytes_from_hex(between(checksum_section(), "the covered bytes are `", "`"));
 }
 
 }  // namespace
@@ -80,7 +73,7 @@ TEST(ProtocolDocument, ChecksumExample_IsWhatTheCodeComputes) {
   const std::uint32_t result = hex_value(between(checksum_section(), "The result is 0x", ","));
   EXPECT_EQ(amt_wrap_checksum(covered), result);
 
-  const auto sent = bytes(between(checksum_section(), "sent as `", "`"));
+  const auto sent = bytes_from_hex(between(checksum_section(), "sent as `", "`"));
   ASSERT_EQ(sent.size(), 4u);
   EXPECT_EQ(amt_read_u32(sent.data()), result);
 
@@ -89,10 +82,10 @@ TEST(ProtocolDocument, ChecksumExample_IsWhatTheCodeComputes) {
 }
 
 TEST(ProtocolDocument, PreResponse_IsTheOneThatIsSent) {
-  const auto shown = bytes(between(protocol(), "### Pre-response\n\n`", "`"));
-  EXPECT_EQ(shown, std::vector<std::uint8_t>(AMT_PRE_RESPONSE.begin(), AMT_PRE_RESPONSE.end()));
+  const auto shown = bytes_from_hex(between(protocol(), "### Pre-response\n\n`", "`"));
+  EXPECT_EQ(shown, byte_string(AMT_PRE_RESPONSE.begin(), AMT_PRE_RESPONSE.end()));
   auto example = covered_bytes();
-  const auto sent = bytes(between(checksum_section(), "sent as `", "`"));
+  const auto sent = bytes_from_hex(between(checksum_section(), "sent as `", "`"));
   example.insert(example.end(), sent.begin(), sent.end());
   EXPECT_EQ(shown, example);
 }

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <map>
 
+#include "amt/amt-convert/ids.h"
 #include "amt/amt-handle/service/registrations.h"
 #include "tests/unit/docs/text.h"
 
@@ -13,36 +14,36 @@ struct row_st {
   std::string m_handler;
 };
 
-// The number behind a command id's name.
-int number_of(const std::string& name) {
-  static const auto ids = [] {
-    std::map<std::string, int> result;
-    const auto text = project_text("amt/amt-convert/ids.h");
-    const std::regex id("NAMED\\(([0-9]+), ([A-Z0-9_]+)\\)");
-    for (std::sregex_iterator at(text.begin(), text.end(), id), end; at != end; ++at) {
-      result[at->str(2)] = std::stoi(at->str(1));
-    }
-    return result;
-  }();
-  EXPECT_EQ(ids.count(name), 1u) << name;
-  return ids.count(name) == 1 ? ids.at(name) : -1;
+// The number that a source means by the name of a command id.
+int id_of(const std::string& name) {
+  static const std::map<std::string, int> ids = {
+#define ROW_OF_ID(number, name) {#name, number},
+      AMT_COMMAND_IDS(ROW_OF_ID, ROW_OF_ID)
+#undef ROW_OF_ID
+  };
+  const auto found = ids.find(name);
+  EXPECT_NE(found, ids.end()) << name;
+  return found == ids.end() ? -1 : found->second;
+}
+
+std::string registrations() {
+  return project_text("amt/amt-handle/service/registrations.cpp");
 }
 
 // The rows as they are written, since a pointer has no name.
 std::vector<row_st> written_rows() {
-  const auto source = project_text("amt/amt-handle/service/registrations.cpp");
   std::vector<row_st> result;
-  for (const auto& row : matches(source, "\\{AMT_LINK_(?:PC|APP), ([A-Z0-9_]+, [a-zA-Z0-9_]+)(?:, BY_HANDLER)?\\}")) {
-    result.push_back({number_of(row.substr(0, row.find(','))), row.substr(row.find(' ') + 1)});
+  for (const auto& row : matches(registrations(), "\\{AMT_LINK_(?:PC|APP), ([A-Z0-9_]+, [a-z][a-z0-9_A-Z]+)[,}]")) {
+    const std::size_t comma = row.find(',');
+    result.push_back({id_of(row.substr(0, comma)), row.substr(comma + 2)});
   }
   return result;
 }
 
 std::set<int> forwarded_ids() {
-  const auto source = project_text("amt/amt-handle/service/registrations.cpp");
   std::set<int> result;
-  for (const auto& name : matches(between(source, "FORWARDED_IDS[] = {", "}"), "([A-Z][A-Z0-9_]+)")) {
-    result.insert(number_of(name));
+  for (const auto& name : matches(between(registrations(), "FORWARDED_IDS[] = {", "}"), "([A-Z0-9_]+),")) {
+    result.insert(id_of(name));
   }
   return result;
 }
@@ -67,7 +68,7 @@ bool has(const std::string& text, const std::string& pattern) {
   return std::regex_search(text, std::regex(pattern, std::regex::ECMAScript | std::regex::icase));
 }
 
-// As a number, or in a frame written out in hexadecimal, behind the command head.
+// As a number, or in a frame written out in hexadecimal, after the command head.
 std::string id_pattern(int id) {
   char hex[3];
   std::snprintf(hex, sizeof hex, "%02X", static_cast<unsigned>(id) & 0xFFu);

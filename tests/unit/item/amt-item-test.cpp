@@ -30,22 +30,22 @@ class item : public testing::Test {
   log_capture m_log;
 };
 
-class item_file : public item {};
+class ItemFile : public item {};
 
-TEST_F(item_file, Init_MakesItemsNotTested) {
+TEST_F(ItemFile, Init_MakesItemsNotTested) {
   EXPECT_EQ(initTestFile(RESULT_FILE, 20), 0);
   EXPECT_EQ(phone_root::read(RESULT_FILE), ITEMS_20);
   EXPECT_TRUE(m_log.has("initTestFile . path:/amt/amt_result.txt; count: 20\n"));
   EXPECT_EQ(phone_root::take_sync_calls(), 2);
 }
 
-TEST_F(item_file, InitOfAnOldFile_EmptiesItFirst) {
+TEST_F(ItemFile, InitOfAnOldFile_EmptiesItFirst) {
   phone_root::write(PRODUCT_FILE, "1\n1\n1\n");
   EXPECT_EQ(initTestFile(PRODUCT_FILE, 1), 0);
   EXPECT_EQ(phone_root::read(PRODUCT_FILE), "0\n");
 }
 
-TEST_F(item_file, InitOf36Items_IsTheMost) {
+TEST_F(ItemFile, InitOf36Items_IsTheMost) {
   EXPECT_EQ(initTestFile(PRODUCT_FILE, 36), 0);
   EXPECT_EQ(phone_root::read(PRODUCT_FILE), ITEMS_36);
   EXPECT_EQ(initTestFile(PRODUCT_FILE, 37), -1);
@@ -53,12 +53,12 @@ TEST_F(item_file, InitOf36Items_IsTheMost) {
   EXPECT_EQ(phone_root::read(PRODUCT_FILE), ITEMS_36);
 }
 
-TEST_F(item_file, InitWhereNoFileCanBe_Fails) {
+TEST_F(ItemFile, InitWhereNoFileCanBe_Fails) {
   EXPECT_EQ(initTestFile("/amt/no/file", 1), -1);
   EXPECT_TRUE(m_log.has("open file(/amt/no/file) failure. errorr: 2 - No such file or directory"));
 }
 
-TEST_F(item_file, InitOfAFullSystem_Fails) {
+TEST_F(ItemFile, InitOfAFullSystem_Fails) {
   EXPECT_EQ(initTestFile("/dev/full", 1), -1);
   EXPECT_TRUE(m_log.has("write file(/dev/full) failure. errorr: 28 - No space left on device"));
 }
@@ -70,9 +70,9 @@ struct digit_row {
   const char* m_printed;
 };
 
-class item_digit : public item_file, public testing::WithParamInterface<digit_row> {};
+class ItemDigit : public ItemFile, public testing::WithParamInterface<digit_row> {};
 
-TEST_P(item_digit, Update_WritesTheResultsDigitOnly) {
+TEST_P(ItemDigit, Update_WritesTheResultsDigitOnly) {
   phone_root::write(PRODUCT_FILE, "9\n9\n9\n");
   testing::internal::CaptureStdout();
   EXPECT_EQ(updateTestItem(PRODUCT_FILE, 1, GetParam().m_result), 0);
@@ -82,7 +82,7 @@ TEST_P(item_digit, Update_WritesTheResultsDigitOnly) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, item_digit,
+    Each, ItemDigit,
     testing::Values(digit_row{"Pass", 1, "9\n1\n9\n", ""},
                     digit_row{"Fail", 2, "9\n2\n9\n", "[TEST_RESULT] update item for TEST_FAIL\n"},
                     digit_row{"Zero", 0, "9\n0\n9\n", "[TEST_RESULT] update item for TEST_UNKNOWN\n"},
@@ -90,13 +90,13 @@ INSTANTIATE_TEST_SUITE_P(
                     digit_row{"Negative", -1, "9\n0\n9\n", "[TEST_RESULT] update item for TEST_UNKNOWN\n"}),
     [](const auto& row) { return row.param.m_name; });
 
-TEST_F(item_file, Update_Logs) {
+TEST_F(ItemFile, Update_Logs) {
   phone_root::write(PRODUCT_FILE, "0\n");
   updateTestItem(PRODUCT_FILE, 0, 1);
   EXPECT_TRUE(m_log.has("write item [0], result= 1\n"));
 }
 
-TEST_F(item_file, UpdateOfANegativeIndex_OverwritesItemZero) {
+TEST_F(ItemFile, UpdateOfANegativeIndex_OverwritesItemZero) {
   for (const std::int32_t index : {-1, -2, INT_MIN}) {
     phone_root::write(PRODUCT_FILE, "0\n0\n");
     EXPECT_EQ(updateTestItem(PRODUCT_FILE, index, 1), 0);
@@ -104,7 +104,7 @@ TEST_F(item_file, UpdateOfANegativeIndex_OverwritesItemZero) {
   }
 }
 
-TEST_F(item_file, UpdateBehindTheEnd_LeavesAGap) {
+TEST_F(ItemFile, UpdateBehindTheEnd_LeavesAGap) {
   phone_root::write(PRODUCT_FILE, "0\n");
   EXPECT_EQ(updateTestItem(PRODUCT_FILE, 2, 1), 0);
   EXPECT_EQ(phone_root::read(PRODUCT_FILE), std::string("0\n\0\0"
@@ -112,31 +112,31 @@ TEST_F(item_file, UpdateBehindTheEnd_LeavesAGap) {
                                                         5));
 }
 
-TEST_F(item_file, UpdateOfAMissingFile_DoesNotMakeIt) {
+TEST_F(ItemFile, UpdateOfAMissingFile_DoesNotMakeIt) {
   EXPECT_EQ(updateTestItem(PRODUCT_FILE, 0, 1), -1);
   EXPECT_TRUE(m_log.has("open file(/amt/product.txt) failure. errorr: 2 - No such file or directory"));
   EXPECT_FALSE(std::filesystem::exists(PRODUCT_FILE));
   EXPECT_EQ(phone_root::take_sync_calls(), 0);
 }
 
-TEST_F(item_file, UpdateOfAFullSystem_Fails) {
+TEST_F(ItemFile, UpdateOfAFullSystem_Fails) {
   EXPECT_EQ(updateTestItem("/dev/full", 0, 1), -2);
   EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-item", "updateTestItem", -2, "28")));
 }
 
-class item_save : public item {};
+class ItemSave : public item {};
 
-TEST_F(item_save, OfAMissingProductFile_MakesIt) {
+TEST_F(ItemSave, OfAMissingProductFile_MakesIt) {
   EXPECT_EQ(saveProductTestItem(3, 1), 0);
   EXPECT_EQ(phone_root::read(PRODUCT_FILE), "0\n0\n0\n1\n" + std::string(ITEMS_36).substr(8));
 }
 
-TEST_F(item_save, OfAMissingResultFile_MakesIt) {
+TEST_F(ItemSave, OfAMissingResultFile_MakesIt) {
   EXPECT_EQ(saveAmtTestItem(19, 2), 0);
   EXPECT_EQ(phone_root::read(RESULT_FILE), std::string(ITEMS_20).substr(0, 38) + "2\n");
 }
 
-TEST_F(item_save, LastIndexes_AreTakenTheNextAreRefused) {
+TEST_F(ItemSave, LastIndexes_AreTakenTheNextAreRefused) {
   EXPECT_EQ(saveProductTestItem(35, 1), 0);
   EXPECT_EQ(phone_root::read(PRODUCT_FILE), std::string(ITEMS_36).substr(0, 70) + "1\n");
   for (const std::int32_t index : {36, INT_MAX}) EXPECT_EQ(saveProductTestItem(index, 1), -3);
@@ -146,32 +146,32 @@ TEST_F(item_save, LastIndexes_AreTakenTheNextAreRefused) {
   EXPECT_FALSE(std::filesystem::exists(RESULT_FILE));
 }
 
-TEST_F(item_save, NegativeIndex_OverwritesItemZero) {
+TEST_F(ItemSave, NegativeIndex_OverwritesItemZero) {
   EXPECT_EQ(saveProductTestItem(-1, 1), 0);
   EXPECT_EQ(phone_root::read(PRODUCT_FILE).substr(0, 4), "1\n0\n");
 }
 
-TEST_F(item_save, WithoutTheFolder_Fails) {
+TEST_F(ItemSave, WithoutTheFolder_Fails) {
   phone_root::remove("/amt");
   EXPECT_EQ(saveProductTestItem(0, 1), -1);
   EXPECT_TRUE(m_log.has("Save fail: Directory access deny\n"));
 }
 
-TEST_F(item_save, FileThatCannotBeMade_Fails) {
+TEST_F(ItemSave, FileThatCannotBeMade_Fails) {
   std::filesystem::create_symlink("/amt/no/file", PRODUCT_FILE);
   EXPECT_EQ(saveProductTestItem(0, 1), -2);
   EXPECT_TRUE(m_log.has("Save fail: init result file error\n"));
 }
 
-TEST_F(item_save, FileThatCannotBeWritten_Fails) {
+TEST_F(ItemSave, FileThatCannotBeWritten_Fails) {
   std::filesystem::create_symlink("/dev/full", RESULT_FILE);
   EXPECT_EQ(saveAmtTestItem(0, 1), -3);
   EXPECT_TRUE(m_log.has("Save fail: update result error\n"));
 }
 
-class item_read : public item {};
+class ItemRead : public item {};
 
-TEST_F(item_read, OfEachDigit_GivesItsValue) {
+TEST_F(ItemRead, OfEachDigit_GivesItsValue) {
   phone_root::write(PRODUCT_FILE, "0\n1\n2\n9\nx\n\n");
   EXPECT_EQ(readProductTestItem(0), 0);
   EXPECT_EQ(readProductTestItem(1), 1);
@@ -182,44 +182,44 @@ TEST_F(item_read, OfEachDigit_GivesItsValue) {
   EXPECT_EQ(readProductTestItem(5), 0);
 }
 
-TEST_F(item_read, BehindTheEnd_IsZero) {
+TEST_F(ItemRead, BehindTheEnd_IsZero) {
   phone_root::write(PRODUCT_FILE, "1\n1\n1\n1\n1\n1\n");
   EXPECT_EQ(readProductTestItem(10), 0);
 }
 
-TEST_F(item_read, OfAMissingFile_MakesIt) {
+TEST_F(ItemRead, OfAMissingFile_MakesIt) {
   EXPECT_EQ(readProductTestItem(0), 0);
   EXPECT_EQ(phone_root::read(PRODUCT_FILE), ITEMS_36);
   EXPECT_TRUE(m_log.has("access file(/amt/product.txt) failure. errorr: 2 - No such file or directory"));
 }
 
-TEST_F(item_read, IndexAboveTheLast_IsRefused) {
+TEST_F(ItemRead, IndexAboveTheLast_IsRefused) {
   EXPECT_EQ(readProductTestItem(36), -3);
   EXPECT_EQ(readProductTestItem(INT_MAX), -3);
   EXPECT_TRUE(m_log.has("item index error: 36\n"));
   EXPECT_FALSE(std::filesystem::exists(PRODUCT_FILE));
 }
 
-TEST_F(item_read, NegativeIndex_CannotBeSought) {
+TEST_F(ItemRead, NegativeIndex_CannotBeSought) {
   phone_root::write(PRODUCT_FILE, "1\n");
   EXPECT_EQ(readProductTestItem(-1), -1);
   EXPECT_TRUE(m_log.has("call fseek failure. errorr: 22 - Invalid argument"));
 }
 
-TEST_F(item_read, WithoutTheFolder_Fails) {
+TEST_F(ItemRead, WithoutTheFolder_Fails) {
   phone_root::remove("/amt");
   EXPECT_EQ(readProductTestItem(0), -1);
   EXPECT_TRUE(m_log.has("access folder(/amt) failure. errorr: 2 - No such file or directory"));
 }
 
-TEST_F(item_read, FileThatCannotBeMade_Fails) {
+TEST_F(ItemRead, FileThatCannotBeMade_Fails) {
   std::filesystem::create_symlink("/amt/no/file", PRODUCT_FILE);
   EXPECT_EQ(readProductTestItem(0), -2);
   EXPECT_TRUE(m_log.has("initTestFile fail: init result file error\n"));
   EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-item", "readProductTestItem", -2)));
 }
 
-TEST_F(item_read, FileThatCannotBeOpened_Fails) {
+TEST_F(ItemRead, FileThatCannotBeOpened_Fails) {
   phone_root::write(PRODUCT_FILE, "1\n");
   chmod(PRODUCT_FILE, 0);
   EXPECT_EQ(readProductTestItem(0), -1);
@@ -227,7 +227,7 @@ TEST_F(item_read, FileThatCannotBeOpened_Fails) {
 }
 
 // A folder can be opened, but not read.
-TEST_F(item_read, ReadThatFails_IsAFailure) {
+TEST_F(ItemRead, ReadThatFails_IsAFailure) {
   std::filesystem::create_directories(PRODUCT_FILE);
   EXPECT_EQ(readProductTestItem(0), -1);
   EXPECT_TRUE(m_log.has("call fgets error. errorr: 21 - Is a directory"));

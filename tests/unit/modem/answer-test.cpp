@@ -9,7 +9,7 @@
 
 namespace {
 
-TEST(answer_end, FinalResults_AreRecognisedOnlyAsLines) {
+TEST(AnswerEnd, FinalResults_AreRecognisedOnlyAsLines) {
   EXPECT_TRUE(amt_answer_is_ok("\r\nOK\r\n"));
   EXPECT_TRUE(amt_answer_is_ok("x\r\n\r\nOK\r\n\r\n"));
   EXPECT_FALSE(amt_answer_is_ok("OK"));
@@ -18,7 +18,7 @@ TEST(answer_end, FinalResults_AreRecognisedOnlyAsLines) {
   EXPECT_FALSE(amt_answer_is_ok(""));
 }
 
-TEST(answer_end, EachError_IsRecognised) {
+TEST(AnswerEnd, EachError_IsRecognised) {
   EXPECT_TRUE(amt_answer_is_error("\r\nERROR\r\n"));
   EXPECT_TRUE(amt_answer_is_error("\r\n+CME ERROR: 100\r\n"));
   EXPECT_TRUE(amt_answer_is_error("\r\n+CMS ERROR"));
@@ -28,7 +28,7 @@ TEST(answer_end, EachError_IsRecognised) {
   EXPECT_FALSE(amt_answer_is_error(""));
 }
 
-TEST(answer_line, Prefix_IsFoundAndBlanksAreSkipped) {
+TEST(AnswerLine, Prefix_IsFoundAndBlanksAreSkipped) {
   EXPECT_EQ(amt_answer_behind("noise\r\n^DMSN:   12\r\n", "\r\n^DMSN:"), "12\r\n");
   EXPECT_EQ(amt_answer_behind("\r\n^DMSN:", "\r\n^DMSN:"), "");
   EXPECT_EQ(amt_answer_behind("\r\n^DMSN:  ", "\r\n^DMSN:"), "");
@@ -44,15 +44,15 @@ struct value_row {
   std::optional<std::string_view> m_value_of_version;  // at least two characters stay
 };
 
-class answer_value : public testing::TestWithParam<value_row> {};
+class AnswerValue : public testing::TestWithParam<value_row> {};
 
-TEST_P(answer_value, EndsBeforeTheFinalResult) {
+TEST_P(AnswerValue, OfAnyLine_EndsBeforeTheFinalResult) {
   EXPECT_EQ(amt_answer_value(GetParam().m_behind), GetParam().m_value);
   EXPECT_EQ(amt_answer_value(GetParam().m_behind, 2), GetParam().m_value_of_version);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, answer_value,
+    Each, AnswerValue,
     testing::Values(value_row{"OneLineEnd", "123\r\n\r\nOK\r\n", "123", "123"},
                     value_row{"NoLineEnd", "123\r\nOK\r\n", "123", "123"},
                     value_row{"SeveralLineEnds", "123\r\n\r\n\r\n\r\nOK\r\n", "123", "123"},
@@ -72,19 +72,19 @@ struct version_row {
   std::optional<std::string_view> m_bytes;
 };
 
-class answer_version : public testing::TestWithParam<version_row> {};
+class AnswerVersion : public testing::TestWithParam<version_row> {};
 
-TEST_P(answer_version, IsDecoded) {
+TEST_P(AnswerVersion, OfAnyLine_IsDecoded) {
   std::array<std::uint8_t, 8> bytes{};
   const auto count = amt_answer_version(GetParam().m_value, bytes);
   ASSERT_EQ(count.has_value(), GetParam().m_bytes.has_value());
   if (!count) return;
-  EXPECT_EQ(hex_of(std::string(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(*count))),
+  EXPECT_EQ(to_hex(std::string(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(*count))),
             *GetParam().m_bytes);
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, answer_version,
+    Each, AnswerVersion,
     testing::Values(version_row{"OpeningReturnAndPaddingGo", "17,0D56312E300A0A", "56 31 2E 30"},
                     version_row{"LowerCase", "17,0d56312e300a0a", "56 31 2E 30"},
                     version_row{"BlanksBehindTheComma", "17,   0D5631", "56 31"},
@@ -109,9 +109,9 @@ struct station_row {
   std::string_view m_description;
 };
 
-class answer_station : public testing::TestWithParam<station_row> {};
+class AnswerStation : public testing::TestWithParam<station_row> {};
 
-TEST_P(answer_station, WhatIsThereReplacesWhatWasKnown) {
+TEST_P(AnswerStation, FieldsOfTheLine_ReplaceWhatWasKnown) {
   amt_station_result_st result{77, 0, ""};
   amt_answer_station_result(GetParam().m_line, result);
   EXPECT_EQ(result.m_station, GetParam().m_station);
@@ -120,7 +120,7 @@ TEST_P(answer_station, WhatIsThereReplacesWhatWasKnown) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, answer_station,
+    Each, AnswerStation,
     testing::Values(station_row{"Whole", "12,1,RF pass", 12, 1, "RF pass"}, station_row{"StationOnly", "5", 5, 0, ""},
                     station_row{"StationAndResult", "5,2", 5, 2, ""},
                     station_row{"StationAndDescription", "5,,text", 5, 0, "text"},

@@ -16,7 +16,7 @@ constexpr char SIM_FAILURE[] = "0F 00 BB 64 09 00 EE 01 01 04 00 0A 00 00 00";
 constexpr char DATE_FAILURE[] = "0F 00 BB 42 09 00 EE 01 01 04 00 0A 00 00 00";
 constexpr char TEMPERATURE_FAILURE[] = "0F 00 BB 38 09 00 EE 01 01 04 00 0A 00 00 00";
 
-class checks : public modem_test {};
+class Checks : public modem_test {};
 
 struct sim_row {
   const char* m_name;
@@ -24,16 +24,16 @@ struct sim_row {
   const char* m_flag;
 };
 
-class sim_type : public checks, public testing::WithParamInterface<sim_row> {};
+class SimType : public Checks, public testing::WithParamInterface<sim_row> {};
 
-TEST_P(sim_type, OfTheModem_IsAFlagWithoutAResult) {
+TEST_P(SimType, OfTheModem_IsAFlagWithoutAResult) {
   modem_says({"\r\n^DTOC: " + std::string(GetParam().m_value) + "\r\n\r\nOK\r\n"});
   EXPECT_EQ(run(amt_dtoc_checkSIM, CHECK_SIM), ERR_NONE);
   EXPECT_EQ(to_modem(), "AT^DTOC\r");
   EXPECT_EQ(to_app(), "0C 00 BB 64 06 00 EE 29 04 01 00 " + std::string(GetParam().m_flag));
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, sim_type,
+INSTANTIATE_TEST_SUITE_P(Each, SimType,
                          testing::Values(sim_row{"Zero", "0", "00"}, sim_row{"One", "1", "01"},
                                          sim_row{"Two", "2", "01"}, sim_row{"Three", "3", "00"},
                                          sim_row{"Twelve", "12", "00"}, sim_row{"Negative", "-1", "00"},
@@ -41,7 +41,7 @@ INSTANTIATE_TEST_SUITE_P(Each, sim_type,
                                          sim_row{"NumberAndText", "2,1", "01"}),
                          [](const auto& row) { return row.param.m_name; });
 
-TEST_F(checks, Sim_LogsWhatItReads) {
+TEST_F(Checks, Sim_LogsWhatItReads) {
   modem_says({"\r\n^DTOC: 1\r\n", "\r\nOK\r\n"});
   EXPECT_EQ(run(amt_dtoc_checkSIM, CHECK_SIM), ERR_NONE);
   EXPECT_TRUE(m_log.has("amt_dtoc_checkSIM :\r\n^DTOC: 1\r\n"));
@@ -54,9 +54,9 @@ struct failure_row {
   std::string m_answer;
 };
 
-class sim_failure : public checks, public testing::WithParamInterface<failure_row> {};
+class SimFailure : public Checks, public testing::WithParamInterface<failure_row> {};
 
-TEST_P(sim_failure, OfTheModem_IsAnsweredWithAnErrorResponse) {
+TEST_P(SimFailure, OfTheModem_IsAnsweredWithAnErrorResponse) {
   modem_says({GetParam().m_answer});
   EXPECT_EQ(run(amt_dtoc_checkSIM, CHECK_SIM), ERR_NONE);
   EXPECT_EQ(to_app(), SIM_FAILURE);
@@ -64,26 +64,26 @@ TEST_P(sim_failure, OfTheModem_IsAnsweredWithAnErrorResponse) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, sim_failure,
+    Each, SimFailure,
     testing::Values(failure_row{"OkOnly", "\r\nOK\r\n"}, failure_row{"Error", "\r\nERROR\r\n"},
                     failure_row{"Cme", "\r\n+CME ERROR: 3\r\n"}, failure_row{"Cms", "\r\n+CMS ERROR: 3\r\n"},
                     failure_row{"TooLong", "\r\n^DTOC: " + std::string(39, '1') + "\r\n\r\nOK\r\n"}),
     [](const auto& row) { return row.param.m_name; });
 
-TEST_F(checks, SimLineMissing_IsLoggedAllTheSame) {
+TEST_F(Checks, SimLineMissing_IsLoggedAllTheSame) {
   modem_says({"\r\nOK\r\n"});
   run(amt_dtoc_checkSIM, CHECK_SIM);
   EXPECT_TRUE(
       m_log.has_in_a_row({"amt_dtoc_checkSIM head_ptr=", "amt_dtoc_checkSIM board_a=", "amt_dtoc_checkSIM simtype=0"}));
 }
 
-TEST_F(checks, SimValueOf38Characters_IsTaken) {
+TEST_F(Checks, SimValueOf38Characters_IsTaken) {
   modem_says({"\r\n^DTOC: 1" + std::string(37, ' ') + "\r\n\r\nOK\r\n"});
   run(amt_dtoc_checkSIM, CHECK_SIM);
   EXPECT_EQ(to_app(), "0C 00 BB 64 06 00 EE 29 04 01 00 01");
 }
 
-TEST_F(checks, Date_IsAnsweredAsText) {
+TEST_F(Checks, Date_IsAnsweredAsText) {
   modem_says({"\r\n^DMFD: 20130121123059\r\n\r\nOK\r\n"});
   EXPECT_EQ(run(amt_modem_handle_read_outdate, READ_DATE), ERR_NONE);
   EXPECT_EQ(to_modem(), "AT^DMFD??\r");
@@ -91,42 +91,42 @@ TEST_F(checks, Date_IsAnsweredAsText) {
             "22 00 BB 42 1C 00 EE 1B 02 0E 00 32 30 31 33 30 31 32 31 31 32 33 30 35 39 EE 01 01 04 00 00 00 00 00");
 }
 
-TEST_F(checks, EmptyDate_IsAnsweredAsSuch) {
+TEST_F(Checks, EmptyDate_IsAnsweredAsSuch) {
   modem_says({"\r\n^DMFD:\r\n\r\nOK\r\n"});
   EXPECT_EQ(run(amt_modem_handle_read_outdate, READ_DATE), ERR_NONE);
   EXPECT_EQ(to_app(), "14 00 BB 42 0E 00 EE 1B 02 00 00 EE 01 01 04 00 00 00 00 00");
 }
 
-class date_failure : public checks, public testing::WithParamInterface<failure_row> {};
+class DateFailure : public Checks, public testing::WithParamInterface<failure_row> {};
 
-TEST_P(date_failure, OfTheModem_IsAnsweredWithAnErrorResponse) {
+TEST_P(DateFailure, OfTheModem_IsAnsweredWithAnErrorResponse) {
   modem_says({GetParam().m_answer});
   EXPECT_EQ(run(amt_modem_handle_read_outdate, READ_DATE), ERR_NONE);
   EXPECT_EQ(to_app(), DATE_FAILURE);
   EXPECT_TRUE(has_trace("amt_modem_handle_read_outdate", ERR_FAIL));
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, date_failure,
+INSTANTIATE_TEST_SUITE_P(Each, DateFailure,
                          testing::Values(failure_row{"OkOnly", "\r\nOK\r\n"}, failure_row{"Error", "\r\nERROR\r\n"},
                                          failure_row{"FifteenCharacters", "\r\n^DMFD: 201301211230590\r\n\r\nOK\r\n"},
                                          failure_row{"NeverWritten", "\r\n^DMFD: \xFF\xFF\r\n\r\nOK\r\n"}),
                          [](const auto& row) { return row.param.m_name; });
 
-TEST_F(checks, BadArguments_AreRefused) {
+TEST_F(Checks, BadArguments_AreRefused) {
   expect_refusals(amt_dtoc_checkSIM, "amt_dtoc_checkSIM");
   expect_refusals(amt_modem_handle_read_outdate, "amt_modem_handle_read_outdate");
 }
 
-TEST_F(checks, NoModem_IsRefused) {
+TEST_F(Checks, NoModem_IsRefused) {
   expect_refusal_without_modem(amt_dtoc_checkSIM);
   expect_refusal_without_modem(amt_modem_handle_read_outdate);
 }
 
 // The driver's file is looked for below the working folder.
-class temperature : public checks {
+class Temperature : public Checks {
  protected:
-  temperature() { std::filesystem::current_path(m_folder.path("")); }
-  ~temperature() override { std::filesystem::current_path(m_before); }
+  Temperature() { std::filesystem::current_path(m_folder.path("")); }
+  ~Temperature() override { std::filesystem::current_path(m_before); }
   void write_temperature(std::string_view content) {
     std::filesystem::create_directories("sys/class/power_supply/battery");
     m_folder.write("sys/class/power_supply/battery/temp", content);
@@ -135,7 +135,7 @@ class temperature : public checks {
   temp_folder m_folder;
 };
 
-TEST_F(temperature, OfTheBattery_IsAnsweredWithoutAModem) {
+TEST_F(Temperature, OfTheBattery_IsAnsweredWithoutAModem) {
   g_no_modem = 1;
   write_temperature("298\n");
   EXPECT_EQ(run(amt_modem_handle_temperature, READ_TEMPERATURE), ERR_NONE);
@@ -144,13 +144,13 @@ TEST_F(temperature, OfTheBattery_IsAnsweredWithoutAModem) {
   EXPECT_EQ(to_modem(), "");
 }
 
-TEST_F(temperature, FileMissing_IsAnsweredWithAnErrorResponse) {
+TEST_F(Temperature, FileMissing_IsAnsweredWithAnErrorResponse) {
   EXPECT_EQ(run(amt_modem_handle_temperature, READ_TEMPERATURE), ERR_NONE);
   EXPECT_EQ(to_app(), TEMPERATURE_FAILURE);
   EXPECT_TRUE(has_failure("amt_modem_handle_temperature", ERR_SYSTEM, "fopen error: errno=2"));
 }
 
-TEST_F(temperature, NoNumber_IsAnsweredWithAnErrorResponse) {
+TEST_F(Temperature, NoNumber_IsAnsweredWithAnErrorResponse) {
   write_temperature("warm\n");
   EXPECT_EQ(run(amt_modem_handle_temperature, READ_TEMPERATURE), ERR_NONE);
   EXPECT_EQ(to_app(), TEMPERATURE_FAILURE);

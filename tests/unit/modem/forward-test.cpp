@@ -11,25 +11,25 @@ constexpr char STOP_TX_TEXT[] = "AT^DTTEST=0D00000005\r";
 constexpr std::string_view STOPPED = "\r\n^DTTEST: 0E00000000\r\n\r\nOK\r\n";
 constexpr char STOPPED_FRAME[] = "0F 00 BB 0E 09 00 EE 01 01 04 00 00 00 00 00";
 
-class forward : public modem_test {
+class Forward : public modem_test {
  protected:
   std::int32_t stop_tx() { return run(amt_modem_handle_req, STOP_TX); }
 };
 
-TEST_F(forward, Request_GoesOutAsHexadecimalTextWithOneReturn) {
+TEST_F(Forward, Request_GoesOutAsHexadecimalTextWithOneReturn) {
   modem_says({STOPPED});
   EXPECT_EQ(stop_tx(), ERR_NONE);
   EXPECT_EQ(to_modem(), STOP_TX_TEXT);
   EXPECT_EQ(to_app(), STOPPED_FRAME);
 }
 
-TEST_F(forward, LinkOtherThanPcAndApp_IsServedOnTheAppLink) {
+TEST_F(Forward, LinkOtherThanPcAndApp_IsServedOnTheAppLink) {
   modem_says({STOPPED});
   EXPECT_EQ(run(amt_modem_handle_req, STOP_TX, 254), ERR_NONE);
   EXPECT_EQ(to_app(), STOPPED_FRAME);
 }
 
-TEST_F(forward, SecondRequest_FindsNothingOfTheFirst) {
+TEST_F(Forward, SecondRequest_FindsNothingOfTheFirst) {
   modem_says({"\r\n^DTTEST: 0E00000001\r\n\r\nOK\r\n", "\r\nOK\r\n"});
   EXPECT_EQ(stop_tx(), ERR_NONE);
   to_app();
@@ -39,7 +39,7 @@ TEST_F(forward, SecondRequest_FindsNothingOfTheFirst) {
 }
 
 // The answer comes in one, two or as many reads as it has bytes. What is behind the "OK" stays for the next request.
-TEST_F(forward, AnswerSplitAnywhere_GivesTheSameResponse) {
+TEST_F(Forward, AnswerSplitAnywhere_GivesTheSameResponse) {
   for (std::size_t at = 1; at + 3 < STOPPED.size(); ++at) {
     modem_says_split(STOPPED, at);
     EXPECT_EQ(stop_tx(), ERR_NONE) << at;
@@ -47,58 +47,58 @@ TEST_F(forward, AnswerSplitAnywhere_GivesTheSameResponse) {
   }
 }
 
-TEST_F(forward, AnswerInSingleBytes_GivesTheSameResponse) {
+TEST_F(Forward, AnswerInSingleBytes_GivesTheSameResponse) {
   modem_says_bytewise(STOPPED);
   EXPECT_EQ(stop_tx(), ERR_NONE);
   EXPECT_EQ(to_app(), STOPPED_FRAME);
 }
 
-TEST_F(forward, OkWithoutALine_SendsNothing) {
+TEST_F(Forward, OkWithoutALine_SendsNothing) {
   modem_says({"\r\nOK\r\n"});
   EXPECT_EQ(stop_tx(), ERR_NONE);
   EXPECT_EQ(to_app(), "");
 }
 
-TEST_F(forward, OkAnywhere_EndsTheRequest) {
+TEST_F(Forward, OkAnywhere_EndsTheRequest) {
   modem_says({"+NOTE: OKAY"});
   EXPECT_EQ(stop_tx(), ERR_NONE);
   EXPECT_EQ(to_app(), "");
 }
 
-TEST_F(forward, TwoLinesInTwoReads_AreTwoResponses) {
+TEST_F(Forward, TwoLinesInTwoReads_AreTwoResponses) {
   modem_says({"\r\n^DTTEST: 0E00000001\r\n", "\r\n^DTTEST: 0E00000002\r\n", "\r\nOK\r\n"});
   EXPECT_EQ(stop_tx(), ERR_NONE);
   EXPECT_EQ(to_app(), "0F 00 BB 0E 09 00 EE 01 01 04 00 01 00 00 00 0F 00 BB 0E 09 00 EE 01 01 04 00 02 00 00 00");
 }
 
 // One line is taken in each round; the second waits for the next read.
-TEST_F(forward, TwoLinesInOneRead_AreTakenOneForEachRead) {
+TEST_F(Forward, TwoLinesInOneRead_AreTakenOneForEachRead) {
   modem_says({"\r\n^DTTEST: 0E00000001\r\n\r\n^DTTEST: 0E00000002\r\n", "\r\nOK\r\n"});
   EXPECT_EQ(stop_tx(), ERR_NONE);
   EXPECT_EQ(to_app(), "0F 00 BB 0E 09 00 EE 01 01 04 00 01 00 00 00 0F 00 BB 0E 09 00 EE 01 01 04 00 02 00 00 00");
 }
 
-TEST_F(forward, TwoLinesAndOkInOneRead_AreOneResponse) {
+TEST_F(Forward, TwoLinesAndOkInOneRead_AreOneResponse) {
   modem_says({"\r\n^DTTEST: 0E00000001\r\n\r\n^DTTEST: 0E00000002\r\n\r\nOK\r\n"});
   EXPECT_EQ(stop_tx(), ERR_NONE);
   EXPECT_EQ(to_app(), "0F 00 BB 0E 09 00 EE 01 01 04 00 01 00 00 00");
 }
 
 // What is decoded from behind the second line are zeros, not the rest of the first.
-TEST_F(forward, ShortLineBehindALongOne_SeesNothingOfIt) {
+TEST_F(Forward, ShortLineAfterALongOne_SeesNothingOfIt) {
   modem_says({"\r\n^DTTEST: 0E00000000" + std::string(80, 'F') + "\r\n", "\r\n^DTTEST: 1A00000000\r\n", "\r\nOK\r\n"});
   EXPECT_EQ(stop_tx(), ERR_NONE);
   EXPECT_EQ(to_app(),
             std::string(STOPPED_FRAME) + " 18 00 BB 1A 12 00 EE 01 01 04 00 00 00 00 00 EE 0D 01 04 00 00 00 00 00");
 }
 
-TEST_F(forward, LineBehindTheOk_BelongsToNobody) {
+TEST_F(Forward, LineAfterTheOk_BelongsToNobody) {
   modem_says({"\r\nOK\r\n", "\r\n^DTTEST: 0E00000001\r\n"});
   EXPECT_EQ(stop_tx(), ERR_NONE);
   EXPECT_EQ(to_app(), "");
 }
 
-TEST_F(forward, NoiseAroundTheLine_IsLeftOut) {
+TEST_F(Forward, NoiseAroundTheLine_IsLeftOut) {
   modem_says({"\r\n+CREG: 1\r\n\r\n^DTTEST: 0e00000000\r\n\r\n+CSQ: 9\r\n\r\nOK\r\n"});
   EXPECT_EQ(stop_tx(), ERR_NONE);
   EXPECT_EQ(to_app(), STOPPED_FRAME);
@@ -110,9 +110,9 @@ struct error_row {
   const char* m_response;
 };
 
-class forward_error : public forward, public testing::WithParamInterface<error_row> {};
+class ForwardError : public Forward, public testing::WithParamInterface<error_row> {};
 
-TEST_P(forward_error, OfTheModem_FailsBehindWhatCameBefore) {
+TEST_P(ForwardError, OfTheModem_FailsAfterWhatCameBefore) {
   modem_says({GetParam().m_answer});
   EXPECT_EQ(stop_tx(), ERR_FAIL);
   EXPECT_TRUE(has_trace("amt_modem_handle_req", ERR_FAIL));
@@ -120,7 +120,7 @@ TEST_P(forward_error, OfTheModem_FailsBehindWhatCameBefore) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, forward_error,
+    Each, ForwardError,
     testing::Values(error_row{"Cme", "\r\n+CME ERROR: 100\r\n", ""}, error_row{"Cms", "\r\n+CMS ERROR: 1\r\n", ""},
                     error_row{"Plain", "\r\nERROR\r\n", ""},
                     error_row{"BehindALine", "\r\n^DTTEST: 0E00000000\r\n\r\nERROR\r\n", STOPPED_FRAME}),
@@ -132,16 +132,16 @@ struct filled_row {
   const char* m_response;
 };
 
-class forward_filled : public forward, public testing::WithParamInterface<filled_row> {};
+class ForwardFilled : public Forward, public testing::WithParamInterface<filled_row> {};
 
 // n characters give n bytes: the second half is decoded from what follows the line.
-TEST_P(forward_filled, ResponseShorterThanItsAtoms_IsFilledFromBehindTheLine) {
+TEST_P(ForwardFilled, ResponseShorterThanItsAtoms_IsFilledFromBehindTheLine) {
   modem_says({GetParam().m_answer});
   EXPECT_EQ(stop_tx(), ERR_NONE);
   EXPECT_EQ(to_app(), GetParam().m_response);
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, forward_filled,
+INSTANTIATE_TEST_SUITE_P(Each, ForwardFilled,
                          testing::Values(
                              // Behind the five bytes come "\r\n", "\r\n", "OK", "\r\n": no digits.
                              filled_row{"ResultOnly", "\r\n^DTTEST: 1A00000000\r\n\r\nOK\r\n",
@@ -158,32 +158,32 @@ INSTANTIATE_TEST_SUITE_P(Each, forward_filled,
                                         "15 00 BB 64 0F 00 EE 01 01 04 00 00 00 00 00 EE 29 04 01 00 00"}),
                          [](const auto& row) { return row.param.m_name; });
 
-TEST_F(forward, EmptyLine_FailsBehindTheFinalResult) {
+TEST_F(Forward, EmptyLine_FailsAfterTheFinalResult) {
   modem_says({"\r\n^DTTEST: \r\n\r\nOK\r\n"});
   EXPECT_EQ(stop_tx(), ERR_ARGUMENT);
   EXPECT_EQ(to_app(), "");
 }
 
 // A length of 0 in front of a byte string means no response.
-TEST_F(forward, FailedConversion_GivesItsCodeBehindTheFinalResult) {
+TEST_F(Forward, FailedConversion_GivesItsCodeAfterTheFinalResult) {
   modem_says({"\r\n^DTTEST: 30000000000000000000\r\n\r\nOK\r\n"});
   EXPECT_EQ(stop_tx(), ERR_ARGUMENT);
   EXPECT_EQ(to_app(), "");
 }
 
-TEST_F(forward, FailedConversionWithoutAFinalResult_EndsAtTheNextRound) {
+TEST_F(Forward, FailedConversionWithoutAFinalResult_EndsAtTheNextRound) {
   modem_says({"\r\n^DTTEST: 30000000000000000000\r\n"});
   EXPECT_EQ(stop_tx(), ERR_ARGUMENT);
 }
 
-TEST_F(forward, FailedSend_EndsAtTheNextRound) {
+TEST_F(Forward, FailedSend_EndsAtTheNextRound) {
   set_link(g_handle_context.m_pty_app.m_ptm_fd, 0);
   modem_says({"\r\n^DTTEST: 0E00000000\r\n"});
   EXPECT_EQ(stop_tx(), ERR_FAIL);
   EXPECT_TRUE(m_log.has("invalid fd"));
 }
 
-TEST_F(forward, BadRequestFrame_WritesNothingToTheModem) {
+TEST_F(Forward, BadRequestFrame_WritesNothingToTheModem) {
   EXPECT_EQ(run(amt_modem_handle_req, "06 00 BA 0D 00 00"), ERR_FAIL);
   EXPECT_EQ(to_modem(), "");
 }
@@ -198,7 +198,7 @@ void set_request_of(std::size_t length) {
   request.m_buf_len = amt_frame_total_length(&request.m_buf_a);
 }
 
-TEST_F(forward, LongestCommand_IsSent) {
+TEST_F(Forward, LongestCommand_IsSent) {
   set_request_of(2041);
   modem_says({"\r\nOK\r\n"});
   EXPECT_EQ(amt_modem_handle_req(AMT_LINK_APP, &g_handle_context.m_request, &g_handle_context.m_response), ERR_NONE);
@@ -207,7 +207,7 @@ TEST_F(forward, LongestCommand_IsSent) {
   EXPECT_EQ(to_modem(), wanted + "\r");
 }
 
-TEST_F(forward, CommandOneByteLonger_IsRefused) {
+TEST_F(Forward, CommandOneByteLonger_IsRefused) {
   set_request_of(2042);
   EXPECT_EQ(amt_modem_handle_req(AMT_LINK_APP, &g_handle_context.m_request, &g_handle_context.m_response), ERR_FAIL);
   EXPECT_TRUE(has_failure("amt_modem_handle_req", ERR_FAIL, "(10 + 2042 * 2 + 2) < 4096"));
@@ -215,7 +215,7 @@ TEST_F(forward, CommandOneByteLonger_IsRefused) {
 }
 
 // There is no room left, and a read without room is refused.
-TEST_F(forward, RecordFullWithoutAFinalResult_GivesTheReadsCode) {
+TEST_F(Forward, RecordFullWithoutAFinalResult_GivesTheReadsCode) {
   const std::string noise(1000, 'x');
   modem_says({noise, noise, noise, noise, noise.substr(0, 96)});
   EXPECT_EQ(stop_tx(), ERR_ARGUMENT);
@@ -224,14 +224,14 @@ TEST_F(forward, RecordFullWithoutAFinalResult_GivesTheReadsCode) {
 }
 
 // 4096 bytes exactly, of which the last make the final result.
-TEST_F(forward, RecordFullWithTheFinalResult_Succeeds) {
+TEST_F(Forward, RecordFullWithTheFinalResult_Succeeds) {
   const std::string noise(4090, 'x');
   modem_says({noise, "\r\nOK\r\n"});
   EXPECT_EQ(stop_tx(), ERR_NONE);
 }
 
 // The line ends with the record: what the decoder wants behind it are zeros, not the memory behind the record.
-TEST_F(forward, LineAtTheRecordsEnd_IsFilledWithZeros) {
+TEST_F(Forward, LineAtTheRecordsEnd_IsFilledWithZeros) {
   const std::string line = "\r\n^DTTEST: 1A00000000\r\n";
   const std::string noise(4096 - line.size(), 'x');
   modem_says({noise, line, "\r\nOK\r\n"});
@@ -240,7 +240,7 @@ TEST_F(forward, LineAtTheRecordsEnd_IsFilledWithZeros) {
 }
 
 // As long a line as the record holds: a byte string of 2030 bytes.
-TEST_F(forward, LongestLine_GivesItsFrame) {
+TEST_F(Forward, LongestLine_GivesItsFrame) {
   std::string text = "3000000000EE070000";
   for (int i = 0; i < 2030; ++i) text += "A5";
   const std::string answer = "\r\n^DTTEST: " + text + "\r\n";
@@ -252,14 +252,14 @@ TEST_F(forward, LongestLine_GivesItsFrame) {
   EXPECT_EQ(frame.substr(20), std::string(2030, '\xA5'));
 }
 
-TEST_F(forward, ClosedModemLink_Fails) {
+TEST_F(Forward, ClosedModemLink_Fails) {
   set_link(g_handle_context.m_fd_at, 0);
   EXPECT_EQ(stop_tx(), ERR_FAIL);
   EXPECT_EQ(to_app(), "");
 }
 
 // The modem's tty was reset: it is opened anew, silenced, and the command sent once more.
-TEST_F(forward, ResetModemLink_IsRepairedWithinTheRequest) {
+TEST_F(Forward, ResetModemLink_IsRepairedWithinTheRequest) {
   pty_link lost;
   pty_link fresh;
   set_device(g_amt_cfg.m_tty_at_mux_a, fresh.name());
@@ -272,13 +272,13 @@ TEST_F(forward, ResetModemLink_IsRepairedWithinTheRequest) {
   EXPECT_EQ(to_app(), STOPPED_FRAME);
 }
 
-TEST_F(forward, BadArguments_AreRefused) {
+TEST_F(Forward, BadArguments_AreRefused) {
   expect_refusals(amt_modem_handle_req, "amt_modem_handle_req");
   EXPECT_EQ(run(amt_modem_handle_req, STOP_TX, 0), ERR_ARGUMENT);
   EXPECT_EQ(to_modem(), "");
 }
 
-TEST_F(forward, NoModem_IsRefused) {
+TEST_F(Forward, NoModem_IsRefused) {
   expect_refusal_without_modem(amt_modem_handle_req);
 }
 

@@ -15,16 +15,16 @@ constexpr char IMEI_FRAME[] =
     "23 00 BB 08 1D 00 EE 15 02 0F 00 38 36 30 30 30 31 30 32 30 33 30 34 30 35 30 EE 01 01 04 00 00 00 00 00";
 constexpr std::string_view IMEI_ANSWER = "\r\n^DGSN: 860001020304050\r\n\r\nOK\r\n";
 
-class identity : public modem_test {};
+class Identity : public modem_test {};
 
-TEST_F(identity, ReadImei_AnswersItAsAString) {
+TEST_F(Identity, ReadImei_AnswersItAsAString) {
   modem_says({IMEI_ANSWER});
   EXPECT_EQ(run(amt_modem_handle_read_imei, READ_IMEI), ERR_NONE);
   EXPECT_EQ(to_modem(), "AT^DGSN?\r");
   EXPECT_EQ(to_app(), IMEI_FRAME);
 }
 
-TEST_F(identity, AnswerSplitAnywhere_GivesTheSameResponse) {
+TEST_F(Identity, AnswerSplitAnywhere_GivesTheSameResponse) {
   for (std::size_t at = 1; at < IMEI_ANSWER.size(); ++at) {
     modem_says_split(IMEI_ANSWER, at);
     EXPECT_EQ(run(amt_modem_handle_read_imei, READ_IMEI), ERR_NONE) << at;
@@ -32,20 +32,20 @@ TEST_F(identity, AnswerSplitAnywhere_GivesTheSameResponse) {
   }
 }
 
-TEST_F(identity, AnswerInSingleBytes_GivesTheSameResponse) {
+TEST_F(Identity, AnswerInSingleBytes_GivesTheSameResponse) {
   modem_says_bytewise(IMEI_ANSWER);
   EXPECT_EQ(run(amt_modem_handle_read_imei, READ_IMEI), ERR_NONE);
   EXPECT_EQ(to_app(), IMEI_FRAME);
 }
 
-TEST_F(identity, ReadBoard_AnswersItAsAString) {
+TEST_F(Identity, ReadBoard_AnswersItAsAString) {
   modem_says({"\r\n^DMSN:  SN-1\r\n\r\nOK\r\n"});
   EXPECT_EQ(run(amt_modem_handle_read_board, READ_BOARD), ERR_NONE);
   EXPECT_EQ(to_modem(), "AT^DMSN\r");
   EXPECT_EQ(to_app(), "18 00 BB 56 12 00 EE 26 02 04 00 53 4E 2D 31 EE 01 01 04 00 00 00 00 00");
 }
 
-TEST_F(identity, ReadSerial_AnswersTheBoardNumberAsBytesAndLogsEachRead) {
+TEST_F(Identity, ReadSerial_AnswersTheBoardNumberAsBytesAndLogsEachRead) {
   modem_says({"\r\n^DMSN:SN-1\r\n", "\r\nOK\r\n"});
   EXPECT_EQ(run(amt_read_serial_number, READ_SERIAL), ERR_NONE);
   EXPECT_EQ(to_modem(), "AT^DMSN\r");
@@ -55,7 +55,7 @@ TEST_F(identity, ReadSerial_AnswersTheBoardNumberAsBytesAndLogsEachRead) {
   EXPECT_TRUE(m_log.has("get serial-number success. serial-number:[len:4 content:SN-1]"));
 }
 
-TEST_F(identity, EmptyValue_IsAnsweredAsSuch) {
+TEST_F(Identity, EmptyValue_IsAnsweredAsSuch) {
   modem_says({"\r\n^DMSN:\r\n\r\nOK\r\n"});
   EXPECT_EQ(run(amt_modem_handle_read_board, READ_BOARD), ERR_NONE);
   EXPECT_EQ(to_app(), "14 00 BB 56 0E 00 EE 26 02 00 00 EE 01 01 04 00 00 00 00 00");
@@ -64,7 +64,7 @@ TEST_F(identity, EmptyValue_IsAnsweredAsSuch) {
   EXPECT_EQ(to_app(), "14 00 BB EB 0E 00 EE A3 03 00 00 EE 01 01 04 00 00 00 00 00");
 }
 
-TEST_F(identity, ValueOf38Characters_IsAnswered) {
+TEST_F(Identity, ValueOf38Characters_IsAnswered) {
   modem_says({"\r\n^DMSN:" + std::string(38, '7') + "\r\n\r\nOK\r\n"});
   EXPECT_EQ(run(amt_modem_handle_read_board, READ_BOARD), ERR_NONE);
   std::string wanted = "3A 00 BB 56 34 00 EE 26 02 26 00";
@@ -77,9 +77,9 @@ struct failure_row {
   std::string m_answer;
 };
 
-class identity_failure : public identity, public testing::WithParamInterface<failure_row> {};
+class IdentityFailure : public Identity, public testing::WithParamInterface<failure_row> {};
 
-TEST_P(identity_failure, OfEachRead_IsAnsweredWithAnErrorResponse) {
+TEST_P(IdentityFailure, OfEachRead_IsAnsweredWithAnErrorResponse) {
   modem_says({GetParam().m_answer});
   EXPECT_EQ(run(amt_modem_handle_read_board, READ_BOARD), ERR_NONE);
   EXPECT_EQ(to_app(), BOARD_FAILURE);
@@ -95,7 +95,7 @@ TEST_P(identity_failure, OfEachRead_IsAnsweredWithAnErrorResponse) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, identity_failure,
+    Each, IdentityFailure,
     testing::Values(failure_row{"OkOnly", "\r\nOK\r\n"}, failure_row{"OtherLine", "\r\n^X: 1\r\n\r\nOK\r\n"},
                     failure_row{"LineBehindTheOk", "\r\nOK\r\n\r\n^DMSN:1\r\n\r\n^DGSN: 1\r\n"},
                     failure_row{"Error", "\r\nERROR\r\n"}, failure_row{"Cme", "\r\n+CME ERROR: 3\r\n"},
@@ -105,19 +105,19 @@ INSTANTIATE_TEST_SUITE_P(
                     failure_row{"FullRecord", std::string(4096, 'x')}),
     [](const auto& row) { return row.param.m_name; });
 
-TEST_F(identity, ImeiPrefixWithoutItsBlank_IsNone) {
+TEST_F(Identity, ImeiPrefixWithoutItsBlank_IsNone) {
   modem_says({"\r\n^DGSN:860001020304050\r\n\r\nOK\r\n"});
   EXPECT_EQ(run(amt_modem_handle_read_imei, READ_IMEI), ERR_NONE);
   EXPECT_EQ(to_app(), IMEI_FAILURE);
 }
 
-TEST_F(identity, LinkThatFails_IsAnsweredWithAnErrorResponse) {
+TEST_F(Identity, LinkThatFails_IsAnsweredWithAnErrorResponse) {
   set_link(g_handle_context.m_fd_at, 0);
   EXPECT_EQ(run(amt_modem_handle_read_imei, READ_IMEI), ERR_NONE);
   EXPECT_EQ(to_app(), IMEI_FAILURE);
 }
 
-TEST_F(identity, LinkThatFailsWhileReading_IsAnsweredWithAnErrorResponse) {
+TEST_F(Identity, LinkThatFailsWhileReading_IsAnsweredWithAnErrorResponse) {
   modem_says({"\r\n^DGSN: 86"});
   m_at.hang_up();
   g_no_modem = 0;
@@ -125,13 +125,13 @@ TEST_F(identity, LinkThatFailsWhileReading_IsAnsweredWithAnErrorResponse) {
   EXPECT_EQ(to_app(), IMEI_FAILURE);
 }
 
-TEST_F(identity, BadArguments_AreRefused) {
+TEST_F(Identity, BadArguments_AreRefused) {
   expect_refusals(amt_modem_handle_read_imei, "amt_modem_handle_read_imei");
   expect_refusals(amt_modem_handle_read_board, "amt_modem_handle_read_board");
   expect_refusals(amt_read_serial_number, "amt_read_serial_number");
 }
 
-TEST_F(identity, NoModem_IsRefused) {
+TEST_F(Identity, NoModem_IsRefused) {
   expect_refusal_without_modem(amt_modem_handle_read_imei);
   expect_refusal_without_modem(amt_modem_handle_read_board);
   expect_refusal_without_modem(amt_read_serial_number);

@@ -8,9 +8,9 @@ namespace {
 constexpr char QUERY_SUPPORT[] = "06 00 BB C5 00 00";
 constexpr char SUPPORT_FAILURE[] = "0F 00 BB C6 09 00 EE 01 01 04 00 0A 00 00 00";
 
-class support : public modem_test {};
+class Support : public modem_test {};
 
-TEST_F(support, FourFields_AnswerTheLast) {
+TEST_F(Support, FourFields_AnswerTheLast) {
   modem_says({"\r\n^DMCC: 2,2,1,258\r\n", "\r\nOK\r\n"});
   EXPECT_EQ(run(amt_query_amt_support, QUERY_SUPPORT), ERR_NONE);
   EXPECT_EQ(to_modem(), "AT^DMCC?\r");
@@ -20,7 +20,7 @@ TEST_F(support, FourFields_AnswerTheLast) {
                                   "amt_query_amt_support parameter=2,2,1,258", "getted nstandby0_rat:258."}));
 }
 
-TEST_F(support, MoreFields_AreLeftOut) {
+TEST_F(Support, MoreFields_AreLeftOut) {
   modem_says({"\r\n^DMCC: 1,1,1,3,9\r\n\r\nOK\r\n"});
   EXPECT_EQ(run(amt_query_amt_support, QUERY_SUPPORT), ERR_NONE);
   EXPECT_EQ(to_app(), "18 00 BB C6 12 00 EE CA 01 04 00 03 00 00 00 EE 01 01 04 00 00 00 00 00");
@@ -32,9 +32,9 @@ struct support_row {
   const char* m_line;  // in the log, if any
 };
 
-class support_failure : public support, public testing::WithParamInterface<support_row> {};
+class SupportFailure : public Support, public testing::WithParamInterface<support_row> {};
 
-TEST_P(support_failure, OfTheModem_IsAnsweredWithAnErrorResponse) {
+TEST_P(SupportFailure, OfTheModem_IsAnsweredWithAnErrorResponse) {
   modem_says({GetParam().m_answer});
   EXPECT_EQ(run(amt_query_amt_support, QUERY_SUPPORT), ERR_NONE);
   EXPECT_EQ(to_app(), SUPPORT_FAILURE);
@@ -43,7 +43,7 @@ TEST_P(support_failure, OfTheModem_IsAnsweredWithAnErrorResponse) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, support_failure,
+    Each, SupportFailure,
     testing::Values(support_row{"NoField", "\r\n^DMCC:\r\n\r\nOK\r\n", "sim_num is null!!!"},
                     support_row{"OneField", "\r\n^DMCC: 1\r\n\r\nOK\r\n", "standby_num is null!!!"},
                     support_row{"TwoFields", "\r\n^DMCC: 1,1\r\n\r\nOK\r\n", "rf_set_num is null!!!"},
@@ -53,74 +53,74 @@ INSTANTIATE_TEST_SUITE_P(
                     support_row{"TooLong", "\r\n^DMCC: 1,1,1," + std::string(33, '1') + "\r\n\r\nOK\r\n", nullptr}),
     [](const auto& row) { return row.param.m_name; });
 
-TEST_F(support, BadArgumentsAndNoModem_AreRefused) {
+TEST_F(Support, BadArgumentsAndNoModem_AreRefused) {
   expect_refusals(amt_query_amt_support, "amt_query_amt_support");
   expect_refusal_without_modem(amt_query_amt_support);
 }
 
-class channel_switch : public modem_test {};
+class ChannelSwitch : public modem_test {};
 
-TEST_F(channel_switch, OneDigit_GoesOutWithItsReturn) {
+TEST_F(ChannelSwitch, OneDigit_GoesOutWithItsReturn) {
   modem_says({"\r\nOK\r\n"});
   EXPECT_EQ(run(amt_at_to_modem, "0F 00 BB E8 09 00 EE 9F 01 04 00 05 00 00 00"), ERR_NONE);
   EXPECT_EQ(to_modem(), "AT^DMPCHN=5\r");
   EXPECT_EQ(to_app(), "0F 00 BB E9 09 00 EE 01 01 04 00 00 00 00 00");
 }
 
-TEST_F(channel_switch, TwoDigits_LoseTheReturn) {
+TEST_F(ChannelSwitch, TwoDigits_LoseTheReturn) {
   modem_says({"OK"});
   EXPECT_EQ(run(amt_at_to_modem, "0F 00 BB E8 09 00 EE 9F 01 04 00 0C 00 00 00"), ERR_NONE);
   EXPECT_EQ(to_modem(), "AT^DMPCHN=12");
   EXPECT_EQ(to_app(), "0F 00 BB E9 09 00 EE 01 01 04 00 00 00 00 00");
 }
 
-TEST_F(channel_switch, LongNumber_IsCutAtTwelveBytes) {
+TEST_F(ChannelSwitch, LongNumber_IsCutAtTwelveBytes) {
   modem_says({"OK"});
   run(amt_at_to_modem, "0F 00 BB E8 09 00 EE 9F 01 04 00 40 E2 01 00");
   EXPECT_EQ(to_modem(), "AT^DMPCHN=12");
 }
 
-TEST_F(channel_switch, NoAtom_IsChannelZero) {
+TEST_F(ChannelSwitch, NoAtom_IsChannelZero) {
   modem_says({"OK"});
   run(amt_at_to_modem, "06 00 BB E8 00 00");
   EXPECT_EQ(to_modem(), "AT^DMPCHN=0\r");
 }
 
-TEST_F(channel_switch, OneReadDecides) {
+TEST_F(ChannelSwitch, FirstRead_Decides) {
   modem_says({"\r\nO", "K\r\n"});
   EXPECT_EQ(run(amt_at_to_modem, "06 00 BB E8 00 00"), ERR_FAIL);
   EXPECT_TRUE(has_failure("amt_channel_switch", ERR_FAIL, "\r\nO"));
   EXPECT_EQ(to_app(), "");
 }
 
-TEST_F(channel_switch, OkBehindOneHundredBytes_IsNotSeen) {
+TEST_F(ChannelSwitch, OkBehindOneHundredBytes_IsNotSeen) {
   modem_says({std::string(99, 'x') + "OK"});
   EXPECT_EQ(run(amt_at_to_modem, "06 00 BB E8 00 00"), ERR_FAIL);
 }
 
-TEST_F(channel_switch, ToThePc_IsWrapped) {
+TEST_F(ChannelSwitch, ToThePc_IsWrapped) {
   modem_says({"OK"});
   EXPECT_EQ(run(amt_channel_switch, "06 00 BB E8 00 00", AMT_LINK_PC), ERR_NONE);
   EXPECT_EQ(to_pc().substr(0, 36 + 44),
             "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB E9 09 00 EE 01 01 04 00 00 00 00 00");
 }
 
-TEST_F(channel_switch, FailedLink_GivesItsCode) {
+TEST_F(ChannelSwitch, FailedLink_GivesItsCode) {
   set_link(g_handle_context.m_fd_at, 0);
   EXPECT_EQ(run(amt_at_to_modem, "06 00 BB E8 00 00"), ERR_FAIL);
   EXPECT_EQ(to_app(), "");
 }
 
-TEST_F(channel_switch, NoModem_IsRefused) {
+TEST_F(ChannelSwitch, NoModem_IsRefused) {
   expect_refusal_without_modem(amt_channel_switch);
 }
 
-TEST_F(channel_switch, OtherId_IsTakenWithoutAnAnswer) {
+TEST_F(ChannelSwitch, OtherId_IsTakenWithoutAnAnswer) {
   EXPECT_EQ(run(amt_at_to_modem, "06 00 BB E7 00 00"), ERR_NONE);
   EXPECT_EQ(to_modem() + to_app(), "");
 }
 
-TEST_F(channel_switch, BadArguments_AreRefused) {
+TEST_F(ChannelSwitch, BadArguments_AreRefused) {
   expect_refusals(amt_at_to_modem, "amt_at_to_modem");
 }
 

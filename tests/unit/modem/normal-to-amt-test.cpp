@@ -13,18 +13,18 @@ constexpr char SWITCH_PROPERTY[] = "amt.normal.amt.switch_status";
 
 volatile std::sig_atomic_t g_ends;
 
-class normal_to_amt : public modem_test {
+class NormalToAmt : public modem_test {
  protected:
-  normal_to_amt() {
+  NormalToAmt() {
     phone_root::remove_properties();
     g_ends = 0;
     m_before = std::signal(SIGTERM, [](int) { g_ends = g_ends + 1; });
   }
-  ~normal_to_amt() override { std::signal(SIGTERM, m_before); }
+  ~NormalToAmt() override { std::signal(SIGTERM, m_before); }
   void (*m_before)(int);
 };
 
-TEST_F(normal_to_amt, ModemSwitched_AnswersSetsThePropertiesAndEnds) {
+TEST_F(NormalToAmt, ModemSwitched_AnswersSetsThePropertiesAndEnds) {
   modem_says({"\r\nOK\r\n", "\r\nOK\r\n"});
   EXPECT_EQ(run(amt_handle_normal_to_amt, TO_AMT_4), ERR_NONE);
   EXPECT_EQ(to_modem(), "AT^DMPCHN=0\rAT^DSWAMT=4\r");
@@ -35,7 +35,7 @@ TEST_F(normal_to_amt, ModemSwitched_AnswersSetsThePropertiesAndEnds) {
   EXPECT_EQ(g_ends, 1);
 }
 
-TEST_F(normal_to_amt, Steps_ComeInTheirOrder) {
+TEST_F(NormalToAmt, Steps_ComeInTheirOrder) {
   modem_says({"\r\nOK\r\n", "\r\nOK\r\n"});
   run(amt_handle_normal_to_amt, TO_AMT_4);
   std::vector<std::string> seen;
@@ -55,7 +55,7 @@ TEST_F(normal_to_amt, Steps_ComeInTheirOrder) {
                                    "stop vx-kro-mla return: 0"));
 }
 
-TEST_F(normal_to_amt, UsbWithSerial_IsLeftAsItIs) {
+TEST_F(NormalToAmt, UsbWithSerial_IsLeftAsItIs) {
   phone_root::set_property("sys.usb.config", "mtp,serial");
   modem_says({"\r\nOK\r\n", "\r\nOK\r\n"});
   run(amt_handle_normal_to_amt, TO_AMT_4);
@@ -63,27 +63,27 @@ TEST_F(normal_to_amt, UsbWithSerial_IsLeftAsItIs) {
   EXPECT_TRUE(m_log.has("already activate serial, do not reset. "));
 }
 
-TEST_F(normal_to_amt, UsbWithoutSerial_GetsIt) {
+TEST_F(NormalToAmt, UsbWithoutSerial_GetsIt) {
   phone_root::set_property("sys.usb.config", "mtp,adb");
   modem_says({"\r\nOK\r\n", "\r\nOK\r\n"});
   run(amt_handle_normal_to_amt, TO_AMT_4);
   EXPECT_EQ(phone_root::get_property("sys.usb.config"), "serial,adb");
 }
 
-TEST_F(normal_to_amt, NoModeAtom_IsModeZero) {
+TEST_F(NormalToAmt, NoModeAtom_IsModeZero) {
   modem_says({"\r\nOK\r\n", "\r\nOK\r\n"});
   run(amt_handle_normal_to_amt, "06 00 BB C3 00 00");
   EXPECT_EQ(to_modem(), "AT^DMPCHN=0\rAT^DSWAMT=0\r");
 }
 
-TEST_F(normal_to_amt, ApplicationGone_EndsAllTheSame) {
+TEST_F(NormalToAmt, ApplicationGone_EndsAllTheSame) {
   set_link(g_handle_context.m_pty_app.m_ptm_fd, 0);
   modem_says({"\r\nOK\r\n", "\r\nOK\r\n"});
   EXPECT_EQ(run(amt_handle_normal_to_amt, TO_AMT_4), ERR_FAIL);
   EXPECT_EQ(g_ends, 1);
 }
 
-TEST_F(normal_to_amt, BandRefused_NothingElseIsSentOrSet) {
+TEST_F(NormalToAmt, BandRefused_NothingElseIsSentOrSet) {
   modem_says({"\r\nERROR\r\n"});
   EXPECT_EQ(run(amt_handle_normal_to_amt, TO_AMT_4), ERR_NONE);
   EXPECT_EQ(to_modem(), "AT^DMPCHN=0\r");
@@ -93,7 +93,7 @@ TEST_F(normal_to_amt, BandRefused_NothingElseIsSentOrSet) {
   EXPECT_EQ(g_ends, 0);
 }
 
-TEST_F(normal_to_amt, ModeRefused_NothingIsSetOrEnded) {
+TEST_F(NormalToAmt, ModeRefused_NothingIsSetOrEnded) {
   modem_says({"\r\nOK\r\n", "\r\n+CME ERROR: 3\r\n"});
   EXPECT_EQ(run(amt_handle_normal_to_amt, TO_AMT_4), ERR_NONE);
   EXPECT_EQ(to_app(), TO_AMT_FAILURE);
@@ -103,18 +103,18 @@ TEST_F(normal_to_amt, ModeRefused_NothingIsSetOrEnded) {
   EXPECT_EQ(g_ends, 0);
 }
 
-TEST_F(normal_to_amt, BadArgumentsAndNoModem_AreRefused) {
+TEST_F(NormalToAmt, BadArgumentsAndNoModem_AreRefused) {
   expect_refusals(amt_handle_normal_to_amt, "amt_handle_normal_to_amt");
   expect_refusal_without_modem(amt_handle_normal_to_amt);
   EXPECT_EQ(g_ends, 0);
 }
 
-class app_amt1_flag : public modem_test {
+class AppAmt1Flag : public modem_test {
  protected:
-  app_amt1_flag() { phone_root::write("/amt/power_usb_amt.txt", "1"); }
+  AppAmt1Flag() { phone_root::write("/amt/power_usb_amt.txt", "1"); }
 };
 
-TEST_F(app_amt1_flag, OperationZero_WritesTheFlag) {
+TEST_F(AppAmt1Flag, OperationZero_WritesTheFlag) {
   EXPECT_EQ(run(amt_handle_damt1_cmd, "0F 00 BB DB 09 00 EE C0 01 04 00 00 00 00 00"), ERR_NONE);
   EXPECT_EQ(to_app(), "18 00 BB DC 12 00 EE C0 01 04 00 00 00 00 00 EE 01 01 04 00 00 00 00 00");
   EXPECT_EQ(phone_root::read("/amt/power_usb_amt.txt"), "0");
@@ -122,24 +122,24 @@ TEST_F(app_amt1_flag, OperationZero_WritesTheFlag) {
   EXPECT_TRUE(m_log.has("amt_handle_damt1_cmd op_type:0; flag:0; ret_val:0."));
 }
 
-TEST_F(app_amt1_flag, OperationTwo_ReadsTheFlag) {
+TEST_F(AppAmt1Flag, OperationTwo_ReadsTheFlag) {
   EXPECT_EQ(run(amt_handle_damt1_cmd, "0F 00 BB DB 09 00 EE C0 01 04 00 02 00 00 00"), ERR_NONE);
   EXPECT_EQ(to_app(), "18 00 BB DC 12 00 EE C0 01 04 00 01 00 00 00 EE 01 01 04 00 00 00 00 00");
 }
 
-TEST_F(app_amt1_flag, NoAtom_IsOperationZero) {
+TEST_F(AppAmt1Flag, NoAtom_IsOperationZero) {
   EXPECT_EQ(run(amt_handle_damt1_cmd, "06 00 BB DB 00 00"), ERR_NONE);
   EXPECT_EQ(phone_root::read("/amt/power_usb_amt.txt"), "0");
 }
 
-TEST_F(app_amt1_flag, UnknownOperation_IsAnsweredWithAnErrorResponse) {
+TEST_F(AppAmt1Flag, UnknownOperation_IsAnsweredWithAnErrorResponse) {
   EXPECT_EQ(run(amt_handle_damt1_cmd, "0F 00 BB DB 09 00 EE C0 01 04 00 03 00 00 00"), ERR_NONE);
   EXPECT_EQ(to_app(), "0F 00 BB DC 09 00 EE 01 01 04 00 0A 00 00 00");
   EXPECT_TRUE(m_log.has("amt_handle_damt1_cmd op_type:3; flag:0; ret_val:-101."));
   EXPECT_TRUE(has_trace("amt_handle_damt1_cmd", ERR_ARGUMENT));
 }
 
-TEST_F(app_amt1_flag, BadArgumentsAndNoModem_AreRefused) {
+TEST_F(AppAmt1Flag, BadArgumentsAndNoModem_AreRefused) {
   expect_refusals(amt_handle_damt1_cmd, "amt_handle_damt1_cmd");
   expect_refusal_without_modem(amt_handle_damt1_cmd);
 }

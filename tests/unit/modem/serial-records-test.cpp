@@ -23,15 +23,15 @@ class serial_records : public modem_test {
   std::string answered() {
     const std::string bytes = m_pc.received();
     if (bytes.empty()) return "";
-    EXPECT_EQ(hex_of(bytes.substr(0, 4)), "AA BB CC DD");
-    return hex_of(bytes.substr(12, bytes.size() - 16));
+    EXPECT_EQ(to_hex(bytes.substr(0, 4)), "AA BB CC DD");
+    return to_hex(bytes.substr(12, bytes.size() - 16));
   }
   std::int32_t run_pc(amt_handle_func handler, std::string_view request) { return run(handler, request, AMT_LINK_PC); }
 };
 
-class board_serial : public serial_records {};
+class BoardSerial : public serial_records {};
 
-TEST_F(board_serial, WriteRecord_ReplacesTheFileAndFlushes) {
+TEST_F(BoardSerial, WriteRecord_ReplacesTheFileAndFlushes) {
   phone_root::write("/amt/imei.txt", "something longer");
   EXPECT_EQ(amt_write_pcba_sn("860001", "/amt/imei.txt"), ERR_NONE);
   EXPECT_EQ(phone_root::read("/amt/imei.txt"), "860001");
@@ -39,7 +39,7 @@ TEST_F(board_serial, WriteRecord_ReplacesTheFileAndFlushes) {
   EXPECT_TRUE(m_log.has("write pcba-sn: 860001"));
 }
 
-TEST_F(board_serial, WriteNothing_IsRefused) {
+TEST_F(BoardSerial, WriteNothing_IsRefused) {
   EXPECT_EQ(amt_write_pcba_sn(nullptr, BOARD_FILE), ERR_ARGUMENT);
   EXPECT_TRUE(has_failure("amt_write_pcba_sn", ERR_ARGUMENT, "1, 0"));
   EXPECT_EQ(amt_write_pcba_sn("", BOARD_FILE), ERR_ARGUMENT);
@@ -47,14 +47,14 @@ TEST_F(board_serial, WriteNothing_IsRefused) {
   EXPECT_FALSE(std::filesystem::exists(BOARD_FILE));
 }
 
-TEST_F(board_serial, WriteWhereNoFileCanBe_FailsWithoutAFlush) {
+TEST_F(BoardSerial, WriteWhereNoFileCanBe_FailsWithoutAFlush) {
   EXPECT_EQ(amt_write_pcba_sn("1", "/amt/no/such/folder"), ERR_SYSTEM);
   EXPECT_TRUE(has_failure("amt_write_pcba_sn", ERR_SYSTEM,
                           "open(\"/amt/no/such/folder\") fail: 2 - No such file or directory"));
   EXPECT_EQ(phone_root::take_sync_calls(), 0);
 }
 
-TEST_F(board_serial, WriteToAFullSystem_FailsBehindTheFlush) {
+TEST_F(BoardSerial, WriteToAFullSystem_FailsAfterTheFlush) {
   EXPECT_EQ(amt_write_pcba_sn("1", "/dev/full"), ERR_SYSTEM);
   EXPECT_TRUE(has_failure("amt_write_pcba_sn", ERR_SYSTEM, "fputs fail: 28 - No space left on device"));
   EXPECT_EQ(phone_root::take_sync_calls(), 2);
@@ -66,16 +66,16 @@ struct content_row {
   std::string m_serial;
 };
 
-class board_serial_content : public board_serial, public testing::WithParamInterface<content_row> {};
+class BoardSerialContent : public BoardSerial, public testing::WithParamInterface<content_row> {};
 
-TEST_P(board_serial_content, Read_IsTheFirstLineUpTo29Characters) {
+TEST_P(BoardSerialContent, Read_IsTheFirstLineUpTo29Characters) {
   phone_root::write(BOARD_FILE, GetParam().m_content);
   char serial[AMT_PCBA_SN_SIZE];
   EXPECT_EQ(amt_read_pcba_sn(serial), ERR_NONE);
   EXPECT_EQ(std::string(serial), GetParam().m_serial);
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, board_serial_content,
+INSTANTIATE_TEST_SUITE_P(Each, BoardSerialContent,
                          testing::Values(content_row{"Plain", "SN1", "SN1"},
                                          content_row{"LineEndStays", "SN1\nSN2", "SN1\n"},
                                          content_row{"CarriageReturnStays", "SN1\r", "SN1\r"},
@@ -84,7 +84,7 @@ INSTANTIATE_TEST_SUITE_P(Each, board_serial_content,
                                          content_row{"FiveHundred", std::string(500, '7'), std::string(29, '7')}),
                          [](const auto& row) { return row.param.m_name; });
 
-TEST_F(board_serial, ReadLongLine_LogsWhatItGives) {
+TEST_F(BoardSerial, ReadLongLine_LogsWhatItGives) {
   phone_root::write("/amt/sn-2.txt", std::string(29, 'a') + "bcdef\n");
   char buffer[AMT_PCBA_SN_SIZE];
   EXPECT_EQ(amt_read_pcba_sn(buffer), ERR_NONE);
@@ -92,7 +92,7 @@ TEST_F(board_serial, ReadLongLine_LogsWhatItGives) {
   EXPECT_TRUE(m_log.has("read pcba-sn: " + std::string(29, 'a')));
 }
 
-TEST_F(board_serial, ReadMissingOrEmptyFile_Fails) {
+TEST_F(BoardSerial, ReadMissingOrEmptyFile_Fails) {
   char serial[AMT_PCBA_SN_SIZE] = "before";
   EXPECT_EQ(amt_read_pcba_sn(serial), ERR_SYSTEM);
   EXPECT_TRUE(
@@ -103,7 +103,7 @@ TEST_F(board_serial, ReadMissingOrEmptyFile_Fails) {
   EXPECT_TRUE(m_log.contains("read fail: "));
 }
 
-TEST_F(board_serial, RequestToRead_IsAnsweredWithTheSerial) {
+TEST_F(BoardSerial, RequestToRead_IsAnsweredWithTheSerial) {
   phone_root::write(BOARD_FILE, "SN1");
   EXPECT_EQ(run_pc(amt_handle_board_pcba_ctrl, "0C 00 BB C1 06 00 EE BE 04 01 00 01"), ERR_NONE);
   EXPECT_EQ(answered(), "17 00 BB C2 11 00 EE BF 02 03 00 53 4E 31 EE 01 01 04 00 00 00 00 00");
@@ -111,13 +111,13 @@ TEST_F(board_serial, RequestToRead_IsAnsweredWithTheSerial) {
   EXPECT_TRUE(m_log.has("readed pcba-sn: SN1."));
 }
 
-TEST_F(board_serial, RequestToReadAMissingFile_SendsNothing) {
+TEST_F(BoardSerial, RequestToReadAMissingFile_SendsNothing) {
   EXPECT_EQ(run_pc(amt_handle_board_pcba_ctrl, "0C 00 BB C1 06 00 EE BE 04 01 00 01"), ERR_FAIL);
   EXPECT_TRUE(has_failure("amt_handle_board_pcba_ctrl", ERR_FAIL, "read error."));
   EXPECT_EQ(answered(), "");
 }
 
-TEST_F(board_serial, RequestToWrite_IsAnsweredWithOk) {
+TEST_F(BoardSerial, RequestToWrite_IsAnsweredWithOk) {
   EXPECT_EQ(run_pc(amt_handle_board_pcba_ctrl, "14 00 BB C1 0E 00 EE BE 04 01 00 02 EE BF 02 03 00 53 4E 32"),
             ERR_NONE);
   EXPECT_EQ(phone_root::read(BOARD_FILE), "SN2");
@@ -126,7 +126,7 @@ TEST_F(board_serial, RequestToWrite_IsAnsweredWithOk) {
   EXPECT_TRUE(m_log.has("Writed to file success.pcba-sn: SN2."));
 }
 
-TEST_F(board_serial, RequestToWriteALongSerial_IsCutTo29Characters) {
+TEST_F(BoardSerial, RequestToWriteALongSerial_IsCutTo29Characters) {
   for (const std::size_t length : {29u, 30u, 31u, 100u}) {
     auto& request = g_handle_context.m_request;
     amt_message_clear(request);
@@ -139,13 +139,13 @@ TEST_F(board_serial, RequestToWriteALongSerial_IsCutTo29Characters) {
   }
 }
 
-TEST_F(board_serial, RequestToWriteNothing_Fails) {
+TEST_F(BoardSerial, RequestToWriteNothing_Fails) {
   EXPECT_EQ(run_pc(amt_handle_board_pcba_ctrl, "0C 00 BB C1 06 00 EE BE 04 01 00 02"), ERR_FAIL);
   EXPECT_TRUE(has_failure("amt_handle_board_pcba_ctrl", ERR_FAIL, "write error."));
   EXPECT_EQ(answered(), "");
 }
 
-TEST_F(board_serial, RequestOfAnotherType_IsRefused) {
+TEST_F(BoardSerial, RequestOfAnotherType_IsRefused) {
   EXPECT_EQ(run_pc(amt_handle_board_pcba_ctrl, "0C 00 BB C1 06 00 EE BE 04 01 00 03"), ERR_ARGUMENT);
   EXPECT_TRUE(has_failure("amt_handle_board_pcba_ctrl", ERR_ARGUMENT, "unknown operation type: 3"));
   EXPECT_EQ(run_pc(amt_handle_board_pcba_ctrl, "06 00 BB C1 00 00"), ERR_ARGUMENT);
@@ -153,11 +153,11 @@ TEST_F(board_serial, RequestOfAnotherType_IsRefused) {
   EXPECT_EQ(answered(), "");
 }
 
-TEST_F(board_serial, BadArguments_AreRefused) {
+TEST_F(BoardSerial, BadArguments_AreRefused) {
   expect_refusals(amt_handle_board_pcba_ctrl, "amt_handle_board_pcba_ctrl");
 }
 
-class usb_serial : public serial_records {
+class UsbSerial : public serial_records {
  protected:
   std::int32_t write_serial(std::uint32_t stated, const std::string& text) {
     auto& request = g_handle_context.m_request;
@@ -171,7 +171,7 @@ class usb_serial : public serial_records {
   }
 };
 
-TEST_F(usb_serial, Write_ReplacesTheFileAndFlushes) {
+TEST_F(UsbSerial, Write_ReplacesTheFileAndFlushes) {
   phone_root::write(USB_FILE, "something longer");
   EXPECT_EQ(write_serial(4, "ABCD"), ERR_NONE);
   EXPECT_EQ(phone_root::read(USB_FILE), "ABCD");
@@ -188,14 +188,14 @@ struct length_row {
   std::string m_written;
 };
 
-class usb_serial_length : public usb_serial, public testing::WithParamInterface<length_row> {};
+class UsbSerialLength : public UsbSerial, public testing::WithParamInterface<length_row> {};
 
-TEST_P(usb_serial_length, Write_TakesAtMostTheStatedCharacters) {
+TEST_P(UsbSerialLength, Write_TakesAtMostTheStatedCharacters) {
   EXPECT_EQ(write_serial(GetParam().m_stated, GetParam().m_text), ERR_NONE);
   EXPECT_EQ(phone_root::read(USB_FILE), GetParam().m_written);
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, usb_serial_length,
+INSTANTIATE_TEST_SUITE_P(Each, UsbSerialLength,
                          testing::Values(length_row{"One", 1, "A", "A"}, length_row{"TextOneLonger", 3, "ABCD", "ABC"},
                                          length_row{"TextMuchLonger", 3, "ABCDEFGH", "ABC"},
                                          length_row{"TextShorter", 9, "ABC", "ABC"}, length_row{"NoText", 3, "", ""},
@@ -204,7 +204,7 @@ INSTANTIATE_TEST_SUITE_P(Each, usb_serial_length,
                                                     std::string(99, 'A')}),
                          [](const auto& row) { return row.param.m_name; });
 
-TEST_F(usb_serial, WriteOfABadLength_IsRefused) {
+TEST_F(UsbSerial, WriteOfABadLength_IsRefused) {
   for (const std::uint32_t length : {0u, 100u, 0xFFFFFFFFu}) {
     m_log.clear();
     EXPECT_EQ(write_serial(length, "ABCD"), ERR_FAIL);
@@ -214,34 +214,34 @@ TEST_F(usb_serial, WriteOfABadLength_IsRefused) {
   EXPECT_EQ(answered(), "");
 }
 
-TEST_F(usb_serial, WriteWithoutAFolder_Fails) {
+TEST_F(UsbSerial, WriteWithoutAFolder_Fails) {
   phone_root::remove("/amt");
   EXPECT_EQ(write_serial(4, "ABCD"), ERR_FAIL);
   EXPECT_TRUE(has_failure("amt_handle_adb_serial_no", ERR_FAIL, "fopen error"));
   EXPECT_EQ(answered(), "");
 }
 
-TEST_F(usb_serial, WriteToAFullSystem_Fails) {
+TEST_F(UsbSerial, WriteToAFullSystem_Fails) {
   std::filesystem::create_symlink("/dev/full", USB_FILE);
   EXPECT_EQ(write_serial(4, "ABCD"), ERR_FAIL);
   EXPECT_TRUE(has_failure("amt_handle_adb_serial_no", ERR_FAIL, "fprintf error"));
   EXPECT_EQ(answered(), "");
 }
 
-TEST_F(usb_serial, Read_AnswersTheFilesWord) {
+TEST_F(UsbSerial, Read_AnswersTheFilesWord) {
   phone_root::write(USB_FILE, " AB CD\n");
   EXPECT_EQ(run_pc(amt_handle_adb_serial_no, "0F 00 BB BF 09 00 EE A0 01 04 00 00 00 00 00"), ERR_NONE);
   EXPECT_EQ(answered(), "16 00 BB C0 10 00 EE A1 02 02 00 41 42 EE 01 01 04 00 00 00 00 00");
   EXPECT_TRUE(m_log.has("read adb serial no. ok, it is : AB"));
 }
 
-TEST_F(usb_serial, ReadOfALongWord_StaysInItsBuffer) {
+TEST_F(UsbSerial, ReadOfALongWord_StaysInItsBuffer) {
   phone_root::write(USB_FILE, std::string(500, 'A'));
   EXPECT_EQ(run_pc(amt_handle_adb_serial_no, "06 00 BB BF 00 00"), ERR_NONE);
   EXPECT_TRUE(m_log.has("read adb serial no. ok, it is : " + std::string(99, 'A')));
 }
 
-TEST_F(usb_serial, ReadOfNothing_Fails) {
+TEST_F(UsbSerial, ReadOfNothing_Fails) {
   EXPECT_EQ(run_pc(amt_handle_adb_serial_no, "06 00 BB BF 00 00"), ERR_FAIL);
   EXPECT_TRUE(has_failure("amt_handle_adb_serial_no", ERR_FAIL, "fopen error"));
   phone_root::write(USB_FILE, " \n");
@@ -250,13 +250,13 @@ TEST_F(usb_serial, ReadOfNothing_Fails) {
   EXPECT_EQ(answered(), "");
 }
 
-TEST_F(usb_serial, AnotherOperation_IsRefused) {
+TEST_F(UsbSerial, AnotherOperation_IsRefused) {
   EXPECT_EQ(run_pc(amt_handle_adb_serial_no, "0F 00 BB BF 09 00 EE A0 01 04 00 02 00 00 00"), ERR_ARGUMENT);
   EXPECT_TRUE(has_failure("amt_handle_adb_serial_no", ERR_ARGUMENT, "unknown operation: 2"));
   EXPECT_EQ(answered(), "");
 }
 
-TEST_F(usb_serial, BadArguments_AreRefused) {
+TEST_F(UsbSerial, BadArguments_AreRefused) {
   expect_refusals(amt_handle_adb_serial_no, "amt_handle_adb_serial_no");
 }
 

@@ -17,17 +17,17 @@ constexpr char READ_FAILURE[] = "0F 00 BB 5A 09 00 EE 01 01 04 00 0A 00 00 00";
 constexpr char RESULT_FILE[] = "/amt/amt_result.txt";
 constexpr char PRODUCT_FILE[] = "/amt/product.txt";
 
-class results : public modem_test {
+class Results : public modem_test {
  protected:
-  results() {
+  Results() {
     phone_root::remove("/amt");
     phone_root::write(RESULT_FILE, "0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n");
   }
 };
 
-class station_write : public results {};
+class StationWrite : public Results {};
 
-TEST_F(station_write, WithADescription_IsRecordedAndSent) {
+TEST_F(StationWrite, WithADescription_IsRecordedAndSent) {
   modem_says_bytewise("\r\nOK\r\n");
   EXPECT_EQ(run(amt_modem_write_test_result, WRITE_3_1_OK), ERR_NONE);
   EXPECT_EQ(to_modem(), "AT^DATOMW=3,1,ok\r");
@@ -35,13 +35,13 @@ TEST_F(station_write, WithADescription_IsRecordedAndSent) {
   EXPECT_EQ(phone_root::read(RESULT_FILE), "0\n0\n0\n1\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n");
 }
 
-TEST_F(station_write, WithoutADescription_SendsTwoFields) {
+TEST_F(StationWrite, WithoutADescription_SendsTwoFields) {
   modem_says({"\r\nOK\r\n"});
   EXPECT_EQ(run(amt_modem_write_test_result, WRITE_3_1), ERR_NONE);
   EXPECT_EQ(to_modem(), "AT^DATOMW=3,1\r");
 }
 
-TEST_F(station_write, Logs_WhatItDoes) {
+TEST_F(StationWrite, Logs_WhatItDoes) {
   modem_says({"\r\n", "OK\r\n"});
   EXPECT_EQ(run(amt_modem_write_test_result, WRITE_3_1), ERR_NONE);
   EXPECT_TRUE(m_log.has("write amt_result success amt station_num: 3, station_result: 1.\n"));
@@ -57,9 +57,9 @@ struct description_row {
   std::size_t m_sent;
 };
 
-class station_description : public station_write, public testing::WithParamInterface<description_row> {};
+class StationDescription : public StationWrite, public testing::WithParamInterface<description_row> {};
 
-TEST_P(station_description, IsSentUpTo127Characters) {
+TEST_P(StationDescription, OfAnyLength_IsSentUpTo127Characters) {
   auto& request = g_handle_context.m_request;
   amt_message_clear(request);
   amt_frame_init(&request.m_buf_a, 91);
@@ -70,19 +70,19 @@ TEST_P(station_description, IsSentUpTo127Characters) {
   EXPECT_EQ(to_modem(), "AT^DATOMW=0,0," + std::string(GetParam().m_sent, 'd') + "\r");
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, station_description,
+INSTANTIATE_TEST_SUITE_P(Each, StationDescription,
                          testing::Values(description_row{"Longest", 127, 127}, description_row{"OneMore", 128, 127},
                                          description_row{"TwoMore", 129, 127}, description_row{"ManyMore", 2000, 127}),
                          [](const auto& row) { return row.param.m_name; });
 
-TEST_F(station_write, NegativeNumbers_AreSentAsSuch) {
+TEST_F(StationWrite, NegativeNumbers_AreSentAsSuch) {
   modem_says({"\r\nOK\r\n"});
   run(amt_modem_write_test_result, "18 00 BB 5B 12 00 EE 27 01 04 00 FF FF FF FF EE 24 01 04 00 FE FF FF FF");
   EXPECT_EQ(to_modem(), "AT^DATOMW=-1,-2\r");
 }
 
 // Station 20 has no place in the file, which stops nothing.
-TEST_F(station_write, RecordThatFails_IsLoggedOnly) {
+TEST_F(StationWrite, RecordThatFails_IsLoggedOnly) {
   modem_says({"\r\nOK\r\n"});
   EXPECT_EQ(run(amt_modem_write_test_result, "18 00 BB 5B 12 00 EE 27 01 04 00 14 00 00 00 EE 24 01 04 00 01 00 00 00"),
             ERR_NONE);
@@ -91,7 +91,7 @@ TEST_F(station_write, RecordThatFails_IsLoggedOnly) {
   EXPECT_EQ(to_app(), WRITTEN);
 }
 
-TEST_F(station_write, ErrorOfTheModem_IsAnsweredWithAnErrorResponse) {
+TEST_F(StationWrite, ErrorOfTheModem_IsAnsweredWithAnErrorResponse) {
   for (const char* error : {"\r\nERROR\r\n", "\r\n+CME ERROR: 1\r\n", "\r\n+CMS ERROR: 1\r\n"}) {
     modem_says({error});
     EXPECT_EQ(run(amt_modem_write_test_result, WRITE_3_1), ERR_NONE);
@@ -102,23 +102,23 @@ TEST_F(station_write, ErrorOfTheModem_IsAnsweredWithAnErrorResponse) {
   }
 }
 
-TEST_F(station_write, LinkThatFails_IsAnsweredWithAnErrorResponseButRecorded) {
+TEST_F(StationWrite, LinkThatFails_IsAnsweredWithAnErrorResponseButRecorded) {
   set_link(g_handle_context.m_fd_at, 0);
   EXPECT_EQ(run(amt_modem_write_test_result, WRITE_3_1), ERR_NONE);
   EXPECT_EQ(to_app(), WRITE_FAILURE);
   EXPECT_EQ(phone_root::read(RESULT_FILE).substr(0, 8), "0\n0\n0\n1\n");
 }
 
-TEST_F(station_write, BadArgumentsAndNoModem_AreRefusedAndNotRecorded) {
+TEST_F(StationWrite, BadArgumentsAndNoModem_AreRefusedAndNotRecorded) {
   expect_refusals(amt_modem_write_test_result, "amt_modem_write_test_result");
   expect_refusal_without_modem(amt_modem_write_test_result);
   EXPECT_EQ(run(amt_modem_write_test_result, WRITE_3_1), ERR_NO_MODEM);
   EXPECT_EQ(phone_root::read(RESULT_FILE).substr(0, 8), "0\n0\n0\n0\n");
 }
 
-class station_read : public results {};
+class StationRead : public Results {};
 
-TEST_F(station_read, WholeLine_IsAnsweredAndRecorded) {
+TEST_F(StationRead, WholeLine_IsAnsweredAndRecorded) {
   modem_says_bytewise("\r\n^DATOMR: 12,1,RF pass\r\n\r\nOK\r\n");
   EXPECT_EQ(run(amt_modem_read_test_result, READ_7), ERR_NONE);
   EXPECT_EQ(to_modem(), "AT^DATOMR=1,7\r");
@@ -128,7 +128,7 @@ TEST_F(station_read, WholeLine_IsAnsweredAndRecorded) {
   EXPECT_EQ(phone_root::read(RESULT_FILE), "0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n1\n0\n0\n0\n0\n0\n0\n0\n");
 }
 
-TEST_F(station_read, StationOnly_HasResultZeroAndNoDescription) {
+TEST_F(StationRead, StationOnly_HasResultZeroAndNoDescription) {
   modem_says({"\r\n^DATOMR: 5\r\n\r\nOK\r\n"});
   EXPECT_EQ(run(amt_modem_read_test_result, READ_7), ERR_NONE);
   EXPECT_EQ(to_app(),
@@ -136,7 +136,7 @@ TEST_F(station_read, StationOnly_HasResultZeroAndNoDescription) {
             "EE 25 02 00 00 EE 01 01 04 00 00 00 00 00");
 }
 
-TEST_F(station_read, OkOnly_AnswersAndRecordsTheStationAskedFor) {
+TEST_F(StationRead, OkOnly_AnswersAndRecordsTheStationAskedFor) {
   phone_root::write(RESULT_FILE, "2\n2\n2\n2\n2\n2\n2\n2\n2\n2\n2\n2\n2\n2\n2\n2\n2\n2\n2\n2\n");
   modem_says({"\r\nOK\r\n"});
   EXPECT_EQ(run(amt_modem_read_test_result, READ_7), ERR_NONE);
@@ -146,19 +146,19 @@ TEST_F(station_read, OkOnly_AnswersAndRecordsTheStationAskedFor) {
   EXPECT_EQ(phone_root::read(RESULT_FILE).substr(12, 6), "2\n0\n2\n");
 }
 
-TEST_F(station_read, LineBehindTheOk_IsNotWaitedFor) {
+TEST_F(StationRead, LineAfterTheOk_IsNotWaitedFor) {
   modem_says({"\r\nOK\r\n", "\r\n^DATOMR: 5,1\r\n"});
   run(amt_modem_read_test_result, READ_7);
   EXPECT_TRUE(m_log.has("amt_modem_read_test_result ret_val[0] station_num[7] station_result[0]"));
 }
 
-TEST_F(station_read, LongDescription_IsCutTo127Characters) {
+TEST_F(StationRead, LongDescription_IsCutTo127Characters) {
   modem_says({"\r\n^DATOMR: 5,1," + std::string(300, 'd') + "\r\n\r\nOK\r\n"});
   EXPECT_EQ(run(amt_modem_read_test_result, READ_7), ERR_NONE);
   EXPECT_EQ(m_app.received().size(), 6u + 9u + 9u + 5u + 127u + 9u);
 }
 
-TEST_F(station_read, Logs_WhatItReads) {
+TEST_F(StationRead, Logs_WhatItReads) {
   modem_says({"\r\n^DATOMR: 5,2,bad\r\n", "\r\nOK\r\n"});
   run(amt_modem_read_test_result, READ_7);
   EXPECT_TRUE(m_log.has("amt_modem_read_test_result m_buf_a[AT^DATOMR=1,7\r] m_buf_len[14]"));
@@ -171,25 +171,25 @@ TEST_F(station_read, Logs_WhatItReads) {
   EXPECT_TRUE(m_log.has("write amt_result success amt station_num: 5, station_result: 2.\n"));
 }
 
-TEST_F(station_read, CommaWithNothingBehindIt_IsAnEmptyDescription) {
+TEST_F(StationRead, CommaWithNothingBehindIt_IsAnEmptyDescription) {
   modem_says({"\r\n^DATOMR: 5,2,\r\n\r\nOK\r\n"});
   run(amt_modem_read_test_result, READ_7);
   EXPECT_EQ(m_log.count("amt_modem_read_test_result test_description_a[]"), 1u);
 }
 
-TEST_F(station_read, NoSecondComma_IsNoDescription) {
+TEST_F(StationRead, NoSecondComma_IsNoDescription) {
   modem_says({"\r\n^DATOMR: 5,2\r\n\r\nOK\r\n"});
   run(amt_modem_read_test_result, READ_7);
   EXPECT_FALSE(m_log.contains("test_description_a"));
 }
 
-TEST_F(station_read, RecordThatFails_IsLoggedOnly) {
+TEST_F(StationRead, RecordThatFails_IsLoggedOnly) {
   modem_says({"\r\n^DATOMR: 20,1\r\n\r\nOK\r\n"});
   EXPECT_EQ(run(amt_modem_read_test_result, READ_7), ERR_NONE);
   EXPECT_TRUE(m_log.contains("write fail amt station_num: 20, station_result: 1. rtn:-3.\n"));
 }
 
-TEST_F(station_read, ErrorOfTheModem_IsAnsweredWithAnErrorResponse) {
+TEST_F(StationRead, ErrorOfTheModem_IsAnsweredWithAnErrorResponse) {
   modem_says({"\r\n^DATOMR: 5,1\r\n", "\r\nERROR\r\n"});
   EXPECT_EQ(run(amt_modem_read_test_result, READ_7), ERR_NONE);
   EXPECT_EQ(to_app(), READ_FAILURE);
@@ -199,30 +199,30 @@ TEST_F(station_read, ErrorOfTheModem_IsAnsweredWithAnErrorResponse) {
 }
 
 // Unlike every other exchange: an error counts before an OK.
-TEST_F(station_read, ErrorAndOkInOneRead_IsAFailure) {
+TEST_F(StationRead, ErrorAndOkInOneRead_IsAFailure) {
   modem_says({"\r\nERROR\r\n\r\nOK\r\n"});
   EXPECT_EQ(run(amt_modem_read_test_result, READ_7), ERR_NONE);
   EXPECT_EQ(to_app(), READ_FAILURE);
 }
 
-TEST_F(station_read, LinkThatFails_IsAnsweredWithAnErrorResponse) {
+TEST_F(StationRead, LinkThatFails_IsAnsweredWithAnErrorResponse) {
   set_link(g_handle_context.m_fd_at, 0);
   EXPECT_EQ(run(amt_modem_read_test_result, READ_7), ERR_NONE);
   EXPECT_EQ(to_app(), READ_FAILURE);
   EXPECT_TRUE(m_log.has("amt_modem_read_test_result ret_val[-100] station_num[7] station_result[0]"));
 }
 
-TEST_F(station_read, BadArgumentsAndNoModem_AreRefused) {
+TEST_F(StationRead, BadArgumentsAndNoModem_AreRefused) {
   expect_refusals(amt_modem_read_test_result, "amt_modem_read_test_result");
   expect_refusal_without_modem(amt_modem_read_test_result);
 }
 
-class items : public results {
+class Items : public Results {
  protected:
-  items() { phone_root::write(PRODUCT_FILE, "0\n1\n2\n3\n0\n"); }
+  Items() { phone_root::write(PRODUCT_FILE, "0\n1\n2\n3\n0\n"); }
 };
 
-TEST_F(items, Write_GivesTheStationLessOne) {
+TEST_F(Items, Write_GivesTheStationLessOne) {
   EXPECT_EQ(run(amt_item_write_test_result, "18 00 BB E6 12 00 EE 27 01 04 00 01 00 00 00 EE 24 01 04 00 02 00 00 00"),
             ERR_NONE);
   EXPECT_EQ(to_app(), "0F 00 BB E7 09 00 EE 01 01 04 00 00 00 00 00");
@@ -231,18 +231,18 @@ TEST_F(items, Write_GivesTheStationLessOne) {
   EXPECT_TRUE(m_log.has("amt_item_write_test_result write_item ret_val[0]"));
 }
 
-TEST_F(items, WriteStationZero_OverwritesItemZero) {
+TEST_F(Items, WriteStationZero_OverwritesItemZero) {
   EXPECT_EQ(run(amt_item_write_test_result, "0F 00 BB E6 09 00 EE 24 01 04 00 01 00 00 00"), ERR_NONE);
   EXPECT_EQ(phone_root::read(PRODUCT_FILE), "1\n1\n2\n3\n0\n");
 }
 
 // -2^31 less one is 2^31 - 1: the last index of all.
-TEST_F(items, WriteStationWithoutAPredecessor_IsRefused) {
+TEST_F(Items, WriteStationWithoutAPredecessor_IsRefused) {
   EXPECT_EQ(run(amt_item_write_test_result, "0F 00 BB E6 09 00 EE 27 01 04 00 00 00 00 80"), ERR_NONE);
   EXPECT_EQ(to_app(), "0F 00 BB E7 09 00 EE 01 01 04 00 0A 00 00 00");
 }
 
-TEST_F(items, WriteBehindTheLast_IsAnsweredWithAnErrorResponse) {
+TEST_F(Items, WriteBehindTheLast_IsAnsweredWithAnErrorResponse) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(run(amt_item_write_test_result, "18 00 BB E6 12 00 EE 27 01 04 00 25 00 00 00 EE 24 01 04 00 01 00 00 00"),
             ERR_NONE);
@@ -253,7 +253,7 @@ TEST_F(items, WriteBehindTheLast_IsAnsweredWithAnErrorResponse) {
       has_failure("amt_item_write_test_result", ERR_INCOMPLETE, "amt_item_write_test_result write_item ret_val[-119]"));
 }
 
-TEST_F(items, Read_GivesTheStationItself) {
+TEST_F(Items, Read_GivesTheStationItself) {
   EXPECT_EQ(run(amt_item_read_test_result, "0F 00 BB E4 09 00 EE 27 01 04 00 02 00 00 00"), ERR_NONE);
   EXPECT_EQ(to_app(),
             "21 00 BB E5 1B 00 EE 27 01 04 00 02 00 00 00 EE 24 01 04 00 02 00 00 00 EE 01 01 04 00 00 00 00 00");
@@ -261,39 +261,39 @@ TEST_F(items, Read_GivesTheStationItself) {
   EXPECT_TRUE(m_log.has("amt_item_read_test_result read_item ret_val[0]"));
 }
 
-TEST_F(items, ReadOfThreeOrMore_IsAnsweredWithAnErrorResponse) {
+TEST_F(Items, ReadOfThreeOrMore_IsAnsweredWithAnErrorResponse) {
   EXPECT_EQ(run(amt_item_read_test_result, "0F 00 BB E4 09 00 EE 27 01 04 00 03 00 00 00"), ERR_NONE);
   EXPECT_EQ(to_app(), "0F 00 BB E5 09 00 EE 01 01 04 00 0A 00 00 00");
   EXPECT_TRUE(
       has_failure("amt_item_read_test_result", ERR_NOT_HANDLED, "amt_item_read_test_result read_item ret_val[-104]"));
 }
 
-TEST_F(items, ReadThatFails_IsAnsweredWithAnErrorResponse) {
+TEST_F(Items, ReadThatFails_IsAnsweredWithAnErrorResponse) {
   for (const char* station : {"24 00 00 00", "FF FF FF FF"}) {
     EXPECT_EQ(run(amt_item_read_test_result, "0F 00 BB E4 09 00 EE 27 01 04 00 " + std::string(station)), ERR_NONE);
     EXPECT_EQ(to_app(), "0F 00 BB E5 09 00 EE 01 01 04 00 0A 00 00 00");
   }
 }
 
-TEST_F(items, NoModem_IsNoObstacle) {
+TEST_F(Items, NoModem_IsNoObstacle) {
   g_no_modem = 1;
   EXPECT_EQ(run(amt_item_read_test_result, "0F 00 BB E4 09 00 EE 27 01 04 00 02 00 00 00"), ERR_NONE);
   EXPECT_EQ(to_modem(), "");
 }
 
-TEST_F(items, BadArguments_AreRefused) {
+TEST_F(Items, BadArguments_AreRefused) {
   expect_refusals(amt_item_read_test_result, "amt_item_read_test_result");
   expect_refusals(amt_item_write_test_result, "amt_item_write_test_result");
 }
 
-TEST_F(results, OfThePc_AreRecordedAndLeftToTheModem) {
+TEST_F(Results, OfThePc_AreRecordedAndLeftToTheModem) {
   EXPECT_EQ(run(amt_modem_write_pc_test_result, WRITE_3_1, AMT_LINK_PC), ERR_NOT_HANDLED);
   EXPECT_EQ(phone_root::read(RESULT_FILE).substr(0, 8), "0\n0\n0\n1\n");
   EXPECT_TRUE(m_log.has("amt_modem_write_pc_test_result station_num=3,station_result=1"));
   EXPECT_EQ(to_pc() + to_app() + to_modem(), "");
 }
 
-TEST_F(results, OfThePcThatCannotBeRecorded_AreLeftToTheModemToo) {
+TEST_F(Results, OfThePcThatCannotBeRecorded_AreLeftToTheModemToo) {
   phone_root::remove("/amt");
   EXPECT_EQ(run(amt_modem_write_pc_test_result, WRITE_3_1, AMT_LINK_PC), ERR_NOT_HANDLED);
   EXPECT_TRUE(m_log.contains("write fail amt station_num: 3, station_result: 1\n"));

@@ -199,7 +199,7 @@ TEST_F(Amt1Flag, Publish_FolderInItsPlace_IsPermitted) {
   EXPECT_EQ(published(), "2");
 }
 
-TEST_F(Amt1Flag, Publish_FileSaysNo_IsNotPermitted) {
+TEST_F(Amt1Flag, Publish_FileForbids_IsNotPermitted) {
   phone_root::write(FLAG_FILE, "0");
   EXPECT_EQ(published(), "1");
   EXPECT_TRUE(m_log.has_in_a_row({"readed success from file(/amt/power_usb_amt.txt). flag: 0.",
@@ -207,7 +207,7 @@ TEST_F(Amt1Flag, Publish_FileSaysNo_IsNotPermitted) {
                                   "set property(sys.vx.amt.failure.handshake) to 1."}));
 }
 
-TEST_F(Amt1Flag, Publish_AcSupply_IsNotPermittedWhateverTheFileSays) {
+TEST_F(Amt1Flag, Publish_AcSupply_IsNotPermittedWithAnyFile) {
   phone_root::write(FLAG_FILE, "1");
   g_power_supply_is_ac = 1;
   m_log.clear();

@@ -136,7 +136,7 @@ TEST_F(Dispatch, SeventeenBytesWithTheMagic_AreAFrame) {
   // What stands where the id of a longer frame would be is its id.
   EXPECT_EQ(receive(from_hex("AA BB CC DD 09 00 00 00 02 00 00 00 5A 00 00 2B 00")), 0);
   EXPECT_EQ(g_handler.m_calls, 1);
-  EXPECT_EQ(hex_of(g_handler.m_frame), "5A");
+  EXPECT_EQ(to_hex(g_handler.m_frame), "5A");
   EXPECT_EQ(g_amt_mode, 1);
 }
 
@@ -156,7 +156,7 @@ TEST_F(Dispatch, RegisteredFrame_ReachesItsHandlerAsABareFrame) {
   EXPECT_EQ(g_handler.m_link, 1);
   EXPECT_EQ(g_handler.m_request, &g_handle_context.m_request_copy);
   EXPECT_EQ(g_handler.m_response, &g_handle_context.m_response);
-  EXPECT_EQ(hex_of(g_handler.m_frame), "06 00 BB 7B 00 00");
+  EXPECT_EQ(to_hex(g_handler.m_frame), "06 00 BB 7B 00 00");
   EXPECT_EQ(m_modem.received(), "");
   EXPECT_TRUE(m_log.has("receive command id: 123(0x7B) - AMT_WRITE_GAINOUT_CMD"));
   EXPECT_TRUE(m_log.has("handle_amt_imei_and_sn--->req_id_en:123."));
@@ -165,7 +165,7 @@ TEST_F(Dispatch, RegisteredFrame_ReachesItsHandlerAsABareFrame) {
 TEST_F(Dispatch, RegisteredFrame_GetsThePreResponseAheadOfItsAnswer) {
   serve(123, answering_handler);
   EXPECT_EQ(receive(request_frame(123)), 0);
-  EXPECT_EQ(m_pc.received_hex(), PRE_RESPONSE + " "s + hex_of("answered"));
+  EXPECT_EQ(m_pc.received_hex(), PRE_RESPONSE + " "s + to_hex("answered"));
 }
 
 TEST_F(Dispatch, WrongChecksumKindAndLength_AreNotLookedAt) {

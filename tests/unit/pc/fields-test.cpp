@@ -163,11 +163,11 @@ TEST_F(RequestText, CommandsInAnyText_AreFoundAtTheirFirstPlaceBeforeTheFirstZer
     for (const char* command : {"AT^D", "^", "AT^", "AT", "S"}) {
       const std::size_t at = text.find(command);
       const auto behind = handle_amt_text_behind(amt_message_text(g_handle_context.m_request), command);
-      ASSERT_EQ(behind.has_value(), at != std::string::npos) << command << " in " << hex_of(block);
+      ASSERT_EQ(behind.has_value(), at != std::string::npos) << command << " in " << to_hex(block);
       if (behind) {
         ASSERT_EQ(behind->data(),
                   handle_amt_text(amt_message_text(g_handle_context.m_request)).data() + at + std::strlen(command))
-            << hex_of(block);
+            << to_hex(block);
       }
     }
   }

@@ -34,7 +34,7 @@ class ModemUart : public context_test {
   pty_link m_line;
 };
 
-TEST_F(ModemUart, Name_TellsAUart) {
+TEST_F(ModemUart, Name_OfAUart_IsKnown) {
   EXPECT_TRUE(amt_modem_is_uart());
   for (const char* name : {"/dev/ttyMODEM", "/dev/ttys0", "/dev/tty", "", "ttyS0"}) {
     set_device(g_amt_cfg.m_tty_modem_a, name);

@@ -152,8 +152,7 @@ TEST_F(SoftwareVersion, Query_IsAnswered) {
   set_brand("7.1.5", "B123");
   EXPECT_EQ(receive("AT^DSVER\r"), 0);
   EXPECT_EQ(m_pc.received(), "\r\n^DSVER: TELU 7.1.5(B123)\r\n\r\nOK\r\n");
-  EXPECT_TRUE(m_log.has(
-      "handle_amt_sw_version_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response)"));
+  EXPECT_TRUE(m_log.has("handle_amt_sw_version_at()"));
 }
 
 TEST_F(SoftwareVersion, QueryAmongOtherText_IsAnswered) {
@@ -211,8 +210,7 @@ TEST_F(PowerOff, Command_IsAnsweredTwoSecondsAheadOfTheEnd) {
   EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
   EXPECT_EQ(m_pc.received(), "\r\nOK\r\n");
   EXPECT_TRUE(take_end());
-  EXPECT_TRUE(
-      m_log.has("handle_amt_power_off_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response)"));
+  EXPECT_TRUE(m_log.has("handle_amt_power_off_at()"));
 }
 
 TEST_F(PowerOff, CommandWithoutReturn_IsNotTheCommand) {

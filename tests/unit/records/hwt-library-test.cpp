@@ -8,9 +8,9 @@ constexpr char CALLS[] = "/data/hwt/calls";
 constexpr char STATE[] = "/data/hwt/state";
 constexpr char CONTROL[] = "/data/hwt/control";
 
-class hwt_library : public phone_test {};
+class HwtLibrary : public phone_test {};
 
-TEST_F(hwt_library, EachOperation_SucceedsAndIsNoted) {
+TEST_F(HwtLibrary, EachOperation_SucceedsAndIsNoted) {
   int svid = -1;
   int cnr = -1;
   int count = -1;
@@ -33,7 +33,7 @@ TEST_F(hwt_library, EachOperation_SucceedsAndIsNoted) {
   EXPECT_EQ(cnr, 40);
 }
 
-TEST_F(hwt_library, Radios_KeepWhatTheyWereTold) {
+TEST_F(HwtLibrary, Radios_KeepWhatTheyWereGiven) {
   hwt_btCtrl(1);
   hwt_wifiCtrl(1);
   hwt_TxTest(1, -10, 54, 11);
@@ -46,7 +46,7 @@ TEST_F(hwt_library, Radios_KeepWhatTheyWereTold) {
             "bt=1\ngps=0\nrx=1\nrx_channel=9\nrx_rate=11\ntx=0\ntx_channel=0\ntx_power=0\ntx_rate=0\nwifi=0\n");
 }
 
-TEST_F(hwt_library, GpsThatIsOff_HearsNothing) {
+TEST_F(HwtLibrary, GpsThatIsOff_HearsNothing) {
   int svid = -1;
   int cnr = -1;
   hwt_gpsCtrl(0, 0, nullptr, nullptr);
@@ -55,7 +55,7 @@ TEST_F(hwt_library, GpsThatIsOff_HearsNothing) {
   EXPECT_EQ(cnr, 0);
 }
 
-TEST_F(hwt_library, OperationTold_FailsWithoutEffect) {
+TEST_F(HwtLibrary, OperationThatIsToFail_HasNoEffect) {
   write(CONTROL, "hwt_wifiCtrl(0 = -3\nhwt_RxTest = 7\n");
   int count = -1;
   EXPECT_EQ(hwt_wifiCtrl(1), 0);
@@ -66,7 +66,7 @@ TEST_F(hwt_library, OperationTold_FailsWithoutEffect) {
   EXPECT_EQ(read(CALLS), "hwt_wifiCtrl(1) = 0\nhwt_wifiCtrl(0) = -3\nhwt_RxTest(0, 6, 0) = 7\n");
 }
 
-TEST_F(hwt_library, WhatTheRadiosMeet_CanBeTold) {
+TEST_F(HwtLibrary, WhatTheRadiosMeet_CanBeSet) {
   write(CONTROL, "packets = 977\nsvid = 12\ncnr = 38\n");
   int svid = -1;
   int cnr = -1;
@@ -78,7 +78,7 @@ TEST_F(hwt_library, WhatTheRadiosMeet_CanBeTold) {
   EXPECT_EQ(cnr, 38);
 }
 
-TEST_F(hwt_library, WithoutAPlaceForItsFiles_RemembersAndSucceeds) {
+TEST_F(HwtLibrary, WithoutAPlaceForItsFiles_RemembersAndSucceeds) {
   write("/data/hwt", "");  // a file, where its folder would be
   int svid = -1;
   int cnr = -1;
@@ -88,14 +88,14 @@ TEST_F(hwt_library, WithoutAPlaceForItsFiles_RemembersAndSucceeds) {
   EXPECT_EQ(cnr, 45);
 }
 
-TEST_F(hwt_library, GpsCommand_RunsOnIt) {
+TEST_F(HwtLibrary, GpsCommand_RunsOnIt) {
   EXPECT_EQ(send("AT^DGPSCTRL=2,5\r"), "\r\n^DGPSCTRL: 6,40\r\n\r\nOK\r\n");
   EXPECT_EQ(send("AT^DGPSCTRL=0\r"), OK);
   EXPECT_EQ(read(CALLS), "hwt_gpsCtrl(1, 0) = 0\nhwt_gpsCtrl(2, 5) = 0\nhwt_gpsCtrl(0, 0) = 0\n");
 }
 
 // The only test of this program that stops receiving: no other has started it.
-TEST_F(hwt_library, ReceiveStopOfAFreshService_StopsChannelSix) {
+TEST_F(HwtLibrary, ReceiveStopOfAFreshService_StopsChannelSix) {
   EXPECT_EQ(send("AT^DWLTRD=0\r"), OK);
   EXPECT_EQ(read(CALLS), "hwt_RxTest(0, 6, 0) = 0\nhwt_wifiCtrl(0) = 0\n");
 }

@@ -19,7 +19,7 @@ std::string lines_of(int count, const std::string& line) {
   return text;
 }
 
-class nvram : public phone_test {};
+class Nvram : public phone_test {};
 
 struct patch_row {
   const char* m_name;
@@ -29,9 +29,9 @@ struct patch_row {
   std::string m_copy;
 };
 
-class nvram_patch : public nvram, public testing::WithParamInterface<patch_row> {};
+class NvramPatch : public Nvram, public testing::WithParamInterface<patch_row> {};
 
-TEST_P(nvram_patch, Source_BecomesTheCopy) {
+TEST_P(NvramPatch, Source_BecomesTheCopy) {
   const auto& row = GetParam();
   write(RECORD, row.m_record);
   write(SOURCE, row.m_source);
@@ -46,7 +46,7 @@ const std::string LINE_98 = std::string(98, 'b') + "\n";    // 99: its end is a 
 const std::string LINE_200 = std::string(199, 'c') + "\n";  // 200: three pieces
 
 INSTANTIATE_TEST_SUITE_P(
-    Each, nvram_patch,
+    Each, NvramPatch,
     testing::Values(
         patch_row{"AddressLine_IsReplaced", ADDRESS, "a=1\nmacaddr=00:11:22:33:44:55\nb=2\n", 0,
                   "a=1\nmacaddr=AA:BB:CC:DD:EE:FF\nb=2\n"},
@@ -100,7 +100,7 @@ INSTANTIATE_TEST_SUITE_P(
                   lines_of(33, LINE_200) + std::string(98, 'c') + "macaddr=A\n"}),
     [](const auto& row) { return row.param.m_name; });
 
-TEST_F(nvram, NoRecord_CopiesTheSource) {
+TEST_F(Nvram, NoRecord_CopiesTheSource) {
   write(SOURCE, "a=1\nmacaddr=1\n");
   write(COPY, "what was there before, and longer than what comes\n");
   EXPECT_EQ(amt_write_wifi_to_nvram_file(), 0);
@@ -110,14 +110,14 @@ TEST_F(nvram, NoRecord_CopiesTheSource) {
   EXPECT_FALSE(m_log.contains("error_code"));
 }
 
-TEST_F(nvram, EmptyRecord_IsLogged) {
+TEST_F(Nvram, EmptyRecord_IsLogged) {
   write(RECORD, "");
   write(SOURCE, "a=1\n");
   EXPECT_EQ(amt_write_wifi_to_nvram_file(), -100);
   EXPECT_TRUE(has_failure("amt_write_wifi_to_nvram_file", -100, "read  /amt/WIFI/WIFI_nvram.txt fail"));
 }
 
-TEST_F(nvram, Replaced_IsLogged) {
+TEST_F(Nvram, Replaced_IsLogged) {
   write(RECORD, ADDRESS);
   write(SOURCE, "macaddr=1\n");
   std::ignore = amt_write_wifi_to_nvram_file();
@@ -126,21 +126,21 @@ TEST_F(nvram, Replaced_IsLogged) {
                                       "wifi_addr_nvram: 1\n", "fchmod  /data/misc/wifi/nvram.txt successfully"}));
 }
 
-TEST_F(nvram, Appended_IsLogged) {
+TEST_F(Nvram, Appended_IsLogged) {
   write(RECORD, ADDRESS);
   write(SOURCE, "");
   std::ignore = amt_write_wifi_to_nvram_file();
   EXPECT_TRUE(m_log.has("new wifi_addr_nvram: AA:BB:CC:DD:EE:FF\n"));
 }
 
-TEST_F(nvram, Copy_MayBeWrittenByAll) {
+TEST_F(Nvram, Copy_MayBeWrittenByAll) {
   write(SOURCE, "a=1\n");
   umask(022);
   std::ignore = amt_write_wifi_to_nvram_file();
   EXPECT_EQ(fs::status(COPY).permissions(), static_cast<fs::perms>(0666));
 }
 
-TEST_F(nvram, FirstSourceMissing_TakesTheSecond) {
+TEST_F(Nvram, FirstSourceMissing_TakesTheSecond) {
   write(RECORD, ADDRESS);
   write(SECOND_SOURCE, "macaddr=1\n");
   EXPECT_EQ(amt_write_wifi_to_nvram_file(), 0);
@@ -149,14 +149,14 @@ TEST_F(nvram, FirstSourceMissing_TakesTheSecond) {
       "File \"/system/etc/wifi/nvram.txt\" not exist, so we try to open file \"/system/etc/wifi/bcmdhd.cal\""));
 }
 
-TEST_F(nvram, BothSources_FirstIsTaken) {
+TEST_F(Nvram, BothSources_FirstIsTaken) {
   write(SOURCE, "first\n");
   write(SECOND_SOURCE, "second\n");
   std::ignore = amt_write_wifi_to_nvram_file();
   EXPECT_EQ(read(COPY), "first\n");
 }
 
-TEST_F(nvram, NoSource_FailsAndLeavesTheCopyEmpty) {
+TEST_F(Nvram, NoSource_FailsAndLeavesTheCopyEmpty) {
   write(RECORD, ADDRESS);
   write(COPY, "OLD\n");
   EXPECT_EQ(amt_write_wifi_to_nvram_file(), -100);
@@ -165,14 +165,14 @@ TEST_F(nvram, NoSource_FailsAndLeavesTheCopyEmpty) {
   EXPECT_EQ(syncs(), 0);
 }
 
-TEST_F(nvram, CopyWithoutItsFolder_Fails) {
+TEST_F(Nvram, CopyWithoutItsFolder_Fails) {
   write(SOURCE, "a=1\n");
   fs::remove_all("/data/misc/wifi");
   EXPECT_EQ(amt_write_wifi_to_nvram_file(), -100);
   EXPECT_TRUE(has_failure("amt_write_wifi_to_nvram_file", -100, "open  /data/misc/wifi/nvram.txt fail"));
 }
 
-TEST_F(nvram, CopyThatIsForbidden_FailsAndIsKept) {
+TEST_F(Nvram, CopyThatIsForbidden_FailsAndIsKept) {
   write(SOURCE, "a=1\n");
   make_forbidden(COPY, "OLD\n");
   EXPECT_EQ(amt_write_wifi_to_nvram_file(), -100);
@@ -180,7 +180,7 @@ TEST_F(nvram, CopyThatIsForbidden_FailsAndIsKept) {
   EXPECT_EQ(read(COPY), "OLD\n");
 }
 
-TEST_F(nvram, CopyOnAFullSystem_Fails) {
+TEST_F(Nvram, CopyOnAFullSystem_Fails) {
   write(RECORD, ADDRESS);
   write(SOURCE, "a=1\n");
   make_full(COPY);
@@ -188,19 +188,19 @@ TEST_F(nvram, CopyOnAFullSystem_Fails) {
   EXPECT_TRUE(m_log.has("sys call: fputs() failed! errno = 28"));
 }
 
-TEST_F(nvram, LongCopyOnAFullSystem_Fails) {
+TEST_F(Nvram, LongCopyOnAFullSystem_Fails) {
   write(SOURCE, lines_of(90, LINE_97));  // more than a stream holds back
   make_full(COPY);
   EXPECT_EQ(amt_write_wifi_to_nvram_file(), -100);
 }
 
-TEST_F(nvram, CopyOnAReadOnlySystem_Fails) {
+TEST_F(Nvram, CopyOnAReadOnlySystem_Fails) {
   write(SOURCE, "a=1\n");
   make_read_only_system(COPY);
   EXPECT_EQ(amt_write_wifi_to_nvram_file(), -100);
 }
 
-TEST_F(nvram, CopyWhoseModeIsFixed_IsWrittenAllTheSame) {
+TEST_F(Nvram, CopyWhoseModeIsFixed_IsWrittenAllTheSame) {
   write(SOURCE, "a=1\n");
   fs::create_symlink("/proc/self/comm", COPY);
   EXPECT_EQ(amt_write_wifi_to_nvram_file(), 0);

@@ -7,13 +7,13 @@ namespace {
 
 constexpr char RECORD[] = "/amt/WIFI/WIFI_nvram.txt";
 
-class wifi_address : public phone_test {
+class WifiAddress : public phone_test {
  protected:
   std::int32_t read_record() { return amt_read_wifi_address(m_address, sizeof m_address); }
   char m_address[AMT_WIFI_ADDRESS_SIZE] = "not touched";
 };
 
-TEST_F(wifi_address, Write_IsTheAddressAndALineEnd) {
+TEST_F(WifiAddress, Write_IsTheAddressAndALineEnd) {
   write(RECORD, "OLD AND LONGER THAN THE NEW ONE\nSECOND LINE\n");
   EXPECT_EQ(amt_write_wifi_address("AA:BB:CC:DD:EE:FF"), 0);
   EXPECT_EQ(read(RECORD), "AA:BB:CC:DD:EE:FF\n");
@@ -21,14 +21,14 @@ TEST_F(wifi_address, Write_IsTheAddressAndALineEnd) {
   EXPECT_TRUE(m_log.has_in_a_row({"amt_write_wifi_address()", "write BT address: AA:BB:CC:DD:EE:FF"}));
 }
 
-TEST_F(wifi_address, WriteAndRead_GiveTheAddressBack) {
+TEST_F(WifiAddress, WriteAndRead_GiveTheAddressBack) {
   EXPECT_EQ(amt_write_wifi_address("AA:BB:CC:DD:EE:FF"), 0);
   EXPECT_EQ(read_record(), 0);
   EXPECT_STREQ(m_address, "AA:BB:CC:DD:EE:FF");
   EXPECT_TRUE(m_log.has("wifi_addr_len: 18"));
 }
 
-TEST_F(wifi_address, WriteOfNothing_IsRefusedAndTheRecordKept) {
+TEST_F(WifiAddress, WriteOfNothing_IsRefusedAndTheRecordKept) {
   write(RECORD, "OLD\n");
   EXPECT_EQ(amt_write_wifi_address(""), -101);
   EXPECT_EQ(amt_write_wifi_address(nullptr), -101);
@@ -37,14 +37,14 @@ TEST_F(wifi_address, WriteOfNothing_IsRefusedAndTheRecordKept) {
   EXPECT_EQ(syncs(), 0);
 }
 
-TEST_F(wifi_address, WriteWithoutTheFolder_Fails) {
+TEST_F(WifiAddress, WriteWithoutTheFolder_Fails) {
   fs::remove_all("/amt/WIFI");
   EXPECT_EQ(amt_write_wifi_address("NEW"), -100);
   EXPECT_TRUE(has_failure("amt_write_wifi_address", -100, "open /amt/WIFI/WIFI_nvram.txt fail", "2"));
   EXPECT_EQ(syncs(), 0);
 }
 
-TEST_F(wifi_address, WriteIntoAForbiddenFile_FailsAndKeepsIt) {
+TEST_F(WifiAddress, WriteIntoAForbiddenFile_FailsAndKeepsIt) {
   make_forbidden(RECORD, "OLD\n");
   EXPECT_EQ(amt_write_wifi_address("NEW"), -100);
   EXPECT_TRUE(has_failure("amt_write_wifi_address", -100, "open /amt/WIFI/WIFI_nvram.txt fail", "13"));
@@ -52,13 +52,13 @@ TEST_F(wifi_address, WriteIntoAForbiddenFile_FailsAndKeepsIt) {
   EXPECT_EQ(read(RECORD), "OLD\n");
 }
 
-TEST_F(wifi_address, WriteOnAReadOnlySystem_Fails) {
+TEST_F(WifiAddress, WriteOnAReadOnlySystem_Fails) {
   make_read_only_system(RECORD);
   EXPECT_EQ(amt_write_wifi_address("NEW"), -100);
   EXPECT_TRUE(has_failure("amt_write_wifi_address", -100, "open /amt/WIFI/WIFI_nvram.txt fail", "30"));
 }
 
-TEST_F(wifi_address, WriteOnAFullSystem_FailsAndFlushes) {
+TEST_F(WifiAddress, WriteOnAFullSystem_FailsAndFlushes) {
   make_full(RECORD);
   EXPECT_EQ(amt_write_wifi_address("NEW"), -118);
   EXPECT_TRUE(m_log.has("sys call: fputs() failed! errno = 28"));
@@ -66,50 +66,50 @@ TEST_F(wifi_address, WriteOnAFullSystem_FailsAndFlushes) {
   EXPECT_EQ(syncs(), 2);
 }
 
-TEST_F(wifi_address, ReadWithoutARecord_FailsWithNothing) {
+TEST_F(WifiAddress, ReadWithoutARecord_FailsWithNothing) {
   EXPECT_EQ(read_record(), -100);
   EXPECT_STREQ(m_address, "");
   EXPECT_TRUE(has_failure("amt_read_wifi_address", -100, "open /amt/WIFI/WIFI_nvram.txt fail"));
 }
 
-TEST_F(wifi_address, ReadOfAnEmptyRecord_FailsWithNothing) {
+TEST_F(WifiAddress, ReadOfAnEmptyRecord_FailsWithNothing) {
   write(RECORD, "");
   EXPECT_EQ(read_record(), -100);
   EXPECT_STREQ(m_address, "");
   EXPECT_TRUE(has_failure("amt_read_wifi_address", -100, "read fail"));
 }
 
-TEST_F(wifi_address, ReadOfALineWithoutItsEnd_LosesTheLastCharacter) {
+TEST_F(WifiAddress, ReadOfALineWithoutItsEnd_LosesTheLastCharacter) {
   write(RECORD, "AA:BB");
   EXPECT_EQ(read_record(), 0);
   EXPECT_STREQ(m_address, "AA:B");
 }
 
-TEST_F(wifi_address, ReadOfALoneLineEnd_GivesNothing) {
+TEST_F(WifiAddress, ReadOfALoneLineEnd_GivesNothing) {
   write(RECORD, "\n");
   EXPECT_EQ(read_record(), 0);
   EXPECT_STREQ(m_address, "");
 }
 
-TEST_F(wifi_address, ReadOfALineThatBeginsWithAZeroByte_GivesNothing) {
+TEST_F(WifiAddress, ReadOfALineThatBeginsWithAZeroByte_GivesNothing) {
   write(RECORD, std::string_view("\0A\n", 3));
   EXPECT_EQ(read_record(), 0);
   EXPECT_STREQ(m_address, "");
 }
 
-TEST_F(wifi_address, ReadOfSeveralLines_TakesTheFirst) {
+TEST_F(WifiAddress, ReadOfSeveralLines_TakesTheFirst) {
   write(RECORD, "A\nB\n");
   EXPECT_EQ(read_record(), 0);
   EXPECT_STREQ(m_address, "A");
 }
 
-TEST_F(wifi_address, ReadOfALineEndOfTwo_KeepsTheFirst) {
+TEST_F(WifiAddress, ReadOfALineEndOfTwo_KeepsTheFirst) {
   write(RECORD, "A\r\n");
   EXPECT_EQ(read_record(), 0);
   EXPECT_STREQ(m_address, "A\r");
 }
 
-TEST_F(wifi_address, ReadIntoSixtyBytes_GivesAtMost59Characters) {
+TEST_F(WifiAddress, ReadIntoSixtyBytes_GivesAtMost59Characters) {
   for (const auto& [length, kept] : {std::pair(58, 58), {59, 59}, {60, 59}, {97, 59}, {98, 59}, {4000, 59}}) {
     write(RECORD, std::string(static_cast<std::size_t>(length), 'x') + "\n");
     EXPECT_EQ(read_record(), 0);
@@ -117,7 +117,7 @@ TEST_F(wifi_address, ReadIntoSixtyBytes_GivesAtMost59Characters) {
   }
 }
 
-TEST_F(wifi_address, ReadIntoOneByte_GivesNothing) {
+TEST_F(WifiAddress, ReadIntoOneByte_GivesNothing) {
   write(RECORD, "AA\n");
   char byte = 'x';
   EXPECT_EQ(amt_read_wifi_address(&byte, 1), 0);

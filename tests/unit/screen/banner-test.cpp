@@ -50,49 +50,49 @@ std::string row(const bytes& pixels, std::size_t y) {
   return result;
 }
 
-TEST(Banner_Generator, Member_IsWhatIsBuiltIn) {
+TEST(BannerGenerator, Member_IsWhatIsBuiltIn) {
   EXPECT_EQ(pack_banner(draw_banner()), bytes(BANNER_MEMBER.begin(), BANNER_MEMBER.end()));
 }
 
-TEST(Banner_Generator, Source_IsTheCheckedInFile) {
+TEST(BannerGenerator, Source_IsTheCheckedInFile) {
   std::ifstream stream(BANNER_SOURCE, std::ios::binary);
   const std::string text(std::istreambuf_iterator<char>(stream), {});
   EXPECT_EQ(banner_source(pack_banner(draw_banner())), text);
 }
 
-TEST(Banner_Generator, PictureTooRich_GivesNothing) {
+TEST(BannerGenerator, PictureTooRich_GivesNothing) {
   bytes pixels(269880);
   std::uint32_t noise = 1;
   for (auto& byte : pixels) byte = static_cast<std::uint8_t>((noise = noise * 1664525 + 1013904223) >> 24);
   EXPECT_EQ(pack_banner(pixels), bytes());
 }
 
-TEST(Banner_Generator, EmptyPicture_IsFilledUpToTheSize) {
+TEST(BannerGenerator, EmptyPicture_IsFilledUpToTheSize) {
   const bytes member = pack_banner(bytes(269880));
   ASSERT_EQ(member.size(), 1969u);
   EXPECT_EQ(bytes(member.begin() + 1965, member.end()), (bytes{0x38, 0x1E, 0x04, 0x00}));
 }
 
-TEST(Banner_Member, Frame_IsGzipWithoutName) {
+TEST(BannerMember, Frame_IsGzipWithoutName) {
   EXPECT_EQ(bytes(BANNER_MEMBER.begin(), BANNER_MEMBER.begin() + 4), (bytes{0x1F, 0x8B, 0x08, 0x00}));
   EXPECT_EQ(BANNER_MEMBER.size(), 1969u);
   // The length trailer: 269880 = 0x00041E38.
   EXPECT_EQ(bytes(BANNER_MEMBER.end() - 4, BANNER_MEMBER.end()), (bytes{0x38, 0x1E, 0x04, 0x00}));
 }
 
-TEST(Banner_Member, WholeMember_EndsTheStream) {
+TEST(BannerMember, WholeMember_EndsTheStream) {
   const auto result = unpack(1969);
   EXPECT_EQ(result.m_result, Z_STREAM_END);
   EXPECT_EQ(result.m_pixels, draw_banner());
 }
 
-TEST(Banner_Member, WithoutLastByte_GivesAllPixelsAndNoEnd) {
+TEST(BannerMember, WithoutLastByte_GivesAllPixelsAndNoEnd) {
   const auto result = unpack(1968);
   EXPECT_EQ(result.m_result, Z_OK);
   EXPECT_EQ(result.m_pixels, draw_banner());
 }
 
-TEST(Banner_Picture, Size_IsOneOfBlackAndWhite) {
+TEST(BannerPicture, Size_IsOneOfBlackAndWhite) {
   const bytes pixels = draw_banner();
   ASSERT_EQ(pixels.size(), 269880u);
   for (std::size_t y = 0; y < 390; ++y) {
@@ -101,7 +101,7 @@ TEST(Banner_Picture, Size_IsOneOfBlackAndWhite) {
 }
 
 // Strokes met from left to right, through each line of letters; black around and between the lines.
-TEST(Banner_Picture, Rows_CutTheLettersAsOneReadsThem) {
+TEST(BannerPicture, Rows_CutTheLettersAsOneReadsThem) {
   const bytes pixels = draw_banner();
   EXPECT_EQ(row(pixels, 10), ".");
   EXPECT_EQ(row(pixels, 25), ".#.#.#.#.");     // A's top, M's two shoulders, T's bar
