@@ -64,7 +64,7 @@ void amt_timer_create(amt_timer_st& timer, amt_timer_action action) {
   event.sigev_notify_function = action;
   timer_t id;
   if (timer_create(CLOCK_REALTIME, &event, &id) != 0) {
-    pub_log_failure(k_log, ERR_SYSTEM, "timer_create, errno: %d - %s", errno, std::strerror(errno));
+    pub_log_failure(k_log, ERR_SYSTEM, "timer_create, error: %d - %s", errno, std::strerror(errno));
     return;
   }
   timer.m_is_expired = false;
