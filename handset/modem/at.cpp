@@ -144,7 +144,7 @@ struct at_command {
   bool takes_rest;  // false: the name has to be the whole line
   answer (*run)(const at_request& request);
 };
-constexpr std::array<at_command, 17> AT_COMMANDS = {{
+constexpr at_command AT_COMMANDS[] = {
     {"AT", false, nothing},
     {"AT;^DLKS=1", false, nothing},
     {"AT^DLKS=0", false, nothing},
@@ -162,7 +162,7 @@ constexpr std::array<at_command, 17> AT_COMMANDS = {{
     {"AT^DMCC?", false, read_support},
     {"AT^DTOC", false, read_sim},
     {"AT^DMFD\?\?", false, read_date},
-}};
+};
 
 // Commands count in either case.
 bool begins_with(std::string_view line, std::string_view name) {

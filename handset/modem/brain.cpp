@@ -73,12 +73,12 @@ struct frame_command {
   bool writes;
   std::string modem_state::*value;
 };
-constexpr std::array<frame_command, 4> FRAME_COMMANDS = {{
+constexpr frame_command FRAME_COMMANDS[] = {
     {5, 21, true, &modem_state::imei},
     {7, 21, false, &modem_state::imei},
     {85, 38, false, &modem_state::board_number},
     {87, 38, true, &modem_state::board_number},
-}};
+};
 
 void run_frame_command(modem_state& state, const amt_frame_st& request, amt_frame_st& response) {
   for (const auto& command : FRAME_COMMANDS) {

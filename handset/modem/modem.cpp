@@ -155,6 +155,10 @@ void modem::change_switches(const std::function<void(modem_switches&)>& change) 
   m_inside->loop.call([&] { change(m_inside->switches); });
 }
 
+void modem::change(const std::function<void(modem_switches&, modem_state&)>& change) {
+  m_inside->loop.call([&] { change(m_inside->switches, m_inside->state); });
+}
+
 const text_log& modem::received(modem_link link) const {
   return m_inside->side(link).received;
 }

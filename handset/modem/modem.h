@@ -47,6 +47,8 @@ class modem {
   void change_state(const std::function<void(modem_state&)>& change);
   modem_switches switches() const;
   void change_switches(const std::function<void(modem_switches&)>& change);
+  // Both in one step.
+  void change(const std::function<void(modem_switches&, modem_state&)>& change);
 
   // Every byte that came from the service.
   const text_log& received(modem_link link = modem_link::data) const;

@@ -201,7 +201,7 @@ struct radio_request {
   std::uint8_t id;
   fields (*run)(modem_state& state, std::string_view values);
 };
-constexpr std::array<radio_request, 31> REQUESTS = {{
+constexpr radio_request REQUESTS[] = {
     {5, write_imei},
     {7, read_imei},
     {AMT_STARTTX_CMD, start_tx},
@@ -233,7 +233,7 @@ constexpr std::array<radio_request, 31> REQUESTS = {{
     {AMT_EDGE_READTABLE_FLASH_TO_MEMORY_CMD, to_memory},
     {AMT_EDGE_REFRESHTABLE_MEMORY_TO_FLASH_CMD, to_flash},
     {AMT_DSP_TRANSPARENT_CONTROL_INDCMD, indicate},
-}};
+};
 
 fields run(modem_state& state, std::uint8_t id, std::string_view values) {
   for (const auto& request : REQUESTS) {

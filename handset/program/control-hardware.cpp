@@ -99,7 +99,7 @@ std::string library_set(control_target& target, const words& rest) {
   return "";
 }
 
-constexpr std::array<control_command, 11> COMMANDS = {{
+constexpr control_command COMMANDS[] = {
     {"file fail", "PATH open|io", "from now on it cannot be opened, or gives EIO when it is read or written", 2, 2,
      fail_file},
     {"file heal", "PATH", "it is as before the failure", 1, 1, heal_file},
@@ -118,7 +118,7 @@ constexpr std::array<control_command, 11> COMMANDS = {{
      library_report},
     {"library set", "board|hwt CALL RESULT", "what a call gives, e.g. library set board IsChargeState 1", 3, 3,
      library_set},
-}};
+};
 
 }  // namespace
 

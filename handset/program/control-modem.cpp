@@ -91,7 +91,7 @@ struct modem_value {
   std::string_view name;
   void (*set)(modem_switches& switches, modem_state& state, const std::string& value);
 };
-constexpr std::array<modem_value, 17> MODEM_VALUES = {{
+constexpr modem_value MODEM_VALUES[] = {
     {"silent", [](auto& switches, auto&, auto& value) { switches.silent = switch_of(value); }},
     {"echo", [](auto& switches, auto&, auto& value) { switches.echo = switch_of(value); }},
     {"refuse", [](auto& switches, auto&, auto& value) { switches.refuse = switch_of(value); }},
@@ -111,26 +111,19 @@ constexpr std::array<modem_value, 17> MODEM_VALUES = {{
     {"refusal", [](auto& switches, auto&, auto& value) { switches.refusal = value; }},
     {"result",
      [](auto& switches, auto&, auto& value) { switches.radio_result = static_cast<std::uint32_t>(number_of(value)); }},
-}};
+};
 
 std::string modem_set(control_target& target, const words& rest) {
-  auto& modem = target.the_phone.simulated_modem();
   for (const auto& known : MODEM_VALUES) {
     if (known.name != rest[0]) continue;
-    modem.change_switches([&](auto& switches) {
-      modem_state unused;
-      known.set(switches, unused, rest[1]);
-    });
-    modem.change_state([&](auto& state) {
-      modem_switches unused;
-      known.set(unused, state, rest[1]);
-    });
+    target.the_phone.simulated_modem().change(
+        [&](auto& switches, auto& state) { known.set(switches, state, rest[1]); });
     return "";
   }
   throw error("the modem has no " + rest[0]);
 }
 
-constexpr std::array<control_command, 11> COMMANDS = {{
+constexpr control_command COMMANDS[] = {
     {"modem state", "", "what the modem keeps, has seen and how it behaves", 0, 0, modem_report},
     {"modem say", "TEXT", "the modem sends an unsolicited line", 1, 1, modem_say},
     {"modem hangup", "", "the modem's tty hangs up and is gone", 0, 0, modem_hang_up},
@@ -142,7 +135,7 @@ constexpr std::array<control_command, 11> COMMANDS = {{
     {"modem", "VALUE NUMBER", "delay, gap, patience in ms; split: answers in pieces of so many bytes", 2, 2, modem_set},
     {"modem", "result NUMBER", "what radio requests come to; with 0 they are done", 2, 2, modem_set},
     {"modem", "NAME TEXT", "change imei, board, channel, l1, hls, support, sim, date, refusal", 2, 2, modem_set},
-}};
+};
 
 }  // namespace
 

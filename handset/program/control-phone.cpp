@@ -101,7 +101,7 @@ std::string fill_file(control_target& target, const words& rest) {
   return "";
 }
 
-constexpr std::array<control_command, 13> COMMANDS = {{
+constexpr control_command COMMANDS[] = {
     {"status", "", "what runs, and where", 0, 0, status},
     {"stop", "", "end the phone: the service gets SIGTERM first", 0, 0, stop},
     {"signal", "NAME", "send the service a signal (TERM, USR2, 9, ...)", 1, 1, send_signal},
@@ -115,7 +115,7 @@ constexpr std::array<control_command, 13> COMMANDS = {{
     {"file remove", "PATH", "remove a file or folder of the phone", 1, 1, remove_file},
     {"file mode", "PATH OCTAL", "the rights of a file or folder, e.g. file mode /amt/imei.txt 0", 2, 2, set_file_mode},
     {"file full", "PATH", "from now on every write of the file fails as on a full file system", 1, 1, fill_file},
-}};
+};
 
 }  // namespace
 

@@ -175,14 +175,10 @@ struct request_kind {
   std::size_t fields;  // at least
   void (*handle)(const message&);
 };
-constexpr std::array<request_kind, 6> REQUESTS = {{
-    {"plug", 3, plug},
-    {"unplug", 3, unplug},
-    {"open", 4, open_terminal},
-    {"start", 5, start},
-    {"signal", 4, send_signal},
-    {"uevent", 3, uevent},
-}};
+constexpr request_kind REQUESTS[] = {
+    {"plug", 3, plug},   {"unplug", 3, unplug},      {"open", 4, open_terminal},
+    {"start", 5, start}, {"signal", 4, send_signal}, {"uevent", 3, uevent},
+};
 
 void handle(const message& request) {
   for (const auto& kind : REQUESTS) {

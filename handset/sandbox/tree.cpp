@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::string_view PHONE_PREFIX = "phone-";
 
-constexpr std::array<const char*, 14> FOLDERS = {
+constexpr const char* FOLDERS[] = {
     "amt", "data/property", "data/misc/wifi", "handset",   "phone/bin", "phone/lib",   "system/bin",
     "etc", "system/etc",    "system/lib",     "sys/class", "usr",       "proc/driver", "dev",
 };
@@ -31,13 +31,13 @@ struct file {
   const char* content;
   bool executable;
 };
-constexpr std::array<file, 4> FILES = {{
+constexpr file FILES[] = {
     {"etc/passwd", "root:x:0:0:root:/:/bin/sh\nsystem:x:1000:1001:system:/:/bin/sh\n", false},
     {"etc/group", "root:x:0:\nsystem:x:1000:\nradio:x:1001:\n", false},
     {"handset/sync-calls", "", false},
     // Counts instead of waiting for the host's disks: one line for each call.
     {"system/bin/sync", "#!/bin/sh\necho sync >>/handset/sync-calls\n", true},
-}};
+};
 
 unique_fd open_folder(const fs::path& path) {
   return unique_fd(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
@@ -83,7 +83,7 @@ void copy_top_links(const fs::path& root) {
   }
 }
 
-}  // namespace
+}  // namespace handset
 
 fs::path user_folder() {
   const char* runtime = std::getenv("XDG_RUNTIME_DIR");

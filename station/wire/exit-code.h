@@ -21,7 +21,7 @@ struct station_exit_st {
 };
 
 // --help and the manual show these; a script relies on the numbers.
-inline constexpr std::array<station_exit_st, 9> STATION_EXITS = {{
+inline constexpr station_exit_st STATION_EXITS[] = {
     {STATION_OK, "done: answered, or sent with --no-wait"},
     {STATION_USAGE, "wrong usage"},
     {STATION_NO_PORT, "no such port, no permission, or not a terminal"},
@@ -31,7 +31,7 @@ inline constexpr std::array<station_exit_st, 9> STATION_EXITS = {{
     {STATION_ERROR_ANSWER, "error answer"},
     {STATION_PORT_GONE, "port went away"},
     {STATION_INTERRUPTED, "interrupted"},
-}};
+};
 
 // The meaning of a code; every value of the enum has one.
 const char* station_exit_meaning(station_exit_en code);

@@ -21,21 +21,14 @@ struct speed_st {
   speed_t m_speed;
 };
 
-constexpr std::array<speed_st, 9> SPEEDS = {{
-    {9600, B9600},
-    {19200, B19200},
-    {38400, B38400},
-    {57600, B57600},
-    {115200, B115200},
-    {230400, B230400},
-    {460800, B460800},
-    {921600, B921600},
-    {3000000, B3000000},
-}};
+constexpr speed_st SPEEDS[] = {
+    {9600, B9600},     {19200, B19200},   {38400, B38400},   {57600, B57600},     {115200, B115200},
+    {230400, B230400}, {460800, B460800}, {921600, B921600}, {3000000, B3000000},
+};
 
 const speed_st* find_speed(unsigned baud) {
   const auto* row = std::ranges::find(SPEEDS, baud, &speed_st::m_baud);
-  return row == SPEEDS.end() ? nullptr : row;
+  return row == std::end(SPEEDS) ? nullptr : row;
 }
 
 // For poll: how long until the deadline, rounded up so that a wait never ends early.

@@ -8,7 +8,7 @@ namespace {
 using bytes_view = std::span<const std::uint8_t>;
 using found_item = std::optional<stream_item_st>;
 
-constexpr std::array<std::uint8_t, 4> MAGIC = {0xAA, 0xBB, 0xCC, 0xDD};
+constexpr std::uint8_t MAGIC[] = {0xAA, 0xBB, 0xCC, 0xDD};
 constexpr std::size_t LENGTH_END = 8;   // magic and length field
 constexpr std::size_t LENGTH_MORE = 8;  // the length field counts the frame and these 8; the whole is 8 longer still
 
@@ -20,8 +20,8 @@ constexpr std::size_t HEAD_MARK_END = 3;  // a bare frame's length, and the mark
 
 // How many bytes of the magic the bytes start with; a shorter match counts only where the bytes end.
 std::size_t magic_match(bytes_view bytes) {
-  const std::size_t count = std::min(bytes.size(), MAGIC.size());
-  return std::equal(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count), MAGIC.begin()) ? count : 0;
+  const std::size_t count = std::min(bytes.size(), std::size(MAGIC));
+  return std::equal(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count), std::begin(MAGIC)) ? count : 0;
 }
 
 // Where the next frame may start behind the first byte; the size when nowhere.
@@ -83,7 +83,7 @@ stream_item_st whole_frame(bytes_view bytes) {
 // The item at the front of bytes that start with the magic; none while more of it may come.
 found_item first_frame(bytes_view bytes, bool is_last) {
   if (bytes.size() >= LENGTH_END) {
-    const std::uint32_t length = amt_read_u32(bytes.data() + MAGIC.size());
+    const std::uint32_t length = amt_read_u32(bytes.data() + std::size(MAGIC));
     if (length < LENGTH_MORE || length > AMT_FRAME_SIZE - LENGTH_MORE) {
       return frame_item(bytes.first(LENGTH_END), stream_fault_en::LENGTH);
     }
@@ -91,7 +91,7 @@ found_item first_frame(bytes_view bytes, bool is_last) {
     if (bytes.size() >= total) return whole_frame(bytes.first(total));
   }
   if (!is_last) return std::nullopt;
-  if (bytes.size() < MAGIC.size()) return line_item(bytes);
+  if (bytes.size() < std::size(MAGIC)) return line_item(bytes);
   return frame_item(bytes.first(next_magic(bytes)), stream_fault_en::INCOMPLETE);
 }
 
@@ -108,7 +108,7 @@ found_item first_line(bytes_view bytes, bool is_last) {
   while (at < bytes.size() && is_line_end(bytes[at])) ++at;
   for (; at < bytes.size(); ++at) {
     const std::size_t match = magic_match(bytes.subspan(at));
-    if (match == MAGIC.size() || (match != 0 && is_last)) return line_item(bytes.first(at));
+    if (match == std::size(MAGIC) || (match != 0 && is_last)) return line_item(bytes.first(at));
     if (is_line_end(bytes[at])) {
       const std::size_t end = line_end(bytes, at, is_last);
       return end == 0 ? std::nullopt : found_item(line_item(bytes.first(end)));
@@ -218,7 +218,7 @@ std::span<const std::uint8_t> stream_payload(const stream_item_st& item) {
   if (item.m_bytes.size() <= AMT_WRAP_HEAD_SIZE) return {};
   bytes_view payload = item.m_bytes.subspan(AMT_WRAP_HEAD_SIZE);
   // The last four bytes are the checksum only where the frame came whole.
-  if (item.m_bytes.size() == amt_read_u32(item.m_bytes.data() + MAGIC.size()) + LENGTH_MORE) {
+  if (item.m_bytes.size() == amt_read_u32(item.m_bytes.data() + std::size(MAGIC)) + LENGTH_MORE) {
     payload = payload.first(payload.size() - AMT_WRAP_CHECKSUM_SIZE);
   }
   return payload.size() < AMT_FRAME_HEAD_SIZE ? bytes_view{} : payload;

@@ -16,16 +16,10 @@ struct module_st {
   std::uint32_t m_code;
 };
 
-constexpr std::array<module_st, 8> MODULES = {{
-    {"product", 1},
-    {"software", 16},
-    {"l1", 17},
-    {"hls", 18},
-    {"platform", 19},
-    {"app", 20},
-    {"hardware", 32},
-    {"whole", 64},
-}};
+constexpr module_st MODULES[] = {
+    {"product", 1},   {"software", 16}, {"l1", 17},       {"hls", 18},
+    {"platform", 19}, {"app", 20},      {"hardware", 32}, {"whole", 64},
+};
 
 bool is_same_word(const std::string& left, const char* right) {
   return strcasecmp(left.c_str(), right) == 0;
@@ -96,14 +90,14 @@ struct atom_type_st {
   const char* m_expects;
 };
 
-constexpr std::array<atom_type_st, 6> ATOM_TYPES = {{
+constexpr atom_type_st ATOM_TYPES[] = {
     {"int", add_int, "a 32-bit number"},
     {"str", add_string, "text"},
     {"bytes", add_bytes, "pairs of hexadecimal digits"},
     {"flag", add_flag, "a number from 0 to 255"},
     {"u8", add_small<255, 1>, "a number of 8 bits"},
     {"u16", add_small<65535, 2>, "a number of 16 bits"},
-}};
+};
 
 const atom_type_st* find_atom_type(std::string_view name) {
   for (const auto& type : ATOM_TYPES) {

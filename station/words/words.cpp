@@ -39,7 +39,7 @@ std::string build_version(const station_arguments_st& arguments, station_request
   return {};
 }
 
-constexpr std::array<station_word_st, 4> WORDS = {{
+constexpr station_word_st WORDS[] = {
     {"frame",
      "ID [ATOM...]",
      "Send a frame; atoms are 19:int=64, 21:str=text, 5:bytes=0A0B, 7:flag=1",
@@ -58,13 +58,13 @@ constexpr std::array<station_word_st, 4> WORDS = {{
      build_version,
      {}},
     {"monitor", "", "Send nothing and show what comes", 0, 0, false, nullptr, {}},
-}};
+};
 
 }  // namespace
 
 const std::vector<station_word_st>& station_words() {
   static const std::vector<station_word_st> words = [] {
-    std::vector<station_word_st> all(WORDS.begin(), WORDS.end());
+    std::vector<station_word_st> all(std::begin(WORDS), std::end(WORDS));
     const auto operations = station_operation_words();
     all.insert(all.end(), operations.begin(), operations.end());
     return all;

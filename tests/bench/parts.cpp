@@ -125,9 +125,9 @@ void measure_conversions() {
               keep(text.data());
             }));
   // The answer of a table's read: id, result, length of the string, the string.
-  constexpr std::array<std::uint8_t, 9> HEAD{48, 0, 0, 0, 0, 0xBC, 0x07, 0, 0};
-  std::vector<std::uint8_t> answer(HEAD.size() + 1980, 0x5A);
-  std::copy(HEAD.begin(), HEAD.end(), answer.begin());
+  constexpr std::uint8_t HEAD[] = {48, 0, 0, 0, 0, 0xBC, 0x07, 0, 0};
+  std::vector<std::uint8_t> answer(std::size(HEAD) + 1980, 0x5A);
+  std::copy(std::begin(HEAD), std::end(HEAD), answer.begin());
   amt_hex_encode(answer, std::span(text).first(2 * answer.size()));
   amt_frame_st back{};
   const double time = time_call(1000, [&] {

@@ -28,7 +28,7 @@ void play(handset::phone& phone, const exchange_st& exchange) {
   EXPECT_EQ(received.text().substr(mark), std::string("AT^DTTEST=") + exchange.m_text + "\r");
 }
 
-constexpr std::array<exchange_st, 12> TRANSMITTER_AND_RECEIVER = {{
+constexpr exchange_st TRANSMITTER_AND_RECEIVER[] = {
     // Start at frequency 100 with power 5; the power, and the ADC, say that it transmits.
     {11, "EE 0A 01 0400 64000000  EE 0B 01 0400 05000000", "0B6400000005000000", 12, ""},
     {25, "", "19", 26, "EE 0D 01 0400 05000000"},
@@ -43,9 +43,9 @@ constexpr std::array<exchange_st, 12> TRANSMITTER_AND_RECEIVER = {{
     {27, "EE 0A 01 0400 FE000000", "1BFE000000", 28, ""},
     {23, "", "17", 24, "EE 0C 01 0400 08000000  EE 04 03 0800 FEFF000102030405"},
     {21, "", "15", 22, ""},
-}};
+};
 
-constexpr std::array<exchange_st, 17> TABLES = {{
+constexpr exchange_st TABLES[] = {
     // Table 9 is written and read in memory, goes to flash, is replaced in memory and comes back.
     {49, "EE 03 01 0400 09000000  EE 04 03 0300 AABBCC", "3109000000AABBCC", 50, ""},
     {47, "EE 03 01 0400 09000000", "2F09000000", 48, "EE 04 03 0300 AABBCC"},
@@ -65,9 +65,9 @@ constexpr std::array<exchange_st, 17> TABLES = {{
     {155, "", "9B", 156, ""},
     {61, "EE 03 01 0400 03000000", "3D03000000", 62, "EE 04 03 0100 33"},
     {111, "EE 03 01 0400 03000000", "6F03000000", 112, ""},
-}};
+};
 
-constexpr std::array<exchange_st, 6> IDENTITY_AND_TRANSPARENT = {{
+constexpr exchange_st IDENTITY_AND_TRANSPARENT[] = {
     {5, "EE 15 02 0F00 333532303939303031373631343831", "05333532303939303031373631343831", 6, ""},
     {87, "EE 26 02 0200 4237", "574237", 88, ""},
     {77, "", "4D", 78, "EE 22 03 0500 49512D4237"},
@@ -76,7 +76,7 @@ constexpr std::array<exchange_st, 6> IDENTITY_AND_TRANSPARENT = {{
     {151, "EE 3E 03 0300 010203", "970300010203", 152, "EE 3E 03 0300 010203"},
     // An indication's id is no request's: it answers itself.
     {221, "EE 3E 03 0200 5566", "DD5566", 221, "EE 3E 03 0200 5566"},
-}};
+};
 
 TEST(Forward, TransmitterAndReceiver_AreDriven) {
   handset::phone phone(platform());
@@ -101,9 +101,9 @@ TEST(Forward, IdentityAndTransparentControl_ReachTheModem) {
 
 // The forwarded ids that only have a result. With those in the sessions above, and 219, which another handler takes
 // over, these are all.
-constexpr std::array<unsigned, 37> RESULT_ONLY = {3,   1,   39,  41,  42,  43,  51,  53,  67,  69,  71,  73,  75,
-                                                  79,  81,  83,  93,  95,  97,  103, 117, 119, 121, 123, 125, 127,
-                                                  129, 131, 133, 135, 149, 201, 204, 205, 207, 209, 211};
+constexpr unsigned RESULT_ONLY[] = {3,   1,   39,  41,  42,  43,  51,  53,  67,  69,  71,  73,  75,
+                                    79,  81,  83,  93,  95,  97,  103, 117, 119, 121, 123, 125, 127,
+                                    129, 131, 133, 135, 149, 201, 204, 205, 207, 209, 211};
 
 TEST(Forward, EveryOtherId_CarriesItsValuesAndIsAnsweredWithTheResult) {
   handset::phone phone(platform());

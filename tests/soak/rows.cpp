@@ -255,8 +255,8 @@ std::span<const text_row> text_rows() {
 }
 
 bool is_registered_for_pc(std::uint8_t id) {
-  constexpr std::array<std::uint8_t, 2> NOT_ASKED = {170, 236};
-  return std::find(NOT_ASKED.begin(), NOT_ASKED.end(), id) != NOT_ASKED.end() ||
+  constexpr std::uint8_t NOT_ASKED[] = {170, 236};
+  return std::find(std::begin(NOT_ASKED), std::end(NOT_ASKED), id) != std::end(NOT_ASKED) ||
          std::any_of(std::begin(PC_ROWS), std::end(PC_ROWS), [id](const frame_row& row) { return row.id == id; });
 }
 

@@ -19,7 +19,7 @@ namespace {
 
 constexpr char PID_FILE[] = "/tmp/amt-audio.pid";
 constexpr char STATE_FILE[] = "/handset/audio";
-constexpr std::array<long, 4> SAMPLE_SIZE = {0, 2, 1, 4};  // bytes, by format
+constexpr long SAMPLE_SIZE[] = {0, 2, 1, 4};  // bytes, by format
 
 struct sound {
   long rate = 0;
@@ -37,7 +37,7 @@ bool take_number(std::string_view text, long& number) {
 std::optional<sound> read_arguments(int argc, char** argv) {
   sound wanted;
   if (argc != 5 || !take_number(argv[1], wanted.rate) || !take_number(argv[2], wanted.format) ||
-      !take_number(argv[3], wanted.frames) || static_cast<std::size_t>(wanted.format) >= SAMPLE_SIZE.size()) {
+      !take_number(argv[3], wanted.frames) || static_cast<std::size_t>(wanted.format) >= std::size(SAMPLE_SIZE)) {
     return std::nullopt;
   }
   struct stat status {};

@@ -54,10 +54,10 @@ TEST_F(LoadImage, NoData_Fails) {
 }
 
 TEST_F(LoadImage, NotGzip_Fails) {
-  static constexpr std::array<std::uint8_t, 8> ZLIB_WRAPPED = {0x78, 0x9C, 0x63, 0x00, 0x00, 0x00, 0x01, 0x00};
+  static constexpr std::uint8_t ZLIB_WRAPPED[] = {0x78, 0x9C, 0x63, 0x00, 0x00, 0x00, 0x01, 0x00};
   const auto* built_in = g_screen_image.m_data;
-  g_screen_image.m_data = ZLIB_WRAPPED.data();
-  g_screen_image.m_length = ZLIB_WRAPPED.size();
+  g_screen_image.m_data = ZLIB_WRAPPED;
+  g_screen_image.m_length = std::size(ZLIB_WRAPPED);
   EXPECT_EQ(screen_load_image(720, 1280), -1);
   EXPECT_EQ(said(), "CHARGE_ONLY_MODE: Unexpected inflate error\n");
   g_screen_image.m_data = built_in;
