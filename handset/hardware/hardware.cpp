@@ -11,7 +11,7 @@
 
 #include "handset/wire/error.h"
 #include "handset/wire/files.h"
-#include "handset/wire/unique-fd.h"
+#include "pub/util/fd.h"
 
 namespace handset {
 
@@ -64,7 +64,7 @@ std::string on_or_off(int value) {
 
 // Whether a player holds its lock on the file.
 bool is_locked(const fs::path& path) {
-  const unique_fd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const pub_fd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   return file && ::flock(file.get(), LOCK_EX | LOCK_NB) != 0;
 }
 

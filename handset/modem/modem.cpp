@@ -26,7 +26,7 @@ struct link_side {
     link.on_sent([this] { link.hold_input(false); });
   }
 
-  void attach(unique_fd new_master);
+  void attach(pub_fd new_master);
   void detach();
   void receive(std::string_view bytes);
   void understand(std::string_view bytes);
@@ -39,7 +39,7 @@ struct link_side {
   void lose_patience();
 
   event_loop& loop;
-  unique_fd master;
+  pub_fd master;
   tty_pump link;
   modem_brain brain;
   modem_switches& switches;
@@ -62,7 +62,7 @@ void link_side::stop(std::optional<event_loop::timer_id>& timer) {
   timer.reset();
 }
 
-void link_side::attach(unique_fd new_master) {
+void link_side::attach(pub_fd new_master) {
   detach();
   master = std::move(new_master);
   link.attach(master.get());
@@ -171,7 +171,7 @@ void modem::hang_up(modem_link link) {
   m_inside->loop.call([&] { m_inside->side(link).detach(); });
 }
 
-void modem::attach(unique_fd master, modem_link link) {
+void modem::attach(pub_fd master, modem_link link) {
   m_inside->loop.call([&] { m_inside->side(link).attach(std::move(master)); });
 }
 

@@ -25,7 +25,7 @@
 
 #include "handset/modem/state.h"
 #include "handset/wire/text-log.h"
-#include "handset/wire/unique-fd.h"
+#include "pub/util/fd.h"
 
 namespace handset {
 
@@ -56,7 +56,7 @@ class modem {
   void say(std::string_view bytes, modem_link link = modem_link::data);
   // The link breaks: the service's side gets a hang-up. attach() plugs a new pseudo-terminal's master in.
   void hang_up(modem_link link = modem_link::data);
-  void attach(unique_fd master, modem_link link = modem_link::data);
+  void attach(pub_fd master, modem_link link = modem_link::data);
   bool attached(modem_link link = modem_link::data) const;
 
  private:

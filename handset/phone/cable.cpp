@@ -34,7 +34,7 @@ void cable::make_outside() {
   m_master = std::move(made->master);
   m_slave = std::move(made->slave);
   // Opened and closed once, it reads as hung up until a station opens it: then "nobody there" can be told.
-  unique_fd once(::open(m_slave.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+  pub_fd once(::open(m_slave.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
   once.reset();
   const std::filesystem::path aside = m_name.string() + ".new";
   std::filesystem::create_symlink(m_slave, aside);
@@ -45,7 +45,7 @@ void cable::make_outside() {
 // A station may take its terminal for itself (TIOCEXCL) and be killed: nobody but root could open it again, so a new
 // one takes its place.
 void cable::station_left() {
-  const unique_fd again(::open(m_slave.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+  const pub_fd again(::open(m_slave.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
   if (!again && errno == EBUSY) make_outside();
   if (m_on_station_left) m_on_station_left();
 }

@@ -35,7 +35,7 @@ class cable {
   static void carry(tty_pump& from, tty_pump& to, std::string_view bytes);
 
   std::filesystem::path m_name;
-  unique_fd m_master;
+  pub_fd m_master;
   std::string m_slave;
   tty_pump m_outside;
   tty_pump m_inside;

@@ -5,7 +5,7 @@
 
 #include <utility>
 
-#include "handset/wire/unique-fd.h"
+#include "pub/util/fd.h"
 
 namespace handset {
 
@@ -18,9 +18,9 @@ void phone_process::start(const process_plan& plan) {
   request.insert(request.end(), plan.environment.begin(), plan.environment.end());
   m_out.log.on_append(plan.on_out);
   m_err.log.on_append(plan.on_err);
-  const unique_fd null(::open("/dev/null", O_RDWR | O_CLOEXEC));
-  unique_fd out;
-  unique_fd err;
+  const pub_fd null(::open("/dev/null", O_RDWR | O_CLOEXEC));
+  pub_fd out;
+  pub_fd err;
   std::vector<int> streams = {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO};
   if (!plan.attached) {
     out = m_out.open(0);

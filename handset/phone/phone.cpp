@@ -37,7 +37,7 @@ struct phone::inside {
 
   void start_sandbox();
   void stop();
-  unique_fd plug(const std::string& device);
+  pub_fd plug(const std::string& device);
   void plug_link(const std::string& device, modem_link link, tty_end& played_end);
   void unplug_link(const std::string& device, modem_link link, tty_end& played_end);
   bool open_app();
@@ -114,14 +114,14 @@ phone::inside::~inside() {
   stop();
 }
 
-unique_fd phone::inside::plug(const std::string& device) {
+pub_fd phone::inside::plug(const std::string& device) {
   message answer = core->agent.request("plug", {device});
   if (answer.fds.empty()) throw error("the phone gave no terminal for " + device);
   return std::move(answer.fds.front());
 }
 
 void phone::inside::plug_link(const std::string& device, modem_link link, tty_end& played_end) {
-  unique_fd master = plug(device);
+  pub_fd master = plug(device);
   if (simulated)
     simulated->attach(std::move(master), link);
   else

@@ -33,15 +33,15 @@ bool with_address(const fs::path& name, Action action) {
   return action(static_cast<const sockaddr*>(pointer), sizeof address) == 0;
 }
 
-unique_fd make_socket() {
-  unique_fd socket(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+pub_fd make_socket() {
+  pub_fd socket(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
   ::setsockopt(socket.get(), SOL_SOCKET, SO_RCVTIMEO, &PATIENCE, sizeof PATIENCE);
   ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &PATIENCE, sizeof PATIENCE);
   return socket;
 }
 
-std::optional<unique_fd> connect_to(const fs::path& name) {
-  unique_fd socket = make_socket();
+std::optional<pub_fd> connect_to(const fs::path& name) {
+  pub_fd socket = make_socket();
   const bool connected = with_address(
       name, [&](const sockaddr* address, socklen_t size) { return ::connect(socket.get(), address, size); });
   if (!connected) return std::nullopt;
@@ -64,7 +64,7 @@ std::vector<fs::path> sockets_of_user() {
   return sockets;
 }
 
-unique_fd connect_to_any(const fs::path& wanted) {
+pub_fd connect_to_any(const fs::path& wanted) {
   const auto sockets = wanted.empty() ? sockets_of_user() : std::vector<fs::path>{wanted};
   for (const auto& socket : sockets) {
     if (auto connection = connect_to(socket)) return std::move(*connection);
@@ -84,7 +84,7 @@ control_server::control_server(event_loop& loop, const fs::path& socket, control
 }
 
 void control_server::serve() {
-  const unique_fd connection(::accept4(m_listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
+  const pub_fd connection(::accept4(m_listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
   if (!connection) return;
   ::setsockopt(connection.get(), SOL_SOCKET, SO_RCVTIMEO, &PATIENCE, sizeof PATIENCE);
   const auto request = receive_message(connection.get());
@@ -101,7 +101,7 @@ void control_server::serve() {
 }
 
 control_answer ask_control(const fs::path& socket, const std::vector<std::string>& words) {
-  const unique_fd connection = connect_to_any(socket);
+  const pub_fd connection = connect_to_any(socket);
   if (!send_message(connection.get(), words)) throw error(std::string("cannot ask: ") + std::strerror(errno));
   const auto answer = receive_message(connection.get());
   // A phone that ends on the command's account may do so before it has answered.

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "handset/wire/event-loop.h"
-#include "handset/wire/unique-fd.h"
+#include "pub/util/fd.h"
 
 namespace handset {
 
@@ -37,7 +37,7 @@ class control_server {
  private:
   void serve();
 
-  unique_fd m_listener;
+  pub_fd m_listener;
   control_target m_target;
 };
 

@@ -70,7 +70,7 @@ phone_options options_of(const run_command& command) {
 }
 
 // Where the service's log and output go; -1: nowhere.
-int log_descriptor(const run_command& command, unique_fd& file) {
+int log_descriptor(const run_command& command, pub_fd& file) {
   if (command.quiet) return -1;
   if (command.log.empty()) return STDERR_FILENO;
   file.reset(::open(command.log.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666));
@@ -98,7 +98,7 @@ class phone_run {
 
   event_loop m_loop;
   end_signals m_signals;
-  unique_fd m_log_file;
+  pub_fd m_log_file;
   phone m_phone;
   cable m_cable;
   std::optional<app_cable> m_app_cable;  // in the normal mode

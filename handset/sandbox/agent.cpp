@@ -38,13 +38,12 @@
 
 #include "handset/wire/message.h"
 #include "handset/wire/pty.h"
-#include "handset/wire/unique-fd.h"
 #include "handset/wire/word-list.h"
+#include "pub/util/fd.h"
 
 namespace {
 
 using handset::message;
-using handset::unique_fd;
 
 constexpr int SOCKET = 3;
 
@@ -91,7 +90,7 @@ void open_terminal(const message& request) {
   const std::string& name = request.fields.at(2);
   const std::string link = identity(name);
   if (link.empty() || link == request.fields.at(3)) return answer(request, {link});
-  const unique_fd terminal(::open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
+  const pub_fd terminal(::open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
   if (!terminal) return answer(request, {link});
   answer(request, {link}, {terminal.get()});
 }
@@ -130,8 +129,8 @@ command read_command(const message& request) {
 void start(const message& request) {
   int report[2];
   if (::pipe2(report, O_CLOEXEC) != 0) return fail(request, "pipe");
-  unique_fd read_end(report[0]);
-  unique_fd write_end(report[1]);
+  pub_fd read_end(report[0]);
+  pub_fd write_end(report[1]);
   const pid_t child = ::fork();
   if (child < 0) return fail(request, "fork");
   if (child == 0) become(request, write_end.get());
@@ -154,7 +153,7 @@ void send_signal(const message& request) {
 }
 
 void uevent(const message& request) {
-  const unique_fd socket(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_KOBJECT_UEVENT));
+  const pub_fd socket(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_KOBJECT_UEVENT));
   sockaddr_nl group{};
   group.nl_family = AF_NETLINK;
   group.nl_groups = 1;
@@ -230,7 +229,7 @@ int main() {
     std::fprintf(stderr, "handset-agent: cannot make a network namespace: %s\n", std::strerror(errno));
     return 1;
   }
-  const unique_fd children(watch_children());
+  const pub_fd children(watch_children());
   handset::send_message(SOCKET, {"hello"});
   for (;;) {
     std::array<pollfd, 2> items = {{{SOCKET, POLLIN, 0}, {children.get(), POLLIN, 0}}};

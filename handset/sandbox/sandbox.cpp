@@ -115,10 +115,10 @@ void sandbox::start(const phone_tree& tree, const std::vector<bind_mount>& binds
   int complaints[2];
   if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets) != 0) throw error("cannot make a socket pair");
   m_agent.reset(sockets[0]);
-  const unique_fd theirs(sockets[1]);
+  const pub_fd theirs(sockets[1]);
   if (::pipe2(complaints, O_CLOEXEC) != 0) throw error("cannot make a pipe");
   m_complaints.reset(complaints[0]);
-  const unique_fd their_complaints(complaints[1]);
+  const pub_fd their_complaints(complaints[1]);
 
   spawn_plan plan;
   posix_spawn_file_actions_addopen(&plan.actions, 0, "/dev/null", O_RDWR, 0);
@@ -156,7 +156,7 @@ void sandbox::stop() {
   m_agent.reset();
   if (m_bwrap == 0) return;
   // The agent leaves when its socket ends, and as process 1 takes everybody along; bubblewrap follows.
-  const unique_fd process(static_cast<int>(::syscall(SYS_pidfd_open, m_bwrap, 0)));
+  const pub_fd process(static_cast<int>(::syscall(SYS_pidfd_open, m_bwrap, 0)));
   pollfd item{process.get(), POLLIN, 0};
   if (!process || ::poll(&item, 1, STOP_WAIT_MS) <= 0) ::kill(m_bwrap, SIGKILL);
   while (::waitpid(m_bwrap, nullptr, 0) < 0 && errno == EINTR) {

@@ -13,7 +13,7 @@
 
 #include "handset/wire/error.h"
 #include "handset/wire/mounts.h"
-#include "handset/wire/unique-fd.h"
+#include "pub/util/fd.h"
 
 namespace handset {
 
@@ -42,8 +42,8 @@ class sandbox {
   void stop();
 
  private:
-  unique_fd m_agent;
-  unique_fd m_complaints;  // bubblewrap's standard error
+  pub_fd m_agent;
+  pub_fd m_complaints;  // bubblewrap's standard error
   pid_t m_bwrap = 0;
 };
 

@@ -39,24 +39,24 @@ constexpr file FILES[] = {
     {"system/bin/sync", "#!/bin/sh\necho sync >>/handset/sync-calls\n", true},
 };
 
-unique_fd open_folder(const fs::path& path) {
-  return unique_fd(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+pub_fd open_folder(const fs::path& path) {
+  return pub_fd(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
 // While somebody holds this, no folder of a phone is between its making and its locking.
-unique_fd lock_user_folder(const fs::path& folder) {
-  unique_fd lock = open_folder(folder);
+pub_fd lock_user_folder(const fs::path& folder) {
+  pub_fd lock = open_folder(folder);
   if (!lock || ::flock(lock.get(), LOCK_EX) != 0) throw error("cannot lock " + folder.string());
   return lock;
 }
 
 // The folders of phones whose process is gone, each locked by us now.
-std::vector<std::pair<fs::path, unique_fd>> abandoned(const fs::path& folder) {
-  std::vector<std::pair<fs::path, unique_fd>> result;
+std::vector<std::pair<fs::path, pub_fd>> abandoned(const fs::path& folder) {
+  std::vector<std::pair<fs::path, pub_fd>> result;
   std::error_code ignored;
   for (const auto& entry : fs::directory_iterator(folder, ignored)) {
     if (!entry.path().filename().string().starts_with(PHONE_PREFIX)) continue;
-    unique_fd lock = open_folder(entry.path());
+    pub_fd lock = open_folder(entry.path());
     if (lock && ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0) result.emplace_back(entry.path(), std::move(lock));
   }
   return result;
@@ -83,7 +83,7 @@ void copy_top_links(const fs::path& root) {
   }
 }
 
-}  // namespace handset
+}  // namespace
 
 fs::path user_folder() {
   const char* runtime = std::getenv("XDG_RUNTIME_DIR");
@@ -102,9 +102,9 @@ fs::path user_folder() {
 
 phone_tree::phone_tree() {
   const fs::path user = user_folder();
-  std::vector<std::pair<fs::path, unique_fd>> leftovers;
+  std::vector<std::pair<fs::path, pub_fd>> leftovers;
   {
-    const unique_fd lock = lock_user_folder(user);
+    const pub_fd lock = lock_user_folder(user);
     leftovers = abandoned(user);
     std::string name = (user / PHONE_PREFIX).string() + "XXXXXX";
     if (::mkdtemp(name.data()) == nullptr) throw error("cannot make " + name + ": " + std::strerror(errno));

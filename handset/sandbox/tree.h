@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "handset/wire/unique-fd.h"
+#include "pub/util/fd.h"
 
 namespace handset {
 
@@ -29,7 +29,7 @@ class phone_tree {
   void fill() const;
 
   std::filesystem::path m_folder;
-  unique_fd m_lock;  // held on the folder as long as the phone lives
+  pub_fd m_lock;  // held on the folder as long as the phone lives
 };
 
 }  // namespace handset

@@ -17,7 +17,7 @@
 #include <utility>
 #include <vector>
 
-#include "handset/wire/unique-fd.h"
+#include "pub/util/fd.h"
 
 namespace handset {
 
@@ -56,7 +56,7 @@ class event_loop {
   int wait_time() const;
   void do_ready(const std::vector<pollfd>& items);
 
-  unique_fd m_wake;  // eventfd
+  pub_fd m_wake;  // eventfd
   std::mutex m_mutex;
   std::deque<std::function<void()>> m_posted;  // under m_mutex
   bool m_stop = false;                         // on the loop's thread

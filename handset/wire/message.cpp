@@ -49,7 +49,7 @@ void put_fds(msghdr& header, fd_space& space, const std::vector<int>& fds) {
   std::memcpy(CMSG_DATA(control), fds.data(), sizeof(int) * fds.size());
 }
 
-void take_fds(msghdr& header, std::vector<unique_fd>& fds) {
+void take_fds(msghdr& header, std::vector<pub_fd>& fds) {
   for (cmsghdr* control = CMSG_FIRSTHDR(&header); control != nullptr; control = CMSG_NXTHDR(&header, control)) {
     if (control->cmsg_level != SOL_SOCKET || control->cmsg_type != SCM_RIGHTS) continue;
     for (std::size_t at = 0; CMSG_LEN(at + sizeof(int)) <= control->cmsg_len; at += sizeof(int)) {

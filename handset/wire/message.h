@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "handset/wire/unique-fd.h"
+#include "pub/util/fd.h"
 
 namespace handset {
 
@@ -16,7 +16,7 @@ inline constexpr std::size_t MESSAGE_FDS = 4;                         // the mos
 
 struct message {
   std::vector<std::string> fields;
-  std::vector<unique_fd> fds;
+  std::vector<pub_fd> fds;
 };
 
 // False with errno set when the packet could not be sent; EMSGSIZE when it is too large. Never raises SIGPIPE.

@@ -9,14 +9,14 @@
 
 namespace handset {
 
-unique_fd output_pipe::open(int size) {
+pub_fd output_pipe::open(int size) {
   int ends[2];
   if (::pipe2(ends, O_CLOEXEC) != 0) throw error("cannot make a pipe");
   m_read_end.reset(ends[0]);
   ::fcntl(ends[0], F_SETFL, O_NONBLOCK);
   if (size > 0) ::fcntl(ends[0], F_SETPIPE_SZ, size);
   resume();
-  return unique_fd(ends[1]);
+  return pub_fd(ends[1]);
 }
 
 void output_pipe::watch() {

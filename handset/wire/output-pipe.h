@@ -3,7 +3,7 @@
 
 #include "handset/wire/event-loop.h"
 #include "handset/wire/text-log.h"
-#include "handset/wire/unique-fd.h"
+#include "pub/util/fd.h"
 
 namespace handset {
 
@@ -12,7 +12,7 @@ class output_pipe {
   explicit output_pipe(event_loop& loop) : m_loop(loop) {}
 
   // The end for the process. size: the pipe's capacity in bytes, 0 for the usual one.
-  unique_fd open(int size);
+  pub_fd open(int size);
   void pause();
   void resume();
   // On the loop's thread: takes all that is there, paused or not. finish(): and no more will come.
@@ -25,7 +25,7 @@ class output_pipe {
   void watch();
 
   event_loop& m_loop;
-  unique_fd m_read_end;
+  pub_fd m_read_end;
 };
 
 }  // namespace handset

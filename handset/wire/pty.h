@@ -4,12 +4,12 @@
 #include <optional>
 #include <string>
 
-#include "handset/wire/unique-fd.h"
+#include "pub/util/fd.h"
 
 namespace handset {
 
 struct pty {
-  unique_fd master;   // non-blocking
+  pub_fd master;      // non-blocking
   std::string slave;  // its name
 };
 

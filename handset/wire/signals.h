@@ -4,7 +4,7 @@
 #include <functional>
 
 #include "handset/wire/event-loop.h"
-#include "handset/wire/unique-fd.h"
+#include "pub/util/fd.h"
 
 namespace handset {
 
@@ -14,7 +14,7 @@ class end_signals {
   end_signals(event_loop& loop, std::function<void(int signal_number)> action);
 
  private:
-  unique_fd m_signals;
+  pub_fd m_signals;
 };
 
 }  // namespace handset

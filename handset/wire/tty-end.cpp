@@ -94,7 +94,7 @@ termios tty_end::attributes() const {
   return attributes;
 }
 
-void tty_end::attach(unique_fd master) {
+void tty_end::attach(pub_fd master) {
   m_master = std::move(master);
   m_read_ahead.clear();
 }

@@ -12,7 +12,7 @@
 #include <string_view>
 
 #include "handset/wire/default-wait.h"
-#include "handset/wire/unique-fd.h"
+#include "pub/util/fd.h"
 
 namespace handset {
 
@@ -35,14 +35,14 @@ class tty_end {
   bool plugged() const { return static_cast<bool>(m_master); }
   int fd() const { return m_master.get(); }
 
-  void attach(unique_fd master);  // a non-blocking master; what was read from an earlier one is forgotten
-  void detach();                  // the service's side gets a hang-up
+  void attach(pub_fd master);  // a non-blocking master; what was read from an earlier one is forgotten
+  void detach();               // the service's side gets a hang-up
 
  private:
   bool fill(std::chrono::steady_clock::time_point deadline);
   std::string take(std::size_t count);
 
-  unique_fd m_master;
+  pub_fd m_master;
   std::string m_read_ahead;
 };
 

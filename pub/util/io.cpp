@@ -10,16 +10,6 @@
 #include <csignal>
 #include <string>
 
-pub_fd::~pub_fd() {
-  if (m_fd >= 0) close(m_fd);
-}
-
-int pub_fd::release() {
-  const int fd = m_fd;
-  m_fd = -1;
-  return fd;
-}
-
 int pub_util_open(const char* path, int flags) {
   return open(path, flags | O_NOCTTY | O_CLOEXEC);
 }

@@ -10,26 +10,13 @@
 #include <cstdio>
 #include <memory>
 
+#include "pub/util/fd.h"
+
 // Owns a FILE; closes it at the end of its scope.
 struct pub_file_closer {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 using pub_file = std::unique_ptr<std::FILE, pub_file_closer>;
-
-// Owns a descriptor; closes it at the end of its scope. -1 owns nothing.
-class pub_fd {
- public:
-  explicit pub_fd(int fd = -1) : m_fd(fd) {}
-  ~pub_fd();
-  pub_fd(pub_fd&& other) noexcept : m_fd(other.release()) {}
-  pub_fd(const pub_fd&) = delete;
-  pub_fd& operator=(const pub_fd&) = delete;
-  int get() const { return m_fd; }
-  int release();
-
- private:
-  int m_fd;
-};
 
 // Owns a descriptor that threads share, a link: any of them may look at its number, which is 0 or less when the link is
 // closed. Nothing is closed in a destructor: the process ends while threads are alive, and closes what is left then.

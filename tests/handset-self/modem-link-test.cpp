@@ -13,7 +13,7 @@
 namespace {
 
 using handset::modem_switches;
-using handset::unique_fd;
+using pub_fd;
 using namespace std::chrono_literals;
 
 class ModemLink : public testing::Test {
@@ -25,7 +25,7 @@ class ModemLink : public testing::Test {
   }
 
   void plug() {
-    unique_fd master(::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+    pub_fd master(::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
     termios attributes{};
     ASSERT_EQ(grantpt(master.get()), 0);
     ASSERT_EQ(unlockpt(master.get()), 0);
@@ -37,7 +37,7 @@ class ModemLink : public testing::Test {
     m_modem.attach(std::move(master));
   }
   void open_slave() {
-    m_service.attach(unique_fd(::open(m_slave.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)));
+    m_service.attach(pub_fd(::open(m_slave.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)));
   }
   void set(const std::function<void(modem_switches&)>& change) { m_modem.change_switches(change); }
 
@@ -71,7 +71,7 @@ TEST_F(ModemLink, EchoOfAMegabyte_IsHeldBackNotLost) {
   std::thread writer([&] { EXPECT_TRUE(m_service.write_all(all)); });
   // Its own helper: m_service is the writer's.
   handset::tty_end reader;
-  reader.attach(unique_fd(::open(m_slave.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)));
+  reader.attach(pub_fd(::open(m_slave.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)));
   EXPECT_EQ(reader.read_exactly(all.size()), all);
   writer.join();
 }

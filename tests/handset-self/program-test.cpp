@@ -18,7 +18,7 @@
 #include "handset/wire/exit-status.h"
 #include "handset/wire/files.h"
 #include "handset/wire/tty-end.h"
-#include "handset/wire/unique-fd.h"
+#include "pub/util/fd.h"
 
 namespace {
 
@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 using handset::exited;
 using handset::killed;
 using handset::tty_end;
-using handset::unique_fd;
+using pub_fd;
 using testing::HasSubstr;
 using testing::StartsWith;
 using words = std::vector<std::string>;
@@ -42,8 +42,8 @@ class child {
     EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
     // The helper for ttys reads any descriptor.
     ::fcntl(ends[0], F_SETFL, O_NONBLOCK);
-    m_output.attach(unique_fd(ends[0]));
-    const unique_fd write_end(ends[1]);
+    m_output.attach(pub_fd(ends[0]));
+    const pub_fd write_end(ends[1]);
     std::vector<char*> arguments;
     for (auto& word : command) arguments.push_back(word.data());
     arguments.push_back(nullptr);
@@ -207,7 +207,7 @@ class ProgramRun : public testing::Test {
   }
   tty_end station() {
     tty_end end;
-    end.attach(unique_fd(::open(m_tty.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)));
+    end.attach(pub_fd(::open(m_tty.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)));
     return end;
   }
 

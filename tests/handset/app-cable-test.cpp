@@ -27,7 +27,7 @@ class AppCable : public testing::Test {
   void expect_served() {
     const auto path = m_phone.folder() / "ttyAPP";
     handset::tty_end player;
-    player.attach(handset::unique_fd(::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)));
+    player.attach(pub_fd(::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)));
     ASSERT_TRUE(player.write_all(REQUEST));
     EXPECT_EQ(to_hex(player.read_exactly(ANSWER.size())), to_hex(ANSWER));
     EXPECT_EQ(m_phone.log().count("pty disconnect: "), m_left);
