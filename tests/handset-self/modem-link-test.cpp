@@ -13,7 +13,6 @@
 namespace {
 
 using handset::modem_switches;
-using pub_fd;
 using namespace std::chrono_literals;
 
 class ModemLink : public testing::Test {
@@ -36,9 +35,7 @@ class ModemLink : public testing::Test {
     open_slave();
     m_modem.attach(std::move(master));
   }
-  void open_slave() {
-    m_service.attach(pub_fd(::open(m_slave.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)));
-  }
+  void open_slave() { m_service.attach(pub_fd(::open(m_slave.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC))); }
   void set(const std::function<void(modem_switches&)>& change) { m_modem.change_switches(change); }
 
   handset::event_loop m_loop;

@@ -26,7 +26,6 @@ namespace fs = std::filesystem;
 using handset::exited;
 using handset::killed;
 using handset::tty_end;
-using pub_fd;
 using testing::HasSubstr;
 using testing::StartsWith;
 using words = std::vector<std::string>;
