@@ -22,7 +22,7 @@ std::string_view handle_amt_text(std::string_view received) {
   return received.substr(0, received.find('\0'));
 }
 
-std::optional<std::string_view> handle_amt_text_behind(std::string_view received, std::string_view command) {
+std::optional<std::string_view> handle_amt_text_after(std::string_view received, std::string_view command) {
   const std::size_t at = find_command(received, command);
   // Only now is the text's end looked for: most commands are not in it.
   if (at == std::string_view::npos || handle_amt_text(received.substr(0, at)).size() != at) return std::nullopt;

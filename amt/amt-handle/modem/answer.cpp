@@ -63,7 +63,7 @@ bool amt_answer_is_silencing_error(std::string_view answer) {
   return has_any(answer, SILENCING_ERRORS);
 }
 
-std::optional<std::string_view> amt_answer_behind(std::string_view answer, std::string_view prefix) {
+std::optional<std::string_view> amt_answer_after(std::string_view answer, std::string_view prefix) {
   const std::size_t at = answer.find(prefix);
   if (at == std::string_view::npos) return std::nullopt;
   answer.remove_prefix(at + prefix.size());

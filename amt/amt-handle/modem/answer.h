@@ -21,9 +21,9 @@ bool amt_answer_is_error(std::string_view answer);            // "\r\n+CME ERROR
 bool amt_answer_is_silencing_error(std::string_view answer);  // "\r\n+CME ERROR: ", "\r\n+CMS ERROR: " or the third
 
 // What stands behind a prefix and any blanks after it; none when the prefix is not in the text.
-std::optional<std::string_view> amt_answer_behind(std::string_view answer, std::string_view prefix);
+std::optional<std::string_view> amt_answer_after(std::string_view answer, std::string_view prefix);
 
-// The value of a text that amt_answer_behind gave: up to the final OK, less the line ends in front of that. Of these,
+// The value of a text that amt_answer_after gave: up to the final OK, less the line ends in front of that. Of these,
 // as many stay as leave at least `kept` characters in front of each one taken off. None without an OK.
 std::optional<std::string_view> amt_answer_value(std::string_view behind, std::size_t kept = 0);
 

@@ -78,7 +78,7 @@ std::optional<modem_version_st> amt_modem_handle_l1_hls_version(std::uint32_t mo
   amt_modem_prepare("AT^DCMR=%d\r", static_cast<int>(module));
   LOG_LINE("will send at command:%s", g_handle_context.m_at_command.m_buf_a.data());
   if (amt_modem_exchange(amt_log_no_answer) != ERR_NONE) return std::nullopt;
-  const auto behind = amt_answer_behind(amt_modem_answer(), "\r\n^DCMR:");
+  const auto behind = amt_answer_after(amt_modem_answer(), "\r\n^DCMR:");
   const auto value = behind ? amt_answer_value(*behind, KEPT_OF_VALUE) : std::nullopt;
   if (!value || value->size() > MODEM_VALUE_LIMIT) return std::nullopt;
   return get_l1_hls_version(*value);

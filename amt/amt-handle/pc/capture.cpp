@@ -46,7 +46,7 @@ void publish(amt_capture_en type) {
 }
 
 bool is_in_text(std::string_view received, const char* command) {
-  if (!handle_amt_text_behind(received, command)) return false;
+  if (!handle_amt_text_after(received, command)) return false;
   const std::string_view text = handle_amt_text(received);
   LOG_LINE("received at command in amt4:%.*s", static_cast<int>(text.size()), text.data());
   return true;

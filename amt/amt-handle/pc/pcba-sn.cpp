@@ -81,7 +81,7 @@ result_code_en amt_handle_board_pcba_ctrl(std::uint8_t link, amt_message_st* req
 
 result_code_en handle_amt_pcba_sn_at(std::string_view received, amt_message_st* response) {
   pub_log_entry(k_log);
-  auto rest = handle_amt_text_behind(received, "AT^DPCBACTRL=");
+  auto rest = handle_amt_text_after(received, "AT^DPCBACTRL=");
   if (!rest) return ERR_NOT_HANDLED;
   const auto field = handle_amt_next_field(*rest);
   if (!field) return pub_fail(k_log, ERR_ARGUMENT, "type is null!!!");

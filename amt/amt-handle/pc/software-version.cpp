@@ -110,7 +110,7 @@ result_code_en get_ap_sw_version(char* buffer, std::uint32_t* length) {
 
 result_code_en handle_amt_sw_version_at(std::string_view received, amt_message_st* response) {
   pub_log_entry(k_log);
-  if (!handle_amt_text_behind(received, "AT^DSVER\r")) return ERR_NOT_HANDLED;
+  if (!handle_amt_text_after(received, "AT^DSVER\r")) return ERR_NOT_HANDLED;
   char version[AMT_VERSION_TEXT_SIZE + 1] = {};
   std::uint32_t length = 0;
   if (get_ap_sw_version(version, &length) != ERR_NONE) return handle_amt_reply_cme_error(response);
@@ -119,7 +119,7 @@ result_code_en handle_amt_sw_version_at(std::string_view received, amt_message_s
 
 result_code_en handle_amt_power_off_at(std::string_view received, amt_message_st* response) {
   pub_log_entry(k_log);
-  if (!handle_amt_text_behind(received, "AT^DAMTOFF\r")) return ERR_NOT_HANDLED;
+  if (!handle_amt_text_after(received, "AT^DAMTOFF\r")) return ERR_NOT_HANDLED;
   const result_code_en result = handle_amt_reply_ok(response);
   switch_phone_off();
   return result;
