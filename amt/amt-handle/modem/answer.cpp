@@ -38,7 +38,7 @@ bool take(std::string_view& text, char wanted) {
   return true;
 }
 
-// The padding starts at "0a", or else at "0A", wherever these two characters stand: also across two bytes of the text.
+// The padding starts at "0a", or else at "0A", wherever these two characters stand, even across two bytes of the text.
 std::string_view cut_padding(std::string_view text) {
   std::size_t end = text.find("0a");
   if (end == std::string_view::npos) end = text.find("0A");

@@ -137,8 +137,8 @@ result_code_en amt_query_amt_support(std::uint8_t link, amt_message_st* request,
   return amt_handle_finish_rsp(link, response);
 }
 
-// Unlike every other exchange: always 12 characters go out, so that a channel of two digits loses its carriage return
-// (modems in the field are used to it), and one read decides.
+// Two things differ from every other exchange. Always 12 characters go out, so that a channel of two digits loses its
+// carriage return: modems in the field are used to it. And one read decides.
 result_code_en amt_channel_switch(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
   pub_log_entry(k_log);
   if (amt_modem_is_missing()) return ERR_NO_MODEM;

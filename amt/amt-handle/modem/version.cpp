@@ -51,7 +51,7 @@ constexpr std::array<std::uint8_t, VERSION_BLOCK_SIZE> make_version_block(std::s
 constexpr auto VERSION_BLOCK = make_version_block("Android4.2,2013-01-21");
 
 constexpr std::size_t MODEM_VALUE_LIMIT = 408;
-constexpr std::size_t KEPT_OF_VALUE = 2;  // characters of the value in front of a line end that is taken off
+constexpr std::size_t KEPT_OF_VALUE = 2;  // characters that precede a line end that is taken off the value
 
 struct modem_version_st {
   std::array<std::uint8_t, MODEM_VALUE_LIMIT / 2 + 1> m_text{};  // zero-terminated

@@ -12,7 +12,7 @@ namespace {
 
 using address_text = char[AMT_BT_AT_ADDRESS_SIZE];
 
-// What follows the opening quote, up to the next quote. Whatever it is, it is taken: a command without a closing quote
+// What follows the opening quote, up to the next quote. Nothing about it is checked: a command without a closing quote
 // gives everything up to 19 characters, its carriage return too.
 void take_address(std::string_view quoted, address_text& address) {
   const std::string_view text = quoted.substr(0, std::min(quoted.find('"'), sizeof address - 1));

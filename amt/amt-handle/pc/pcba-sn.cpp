@@ -46,7 +46,7 @@ result_code_en read_for_text(const pub_log_site& site, amt_message_st* response)
   return handle_amt_reply(response, "\r\n^DPCBACTRL: %s\r\n\r\nOK\r\n", serial);
 }
 
-// The carriage return that ends the command is part of the serial number: on purpose, what is read back has it, too.
+// The carriage return that ends the command is part of the serial number, on purpose: what is read back has it, too.
 result_code_en write_from_text(const pub_log_site& site, std::string_view rest, amt_message_st* response) {
   const auto field = handle_amt_next_field(rest);
   if (!field) return pub_fail(site, ERR_ARGUMENT, "pcba-sn is null!!!");
