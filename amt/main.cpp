@@ -74,7 +74,7 @@ std::int32_t choose_mode() {
   return is_normal ? 1 : 0;
 }
 
-// A pid file that names this very process is a stale one whose number came round again.
+// A pid file that names this very process is an old one, whose number the system has used again.
 bool is_another_running() {
   std::int32_t is_run = 0;
   std::int64_t pid = 0;
@@ -106,8 +106,8 @@ int main(int argc, char* argv[]) {
   }
   LOG_LINE("\n    %s, version %s\n", PROGRAM_NAME, PROGRAM_VERSION);
   LOG_LINE("    Build time: %s %s\n", __DATE__, __TIME__);
-  // The pid file is always made under /tmp, also in simplified mode, where the one that is checked lies elsewhere: that
-  // is intended.
+  // The pid file is always made under /tmp, on purpose: also in simplified mode, where the one that is checked lies
+  // elsewhere.
   pub_util_create_pid_file(PROGRAM_NAME);
   LOG_LINE("run under %s", normal_mode != 0 ? NORMAL_MODE : SIMPLIFIED_MODE);
   LOG_LINE("config file[%s], pid file[%s]", g_cfg_path_a, g_pid_path_a);

@@ -1,5 +1,5 @@
 // The phone's closed device-test library, libhwt.so: radios and their RF tests. All operations block until they are
-// done and give 0 for success; any other value is a failure that only the log can name.
+// done and give 0 for success; any other value is a failure, and is only logged.
 #pragma once
 
 extern "C" {

@@ -64,7 +64,7 @@ bool pub_log_bad_arguments(const pub_log_site& site, std::initializer_list<bool>
 void pub_log_dump(const pub_log_module_st& module, const char* label, std::span<const std::uint8_t> bytes);
 
 // Between the two no other thread is in the platform's log: its locks are free in a child that is forked there. A
-// thread that has something to log waits; the caller must log nothing. The child, which has no other threads, says so.
+// thread that has something to log waits; the caller must log nothing. The child has no other threads and passes true.
 void pub_log_pause();
 void pub_log_resume(bool is_child);
 

@@ -1,5 +1,5 @@
-// Result codes shared by every module. A function that fails has logged why before it returns one of these. Who needs
-// no result says so (std::ignore).
+// Result codes shared by every module. A function that fails has logged why before it returns one of these. A caller
+// that needs no result ignores it openly (std::ignore).
 #pragma once
 
 #include <cstdint>

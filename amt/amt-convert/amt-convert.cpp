@@ -9,7 +9,7 @@ namespace {
 
 constexpr pub_log_module_st k_log{"vx-kro-amt", "amt/amt-convert"};
 
-// What does not match, for the faults that are a mismatch of two numbers; else null.
+// What does not match, for a fault that is a mismatch of two numbers; null for any other fault.
 const char* describe(amt_at_fault_en fault) {
   switch (fault) {
     case amt_at_fault_en::COMMAND_HEAD:
@@ -71,7 +71,7 @@ result_code_en amt_convert_rsp_at_data_2_amt_data(const std::uint8_t* at_data, s
   const amt_at_result_st result = amt_frame_from_at_data({at_data, at_len}, *frame);
   if (result.m_fault == amt_at_fault_en::NONE) return ERR_NONE;
   if (result.m_fault != amt_at_fault_en::EMPTY_BYTES) return fail_conversion(__func__, result);
-  // On purpose no empty atom: the modem means "nothing to tell", and no response goes out.
+  // No empty atom, on purpose: the modem has nothing to report, so no response goes out.
   pub_log_bad_arguments({k_log, "rsp_at_data_2_amt_data_atom_byte"}, {false, false, false, true, false});
   return ERR_ARGUMENT;
 }

@@ -36,7 +36,7 @@ std::uint32_t fixed_length(std::uint8_t type) {
 }
 
 amt_at_result_st append_atom(const amt_atom_st& atom, bool is_length_wanted, appender& out) {
-  if (is_length_wanted) {  // in front even of a value that is then refused
+  if (is_length_wanted) {  // written even when the value is then refused
     std::array<std::uint8_t, 2> length{};
     amt_write_u16(length.data(), atom.m_length);
     if (!out.add(length)) return fault(amt_at_fault_en::OUTSIDE);
@@ -81,7 +81,7 @@ struct layout_st {
   field_st m_second = {};
 };
 
-// What follows the result code. Any other response has nothing there that becomes an atom.
+// What follows the result code. In any other response nothing that follows becomes an atom.
 constexpr layout_st LAYOUTS[] = {
     {AMT_READIMEI_RSPCMD, {field_en::BYTES, AMT_ATOM_IMEI, 15}},
     {AMT_RXDATA_RSPCMD, {field_en::INT, AMT_ATOM_RX_VALUE}, {field_en::BYTES_BEHIND_U32, AMT_ATOM_DATA}},
@@ -109,7 +109,7 @@ bool is_in_record(const amt_at_cursor_st& cursor, std::size_t length) {
   return cursor.m_position <= AMT_FRAME_SIZE && length <= AMT_FRAME_SIZE - cursor.m_position;
 }
 
-// Copies what the data holds of the bytes at the cursor; out is zero already.
+// Copies as many bytes at the cursor as the data holds; out is zero already.
 void copy_at(const amt_at_cursor_st& cursor, std::span<std::uint8_t> out) {
   const std::size_t begin = std::min(cursor.m_position, cursor.m_data.size());
   const auto rest = cursor.m_data.subspan(begin);

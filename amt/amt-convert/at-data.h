@@ -2,7 +2,7 @@
 // text in which AT data stands on the AT link. Pure functions on bytes; no I/O, no log, no state.
 //
 //   request   u8 command id, then the value of each atom as it stands in the frame (integers little-endian); only for
-//             the transparent DSP control each value has its u16 length, little-endian, in front
+//             the transparent DSP control, the u16 length of each value, little-endian, precedes it
 //   response  u8 command id, i32 result code (big-endian), then the fields of the command, integers big-endian, lengths
 //             of byte strings little-endian
 //
@@ -20,12 +20,12 @@
 // Why a conversion failed.
 enum class amt_at_fault_en : std::uint8_t {
   NONE,
-  COMMAND_HEAD,  // m_found is no command head
+  COMMAND_HEAD,  // m_found is not a command head
   ATOM_HEAD,     // m_found stands where an atom should start
-  ATOM_TYPE,     // m_found is no atom type
+  ATOM_TYPE,     // m_found is not an atom type
   ATOM_LENGTH,   // an atom's value has m_found bytes, its type wants m_wanted
   EMPTY_BYTES,   // a byte string in a response has length 0
-  OUTSIDE,       // an atom or a field reaches out of its buffer
+  OUTSIDE,       // an atom or a field reaches past its buffer
 };
 
 struct amt_at_result_st {
@@ -35,18 +35,18 @@ struct amt_at_result_st {
 };
 
 // Request frame to AT data. The sizes of the atoms must add up to the frame's data length. *length counts the bytes
-// written, on failure those before it; out is zero behind them.
+// written, also on failure; the rest of out is zero.
 amt_at_result_st amt_at_data_from_frame(const amt_frame_st& frame, std::span<std::uint8_t> out, std::size_t* length);
 
-// A read position in response AT data. Behind the data lie zeros, up to the 4096 bytes of the record that it is kept
-// in: a modem that sends less than a command's fields gets them filled up.
+// A read position in response AT data. Zeros follow the data, up to the 4096 bytes of its record: when a modem sends
+// less than a command's fields, the rest of them reads as zero.
 struct amt_at_cursor_st {
   std::span<const std::uint8_t> m_data;
   std::size_t m_position = 0;
 };
 
-// The readers: each takes a field at the cursor, moves it on, and appends the atom. OUTSIDE, with neither changed, when
-// the field leaves the record or the atom does not fit into the frame.
+// The readers: each takes a field at the cursor, moves the cursor on, and appends the atom. OUTSIDE, with cursor and
+// frame unchanged, when the field reaches past the record or the atom does not fit into the frame.
 amt_at_result_st rsp_at_data_2_amt_data_atom_int(amt_at_cursor_st& cursor, amt_frame_st& frame, std::uint8_t atom_id);
 amt_at_result_st rsp_at_data_2_amt_data_atom_bool(amt_at_cursor_st& cursor, amt_frame_st& frame, std::uint8_t atom_id);
 // EMPTY_BYTES for a length of 0.
@@ -59,8 +59,8 @@ amt_at_result_st amt_frame_from_at_data(std::span<const std::uint8_t> at_data, a
 
 // Two digits, upper case, for each byte; text has room for them.
 void amt_hex_encode(std::span<const std::uint8_t> bytes, std::span<char> text);
-// Fills bytes, taking two characters for each. A character that is no digit counts as 0, and so does what text is too
-// short for.
+// Fills bytes from text, two characters for each. A character that is not a digit counts as 0, and so does a character
+// that text is too short for.
 void amt_hex_decode(std::string_view text, std::span<std::uint8_t> bytes);
 // The value of a hexadecimal digit of either case, or -1.
 int amt_hex_digit(char character);

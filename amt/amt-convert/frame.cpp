@@ -10,7 +10,7 @@ constexpr std::size_t COMMAND_HEAD_AT = 2;
 constexpr std::size_t COMMAND_ID_AT = 3;
 constexpr std::size_t DATA_LENGTH_AT = 4;
 
-// Opens an atom behind the last one and returns where its value goes; null when it does not fit.
+// Opens an atom after the last one and returns where its value goes; null when it does not fit.
 std::uint8_t* append_atom(amt_frame_st* frame, std::uint8_t atom_id, amt_atom_type_en type, std::size_t value_length) {
   if (frame == nullptr) return nullptr;
   const std::size_t end = amt_frame_total_length(frame);

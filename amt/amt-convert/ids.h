@@ -231,7 +231,7 @@ enum amt_command_en : std::uint8_t {
 #undef AMT_COMMAND_ID
 };
 
-// Atom ids. Some requests have a number of their own for what another one calls by another number.
+// Atom ids. Some requests use an id of their own for a thing that has another id elsewhere.
 enum amt_atom_id_en : std::uint8_t {
   AMT_ATOM_RESULT = 1,   // the result code, in every response
   AMT_ATOM_DATA = 4,     // of a table or a measurement

@@ -26,7 +26,7 @@ constexpr char PLAYER_PID_FILE[] = "/tmp/amt-audio.pid";
 
 constexpr std::uint32_t START = 1;
 
-// 0, or why the file is not there.
+// 0, or the errno of a file that is not there.
 int access_error(const char* path) {
   return access(path, F_OK) == 0 ? 0 : errno;
 }
@@ -86,7 +86,7 @@ result_code_en amt_device_audio_loop(std::uint8_t link, amt_message_st* request,
   const result_code_en result =
       amt_device_call_misc<int(int, int)>(__func__, "codec_loop_test", [enable, type](auto* codec_loop_test) {
         LOG_LINE("will call codec_loop_test. enable:%d; type:%d.", enable, type);
-        codec_loop_test(type, enable);  // what it gives back says nothing about the loop
+        codec_loop_test(type, enable);  // its result does not count
         LOG_LINE("stop call codec_loop_test.");
         return ERR_NONE;
       });

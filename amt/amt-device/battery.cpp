@@ -30,7 +30,7 @@ result_code_en answer_adc(amt_message_st* response) {
   return result;
 }
 
-// The record is written before the driver is told: the driver reads it again at the phone's next start.
+// The record is written before the driver gets the values: the driver reads the record at the phone's next start.
 result_code_en calibrate_adc(const amt_message_st* request, amt_message_st* response) {
   amt_handle_start_rsp(response, AMT_WRITE_VBATT_ADC_RSPCMD);
   static constexpr std::uint8_t CALIBRATION_ATOMS[] = {AMT_ATOM_CALIBRATION_1, AMT_ATOM_CALIBRATION_2,

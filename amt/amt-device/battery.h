@@ -7,7 +7,7 @@
 #include "pub/result.h"
 
 enum amt_charge_mode_en : std::int32_t {
-  AMT_CHARGE_NOT_VALID = 0,  // or any other value: the supply cannot be told yet
+  AMT_CHARGE_NOT_VALID = 0,  // or any other value: the supply is not known yet
   AMT_CHARGE_AC = 1,         // wall supply
   AMT_CHARGE_USB = 2,        // a USB host
 };
@@ -23,7 +23,7 @@ result_code_en amt_read_adc(std::uint32_t* value);
 // library cannot be used.
 result_code_en amt_usb_charge_ctrl(std::int32_t type);
 
-// What the phone is fed by, an amt_charge_mode_en. 0, or ERR_SYSTEM with *mode 0.
+// What powers the phone, an amt_charge_mode_en. 0, or ERR_SYSTEM with *mode 0.
 result_code_en amt_get_charge_mode(std::int32_t* mode);
 
 // The system-sanity flag: whether the software was downloaded completely. 0, or ERR_SYSTEM with *flag 0.

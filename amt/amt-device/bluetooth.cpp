@@ -27,7 +27,7 @@ result_code_en read_address(const pub_log_site& site, const amt_frame_st&, amt_f
   return result;
 }
 
-// Text without a NUL that fits its room with a terminator.
+// Takes a text without a NUL that fits into its room with a terminator. False for any other.
 bool take_address(const amt_frame_st& request, char (&address)[AMT_BT_ADDRESS_SIZE]) {
   const std::size_t wanted = amt_frame_get_string(&request, AMT_ATOM_BT_ADDRESS, nullptr, 0);
   const std::size_t count = amt_frame_get_string(&request, AMT_ATOM_BT_ADDRESS, address, sizeof address);

@@ -26,8 +26,8 @@ static_assert(SELECT_CAMERA == 0xC0045662 && SET_INPUT == 0xC0045627 && CONTROL_
 
 constexpr std::int32_t NO_SUCH_INPUT = 3;
 
-// With a capital D, on purpose: it always was. A phone's C library prints the number, as a long, others print the text
-// as it stands here.
+// With a capital D, on purpose: the line has always been so. A phone's C library prints the number, as a long; others
+// print the text as it stands here.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat"
 #pragma GCC diagnostic ignored "-Wformat-extra-args"
@@ -44,7 +44,7 @@ pub_fd open_video(const pub_log_site& site) {
   return pub_fd();
 }
 
-// The driver's result of a control, or ERR_FAIL, which is negative: results are not.
+// The driver's result of a control, or ERR_FAIL, which is negative; a result is not.
 std::int32_t control_camera(const pub_log_site& site, int video, std::uint32_t control) {
   int value = 1;
   if (ioctl(video, SET_INPUT, &value) < 0) {

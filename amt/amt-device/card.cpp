@@ -14,7 +14,7 @@
 namespace {
 
 constexpr char STORAGE_CONFIG[] = "/data/etc/storage.config";
-constexpr int CARD_IS_FIRST = 1;  // the card, and not the phone's own storage, is the first of the two folders
+constexpr int CARD_IS_FIRST = 1;  // the first of the two folders is the card, not the phone's own storage
 constexpr char FIRST_STORAGE[] = "/storage/sdcard0";
 constexpr char SECOND_STORAGE[] = "/storage/sdcard1";
 

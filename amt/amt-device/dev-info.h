@@ -1,4 +1,4 @@
-// What the board's library tells about the device.
+// What the board's library reports about the device.
 #pragma once
 
 #include <cstdint>

@@ -28,7 +28,7 @@ void remember_brightness(const pub_log_site& site) {
   g_src_lcd_brightness = value;
 }
 
-// The level, or what the phone had when the level is none. As unsigned numbers: a remembered -1 is none either.
+// The level, or the phone's own when the level is out of range. Unsigned, so that a remembered -1 is out of range, too.
 std::int32_t choose_brightness(std::uint32_t level) {
   if (level <= MAX_BRIGHTNESS) {
     LOG_LINE("lcd_brightness: %d", static_cast<int>(level));

@@ -1,4 +1,4 @@
-// Screen, backlights and vibrator: what one device file each drives. All requests come from the test application.
+// Screen, backlights and vibrator: each is driven by one device file. All requests come from the test application.
 #pragma once
 
 #include <cstdint>
@@ -12,8 +12,8 @@ extern relaxed<std::int32_t> g_src_lcd_brightness;
 
 // Request 29, answered OK: the test application draws the colours itself.
 result_code_en amt_device_lcd_color(std::uint8_t link, amt_message_st* request, amt_message_st* response);
-// Request 57: atom 26 is the level; one above 255 asks for the brightness that the phone had. A file that fails gives
-// no answer at all and the result 0: on purpose, the station goes on after its own time-out.
+// Request 57: atom 26 is the level; one above 255 asks for the brightness that the phone had. When the file fails
+// there is no answer, and the result is 0, on purpose: the station goes on after its own time-out.
 result_code_en amt_device_lcd_brightness(std::uint8_t link, amt_message_st* request, amt_message_st* response);
 // Request 37: flag 15 is written to the key light.
 result_code_en amt_device_button_backlight(std::uint8_t link, amt_message_st* request, amt_message_st* response);

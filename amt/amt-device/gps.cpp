@@ -12,7 +12,7 @@
 
 namespace {
 
-// As field tools know it, whatever the folder is called.
+// The module as field tools know it, whatever the folder is called.
 constexpr pub_log_module_st k_log{"vx-kro-amt", "amt/amt-gps"};
 
 enum gps_request_en : std::uint32_t { GPS_STOP = 0, GPS_CHECK = 2 };  // of atom 140; anything else starts

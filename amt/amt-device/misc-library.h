@@ -34,6 +34,6 @@ template <typename Function, typename Use>
 result_code_en amt_device_call_misc(const char* caller, const char* name, Use use) {
   const amt_misc_operation operation(caller, name);
   if (operation.address() == nullptr) return ERR_SYSTEM;
-  // The library's own result goes where a code goes: on purpose, callers look only whether it is 0.
+  // The library's own result is given as a code, on purpose: callers only check whether it is 0.
   return static_cast<result_code_en>(use(reinterpret_cast<Function*>(operation.address())));
 }

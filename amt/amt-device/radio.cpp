@@ -25,13 +25,13 @@ class detail {
   char m_text_a[96] = {};
 };
 
-// A detail that says nothing.
+// An empty detail.
 detail nothing() {
   return {};
 }
 
 // Runs one step. operation: the library's function, as the error line names it. `describe`, run after the call, gives
-// what the end line says besides the result.
+// what follows the result in the end line.
 template <typename Call, typename Describe = detail()>
 result_code_en run(const amt_radio_step_st& step, const char* operation, const detail& start, Call call,
                    Describe describe = nothing) {
@@ -63,7 +63,7 @@ result_code_en amt_radio_switch_wifi(const amt_radio_step_st& step, int on) {
 }
 
 result_code_en amt_radio_check_wifi(const pub_log_site& site) {
-  // The error line names the Bluetooth operation: on purpose, field tools look for it.
+  // The error line names the Bluetooth operation, on purpose: field tools look for it.
   return run({site, "wifi connectivity check"}, "hwt_btCtrl", nothing(), hwt_wifiCheck);
 }
 

@@ -16,7 +16,7 @@ struct amt_radio_step_st {
   const char* m_lead = "";
 };
 
-// The lines of an AT command say more than those of a frame.
+// The log lines of an AT command hold more than those of a frame.
 enum class amt_radio_words_en { FRAME, AT };
 
 result_code_en amt_radio_switch_bt(const amt_radio_step_st& step, int on);

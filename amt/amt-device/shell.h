@@ -5,7 +5,7 @@
 
 #include "pub/result.h"
 
-// A command composed of numbers and configuration, in the room that commands have: one that does not fit is cut.
+// A command made of numbers and configuration values. A command that does not fit into its buffer is cut.
 class amt_device_command {
  public:
   explicit amt_device_command(const char* format, ...) __attribute__((format(printf, 2, 3)));
@@ -15,5 +15,5 @@ class amt_device_command {
   char m_text_a[99];
 };
 
-// Runs a shell command, up to five times at once one after the other until it exits with 0. 0 or ERR_FAIL.
+// Runs a shell command until it exits with 0, at most five times and without a pause. 0 or ERR_FAIL.
 result_code_en amt_device_do_command(const char* command);

@@ -16,7 +16,7 @@ extern relaxed<std::int32_t> g_wifi_is_running;
 extern relaxed<std::uint8_t> g_wifi_rtx_rx_channel;
 
 // Request 187. Byte 154 is the operation: 1 start WiFi, 2 stop it, 3 transmit, 4 stop transmitting, 5 receive, 6 stop
-// receiving and tell the count. 3 to 6 need a running WiFi.
+// receiving and report the count. 3 to 6 need a running WiFi.
 result_code_en amt_device_wifi_rtx_test(std::uint8_t link, amt_message_st* request, amt_message_st* response);
 
 // The same test as a shell script for the WiFi chip's command-line tool, for engineers who have a shell on the phone;

@@ -17,13 +17,13 @@ inline constexpr std::int32_t AMT_FLAG_READ = 2;
 // The first line of a file (its line end included, at most 98 characters). 0 or ERR_SYSTEM; the buffer is then empty.
 result_code_en amt_read_data_from_file(char (&content)[AMT_CONTENT_SIZE], const char* path);
 
-// What the flag file says about the handshake: forbidden only when it can be read and its decimal value is 0.
+// Whether the flag file permits the handshake: true unless it can be read and its decimal value is 0.
 bool amt_is_handshake_permitted_by_file();
 
 // Operation 0 or 1 writes the flag, 2 reads it into *value (a missing or unreadable file is 1). 0; ERR_FAIL when the
 // file cannot be written; ERR_ARGUMENT for any other operation.
 result_code_en handle_amt_damt1_operation(std::int32_t operation, std::int32_t* value);
 
-// Publishes whether the next USB insertion may enter factory test: "1" not permitted, "2" permitted. On a start that
-// found the phone on an AC charger it is not.
+// Publishes whether the next USB insertion may enter factory test: "1" not permitted, "2" permitted. A start
+// that found the phone on an AC charger publishes "1".
 void amt_set_handshake_permission();

@@ -13,7 +13,7 @@
 
 namespace {
 
-// The first word of an address file, cut to its room. open_code: what a file that cannot be opened is reported as.
+// The first word of an address file, cut to its room. open_code: the code of a file that cannot be opened.
 result_code_en read_address(const pub_log_site& site, const char* path, result_code_en open_code,
                             std::span<char> address) {
   std::fill(address.begin(), address.end(), '\0');

@@ -27,6 +27,6 @@ result_code_en amt_read_bt_address(const pub_log_site& site, char (&address)[AMT
 
 // The record, opened and emptied; null when it cannot be opened.
 pub_file amt_open_bt_address(const pub_log_site& site);
-// Fills and flushes it, and takes everybody's right to write it. 0 or ERR_SYSTEM.
+// Fills and flushes the opened record, and takes everybody's right to write it. 0 or ERR_SYSTEM.
 result_code_en amt_finish_bt_address(const pub_log_site& site, pub_file file,
                                      const char (&address)[AMT_BT_ADDRESS_SIZE]);

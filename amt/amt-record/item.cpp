@@ -15,7 +15,7 @@
 
 namespace {
 
-// As field tools know it, whatever the folder is called.
+// The module as field tools know it, whatever the folder is called.
 constexpr pub_log_module_st k_log{"vx-kro-amt", "amt/amt-item"};
 
 constexpr char FOLDER[] = "/amt";

@@ -1,8 +1,8 @@
 // Which factory stations a phone has passed, item by item, in two record files. An item is a digit and a line feed, so
 // item i lies at byte 2 * i: '0' not tested, '1' pass, '2' fail.
 //
-// The request handlers give these functions the station's number (station result file, reading of the product file) or
-// the number less one (writing of the product file): on purpose, although reading station N then tells of item N.
+// The request handlers pass the station's number as the index (station result file, reading of the product file) or the
+// number less one (writing of the product file), on purpose, although reading station N then gives the item of N + 1.
 #pragma once
 
 #include <cstdint>
@@ -18,8 +18,8 @@ inline constexpr std::int32_t AMT_RESULT_ITEMS = 20;
 // written.
 result_code_en initTestFile(const char* path, std::int32_t count);
 
-// Writes one item: result 1 is a pass, 2 a fail, any other unknown. A negative index writes item 0; on purpose, nobody
-// looks at the seek. 0; -1 when the file cannot be opened; -2 when it cannot be written.
+// Writes one item: result 1 is a pass, 2 a fail, any other unknown. A negative index writes item 0, on purpose: the
+// seek is not checked. 0; -1 when the file cannot be opened; -2 when it cannot be written.
 std::int32_t updateTestItem(const char* path, std::int32_t index, std::int32_t result);
 
 // Write one item of a file, which is made when it is missing. 0; -1 when /amt is not accessible; -2 when the file
@@ -27,10 +27,10 @@ std::int32_t updateTestItem(const char* path, std::int32_t index, std::int32_t r
 std::int32_t saveProductTestItem(std::int32_t index, std::int32_t result);
 std::int32_t saveAmtTestItem(std::int32_t index, std::int32_t result);
 
-// Writes what a station reported into the station result file, and logs how that went: a failure is no more than that.
+// Writes what a station reported into the station result file, and logs the outcome: a failure is only logged.
 // site: the request handler that got the report.
 void amt_note_station_result(const pub_log_site& site, std::int32_t station, std::int32_t result);
 
-// The digit of an item of the product file, which is made when it is missing; 0 behind the end of a short file. -1 when
+// The digit of an item of the product file, which is made when it is missing; 0 past the end of a short file. -1 when
 // it cannot be read; -2 when it cannot be made; -3 for an index above 35.
 std::int32_t readProductTestItem(std::int32_t index);

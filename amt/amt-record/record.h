@@ -16,8 +16,8 @@ void amt_flush_records();
 pub_file amt_open_record(const pub_log_site& site, const char* path, const char* mode,
                          result_code_en code = ERR_SYSTEM);
 
-// Writes text into a record that was just opened, closes it and flushes the records, whatever came of the write.
-// `report` is called with the outcome before the file is closed, with errno telling why a write failed.
+// Writes text into a record that was just opened, closes it and flushes the records, also after a failed write.
+// `report` is called with the outcome before the file is closed, with the errno of a write that failed.
 template <typename Report>
 bool amt_finish_record(pub_file file, const char* text, Report report) {
   // The text reaches the file with the flush: a full file system shows there.

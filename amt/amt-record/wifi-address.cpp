@@ -17,7 +17,7 @@
 
 namespace {
 
-// As field tools know it, whatever the folder is called.
+// The module as field tools know it, whatever the folder is called.
 constexpr pub_log_module_st k_log{"vx-kro-amt", "amt/amt-wifi"};
 
 constexpr char NVRAM_SOURCE[] = "/system/etc/wifi/nvram.txt";
@@ -36,8 +36,8 @@ void copy_address(address_text& address, std::string_view text) {
   address[count] = '\0';
 }
 
-// The recorded address with its line end; empty when there is none. A record that is missing is no failure, one that
-// holds nothing is: ERR_FAIL.
+// The recorded address with its line end; empty when there is none. A missing record is not a failure, an empty
+// one is: ERR_FAIL.
 result_code_en read_factory_address(address_text& address) {
   copy_address(address, "");
   const pub_file file = pub_util_fopen(AMT_WIFI_ADDRESS_FILE, "r");
@@ -62,7 +62,7 @@ struct nvram_files_st {
   pub_file m_copy;
 };
 
-// The copy is emptied before the source is known to exist: on purpose, a driver text without its source is no good.
+// The copy is emptied before the source is known to exist, on purpose: a driver text without its source is no good.
 bool open_files(nvram_files_st& files) {
   files.m_source = pub_util_fopen(NVRAM_SOURCE, "r");
   files.m_copy = pub_util_fopen(NVRAM_COPY, "w+");
@@ -78,8 +78,8 @@ bool open_files(nvram_files_st& files) {
   return files.m_copy != nullptr;
 }
 
-// What stands behind the key in an address line; null for any other line. Blanks in front of the key are no matter; a
-// comment sign or other text makes it another line.
+// What follows the key in an address line; null for any other line. Blanks may precede the key; a comment sign or other
+// text there makes it another line.
 const char* find_old_address(const char* line) {
   line += std::strspn(line, " ");
   return std::string_view(line).starts_with(ADDRESS_KEY) ? line + ADDRESS_KEY.size() : nullptr;

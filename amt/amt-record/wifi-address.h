@@ -10,14 +10,14 @@
 inline constexpr char AMT_WIFI_ADDRESS_FILE[] = "/amt/WIFI/WIFI_nvram.txt";
 inline constexpr std::size_t AMT_WIFI_ADDRESS_SIZE = 60;  // 59 characters and the terminator
 
-// The address without its line end, cut to size - 1 characters. A record without a line end loses its last character:
-// on purpose, the line end is taken off unseen. 0, or ERR_FAIL with the buffer empty.
+// The address without its line end, cut to size - 1 characters. A record without a line end loses its last character,
+// on purpose: the line end is taken off unseen. 0, or ERR_FAIL with the buffer empty.
 result_code_en amt_read_wifi_address(char* buffer, std::size_t size);
 
 // Replaces the record by the address and a line end. 0; ERR_ARGUMENT for a null or empty address; ERR_FAIL when the
 // file cannot be opened; ERR_SYSTEM when it cannot be written.
 result_code_en amt_write_wifi_address(const char* address);
 
-// Rewrites the driver's nvram text with the recorded address: in place of every address line, or behind the last line
-// when there is none. Once, at the start of the service. 0 or ERR_FAIL.
+// Rewrites the driver's nvram text with the recorded address: in place of every address line, or after the last line
+// when there is no address line. Once, at the start of the service. 0 or ERR_FAIL.
 result_code_en amt_write_wifi_to_nvram_file();

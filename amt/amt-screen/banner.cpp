@@ -19,5 +19,5 @@ void amt_handle_load_image_for_handshake() {
     return;
   }
   pub_util_sleep_ms(SETTLE_MS);
-  std::ignore = screen_update();  // logged; there is nobody to tell
+  std::ignore = screen_update();  // logged; nobody needs the result
 }

@@ -59,8 +59,8 @@ bool map(int fd) {
   return true;
 }
 
-// One screen of 16-bit pixels and not what was mapped: the rest stays mapped, unused. Never more than was mapped, since
-// a device that claims a huge screen would otherwise take its neighbours in memory along.
+// Unmaps one screen of 16-bit pixels, not all that was mapped: the rest stays mapped, unused. Never more than was
+// mapped: a device that claims a huge screen would otherwise unmap its neighbours in memory, too.
 void unmap_one_screen() {
   const std::size_t screen = std::size_t{g_screen.m_variable.xres} * g_screen.m_variable.yres * (BITS_PER_PIXEL / 8);
   munmap(g_screen.m_base, std::min<std::size_t>(screen, g_screen.m_fixed.smem_len));

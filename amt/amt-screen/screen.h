@@ -23,7 +23,7 @@ struct screen_st {
   fb_fix_screeninfo m_fixed;       // as the device gave it
   fb_var_screeninfo m_variable;    // as the device gave it, then as it was last set
   std::uint32_t m_width;           // of the screen, when the image was loaded
-  std::uint32_t m_height;          // likewise
+  std::uint32_t m_height;          // the same for its height
   std::uint32_t m_enabled_layers;  // 0 until the first update has switched the layer on
   std::uint8_t m_is_loaded;        // set by a successful load
 };

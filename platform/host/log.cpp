@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
-// The host logger lets debug lines through only when it is told to. ANDROID_LOG_TAGS, the variable by which host builds
+// The host logger lets debug lines through only on request. ANDROID_LOG_TAGS, the variable by which host builds
 // of the platform's programs are made quieter, is understood in its general form "*:<priority letter>".
 void platform_log_init() {
   static constexpr char LETTERS[] = "??vdiwefs";  // index = priority

@@ -31,8 +31,8 @@ const char* existence(const char* path) {
   return access(path, F_OK) == 0 ? "exists" : "not exists";
 }
 
-// Whether the link of a record that was opened is another process's: the one that forked, which made it, or the other
-// one of the two, which has put a terminal of its own there since.
+// Whether the link of an opened record belongs to another process. After a fork that is the parent, which made the
+// link, or the other one of the two, which has since put a link to its own terminal there.
 bool belongs_to_other_process(const pub_pty_st& pty) {
   if (pty.m_opener == 0) return false;
   if (pty.m_opener != getpid()) return true;
@@ -42,7 +42,7 @@ bool belongs_to_other_process(const pub_pty_st& pty) {
          std::strcmp(target, pty.m_pts_name_a) != 0;
 }
 
-// The last lines of a mapping that cannot be made.
+// Logs that the mapping cannot be made, and removes what there is of it.
 result_code_en fail_mapping(pub_pty_st& pty) {
   LOG_LINE("create_pts_mapping m_pts_mapping_name_a[%s] ret_val[%d]", pty.m_pts_mapping_name_a, ERR_SYSTEM);
   std::ignore = pub_pty_delete_mapping(&pty);
@@ -67,7 +67,7 @@ result_code_en find_slave_name(pub_pty_st& pty) {
   return ERR_NONE;
 }
 
-// A link that an earlier run left behind. That there is none is no error. Whether the path is free now.
+// Removes the link of an earlier run; a missing one is not an error. Gives whether the path is free now.
 bool remove_stale_link(const char* mapping) {
   const int result = unlink(mapping);
   LOG_LINE("create_pts_mapping unlink(%s) ret_val[%d]", mapping, result);
@@ -81,8 +81,8 @@ bool make_link(const pub_pty_st& pty) {
   return result == 0;
 }
 
-// The two processes that a fork has made lose their terminal at the same moment and both come here: when the other one
-// was faster with its link, that one is stale, too.
+// After a fork both processes lose their terminal at the same moment and come here. When the other one was faster, its
+// link is stale, too.
 result_code_en link_to_slave(const pub_pty_st& pty) {
   const char* mapping = pty.m_pts_mapping_name_a;
   for (int tries = 0; tries < LINK_TRIES; ++tries) {
@@ -95,8 +95,8 @@ result_code_en link_to_slave(const pub_pty_st& pty) {
   return pub_fail({k_log, "create_pts_mapping"}, ERR_SYSTEM, "[PTY]map %s -> %s failed", pty.m_pts_name_a, mapping);
 }
 
-// The application may not be root: the slave is given to its user and group. Whether that worked is its own to find
-// out.
+// The application may run without root's rights: the slave is given to its user and group. The result of chown is
+// not checked.
 result_code_en give_to_application(const char* mapping) {
   const int mode_result = chmod(mapping, MAPPING_MODE);
   LOG_LINE("create_pts_mapping chmod(%s, %d) ret_val[%d]", mapping, static_cast<int>(MAPPING_MODE), mode_result);
@@ -134,7 +134,7 @@ result_code_en judge_attr_step(const char* call, int fd, int result) {
   return pub_fail_sys_call({k_log, "set_ptm_attr"}, ERR_SYSTEM, call);
 }
 
-// Reading and applying the settings is told only when it fails.
+// Reading and applying the settings is logged only when it fails.
 result_code_en fail_attributes(const char* call, int fd) {
   pub_log_sys_call(k_log, call);
   return pub_fail({k_log, "set_ptm_attr"}, ERR_SYSTEM, "set_ptm_attr %s(%d) ret_val[%d]", call, fd, ERR_SYSTEM);
@@ -161,8 +161,8 @@ result_code_en set_ptm_attr(int fd) {
   return result;
 }
 
-// What makes an opened master usable. The link is made before the slave is unlocked: on purpose, who waits for the link
-// cannot open it too early.
+// What makes an opened master usable. The link is made before the slave is unlocked, on purpose: a program that waits
+// for the link cannot open the slave too early.
 result_code_en set_up_master(pub_pty_st& pty) {
   result_code_en result = create_pts_mapping(pty);
   if (result == ERR_NONE) result = set_ptm_attr(pty.m_ptm_fd);
@@ -213,7 +213,7 @@ result_code_en pub_pty_delete_mapping(pub_pty_st* pty) {
     LOG_LINE("pub_pty_delete_mapping \"%s\" is another process's", pty->m_pts_mapping_name_a);
     return ERR_NONE;
   }
-  struct stat link = {};  // of the link itself: it goes also when its terminal has gone before it
+  struct stat link = {};  // of the link itself: it goes even when its terminal has already gone
   if (lstat(pty->m_pts_mapping_name_a, &link) != 0) {
     LOG_WARNING("pub_pty_delete_mapping \"%s\" does not exist", pty->m_pts_mapping_name_a);
     return ERR_NONE;

@@ -1,4 +1,4 @@
-// Who runs, and with which right: command lines, pid files, priority.
+// Processes: command lines, pid files, fork, priority.
 #pragma once
 
 #include <sys/types.h>
@@ -11,7 +11,7 @@
 // ERR_SYSTEM when there is no such process or it has no command line.
 result_code_en pub_util_get_cmd_line(pid_t pid, char* buffer, std::uint32_t size);
 
-// The folder of the running program, as it was called. Codes as for pub_util_get_cmd_line.
+// The folder of the running program, as its command line gives it. Codes as for pub_util_get_cmd_line.
 result_code_en pub_util_get_process_path(char* buffer, std::uint32_t size);
 
 // Whether the pid in a pid file belongs to a process whose command line's first word contains name: *is_run becomes 1
@@ -19,11 +19,11 @@ result_code_en pub_util_get_process_path(char* buffer, std::uint32_t size);
 result_code_en pub_util_get_pid_and_check_run(const char* pid_file, const char* name, std::int32_t* is_run,
                                               std::int64_t* pid);
 
-// Writes the own pid into "/tmp/<name>.pid". A failure is only logged.
+// Writes the pid of this process into "/tmp/<name>.pid". A failure is only logged.
 void pub_util_create_pid_file(const char* name);
 
 // fork(2) while no other thread writes a log line and no standard output is pending: the child, which has the calling
-// thread alone, can log, and prints nothing that the parent prints. Its result.
+// thread alone, can log, and prints nothing that the parent prints. Gives fork's result.
 pid_t pub_util_fork();
 
 // Real-time class, four below its maximum priority. A failure is only logged.

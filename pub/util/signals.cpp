@@ -58,7 +58,7 @@ sigset_t own_signals() {
   return set;
 }
 
-// What a thread holds back while it waits. Main and the timers' threads hold SIGUSR1: it stops workers only.
+// What a thread lets in while it waits. Main and the timers' threads hold SIGUSR1 back: it stops workers only.
 enum class let_in { ENDING, ENDING_AND_STOPPING, NOTHING };
 thread_local let_in t_let_in = let_in::ENDING;
 

@@ -1,6 +1,6 @@
 // The signals of the service and where they act. SIGTERM and SIGUSR2 end it, SIGUSR1 stops a worker thread. All three
 // stay blocked while code runs and act only at the wait points of io.h, so that no handler ever interrupts an
-// allocation, a log call or a critical section. So does a fourth one, by which a waiting thread is made to look again.
+// allocation, a log call or a critical section. The same goes for a fourth one: it makes a waiting thread look again.
 #pragma once
 
 #include <csignal>

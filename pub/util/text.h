@@ -1,4 +1,4 @@
-// Looking into texts. Pure.
+// Searching texts. Pure.
 #pragma once
 
 #include <string_view>

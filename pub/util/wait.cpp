@@ -30,8 +30,8 @@ int poll_until(pollfd* wanted, steady::time_point deadline) {
   }
 }
 
-// The signals stay let in: after a fork two processes read one terminal, and the other one may have taken what was
-// there. Nothing but the system call is interrupted, as in ppoll.
+// The signals can act during the read, too: after a fork two processes read one terminal, and the other one may have
+// taken the data, so that the read blocks. Nothing but the system call is interrupted, as in ppoll.
 ssize_t read_as_wait_point(int fd, void* buffer, std::size_t size) {
   sigset_t held;
   pthread_sigmask(SIG_SETMASK, pub_util_wait_mask(), &held);

@@ -45,7 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::copy(bytes.begin(), bytes.end(), exact.get());
   const std::string_view answer(exact.get(), bytes.size());
   FUZZ_CHECK(!amt_answer_is_error(answer) || answer.find("ERROR") != std::string_view::npos);
-  const auto behind = amt_answer_behind(answer, prefix);
+  const auto behind = amt_answer_after(answer, prefix);
   FUZZ_CHECK(behind.has_value() == (answer.find(prefix) != std::string_view::npos));
   if (behind) FUZZ_CHECK(is_inside(*behind, answer) && !behind->starts_with(' '));
   check_value(behind.value_or(answer), number % 8);

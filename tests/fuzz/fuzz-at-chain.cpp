@@ -42,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::copy_n(text.begin(), request.m_buf_len, request.m_buf_a.begin());
 
   check_fields(handle_amt_text(amt_message_text(g_handle_context.m_request)));
-  const bool has_command = handle_amt_text_behind(amt_message_text(g_handle_context.m_request), "AT^D").has_value();
+  const bool has_command = handle_amt_text_after(amt_message_text(g_handle_context.m_request), "AT^D").has_value();
   const std::int32_t result =
       handle_amt_pc_req_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response);
   FUZZ_CHECK(result == ERR_NOT_HANDLED || has_command || text.empty());

@@ -25,7 +25,7 @@ void dispatch(fuzz_phone& phone, fuzz_bytes block, bool has_modem) {
   const fuzz_bytes sent(before->m_buf_a.data(), before->m_buf_len);
   FUZZ_CHECK(to_modem.empty() || (has_modem && std::ranges::equal(to_modem, sent)));
   FUZZ_CHECK(block.empty() || !to_pc.empty() || !to_modem.empty());
-  if (!handle_amt_text_behind(amt_message_text(g_handle_context.m_request), "AT^"))
+  if (!handle_amt_text_after(amt_message_text(g_handle_context.m_request), "AT^"))
     fuzz_check_stream(to_pc);  // no command is answered with text
 }
 

@@ -1,4 +1,4 @@
-// The modem's data device: what its opening takes, at the start and after a reset.
+// The modem's data device: what is needed to open it, at the start and after a reset.
 #pragma once
 
 // Whether the modem data device is a real UART ("/dev/ttyS..."), whose line speed is set.

@@ -5,8 +5,8 @@
 
 namespace {
 
-// The first occurrence of a command. Its '^' hardly occurs in what is not a command, other than its letters, of which
-// hexadecimal data is full: the whole chain is searched at the price of a few looks for one character.
+// The first occurrence of a command. The search looks for its '^', which is rare outside of commands; letters are not,
+// hexadecimal data is full of them. So a search for the whole chain costs a few searches for one character.
 std::size_t find_command(std::string_view text, std::string_view command) {
   const std::size_t mark = command.find('^');
   if (mark == std::string_view::npos) return text.find(command);
@@ -22,9 +22,9 @@ std::string_view handle_amt_text(std::string_view received) {
   return received.substr(0, received.find('\0'));
 }
 
-std::optional<std::string_view> handle_amt_text_behind(std::string_view received, std::string_view command) {
+std::optional<std::string_view> handle_amt_text_after(std::string_view received, std::string_view command) {
   const std::size_t at = find_command(received, command);
-  // Only now is the text's end looked for: most commands are not in it.
+  // The end of the text is looked for only now: most commands are not in the text.
   if (at == std::string_view::npos || handle_amt_text(received.substr(0, at)).size() != at) return std::nullopt;
   return handle_amt_text(received.substr(at + command.size()));
 }
@@ -59,7 +59,7 @@ std::optional<std::string_view> handle_amt_find_parameter(std::string_view recei
   const std::size_t at = text.find(prefix);
   if (at == std::string_view::npos) return std::nullopt;
   const std::size_t start = std::min(text.find_first_not_of(' ', at + prefix.size()), text.size());
-  // A carriage return anywhere in front of the parameter ends it before it has begun: on purpose, the whole text is
+  // A carriage return anywhere before the parameter ends it before it has begun, on purpose: the whole text is
   // searched.
   const std::size_t end = std::min(text.find('\r'), received.size());
   const std::size_t length = end > start ? std::min<std::size_t>(end - start, AMT_PARAMETER_LIMIT) : 0;

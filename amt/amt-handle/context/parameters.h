@@ -10,10 +10,10 @@
 std::string_view handle_amt_text(std::string_view received);
 
 // What follows the first occurrence of a command in the received text; none when it is not in it.
-std::optional<std::string_view> handle_amt_text_behind(std::string_view received, std::string_view command);
+std::optional<std::string_view> handle_amt_text_after(std::string_view received, std::string_view command);
 
 // Takes the next comma field off a text, as the C library's tokenizer finds it: empty fields are skipped, anything
-// else, a lone carriage return too, is a field. None when nothing is left. The text itself is not changed.
+// else is a field, also a lone carriage return. None when nothing is left. The text itself is not changed.
 std::optional<std::string_view> handle_amt_next_field(std::string_view& rest);
 
 // The decimal value of a field, by the rules of atoi: blanks skipped, a sign, digits up to the first other character;

@@ -18,11 +18,11 @@ result_code_en amt_handle_send_rsp_ok(std::uint8_t link, amt_message_st* respons
 // A frame with the response id and the one atom 1 = code.
 result_code_en amt_handle_send_rsp_err(std::uint8_t link, amt_message_st* response, std::uint32_t response_id,
                                        std::uint32_t code);
-inline constexpr std::uint32_t AMT_ERROR_MODEM = 10;  // the code of what the modem could not give
-// The fixed message that tells the PC that its request arrived. Link 1 only.
+inline constexpr std::uint32_t AMT_ERROR_MODEM = 10;  // the code of an answer that the modem could not give
+// The fixed message that confirms to the PC that its request arrived. Link 1 only.
 result_code_en amt_handle_send_pre_rsp_for_pc(std::uint8_t link, amt_message_st* response);
 
-// The begin of every data reply: a frame with the response id. Nothing that an unsent answer left in the record stays.
+// The start of every data reply: a frame with the response id. What an unsent answer left in the record is cleared.
 void amt_handle_start_rsp(amt_message_st* response, std::uint8_t response_id);
 // The end of every data reply: adds atom 1 = 0, wraps the frame when the link is the PC, sends it.
 result_code_en amt_handle_finish_rsp(std::uint8_t link, amt_message_st* response);

@@ -10,7 +10,7 @@ enum amt_mode_en : std::int32_t {
   AMT_MODE_AMT4 = 4,      // the PC speaks AT text
 };
 
-// "1": a service in normal mode brings up the serial set-up all the same.
+// "1": a service brings up the serial set-up even in normal mode.
 inline constexpr char AMT_SWITCH_PROPERTY[] = "amt.normal.amt.switch_status";
 
 // A flag or number that threads share and that publishes nothing but itself.
@@ -23,7 +23,7 @@ class relaxed {
     m_value.store(value, std::memory_order_relaxed);
     return value;
   }
-  // Sets the value and tells what it was.
+  // Sets the value and gives the old one.
   Value exchange(Value value) { return m_value.exchange(value); }
 
  private:

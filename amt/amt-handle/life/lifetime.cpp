@@ -17,8 +17,8 @@
 
 namespace {
 
-std::atomic<bool> g_is_ending;       // a thread has taken the end of the process upon itself
-std::atomic<bool> g_is_deinit_done;  // the tear-down has been run, or runs
+std::atomic<bool> g_is_ending;       // a thread is ending the process
+std::atomic<bool> g_is_deinit_done;  // the tear-down has run, or is running
 std::atomic<bool> g_is_refusal_reported;
 
 void report_refusal_once() {

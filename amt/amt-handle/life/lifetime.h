@@ -17,12 +17,12 @@ void amt_deinit_resource();
 // of a -u start. Gives the result of closing the APP link.
 result_code_en amt_handle_deinit();
 
-// Ends the process from whichever thread, after the tear-down. When two threads come here, the second waits for the
+// Ends the process from any thread, after the tear-down. When two threads come here, the second waits for the
 // first to end the process.
 [[noreturn]] void amt_handle_end_service(int status);
 
-// What a process does first that a worker (its thread id: forker) has forked from the service: it has this one thread,
-// no timers and a life and end of its own.
+// The first call in a process that a worker (its thread id: forker) has forked from the service: that process has this
+// one thread, no timers, and an end of its own.
 void amt_handle_become_child(pid_t forker);
 
 // The exit helper of a refused or timed-out start: makes the refusal report, deletes the timers, and lets SIGTERM end

@@ -48,7 +48,7 @@ int printable(std::int64_t handle) {
   return static_cast<int>(handle);
 }
 
-// A timer that another process has made: there is none here.
+// Another process made the timer: there is none here.
 void forget(amt_timer_st& timer) {
   if (timer.m_id != AMT_TIMER_NOT_SET_UP) timer.m_id = AMT_NO_TIMER;
 }

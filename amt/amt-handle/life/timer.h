@@ -7,7 +7,7 @@
 
 inline constexpr std::int64_t AMT_NO_TIMER = -1;
 // What the service's two timers hold until a -u start has set them to "none", and for good in any other start: no timer
-// either, but its deletion in the tear-down is told like that of one. The system gives no such handle.
+// either, but the tear-down logs its deletion as that of a timer. The system gives no such handle.
 inline constexpr std::int64_t AMT_TIMER_NOT_SET_UP = 0;
 
 // -1 = no timer. Any other value but 0, negative ones included, is the system's.

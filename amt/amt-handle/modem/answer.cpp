@@ -38,7 +38,7 @@ bool take(std::string_view& text, char wanted) {
   return true;
 }
 
-// The padding starts at "0a", or else at "0A", wherever these two characters stand: also across two bytes of the text.
+// The padding starts at "0a", or else at "0A", wherever these two characters stand, even across two bytes of the text.
 std::string_view cut_padding(std::string_view text) {
   std::size_t end = text.find("0a");
   if (end == std::string_view::npos) end = text.find("0A");
@@ -63,7 +63,7 @@ bool amt_answer_is_silencing_error(std::string_view answer) {
   return has_any(answer, SILENCING_ERRORS);
 }
 
-std::optional<std::string_view> amt_answer_behind(std::string_view answer, std::string_view prefix) {
+std::optional<std::string_view> amt_answer_after(std::string_view answer, std::string_view prefix) {
   const std::size_t at = answer.find(prefix);
   if (at == std::string_view::npos) return std::nullopt;
   answer.remove_prefix(at + prefix.size());

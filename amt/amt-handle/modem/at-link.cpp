@@ -27,7 +27,7 @@ constexpr std::uint32_t REOPEN_TRIES = 30;
 constexpr std::uint32_t REOPEN_PAUSE_MS = 1000;
 constexpr std::uint32_t LOG_LIMIT = 1023;
 
-// The precision that shows a text of this length: in a log line, which has an end, and on standard output.
+// The precision that prints a text of this length: in a log line, which has a limit, and on standard output.
 int printable(std::uint32_t length) {
   return static_cast<int>(std::min(length, LOG_LIMIT));
 }
@@ -75,7 +75,7 @@ result_code_en read_confirmation(int fd, int index) {
   return ERR_NOT_HANDLED;
 }
 
-// Repairs a link that was reset. ERR_NONE when it can be used again, whatever the modem said to the silencing.
+// Repairs a link that was reset. ERR_NONE when it can be used again, whatever the modem answered to the silencing.
 result_code_en repair_link() {
   auto& fd = g_handle_context.m_fd_at;
   const result_code_en result =
@@ -89,7 +89,7 @@ bool is_repairable(int error) {
   return error == EIO && g_no_modem == 0;
 }
 
-// A transfer that failed, of write_at or read_at: its lines. True when it is worth a repair.
+// Logs a failed transfer of write_at or read_at. True when a repair is to be tried.
 bool judge_failure(const char* function, const char* call, int error) {
   const bool is_to_repair = is_repairable(error);
   LOG_LINE("%s ret_val[%d]", function, is_to_repair ? ERR_SYSTEM : ERR_FAIL);
@@ -99,7 +99,7 @@ bool judge_failure(const char* function, const char* call, int error) {
   return is_to_repair;
 }
 
-// The transfer that did not go well after the repair either.
+// Logs a transfer that has failed after the repair, too.
 result_code_en fail_again(const char* function, const char* call, ssize_t count) {
   if (count < 0) pub_log_sys_call(k_log, call);
   return pub_fail({k_log, function}, ERR_FAIL);

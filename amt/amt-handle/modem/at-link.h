@@ -10,7 +10,7 @@
 // silent; ERR_SYSTEM, ERR_INCOMPLETE when the link failed.
 result_code_en disable_unsolicited_code(int fd);
 
-// Sends AT text in one write. A result that is not negative counts as sent, even of a part: the driver takes what it
+// Sends AT text in one write. A result that is not negative counts as sent, even for a part: the driver takes what it
 // can. A link that was reset (EIO) is reopened and silenced, and the text sent once more. 0; ERR_ARGUMENT for a null or
 // empty text; ERR_FAIL when the write failed; ERR_TIMEOUT or ERR_SYSTEM when the link could not be repaired.
 result_code_en write_at(const char* text, std::uint32_t length);

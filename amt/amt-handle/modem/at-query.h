@@ -13,7 +13,7 @@
 // Whether there is a modem to ask; logs when there is none.
 bool amt_modem_is_missing();
 
-// What every modem-backed request is refused for, logged under the handler's site: ERR_ARGUMENT (see
+// Why any modem-backed request is refused, logged under the handler's site: ERR_ARGUMENT (see
 // amt_handle_is_bad_request), ERR_NO_MODEM; else 0.
 result_code_en amt_modem_check_request(const pub_log_site& site, std::uint8_t link, const amt_message_st* request,
                                        const amt_message_st* response);
@@ -24,8 +24,8 @@ void amt_modem_prepare(const char* format, ...) __attribute__((format(printf, 1,
 // Sends the command. Codes of write_at.
 result_code_en amt_modem_send();
 
-// Reads once behind what was received. Codes of read_at, which refuses to read into a full record (ERR_ARGUMENT): an
-// answer that long has no final result any more.
+// Reads once and appends to what was received. Codes of read_at, which refuses to read into a full record
+// (ERR_ARGUMENT): an answer that long gets no final result any more.
 result_code_en amt_modem_receive();
 
 // What was received since the command.
@@ -33,13 +33,13 @@ inline std::string_view amt_modem_answer() {
   return g_handle_context.m_at_receive.view();
 }
 
-// The result that a received text settles; ERR_NOT_HANDLED when the modem has not come to an end.
+// The result that a received text stands for; ERR_NOT_HANDLED when the modem's answer is not at its end.
 using amt_modem_judge = result_code_en (*)(std::string_view answer);
 result_code_en amt_judge_ok_first(std::string_view answer);
 result_code_en amt_judge_error_first(std::string_view answer);  // for an answer that holds both
 
-// A whole exchange. after_read(result, answer) is called after each read, also a failed one. 0 when the modem said OK;
-// ERR_FAIL when it reported an error; codes of the link.
+// A whole exchange. after_read(result, answer) is called after each read, also a failed one. 0 when the modem answered
+// OK; ERR_FAIL when it reported an error; codes of the link.
 template <typename AfterRead>
 result_code_en amt_modem_exchange(AfterRead after_read, amt_modem_judge judge = amt_judge_ok_first) {
   result_code_en result = amt_modem_send();

@@ -19,7 +19,7 @@ constexpr char UNWRITTEN_DATE = '\xFF';       // what the modem's store holds be
 
 // The SIM's type, logged in any case; none when there is no line, or its value is too long.
 std::optional<std::int32_t> find_sim_type(std::string_view answer) {
-  const auto behind = amt_answer_behind(answer, "\r\n^DTOC:");
+  const auto behind = amt_answer_after(answer, "\r\n^DTOC:");
   auto value = behind ? amt_answer_value(*behind) : std::nullopt;
   if (value && value->size() > SIM_VALUE_LIMIT) value.reset();
   const std::string_view head = behind.value_or("");
@@ -36,7 +36,7 @@ using date_st = std::array<char, DATE_VALUE_LIMIT + 2>;  // zero-terminated
 std::optional<date_st> query_date() {
   amt_modem_prepare("AT^DMFD\?\?\r");
   if (amt_modem_exchange(amt_log_no_answer) != ERR_NONE) return std::nullopt;
-  const auto behind = amt_answer_behind(amt_modem_answer(), "\r\n^DMFD:");
+  const auto behind = amt_answer_after(amt_modem_answer(), "\r\n^DMFD:");
   const auto value = behind ? amt_answer_value(*behind) : std::nullopt;
   if (!value || value->size() > DATE_VALUE_LIMIT || value->starts_with(UNWRITTEN_DATE)) return std::nullopt;
   date_st date{};

@@ -19,7 +19,7 @@ constexpr std::string_view PREFIX = "\r\n^DTTEST: ";
 // Where an information line stands in the received text.
 struct line_st {
   std::size_t m_begin;  // of the prefix
-  std::size_t m_text;   // behind it
+  std::size_t m_text;   // after it
   std::size_t m_end;    // of the text; the line end follows
 };
 
@@ -55,8 +55,8 @@ result_code_en build_command(const amt_message_st& request) {
   return ERR_NONE;
 }
 
-// Takes n bytes for a line of n characters, on purpose: the second half comes from what stands behind the line. So a
-// response of the modem that is shorter than its id asks for still gets all its atoms, and stations rely on that.
+// Takes n bytes for a line of n characters, on purpose: the second half comes from what follows the line. So a response
+// of the modem that is shorter than its id asks for still gets all its atoms, and stations rely on that.
 void decode_line(const line_st& line) {
   auto& context = g_handle_context;
   const auto length = static_cast<std::uint32_t>(line.m_end - line.m_text);
@@ -91,7 +91,7 @@ result_code_en forward_line(std::uint8_t link, amt_message_st* response) {
   return send_response(link, response);
 }
 
-// One read and what it brought. *is_final: the modem has come to an end.
+// One read and what it brought. *is_final: the modem's answer is at its end.
 result_code_en forward_answer(std::uint8_t link, amt_message_st* response, bool* is_final) {
   *is_final = true;
   result_code_en result = amt_modem_receive();

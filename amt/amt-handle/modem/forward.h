@@ -1,4 +1,4 @@
-// Radio requests: the service does not understand them, it carries them to the modem and the answer back.
+// Radio requests: the service does not understand them, it carries them to the modem, and the answer back.
 #pragma once
 
 #include <cstdint>

@@ -36,7 +36,7 @@ template <typename AfterRead>
 std::optional<value_st> read_identity(const identity_st& identity, AfterRead after_read) {
   amt_modem_prepare("%s", identity.m_query);
   if (amt_modem_exchange(after_read) != ERR_NONE) return std::nullopt;
-  const auto behind = amt_answer_behind(amt_modem_answer(), identity.m_prefix);
+  const auto behind = amt_answer_after(amt_modem_answer(), identity.m_prefix);
   const auto value = behind ? amt_answer_value(*behind) : std::nullopt;
   if (!value || value->size() > VALUE_LIMIT) return std::nullopt;
   value_st result;

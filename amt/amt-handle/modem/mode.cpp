@@ -91,7 +91,7 @@ std::optional<std::int32_t> find_radio_technology(std::string_view value) {
 std::optional<std::int32_t> query_radio_technology() {
   amt_modem_prepare("AT^DMCC?\r");
   if (amt_modem_exchange(amt_log_answer_as("amt_query_amt_support")) != ERR_NONE) return std::nullopt;
-  const auto behind = amt_answer_behind(amt_modem_answer(), "\r\n^DMCC:");
+  const auto behind = amt_answer_after(amt_modem_answer(), "\r\n^DMCC:");
   const auto value = behind ? amt_answer_value(*behind) : std::nullopt;
   if (!value || value->size() > SUPPORT_VALUE_LIMIT) return std::nullopt;
   LOG_LINE("amt_query_amt_support head_ptr=%.*s", static_cast<int>(behind->size()), behind->data());
@@ -137,8 +137,8 @@ result_code_en amt_query_amt_support(std::uint8_t link, amt_message_st* request,
   return amt_handle_finish_rsp(link, response);
 }
 
-// Unlike every other exchange: always 12 characters go out, so that a channel of two digits loses its carriage return
-// (modems in the field are used to it), and one read decides.
+// Two things differ from every other exchange. Always 12 characters go out, so that a channel of two digits loses its
+// carriage return: modems in the field are used to it. And one read decides.
 result_code_en amt_channel_switch(std::uint8_t link, amt_message_st* request, amt_message_st* response) {
   pub_log_entry(k_log);
   if (amt_modem_is_missing()) return ERR_NO_MODEM;

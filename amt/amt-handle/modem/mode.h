@@ -6,7 +6,7 @@
 #include "amt/amt-convert/frame.h"
 #include "pub/result.h"
 
-// APP request 195: puts the modem into factory test, answers, and then ends the service, which init starts anew in that
+// APP request 195: puts the modem into factory test, answers, and then ends the service; init starts it again in that
 // mode. A failure of the modem is answered with an error response, and nothing ends.
 result_code_en amt_handle_normal_to_amt(std::uint8_t link, amt_message_st* request, amt_message_st* response);
 

@@ -15,7 +15,7 @@
 namespace {
 
 constexpr std::size_t DESCRIPTION_SIZE = 128;
-constexpr std::int32_t ITEM_VALUES = 3;  // what an item can hold is below this
+constexpr std::int32_t ITEM_VALUES = 3;  // the values of an item are below this
 constexpr std::string_view LINE_PREFIX = "\r\n^DATOMR: ";
 
 std::int32_t get_number(const amt_message_st* request, std::uint8_t atom_id) {
@@ -23,7 +23,7 @@ std::int32_t get_number(const amt_message_st* request, std::uint8_t atom_id) {
 }
 
 // A failure never stops the exchange with the modem, here and in amt_note_station_result. This line ends with "rtn:",
-// the other one does not: on purpose, both always were like this.
+// the other one does not, on purpose: both have always been so.
 void record_read_result(const pub_log_site& site, std::int32_t station, std::int32_t result) {
   const std::int32_t code = saveAmtTestItem(station, result);
   if (code != ERR_NONE) {
@@ -64,7 +64,7 @@ struct read_result_st {
   char m_description[DESCRIPTION_SIZE] = {};
 };
 
-// Takes over what the information line says, once it is whole.
+// Takes over the fields of the information line, once the line is whole.
 void take_line(std::string_view answer, read_result_st& known) {
   const std::size_t at = answer.find(LINE_PREFIX);
   if (at == std::string_view::npos) return;
@@ -90,7 +90,7 @@ void log_outcome(result_code_en code, const read_result_st& known) {
            known.m_result);
 }
 
-// An answer is looked at after each read, but not one that reports an error.
+// The answer is looked at after each read, unless it reports an error.
 result_code_en query_station(read_result_st& known) {
   static constexpr char name[] = "amt_modem_read_test_result";
   amt_modem_prepare("AT^DATOMR=1,%ld\r", static_cast<long>(known.m_station));

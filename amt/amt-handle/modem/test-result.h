@@ -1,4 +1,4 @@
-// Results of the production line's test stations, kept twice: by the modem and in the record files of amt-item.h.
+// Results of the production line's test stations, kept twice: by the modem and in the record files of item.h.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,6 @@
 result_code_en amt_modem_write_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response);
 result_code_en amt_modem_read_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response);
 
-// APP requests 230 and 228: an item of the product file alone; they need a modem no more than the file does, but refuse
-// the same bad requests.
+// APP requests 230 and 228: an item of the product file alone; they need no modem, but refuse the same bad requests.
 result_code_en amt_item_write_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response);
 result_code_en amt_item_read_test_result(std::uint8_t link, amt_message_st* request, amt_message_st* response);

@@ -51,7 +51,7 @@ constexpr std::array<std::uint8_t, VERSION_BLOCK_SIZE> make_version_block(std::s
 constexpr auto VERSION_BLOCK = make_version_block("Android4.2,2013-01-21");
 
 constexpr std::size_t MODEM_VALUE_LIMIT = 408;
-constexpr std::size_t KEPT_OF_VALUE = 2;  // characters of the value in front of a line end that is taken off
+constexpr std::size_t KEPT_OF_VALUE = 2;  // characters that precede a line end that is taken off the value
 
 struct modem_version_st {
   std::array<std::uint8_t, MODEM_VALUE_LIMIT / 2 + 1> m_text{};  // zero-terminated
@@ -78,7 +78,7 @@ std::optional<modem_version_st> amt_modem_handle_l1_hls_version(std::uint32_t mo
   amt_modem_prepare("AT^DCMR=%d\r", static_cast<int>(module));
   LOG_LINE("will send at command:%s", g_handle_context.m_at_command.m_buf_a.data());
   if (amt_modem_exchange(amt_log_no_answer) != ERR_NONE) return std::nullopt;
-  const auto behind = amt_answer_behind(amt_modem_answer(), "\r\n^DCMR:");
+  const auto behind = amt_answer_after(amt_modem_answer(), "\r\n^DCMR:");
   const auto value = behind ? amt_answer_value(*behind, KEPT_OF_VALUE) : std::nullopt;
   if (!value || value->size() > MODEM_VALUE_LIMIT) return std::nullopt;
   return get_l1_hls_version(*value);

@@ -16,7 +16,7 @@ result_code_en write_serial(const pub_log_site& site, const amt_message_st* requ
   if (length == 0 || length > LENGTH_LIMIT) return pub_fail(site, ERR_FAIL, "Invalid adb serial number length!");
   char serial[AMT_ADB_SERIAL_SIZE] = {};
   amt_frame_get_string(&request->m_buf_a, AMT_ATOM_ADB_SERIAL, serial, length + 1);
-  serial[length] = '\0';  // a value one longer than stated fills the room
+  serial[length] = '\0';  // a value one character longer than stated fills the room
   return amt_write_adb_serial(site, serial);
 }
 

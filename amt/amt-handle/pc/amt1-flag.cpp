@@ -10,7 +10,7 @@
 
 result_code_en handle_amt_not_permit_handshake_at(std::string_view received, amt_message_st* response) {
   LOG_LINE("handle_amt_not_permit_handshake_at. start.");
-  auto rest = handle_amt_text_behind(received, "AT^DAMT1=");
+  auto rest = handle_amt_text_after(received, "AT^DAMT1=");
   if (!rest) return ERR_NOT_HANDLED;
   const auto field = handle_amt_next_field(*rest);
   if (!field) return pub_fail(k_log, ERR_ARGUMENT, "type is null!!!");

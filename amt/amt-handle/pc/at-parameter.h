@@ -17,5 +17,5 @@ result_code_en handle_amt_get_at_para(std::string_view received, const char* pre
 // A parameter with its terminator.
 using amt_parameter_text = char[AMT_PARAMETER_LIMIT + 1];
 
-// handle_amt_get_at_para into a buffer that it clears, and the log line that says what was found.
+// handle_amt_get_at_para into a buffer that it clears, and the log line that shows what was found.
 result_code_en handle_amt_take_at_para(std::string_view received, const char* prefix, amt_parameter_text& text);

@@ -23,8 +23,8 @@ result_code_en read_flag(std::int32_t& flag) {
 }  // namespace
 
 result_code_en handle_amt_boot_dl_fin_read_at(std::string_view received, amt_message_st* response) {
-  if (!handle_amt_text_behind(received, "AT^DBOOTDLFIN")) return ERR_NOT_HANDLED;
-  // "at:" shows the response record, not the command: on purpose, the line always was like this.
+  if (!handle_amt_text_after(received, "AT^DBOOTDLFIN")) return ERR_NOT_HANDLED;
+  // "at:" shows the response record, not the command, on purpose: the line has always been so.
   LOG_LINE("handle_amt_boot_dl_fin_read_at. at:%.*s.", static_cast<int>(response->m_buf_a.size()),
            reinterpret_cast<const char*>(response->m_buf_a.data()));
   std::int32_t flag = 0;

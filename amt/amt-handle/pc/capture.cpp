@@ -29,14 +29,14 @@ struct identity_st {
   amt_parameter_text m_sn_a;
 };
 
-// Of the PC reader alone.
+// Used by the PC reader alone.
 amt_parameter_text g_pending_imei_a;
 amt_parameter_text g_pending_sn_a;
 
-amt_handover<identity_st> g_to_be_saved;  // the same for the modem reader
+amt_handover<identity_st> g_to_be_saved;  // a copy for the modem reader
 relaxed<std::uint8_t> g_amt_channel;      // 1 selects the second set of record files
 
-// Lets the modem reader see what was captured, whole, and wait for its confirmation.
+// Hands what was captured, as one piece, to the modem reader, which waits for its confirmation.
 void publish(amt_capture_en type) {
   identity_st identity;
   std::copy(std::begin(g_pending_imei_a), std::end(g_pending_imei_a), identity.m_imei_a);
@@ -46,7 +46,7 @@ void publish(amt_capture_en type) {
 }
 
 bool is_in_text(std::string_view received, const char* command) {
-  if (!handle_amt_text_behind(received, command)) return false;
+  if (!handle_amt_text_after(received, command)) return false;
   const std::string_view text = handle_amt_text(received);
   LOG_LINE("received at command in amt4:%.*s", static_cast<int>(text.size()), text.data());
   return true;
@@ -151,7 +151,7 @@ void handle_amt_imei_and_sn_rsp(const amt_message_st& block) {
   LOG_LINE("g_cur_treat_cmd_type:%d;", type);
   if (type != AMT_CAPTURE_IMEI && type != AMT_CAPTURE_BOARD) return;
   if (!is_confirmed_by_text(block) && !is_confirmed_by_frame(block)) return;
-  // Cleared before the save, and only if it is still this one: what is captured meanwhile stays pending.
+  // Cleared before the save, and only if it is still this one: a capture made meanwhile stays pending.
   std::uint8_t expected = type;
   g_cur_treat_cmd_type.compare_exchange_strong(expected, AMT_CAPTURE_NONE, std::memory_order_acq_rel);
   std::ignore = handle_amt_imei_and_sn_save_file(type);  // logged; the modem has the identity

@@ -175,7 +175,7 @@ constexpr command_st COMMANDS[] = {
 result_code_en handle_amt_device_at(std::string_view received, amt_message_st* response) {
   pub_log_entry(k_log);
   for (const auto& command : COMMANDS) {
-    const auto rest = handle_amt_text_behind(received, command.m_prefix);
+    const auto rest = handle_amt_text_after(received, command.m_prefix);
     if (!rest) continue;
     command_call_st call{received, command.m_prefix, *rest, response};
     return command.m_handler(call);

@@ -25,12 +25,12 @@
 
 namespace {
 
-constexpr std::uint8_t AT_TEXT_ID = 255;  // stands for the command id of a block that is no frame
+constexpr std::uint8_t AT_TEXT_ID = 255;  // stands for the command id of a block that is not a frame
 constexpr std::uint32_t REOPEN_TRIES = 60;
 constexpr std::uint32_t REOPEN_PAUSE_MS = 1000;
 constexpr std::uint32_t FAILED_WRITE_PAUSE_MS = 20;
 
-// Unwraps a copy of the block. The command id of the frame, or 255 for AT text.
+// Unwraps a copy of the block. Gives the command id of the frame, or 255 for AT text.
 std::uint8_t take_frame() {
   auto& context = g_handle_context;
   context.m_request_copy = context.m_request;
@@ -53,13 +53,13 @@ result_code_en run_frame_handler(std::uint8_t id) {
     return ERR_NOT_HANDLED;
   }
   if (context.m_pc_pre_response_a[id] == amt_pre_response_en::BY_DISPATCHER) {
-    // A PC that misses it waits for the answer all the same.
+    // A PC that misses the pre-response still waits for the answer.
     std::ignore = amt_handle_send_pre_rsp_for_pc(AMT_LINK_PC, &context.m_response);
   }
   return handler(AMT_LINK_PC, &context.m_request_copy, &context.m_response);
 }
 
-// The modem's device was reset: open it anew. The block is lost, its sender has to repeat it. When it cannot be opened,
+// The modem's device was reset: open it again. The block is lost, its sender has to repeat it. If the opening fails,
 // m_fd_modem stays as it was for now: see handle_amt_pc_req.
 result_code_en reopen_modem() {
   auto& context = g_handle_context;

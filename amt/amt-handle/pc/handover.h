@@ -1,4 +1,4 @@
-// The latest value of something that one thread replaces and another reads: three slots, of which each thread owns one
+// The latest value of something that one thread replaces and another reads: three slots. Each thread owns one,
 // and the third waits between them. Neither side ever waits, and no value is read while it is being written.
 #pragma once
 

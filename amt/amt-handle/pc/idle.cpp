@@ -8,6 +8,6 @@
 
 result_code_en handle_amt_enter_idle_at(std::string_view received, amt_message_st* response) {
   pub_log_entry(k_log);
-  if (!handle_amt_text_behind(received, "AT^DENTERIDLE")) return ERR_NOT_HANDLED;
+  if (!handle_amt_text_after(received, "AT^DENTERIDLE")) return ERR_NOT_HANDLED;
   return amt_make_ue_enter_idle() == ERR_NONE ? handle_amt_reply_ok(response) : handle_amt_reply_error(response);
 }

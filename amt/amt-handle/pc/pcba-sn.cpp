@@ -46,7 +46,7 @@ result_code_en read_for_text(const pub_log_site& site, amt_message_st* response)
   return handle_amt_reply(response, "\r\n^DPCBACTRL: %s\r\n\r\nOK\r\n", serial);
 }
 
-// The carriage return that ends the command is part of the serial number: on purpose, what is read back has it, too.
+// The carriage return that ends the command is part of the serial number, on purpose: what is read back has it, too.
 result_code_en write_from_text(const pub_log_site& site, std::string_view rest, amt_message_st* response) {
   const auto field = handle_amt_next_field(rest);
   if (!field) return pub_fail(site, ERR_ARGUMENT, "pcba-sn is null!!!");
@@ -81,7 +81,7 @@ result_code_en amt_handle_board_pcba_ctrl(std::uint8_t link, amt_message_st* req
 
 result_code_en handle_amt_pcba_sn_at(std::string_view received, amt_message_st* response) {
   pub_log_entry(k_log);
-  auto rest = handle_amt_text_behind(received, "AT^DPCBACTRL=");
+  auto rest = handle_amt_text_after(received, "AT^DPCBACTRL=");
   if (!rest) return ERR_NOT_HANDLED;
   const auto field = handle_amt_next_field(*rest);
   if (!field) return pub_fail(k_log, ERR_ARGUMENT, "type is null!!!");

@@ -20,7 +20,7 @@
 namespace {
 
 constexpr std::uint32_t POWER_OFF_PAUSE_MS = 2000;
-constexpr int BRAND_ROOM = 94;  // characters left of 99 behind the brand word
+constexpr int BRAND_ROOM = 94;  // characters left of 99 after the brand word
 
 bool property_equals(const char* name, const char* wanted) {
   char value[PROPERTY_VALUE_MAX];
@@ -96,7 +96,7 @@ result_code_en get_ap_sw_version(char* buffer, std::uint32_t* length) {
   if (result != ERR_NONE) return result;
   LOG_LINE("getted sw-module: %s", text.text());
 
-  // Never true, on purpose kept: the text has no room for more, and a longer one would have to be cut and logged here.
+  // Never true, kept on purpose: the text has no room for more, and a longer one would have to be cut and logged here.
   std::size_t count = text.length();
   if (count > AMT_VERSION_TEXT_SIZE) {
     LOG_LINE("buf's len(%d) is smaller than sw's len(%d). data will be discard", AMT_VERSION_TEXT_SIZE,
@@ -110,7 +110,7 @@ result_code_en get_ap_sw_version(char* buffer, std::uint32_t* length) {
 
 result_code_en handle_amt_sw_version_at(std::string_view received, amt_message_st* response) {
   pub_log_entry(k_log);
-  if (!handle_amt_text_behind(received, "AT^DSVER\r")) return ERR_NOT_HANDLED;
+  if (!handle_amt_text_after(received, "AT^DSVER\r")) return ERR_NOT_HANDLED;
   char version[AMT_VERSION_TEXT_SIZE + 1] = {};
   std::uint32_t length = 0;
   if (get_ap_sw_version(version, &length) != ERR_NONE) return handle_amt_reply_cme_error(response);
@@ -119,7 +119,7 @@ result_code_en handle_amt_sw_version_at(std::string_view received, amt_message_s
 
 result_code_en handle_amt_power_off_at(std::string_view received, amt_message_st* response) {
   pub_log_entry(k_log);
-  if (!handle_amt_text_behind(received, "AT^DAMTOFF\r")) return ERR_NOT_HANDLED;
+  if (!handle_amt_text_after(received, "AT^DAMTOFF\r")) return ERR_NOT_HANDLED;
   const result_code_en result = handle_amt_reply_ok(response);
   switch_phone_off();
   return result;

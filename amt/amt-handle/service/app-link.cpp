@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::uint32_t EMPTY_READ_PAUSE_MS = 200;
 
-// The application has closed its side: a new terminal under the same name. False when there is none to be had.
+// The application has closed its side: opens a new terminal under the same name. False when that fails.
 bool reconnect(pub_pty_st& pty) {
   LOG_LINE("pty disconnect: pts name(%s), pts mapping name(%s)", pty.m_pts_name_a, pty.m_pts_mapping_name_a);
   std::ignore = pub_pty_close(&pty);
@@ -34,7 +34,7 @@ void log_lost_link(const pub_pty_st& pty) {
                   pty.m_pts_mapping_name_a, gettid(), int{pty.m_ptm_fd});
 }
 
-// Reads one block behind what the request record holds. False: the link is lost.
+// Reads one block after what the request record holds. False: the link is lost.
 bool read_block() {
   auto& pty = g_handle_context.m_pty_app;
   auto& request = g_handle_context.m_request;

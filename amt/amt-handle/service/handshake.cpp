@@ -24,7 +24,7 @@ constexpr char USB_STATE_FILE[] = "/sys/class/android_usb/android0/state";
 
 pub_thread_st g_banner_thread;
 
-// A timer's thread may start just as the timer is deleted because its aim was reached: then there is nothing to do.
+// A timer's thread may start just as the timer is deleted because its aim was reached. Then there is nothing to do.
 void usb_enum_timed_out(union sigval) {
   pub_util_block_signals();  // whatever this platform's timer threads start with
   if (!amt_timer_expire(g_usbEnumTimer)) return;
@@ -66,7 +66,7 @@ void start_banner() {
 
 void complete() {
   g_handshake_done = 1;
-  if (!amt_timer_delete(g_handShakeTimer)) return;  // too late by a hair: the timer's action is ending the service
+  if (!amt_timer_delete(g_handShakeTimer)) return;  // just too late: the timer's action is ending the service
   LOG_LINE("handshake success.");
   start_banner();
   const std::int32_t charge = g_amt_mode == AMT_MODE_AMT4 ? 1 : 0;
@@ -105,7 +105,7 @@ void amt_handshake_pc_spoke() {
 void amt_handshake_modem_spoke() {
   if (g_handshake_done == 0) g_modem_is_forwarding = 1;
   if (g_usb_enumerated == 0) look_for_configured_usb();
-  // The timer is looked at before the flag: who sees it deleted by a completed handshake sees the flag set as well.
+  // The timer is read before the flag: a thread that sees it deleted by a completed handshake sees the flag set, too.
   if (g_usb_enumerated != 0 && g_handShakeTimer.m_id == AMT_NO_TIMER && g_handshake_done == 0) {
     LOG_LINE("will create timer.");
     amt_timer_create(g_handShakeTimer, handshake_timed_out);

@@ -33,7 +33,7 @@ namespace {
 constexpr int CHARGE_MODE_TRIES = 20;
 constexpr std::uint32_t CHARGE_MODE_PAUSE_MS = 1000;
 
-// Asks until the supply is known. A phone whose supply cannot be told is treated as fed by an AC charger: on purpose.
+// Asks until the supply is known. A phone whose supply stays unknown is treated as fed by an AC charger, on purpose.
 std::int32_t find_charge_mode() {
   result_code_en result = ERR_NONE;
   std::int32_t mode = AMT_CHARGE_NOT_VALID;

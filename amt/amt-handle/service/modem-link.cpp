@@ -18,8 +18,8 @@ namespace {
 
 constexpr std::uint32_t EMPTY_READ_PAUSE_MS = 100;
 
-// Reads once behind what the record holds. False, after a pause, when there was nothing or the link failed: the modem
-// may be just being reopened, so a failed read is tried again for ever.
+// Reads once after what the record holds. False, after a pause, when there was nothing or the link failed: the PC
+// reader may just be reopening the modem, so a failed read is tried again for ever.
 bool read_block(amt_message_st& record) {
   const int fd = g_handle_context.m_fd_modem;
   LOG_LINE("read_modem_loop, read ready, m_fd_modem=%d", fd);

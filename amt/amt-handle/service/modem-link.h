@@ -1,4 +1,4 @@
-// The modem data link: everything the modem says goes to the PC unchanged.
+// The modem data link: everything the modem sends goes to the PC unchanged.
 #pragma once
 
 // Thread entry of the data link's reader. Its end is the end of the service.

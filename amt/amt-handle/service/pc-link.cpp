@@ -57,7 +57,7 @@ void answer_probe() {
   enter_amt4();
 }
 
-// Reads one block behind what the request record holds. False: the link has failed, and is closed.
+// Reads one block after what the request record holds. False: the link has failed, and is closed.
 bool read_block() {
   auto& context = g_handle_context;
   auto& request = context.m_request;

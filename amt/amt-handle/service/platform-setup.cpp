@@ -42,7 +42,7 @@ result_code_en start_reader() {
   return pub_fail({k_log, "init_for_amt_2_3"}, ERR_SYSTEM, "pthread_create() fail: %d", error);
 }
 
-// The reader is started last: where this runs, there is none to stop.
+// The reader is started last: when this runs, there is no reader to stop.
 void clean_up() {
   g_handle_context.m_fd_at.close();
   std::ignore = pub_pty_close(&g_handle_context.m_pty_app);

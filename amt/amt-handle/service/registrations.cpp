@@ -52,8 +52,8 @@ constexpr amt_registration_st PC_HANDLERS[] = {
     {AMT_LINK_PC, AMT_BOOT_DL_FIN_CMD, amt_modem_boot_dl_fin_read},
 };
 
-// Radio requests of the application, which only the modem understands. 42 is an answer's id and is forwarded all the
-// same; 219 is taken over by the last row below, which registers it once more.
+// Radio requests of the application, which only the modem understands. 42 is the id of an answer, but is forwarded,
+// too; 219 is taken over by the last row below, which registers it once more.
 constexpr std::uint8_t FORWARDED_IDS[] = {
     AMT_READFLASH_CMD,
     AMT_WRITEFLASH_CMD,

@@ -29,12 +29,12 @@ TEST(AnswerEnd, EachError_IsRecognised) {
 }
 
 TEST(AnswerLine, Prefix_IsFoundAndBlanksAreSkipped) {
-  EXPECT_EQ(amt_answer_behind("noise\r\n^DMSN:   12\r\n", "\r\n^DMSN:"), "12\r\n");
-  EXPECT_EQ(amt_answer_behind("\r\n^DMSN:", "\r\n^DMSN:"), "");
-  EXPECT_EQ(amt_answer_behind("\r\n^DMSN:  ", "\r\n^DMSN:"), "");
-  EXPECT_EQ(amt_answer_behind("\r\n^DMSN:\t1", "\r\n^DMSN:"), "\t1");
-  EXPECT_EQ(amt_answer_behind("^DMSN: 1", "\r\n^DMSN:"), std::nullopt);
-  EXPECT_EQ(amt_answer_behind("", "\r\n^DMSN:"), std::nullopt);
+  EXPECT_EQ(amt_answer_after("noise\r\n^DMSN:   12\r\n", "\r\n^DMSN:"), "12\r\n");
+  EXPECT_EQ(amt_answer_after("\r\n^DMSN:", "\r\n^DMSN:"), "");
+  EXPECT_EQ(amt_answer_after("\r\n^DMSN:  ", "\r\n^DMSN:"), "");
+  EXPECT_EQ(amt_answer_after("\r\n^DMSN:\t1", "\r\n^DMSN:"), "\t1");
+  EXPECT_EQ(amt_answer_after("^DMSN: 1", "\r\n^DMSN:"), std::nullopt);
+  EXPECT_EQ(amt_answer_after("", "\r\n^DMSN:"), std::nullopt);
 }
 
 struct value_row {

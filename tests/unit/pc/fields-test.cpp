@@ -134,7 +134,7 @@ TEST_F(RequestText, Received_IsTheText) {
 TEST_F(RequestText, BytesBehindTheFirstZero_AreNotSearched) {
   set_message(g_handle_context.m_request, "AT^DMSN\r\0AT^DSVER\r"s);
   EXPECT_EQ(handle_amt_text(amt_message_text(g_handle_context.m_request)), "AT^DMSN\r");
-  EXPECT_FALSE(handle_amt_text_behind(amt_message_text(g_handle_context.m_request), "AT^DSVER\r"));
+  EXPECT_FALSE(handle_amt_text_after(amt_message_text(g_handle_context.m_request), "AT^DSVER\r"));
 }
 
 TEST_F(RequestText, RecordWithoutAnyZero_EndsAtItsEnd) {
@@ -144,14 +144,14 @@ TEST_F(RequestText, RecordWithoutAnyZero_EndsAtItsEnd) {
 
 TEST_F(RequestText, Nothing_IsEmpty) {
   EXPECT_EQ(handle_amt_text(amt_message_text(g_handle_context.m_request)), "");
-  EXPECT_FALSE(handle_amt_text_behind(amt_message_text(g_handle_context.m_request), "AT"));
+  EXPECT_FALSE(handle_amt_text_after(amt_message_text(g_handle_context.m_request), "AT"));
 }
 
 TEST_F(RequestText, BehindACommand_IsTheRestOfTheText) {
   set_message(g_handle_context.m_request, "xxAT^DAMT1=2,AT^DAMT1=3\r");
-  EXPECT_EQ(handle_amt_text_behind(amt_message_text(g_handle_context.m_request), "AT^DAMT1="), "2,AT^DAMT1=3\r");
-  EXPECT_EQ(handle_amt_text_behind(amt_message_text(g_handle_context.m_request), "3\r"), "");
-  EXPECT_FALSE(handle_amt_text_behind(amt_message_text(g_handle_context.m_request), "at^damt1="));
+  EXPECT_EQ(handle_amt_text_after(amt_message_text(g_handle_context.m_request), "AT^DAMT1="), "2,AT^DAMT1=3\r");
+  EXPECT_EQ(handle_amt_text_after(amt_message_text(g_handle_context.m_request), "3\r"), "");
+  EXPECT_FALSE(handle_amt_text_after(amt_message_text(g_handle_context.m_request), "at^damt1="));
 }
 
 TEST_F(RequestText, CommandsInAnyText_AreFoundAtTheirFirstPlaceBeforeTheFirstZero) {
@@ -162,7 +162,7 @@ TEST_F(RequestText, CommandsInAnyText_AreFoundAtTheirFirstPlaceBeforeTheFirstZer
     const std::string text = block.substr(0, block.find('\0'));
     for (const char* command : {"AT^D", "^", "AT^", "AT", "S"}) {
       const std::size_t at = text.find(command);
-      const auto behind = handle_amt_text_behind(amt_message_text(g_handle_context.m_request), command);
+      const auto behind = handle_amt_text_after(amt_message_text(g_handle_context.m_request), command);
       ASSERT_EQ(behind.has_value(), at != std::string::npos) << command << " in " << to_hex(block);
       if (behind) {
         ASSERT_EQ(behind->data(),
