@@ -227,7 +227,7 @@ TEST(OperationsForm, WrongLink_IsRefused) {
   EXPECT_EQ(build("adc", APP).m_wrong, "adc: this is for the PC link: use --port");
   EXPECT_EQ(build("sw-version", APP).m_wrong, "sw-version: this is for the PC link: use --port");
   EXPECT_EQ(build("pcba-sn", APP).m_wrong, "pcba-sn: this is for the PC link: use --port");
-  EXPECT_EQ(build("amt1-flag", PC, true).m_wrong, "amt1-flag: this is no frame of the PC link");
+  EXPECT_EQ(build("amt1-flag", PC, true).m_wrong, "amt1-flag: the PC link has no frame for this");
 }
 
 TEST(OperationsArguments, WrongOnes_AreRefused) {
