@@ -202,7 +202,7 @@ TEST_F(PcLink, Block_4095BytesOfEveryValue_PassesBothWays) {
   EXPECT_EQ(to_hex(pc_gets(block.size())), to_hex(block));
 }
 
-TEST_F(PcLink, Block_TextBehindNulByte_IsNotSearchedButPasses) {
+TEST_F(PcLink, Block_TextAfterNulByte_IsNotSearchedButPasses) {
   start();
   expect_passed("x\0AT^DSVER\r"s);
   expect_logged("getted sw-module", 0);

@@ -363,7 +363,7 @@ TEST(OperationsValue, Flag_IsANumber) {
   EXPECT_EQ(value_of_frame("sim-check", APP, "0C00BB640600 EE2904010000"), "0");
 }
 
-TEST(OperationsValue, StationResult_HasItsDescriptionBehindIt) {
+TEST(OperationsValue, StationResult_HasItsDescriptionAfterIt) {
   constexpr char START[] = "2100BB5A1B00 EE2701040003000000 EE2401040001000000 ";
   EXPECT_EQ(value_of_frame("test-result read 3", APP, std::string(START) + "EE250204004F4B2031"), "1,OK 1");
   EXPECT_EQ(value_of_frame("test-result read 3", APP, "1D00BB5A1700 EE2701040003000000 EE2401040001000000 EE25020000"),
