@@ -1,4 +1,4 @@
-# Each target is a thin line over a CMake preset. What is missing (Debian packages) is installed first, and printed.
+# Each target is a thin line over a CMake preset. Missing Debian packages are installed first, and printed.
 JOBS ?= $(shell nproc)
 TEST_JOBS ?= 8
 CTEST = ctest --output-on-failure --no-tests=error -j$(TEST_JOBS)
@@ -36,7 +36,7 @@ test: build/.test
 asan: build/.asan
 	cd build/asan && $(CTEST)
 
-# Signals act at wait points only, where a handler may do what it likes: the sanitizer cannot know.
+# Signals act at wait points only, where a handler may call anything; the sanitizer cannot know that.
 tsan: export TSAN_OPTIONS = report_signal_unsafe=0
 tsan: build/.tsan
 	cd build/tsan && $(CTEST)
@@ -55,7 +55,7 @@ fuzz: FUZZ_SECONDS ?= 300
 fuzz fuzz-short: build/.fuzz
 	@tools/fuzz $(FUZZ_SECONDS)
 
-# The static checks read how each file is compiled, so the tree need only be configured.
+# The static checks read only how each file is compiled, so the tree need not be built, only configured.
 lint:
 	@tools/setup build check
 	@[ -f build/build.ninja ] || { $(call configure,release); }

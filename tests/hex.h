@@ -1,5 +1,5 @@
-// Bytes for every test: as they are written by hand ("AABBCCDD 0600"), and as text that a difference can be read in
-// ("AA BB 0D"). The service's own conversion has no part in it.
+// Bytes for every test: from text written by hand ("AABBCCDD 0600"), and back to text in which a difference is easy to
+// see ("AA BB 0D"). The service's own conversion has no part in it.
 #pragma once
 
 #include <algorithm>

@@ -72,7 +72,7 @@ void fail_device_call(const fs::path& folder, const std::string& words, int erro
 }
 
 void set_device_result(const fs::path& folder, const std::string& words, int result) {
-  const std::string older = read_whole_file(folder / "results").value_or("");  // what is said first counts
+  const std::string older = read_whole_file(folder / "results").value_or("");  // the first line that fits counts
   write_whole_file(folder / "results", std::to_string(result) + " " + words + "\n" + older);
 }
 

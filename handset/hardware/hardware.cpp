@@ -91,9 +91,9 @@ void hardware::install() {
   for (const auto& file : FILES) write_whole_file(at(file.path), file.content);
   for (const char* folder : FOLDERS) fs::create_directories(at(folder));
   fs::resize_file(at(SOUND), SOUND_SIZE);
-  std::error_code missing;  // a program of another build may lie alone
+  std::error_code missing;  // a program copied out of its build tree may have no player beside it
   fs::copy_file(program_folder().parent_path() / "lib/phone/amt-audio", at(PLAYER), missing);
-  // Nobody makes files in procfs.
+  // As in procfs, no process may make files there.
   fs::permissions(at(DRIVER_NODE).parent_path(), fs::perms(0555));
 }
 
@@ -127,7 +127,7 @@ void hardware::set_adc(std::string_view text) {
   write_whole_file(at(ADC), std::string(text) + "\n");
 }
 
-// Where the file's own content lies, failing or not.
+// Where the file's content lies, also while the file fails.
 fs::path hardware::content(const fs::path& path) const {
   const auto fault = m_faults.find(path);
   return fault != m_faults.end() && fault->second == file_fault::io ? aside(at(path)) : at(path);
@@ -137,7 +137,7 @@ std::string hardware::text(const fs::path& path) const {
   return first_line(read_whole_file(content(path)).value_or(""));
 }
 
-// Lines of a name, a separator and a number.
+// Reads lines of a name, a separator and a number.
 std::map<std::string, int> hardware::numbers(const fs::path& path, char separator) const {
   std::map<std::string, int> values;
   std::ifstream stream(at(path));
@@ -166,7 +166,7 @@ void hardware::add_battery(report& parts) const {
   const std::string told = text(DRIVER_NODE);
   auto board = numbers("/data/board/state", '=');
   parts.emplace_back("battery", "voltage " + text(VOLTAGE) + ", temperature " + text(TEMPERATURE));
-  parts.emplace_back("battery driver", told.empty() ? "told nothing" : "told " + told);
+  parts.emplace_back("battery driver", told.empty() ? "got nothing" : "got " + told);
   parts.emplace_back("converter", text(ADC));
   parts.emplace_back("charging from USB",
                      board.contains("usb_charging") ? on_or_off(board["usb_charging"]) : "as ever");

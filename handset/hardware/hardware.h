@@ -1,6 +1,6 @@
-// Room `hardware`: parts that a sandbox lacks. The host's side of them stands here: files, played devices, the screen.
-// Below it is what runs in the phone: preload/ plays devices, hwt/ and board/ are simulated libraries, audio/ the sound
-// player.
+// Room `hardware`: parts that a sandbox lacks. This folder is the host's side of them: files, played devices, the
+// screen. Its subfolders run in the phone: preload/ plays devices, hwt/ and board/ are simulated libraries, audio/ is
+// the sound player.
 //
 // The phone's hardware as its files: lights, vibrator, battery, sound, cards. A driver's file takes a value and keeps
 // it, as in the kernel, and fails on demand; the rest is read from what the played devices and the simulated libraries
@@ -18,7 +18,7 @@
 
 namespace handset {
 
-// Reads "/storage/sdcard1=2048"; none when it is no such text.
+// Reads "/storage/sdcard1=2048"; none for any other text.
 std::optional<storage_card> read_storage_card(std::string_view text);
 
 //   open  cannot be opened (EACCES)
@@ -29,15 +29,15 @@ class hardware {
  public:
   explicit hardware(std::filesystem::path root) : m_root(std::move(root)) {}
 
-  // Makes what a working phone has.
+  // Makes the files that a working phone has.
   void install();
-  // What of it has to be put under /dev.
+  // The mounts for those that belong under /dev.
   std::vector<bind_mount> binds() const;
 
-  // Lets a file of the phone fail from now on; heal() brings it back with what it held.
+  // Makes a file of the phone fail from now on; heal() brings it back with its content.
   void fail(const std::filesystem::path& path, file_fault fault);
   void heal(const std::filesystem::path& path);
-  // What the battery driver reads from its converter: a number, or a text that is none.
+  // What the battery driver reads from its converter: a number, or any other text.
   void set_adc(std::string_view text);
 
   // What the hardware now does, part by part in a fixed order, e.g. {"vibrator", "2950 ms to go"}.

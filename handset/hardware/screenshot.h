@@ -15,7 +15,7 @@ struct picture {
 };
 
 // The display as the operator sees it: black while the layer is off. The driver starts at 4 bytes for each pixel above
-// yoffset, whatever the pixels' format, and takes a row of pixels of the format after the other.
+// yoffset, whatever the pixels' format, and takes one row of pixels of the format after the other.
 picture look_at_screen(const std::filesystem::path& devices);
 // Both halves of the framebuffer, side by side, whichever is shown.
 picture look_at_both_halves(const std::filesystem::path& devices);

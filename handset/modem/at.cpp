@@ -164,7 +164,7 @@ constexpr at_command AT_COMMANDS[] = {
     {"AT^DMFD\?\?", false, read_date},
 };
 
-// Commands count in either case.
+// Commands may be in upper or lower case.
 bool begins_with(std::string_view line, std::string_view name) {
   const auto same = [](char a, char b) { return std::toupper(static_cast<unsigned char>(a)) == b; };
   const auto begin = line.substr(0, name.size());

@@ -66,7 +66,7 @@ piece cut(std::string_view input) {
   return {piece_kind::noise, 1};
 }
 
-// Frames that do more than being acknowledged: the atom that is kept or told, and where.
+// Frames that are more than acknowledged: the atom that is kept or sent back, and where its value stands.
 struct frame_command {
   std::uint8_t id;
   std::uint8_t atom;

@@ -3,7 +3,7 @@
 //
 // Policy on input: a line of AT text goes from "AT" (any case) to its CR, a wrapped frame is as long as its length
 // field says. A byte that can belong to neither is noise: it is dropped, counted, and the next byte is looked at. CR
-// and LF between two requests are nothing at all. Each link has a brain of its own; what they know is one.
+// and LF between two requests do not count. Each link has a brain of its own; all brains share one modem_state.
 #pragma once
 
 #include <cstdint>
@@ -22,8 +22,8 @@ class modem_brain {
 
   // Takes in a piece of the stream, however it was cut, and gives the answers to the requests that it completed.
   std::vector<std::string> receive(std::string_view bytes, const modem_switches& switches);
-  // Whether an unfinished request is held. Nothing more will come of it: that is noise, or, for the one line that the
-  // service sends without its end, a request.
+  // Whether an unfinished request is held. finish(): no more of it will come, so it is noise or, for the one line that
+  // the service sends without its end, a request.
   bool has_partial() const { return !m_input.empty(); }
   std::vector<std::string> finish(const modem_switches& switches);
   void drop_partial();

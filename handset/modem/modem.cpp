@@ -15,7 +15,7 @@ namespace {
 using std::chrono::milliseconds;
 
 struct timed_bytes {
-  milliseconds pause;  // after what went before
+  milliseconds pause;  // after the bytes before these
   std::string bytes;
 };
 
@@ -95,10 +95,10 @@ void link_side::lose_patience() {
 
 void link_side::say(std::string_view bytes) {
   if (switches.split != 0) return send(bytes, milliseconds{0});
-  write(bytes);  // not behind answers that are being delayed
+  write(bytes);  // does not wait for delayed answers
 }
 
-// Cuts what is to be sent as the switches ask and puts it behind what already waits.
+// Cuts the bytes as the switches ask and adds the pieces to the end of the queue.
 void link_side::send(std::string_view bytes, milliseconds delay) {
   const std::size_t piece = switches.split == 0 ? bytes.size() : switches.split;
   for (std::size_t at = 0; at < bytes.size(); at += piece) {
@@ -107,7 +107,7 @@ void link_side::send(std::string_view bytes, milliseconds delay) {
   if (!send_timer) send_next();
 }
 
-// What has no pause goes at once; the first that has one waits for its timer, which comes here again.
+// Pieces without a pause go at once; the first with a pause waits for its timer, which calls this again.
 void link_side::send_next() {
   while (!timed.empty()) {
     if (const auto pause = std::exchange(timed.front().pause, milliseconds{0}); pause > milliseconds{0}) {

@@ -1,8 +1,8 @@
-// Room `modem`: the simulated modem, whole. What it knows (state.h), understands (brain.h, at.h, radio.h) and how it
-// behaves on its two links.
+// Room `modem`: the whole simulated modem. What it knows (state.h), what it understands (brain.h, at.h, radio.h) and
+// how it behaves on its two links.
 //
-// The simulated modem behind the phone's two modem ttys. It answers AT text and wrapped frames out of the state that it
-// keeps, and misbehaves when told to. Its work is done on an event loop's thread; these calls may come from any other.
+// The simulated modem behind the phone's two modem ttys. It answers AT text and wrapped frames from the state that it
+// keeps, and misbehaves on request. It works on an event loop's thread; these calls may come from any other thread.
 //
 //   AT  AT;^DLKS=1  AT^DLKS=0                 -> OK
 //   AT^DCGSNW=<imei>      keeps the IMEI      AT^DGSN?        "\r\n^DGSN: <imei>\r\n\r\nOK\r\n"
@@ -31,13 +31,13 @@ namespace handset {
 
 class event_loop;
 
-// data: the one whose output reaches the PC; wrapped frames and AT text. at: the one for the service's own questions.
+// data: the link whose output reaches the PC; wrapped frames and AT text. at: the link for the service's own questions.
 // The modem understands the same on both.
 enum class modem_link { data, at };
 
 class modem {
  public:
-  // The loop must not run any more when the modem goes away.
+  // The loop must have stopped before the modem is destroyed.
   explicit modem(event_loop& loop);
   ~modem();
   modem(const modem&) = delete;
@@ -52,7 +52,7 @@ class modem {
 
   // Every byte that came from the service.
   const text_log& received(modem_link link = modem_link::data) const;
-  // Sends bytes as they are, on top of what it has to answer.
+  // Sends bytes as they are, besides the answers.
   void say(std::string_view bytes, modem_link link = modem_link::data);
   // The link breaks: the service's side gets a hang-up. attach() plugs a new pseudo-terminal's master in.
   void hang_up(modem_link link = modem_link::data);

@@ -15,7 +15,7 @@ constexpr std::uint32_t REFUSED = 1;
 constexpr std::size_t IMEI_SIZE = 15;
 constexpr std::size_t VERSION_SIZE = 64;
 constexpr std::size_t LARGEST_TABLE = 1024;  // its text still fits the answer that the service has room for
-constexpr std::size_t ERASED_SIZE = 16;      // of a table that was never written
+constexpr std::size_t ERASED_SIZE = 16;      // bytes of a table that was never written
 constexpr std::uint32_t RX_COUNT = 8;
 constexpr std::uint32_t ADC_IDLE = 0x80;
 constexpr std::uint32_t ADC_TRANSMITTING = 0x100;
@@ -118,7 +118,7 @@ fields stop_rx(modem_state& state, std::string_view) {
 fields set_rx_frequency(modem_state& state, std::string_view values) {
   return keep_int(values, state.radio.rx_frequency);
 }
-// Counts up from the frequency's last byte: a reader can tell what was received where.
+// Counts up from the frequency's last byte, so that the data shows on which frequency it was received.
 fields read_rx_data(modem_state& state, std::string_view) {
   if (!state.radio.receiving) return std::nullopt;
   std::string data;
@@ -186,7 +186,7 @@ fields to_flash(modem_state& state, std::string_view values) {
 fields give_back(modem_state&, std::string_view values) {
   return counted(values);
 }
-// The values come with their lengths, as they go back.
+// The values come with their lengths, and go back with them.
 fields give_back_from_dsp(modem_state&, std::string_view values) {
   if (values.size() < 2 || little(static_cast<std::uint32_t>(values.size() - 2), 2) != values.substr(0, 2)) {
     return std::nullopt;

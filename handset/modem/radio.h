@@ -1,9 +1,9 @@
 // The radio requests of "AT^DTTEST=", as the modem sees them: bytes in, bytes out, and a radio_state between them.
 //
-//   request   u8 id, then the values of its atoms one behind the other, integers little-endian, nothing between them;
-//             only for 151 each value has its u16 length, little-endian, in front
-//   response  u8 id, i32 result (big-endian), then what the id has to tell: integers big-endian, byte strings behind
-//             their length, u32 or u16 little-endian
+//   request   u8 id, then the values of its atoms one after the other, integers little-endian, nothing between them;
+//             only for 151 each value has its u16 length, little-endian, before it
+//   response  u8 id, i32 result (big-endian), then the values that belong to the id: integers big-endian, byte strings
+//             after their length, u32 or u16 little-endian
 //
 //    5 IMEI        87 board number                       keeps it
 //    7, 45, 77, 99                                       IMEI; version (of module i32); serial number; is there a SIM
@@ -19,7 +19,7 @@
 //   105, 151, 221 bytes                                  the bytes, back
 //
 // Every other request is kept in `settings` and answered with its result. The answer to n is n + 1; 221 answers
-// itself. A request that cannot be done, or whose values are not as above, has result 1 and nothing behind it.
+// itself. A request that cannot be done, or whose values are not as above, has result 1 and nothing after it.
 #pragma once
 
 #include <string>

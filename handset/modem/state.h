@@ -1,4 +1,4 @@
-// What the simulated modem remembers, and how it behaves. One of each, whichever link it is spoken to on.
+// What the simulated modem remembers, and how it behaves. Both links share one of each.
 #pragma once
 
 #include <chrono>
@@ -16,7 +16,7 @@ struct radio_state {
   std::uint32_t tx_frequency = 0;
   std::uint32_t tx_power = 0;
   std::uint32_t rx_frequency = 0;
-  std::map<std::uint32_t, std::string> memory_tables;  // gone with the power on a real one
+  std::map<std::uint32_t, std::string> memory_tables;  // a real modem loses them with its power
   std::map<std::uint32_t, std::string> flash_tables;
   std::map<std::uint8_t, std::string> settings;  // request id -> the last values of a request that does nothing else
 };

@@ -6,7 +6,7 @@ namespace handset {
 
 namespace {
 
-constexpr std::chrono::milliseconds TERMINAL_CHECK{3};  // nothing tells that the service has made one
+constexpr std::chrono::milliseconds TERMINAL_CHECK{3};  // no event reports that the service has made one
 
 }  // namespace
 
@@ -17,8 +17,8 @@ app_cable::app_cable(event_loop& loop, phone& the_phone, const std::filesystem::
   wait_for_terminal();
 }
 
-// A station's first words wait for the terminal, and the terminal for a station: one that is opened and left again at
-// once would look like an application that came and went.
+// A station's first bytes wait for the terminal, and the terminal is opened only for a station: if it were opened and
+// closed again at once, the service would see an application that came and went.
 void app_cable::wait_for_terminal() {
   m_cable.hold_station();
   m_loop.after(TERMINAL_CHECK, [this] { open(); });

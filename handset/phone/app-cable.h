@@ -1,5 +1,6 @@
-// The APP link of `handset run`: a pseudo-terminal on the host for whoever plays the phone's test application. It opens
-// the service's terminal, and closes it and opens the next one when the player has left or the service let go of it.
+// The APP link of `handset run`: a pseudo-terminal on the host for whoever plays the phone's test application. The
+// cable opens the service's terminal. When the player has left, or the service has closed its side, the cable closes
+// that terminal and opens the next one.
 #pragma once
 
 #include <filesystem>

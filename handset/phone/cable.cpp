@@ -33,7 +33,8 @@ void cable::make_outside() {
   if (!made) throw error("cannot make a pseudo-terminal");
   m_master = std::move(made->master);
   m_slave = std::move(made->slave);
-  // Opened and closed once, it reads as hung up until a station opens it: then "nobody there" can be told.
+  // After one open and close the master reads as hung up until a station opens the terminal: this shows that no
+  // station is there.
   pub_fd once(::open(m_slave.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
   once.reset();
   const std::filesystem::path aside = m_name.string() + ".new";
@@ -42,8 +43,8 @@ void cable::make_outside() {
   m_outside.attach(m_master.get());
 }
 
-// A station may take its terminal for itself (TIOCEXCL) and be killed: nobody but root could open it again, so a new
-// one takes its place.
+// A station may take its terminal for itself (TIOCEXCL) and be killed. Then only root could open it again, so a new
+// terminal takes its place.
 void cable::station_left() {
   const pub_fd again(::open(m_slave.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
   if (!again && errno == EBUSY) make_outside();

@@ -1,5 +1,5 @@
 // A cable of `handset run`: a pseudo-terminal for a station on the host, and a relay between it and one of the phone's
-// ttys. While no station has it open, what the phone says is lost, as on a cable that leads nowhere.
+// ttys. While no station has it open, what the phone sends is lost, as on a cable that leads nowhere.
 #pragma once
 
 #include <filesystem>
@@ -14,18 +14,18 @@ namespace handset {
 
 class cable {
  public:
-  // name: the link by which a station finds the terminal. It stays; where it leads may change.
+  // name: the link by which a station finds the terminal. The link stays; its target may change.
   cable(event_loop& loop, std::filesystem::path name);
 
-  // The phone's end, or none while its tty is unplugged. Borrowed.
+  // Relays to this end of the phone's tty until disconnect(). Borrowed.
   void connect(const tty_end& phone_end);
   void disconnect();
-  // What a station says waits until the phone's end is connected, instead of being lost.
+  // Bytes of a station wait until the phone's end is connected, instead of being lost.
   void hold_station() { m_outside.hold_input(true); }
   bool has_station() const { return !m_outside.hung_up(); }
 
-  // Called when a station has closed its terminal, and when the phone's side was closed. At the start no station is
-  // there: unless its words are held, that counts as having left.
+  // Called when a station has closed its terminal, and when the phone's side was closed. No station is there at the
+  // start: this too counts as having left, unless the input is held.
   void on_station_left(std::function<void()> action) { m_on_station_left = std::move(action); }
   void on_phone_left(std::function<void()> action) { m_inside.on_hangup(std::move(action)); }
 

@@ -1,4 +1,4 @@
-// What a phone can be asked to be, and the configuration that follows from it.
+// The options of a phone, and the configuration that follows from them.
 #pragma once
 
 #include <filesystem>
@@ -12,7 +12,7 @@
 
 namespace handset {
 
-// Which of the service's run modes start() asks for.
+// The run mode of the service that start() asks for.
 //   simplified  /phone/bin/vx-kro-amt, configuration beside it
 //   usb         /system/bin/vx-kro-amt -u, configuration in /system/etc
 //   normal      /system/bin/vx-kro-amt, configuration in /system/etc
@@ -31,7 +31,7 @@ struct phone_options {
   std::optional<std::string> config;                  // text of the configuration file; none: default_config()
   bool has_config = true;                             // false: there is no configuration file
   std::filesystem::path service;                      // the binary; empty: vx-kro-amt beside the running program
-  std::optional<std::vector<std::string>> arguments;  // behind argv[0]; none: what the mode asks for
+  std::optional<std::vector<std::string>> arguments;  // after argv[0]; none: those of the mode
   std::vector<std::string> environment;               // "NAME=value", on top of PATH and sanitizer options
   std::string pc_device = "/dev/ttyPC";
   std::string modem_device = "/dev/ttyMODEM";  // a name like /dev/ttyS1 makes it a UART to the service
@@ -43,13 +43,13 @@ struct phone_options {
   log_sink log = log_sink::capture;
   int log_pipe_size = 0;                          // bytes that fit between service and log reader; 0: the usual 64 KiB
   std::map<std::string, std::string> properties;  // name -> value, set before anything starts
-  std::map<std::string, std::string> files;       // absolute path in the phone -> content, likewise
+  std::map<std::string, std::string> files;       // absolute path in the phone -> content, made before anything starts
   std::vector<bind_mount> binds;
   board_library board = board_library::present;
   bool has_hardware = true;  // false: a tree without the files of hardware.h
   std::vector<storage_card> cards = {{"/storage/sdcard0", 12'582'912}, {"/storage/sdcard1", 31'166'976}};
-  // Framebuffer, console, video device and battery driver, played by a library that is preloaded into the service;
-  // none: they are not there and nothing is preloaded. (A service built with a sanitizer needs one whose runtime is
+  // Framebuffer, console, video device and battery driver, played by a library that is preloaded into the service.
+  // None: the phone lacks them and nothing is preloaded. (A service with a sanitizer must have the sanitizer's runtime
   // linked statically.)
   std::optional<screen_size> screen = screen_size{};
 };

@@ -22,7 +22,7 @@ void install_board_library(const phone_options& options, const phone_tree& tree)
   const fs::path library = options.board == board_library::empty ? "amt.empty.misc.so" : "amt.vx5210.misc.so";
   const fs::path target = tree.host_path("/system/lib64/hw");
   fs::create_directories(target);
-  std::error_code missing;  // a program of another build may lie alone
+  std::error_code missing;  // a program copied out of its build tree may have no libraries beside it
   fs::copy_file(folder / library, target / "amt.vx5210.misc.so", missing);
 }
 

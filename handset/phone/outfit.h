@@ -1,4 +1,4 @@
-// What a phone is fitted out with before anything runs in it: the files of its tree, and what it has of the host's.
+// What a phone gets before anything runs in it: the files of its tree, and the host's files that it sees.
 #pragma once
 
 #include <filesystem>

@@ -12,7 +12,7 @@
 
 namespace handset {
 
-// What a phone and its processes share; a process may be asked about after its phone has gone.
+// What a phone and its processes share. The process object can still be asked after its phone has gone.
 struct phone_core {
   event_loop loop;
   agent_link agent;
@@ -23,8 +23,8 @@ class phone_process : public process {
   explicit phone_process(std::shared_ptr<phone_core> core);
 
   void start(const process_plan& plan);
-  void drain();   // on the loop's thread: takes what it wrote so far
-  void finish();  // likewise, when the process or the phone has ended
+  void drain();   // on the loop's thread: takes what the process wrote so far
+  void finish();  // on the loop's thread, when the process or the phone has ended
   output_pipe& err_pipe() { return m_err; }
 
   int pid() const override { return m_pid; }

@@ -58,7 +58,7 @@ struct phone::inside {
   tty_end modem_end;
   tty_end at_end;
   tty_end app;
-  std::string app_link;  // which link of that name was opened last
+  std::string app_link;  // identity of the link that was opened last
   std::unique_ptr<modem> simulated;
   std::function<void(std::string_view)> on_log;
   std::function<void(std::string_view)> on_out;
@@ -76,7 +76,7 @@ phone::inside::inside(phone_options the_options) : options(std::move(the_options
 }
 
 void phone::inside::start_sandbox() {
-  // Signals are for the program's own threads. This thread is the sandbox's parent and must last as long as it.
+  // Signals are for the program's own threads. This thread is the sandbox's parent and must live as long.
   sigset_t all;
   sigset_t before;
   sigfillset(&all);

@@ -2,7 +2,7 @@
 // ttys to the host.
 //
 // A virtual handset: a sandbox with a phone's file tree, ttys and kernel events, in which the real service binary runs.
-// Tests are written against this header; `handset run` is a thin program over it.
+// Tests use this header; `handset run` is a thin program over it.
 //
 //   handset::phone phone({.mode = handset::run_mode::simplified});
 //   phone.start();
@@ -12,8 +12,8 @@
 //   phone.send_signal(SIGTERM);
 //   EXPECT_EQ(phone.wait_exit(), handset::exited(0));
 //
-// A phone costs some ten milliseconds; many may run at once. Waits end with an event or a deadline, and say which. What
-// cannot go wrong in a sane test (no sandbox, no service binary, the agent gone) throws handset::error.
+// A phone costs some ten milliseconds; many may run at once. Waits end with an event or a deadline, and the result
+// shows which. Failures that no sound test meets (no sandbox, no service binary, the agent gone) throw handset::error.
 #pragma once
 
 #include <chrono>
@@ -43,8 +43,8 @@ struct command_result {
 
 class phone {
  public:
-  // Makes the tree, the sandbox and the ttys; nothing of the service runs yet. Throws sandbox_error when this machine
-  // cannot do that, with the reason.
+  // Makes the tree, the sandbox and the ttys; nothing of the service runs yet. When this machine cannot do that, throws
+  // sandbox_error with the reason.
   explicit phone(phone_options options = {});
   // Ends everything that runs in the phone and removes its tree.
   ~phone();
@@ -64,7 +64,7 @@ class phone {
   const text_log& log();
   const text_log& out();
   bool wait_log(std::string_view text, std::chrono::milliseconds within = DEFAULT_WAIT);
-  // A log reader that does not read: the service finds its pipe full sooner or later. Resuming reads on.
+  // Stops reading the log: sooner or later the service finds its pipe full. Resuming reads on.
   void pause_log();
   void resume_log();
   // Called with every piece of the service's log or output as it comes; set before start().
@@ -74,7 +74,7 @@ class phone {
   // Other commands in the phone. run() starts one and returns at once, exec() waits for its end (error when late).
   std::shared_ptr<process> run(const std::vector<std::string>& command);
   command_result exec(const std::vector<std::string>& command, std::chrono::milliseconds within = DEFAULT_WAIT);
-  // As run(), with the caller's own standard streams and, if it exists in the phone, working folder.
+  // As run(), with the caller's own standard streams; and with the caller's working folder, if the phone has it.
   std::shared_ptr<process> run_attached(const std::vector<std::string>& command, const std::string& folder);
 
   // The ttys. Unplugging hangs the service's side up and takes the /dev name away; plugging makes a new tty under it.
@@ -89,15 +89,15 @@ class phone {
   void unplug_at();
   void plug_at();
 
-  // The phone's own test application: its end of the APP link, a terminal that the service makes when it starts in the
-  // platform set-up and makes anew when the application has closed it. open_app() waits for one; false: there was none
-  // in time. No terminal is opened twice: behind close_app() it waits for the new one. On app(), wait_hangup() tells
-  // that the service has let go of that terminal.
+  // The phone's own test application: its end of the APP link. The service makes this terminal when it starts in the
+  // platform set-up, and a new one when the application has closed it. open_app() waits for one; false: there was none
+  // in time. No terminal is opened twice: after close_app() it waits for the new one. wait_hangup() of app() is true
+  // when the service has let go of that terminal.
   bool open_app(std::chrono::milliseconds within = DEFAULT_WAIT);
   tty_end& app();
   void close_app();
 
-  // The phone's own folder on the host, beside its tree: for sockets and the like. It goes with the phone.
+  // The phone's own folder on the host, which holds its tree, sockets and the like. Removed with the phone.
   std::filesystem::path folder() const;
   // The tree. Paths are those of the phone, e.g. "/amt/sn".
   std::filesystem::path host_path(const std::filesystem::path& path) const;

@@ -12,7 +12,7 @@ namespace {
 
 constexpr const char* PATH = "PATH=/system/bin:/usr/bin:/bin:/usr/sbin:/sbin";
 
-// What a command in the phone inherits from whoever runs it: what tells a sanitizer's runtime what to do.
+// The variables that a command in the phone inherits from whoever runs it: the options of a sanitizer's runtime.
 std::vector<std::string> inherited_environment() {
   std::vector<std::string> environment = {PATH, "HOME=/data", "TMPDIR=/tmp"};
   for (const char* name : {"ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"}) {
@@ -21,7 +21,7 @@ std::vector<std::string> inherited_environment() {
   return environment;
 }
 
-// All of the caller's, but with the phone's places.
+// All variables of the caller, but PATH and TMPDIR are the phone's.
 std::vector<std::string> attached_environment() {
   std::vector<std::string> environment = {PATH, "TMPDIR=/tmp"};
   for (char** entry = environ; *entry != nullptr; ++entry) {

@@ -1,4 +1,4 @@
-// How a process of the phone is to be started, for each kind of them.
+// How each kind of process of the phone is started.
 #pragma once
 
 #include <functional>

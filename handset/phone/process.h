@@ -18,9 +18,9 @@ class process {
   virtual int pid() const = 0;
   virtual bool running() const = 0;
   virtual void send_signal(int signal_number) = 0;
-  // None when the time is over. When it has ended, all that it wrote is in out() and err().
+  // None when the time is over. When the process has ended, all that it wrote is in out() and err().
   virtual std::optional<exit_status> wait_exit(std::chrono::milliseconds within = DEFAULT_WAIT) = 0;
-  // Called, on a thread of the phone, when it has ended; at once if it has already.
+  // The listener is called on a thread of the phone when the process has ended; at once if it already has.
   virtual void on_exit(const std::function<void(exit_status)>& listener) = 0;
   virtual const text_log& out() const = 0;
   virtual const text_log& err() const = 0;

@@ -1,7 +1,7 @@
 // Room `program`: the command line of `handset`, a phone that runs until its service ends, and the control socket by
 // which a second `handset` commands it.
 //
-// The commands of the program `handset`, each with its options. They give the program's exit status.
+// The commands of the program `handset`, each with its options. They return the program's exit status.
 #pragma once
 
 #include <filesystem>
@@ -14,7 +14,7 @@ enum program_status_en : int {
   STATUS_DONE = 0,
   STATUS_FAILED = 1,  // ctl: the phone refused; run: something else went wrong
   STATUS_USAGE = 2,
-  STATUS_NO_SANDBOX = 3,  // this machine cannot make the sandbox; the message says what is missing
+  STATUS_NO_SANDBOX = 3,  // this machine cannot make the sandbox; the message names what is missing
   STATUS_NOT_RUN = 127,   // exec: the command cannot be started
 };
 
@@ -31,7 +31,7 @@ struct run_command {
   std::vector<std::string> files;        // "PATH=TEXT"
   std::vector<std::string> properties;   // "NAME=VALUE"
   std::vector<std::string> environment;  // "NAME=VALUE"
-  std::vector<std::string> arguments;    // of the service; none: what the mode asks for
+  std::vector<std::string> arguments;    // of the service; none: those of the mode
 };
 int run(const run_command& command);
 

@@ -15,7 +15,7 @@ namespace handset {
 
 namespace {
 
-// The words from that one on, as one text.
+// The words from index `from` on, as one text.
 std::string joined(const words& rest, std::ptrdiff_t from) {
   return fmt::format("{}", fmt::join(rest.begin() + from, rest.end(), " "));
 }

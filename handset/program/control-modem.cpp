@@ -124,7 +124,7 @@ std::string modem_set(control_target& target, const words& rest) {
 }
 
 constexpr control_command COMMANDS[] = {
-    {"modem state", "", "what the modem keeps, has seen and how it behaves", 0, 0, modem_report},
+    {"modem state", "", "what the modem keeps and has seen, and how it behaves", 0, 0, modem_report},
     {"modem say", "TEXT", "the modem sends an unsolicited line", 1, 1, modem_say},
     {"modem hangup", "", "the modem's tty hangs up and is gone", 0, 0, modem_hang_up},
     {"modem plug", "", "the modem's tty is back, as a new device", 0, 0, modem_plug},
@@ -133,7 +133,7 @@ constexpr control_command COMMANDS[] = {
     {"at plug", "", "the modem's AT link is back, as a new device", 0, 0, plug_at},
     {"modem", "SWITCH on|off", "silent (takes all, answers nothing), echo (sends all back), refuse", 2, 2, modem_set},
     {"modem", "VALUE NUMBER", "delay, gap, patience in ms; split: answers in pieces of so many bytes", 2, 2, modem_set},
-    {"modem", "result NUMBER", "what radio requests come to; with 0 they are done", 2, 2, modem_set},
+    {"modem", "result NUMBER", "the result of radio requests; with 0 they are done", 2, 2, modem_set},
     {"modem", "NAME TEXT", "change imei, board, channel, l1, hls, support, sim, date, refusal", 2, 2, modem_set},
 };
 

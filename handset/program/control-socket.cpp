@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr timeval PATIENCE{5, 0};  // with the other side of a connection
+constexpr timeval PATIENCE{5, 0};  // how long either side of a connection waits for the other
 
 // Whether `action` (bind or connect) works on the socket's name.
 template <typename Action>
@@ -48,7 +48,7 @@ std::optional<pub_fd> connect_to(const fs::path& name) {
   return socket;
 }
 
-// The control sockets of this user's phones, the youngest first; some may be left over.
+// The control sockets of this user's phones, the youngest first; some may be left over from killed phones.
 std::vector<fs::path> sockets_of_user() {
   std::vector<std::pair<fs::file_time_type, fs::path>> found;
   std::error_code ignored;
@@ -104,7 +104,7 @@ control_answer ask_control(const fs::path& socket, const std::vector<std::string
   const pub_fd connection = connect_to_any(socket);
   if (!send_message(connection.get(), words)) throw error(std::string("cannot ask: ") + std::strerror(errno));
   const auto answer = receive_message(connection.get());
-  // A phone that ends on the command's account may do so before it has answered.
+  // A phone that the command ends may be gone before it has answered.
   if (!answer || answer->fields.size() != 2) throw error("the phone gave no answer");
   return {answer->fields[0] == "ok", answer->fields[1]};
 }

@@ -21,10 +21,10 @@ struct control_target {
   cable& the_cable;
   std::function<void()> stop;     // ends the phone
   std::filesystem::path pc_tty;   // where a station connects
-  std::filesystem::path app_tty;  // where a test application does; empty when the service has no APP link
+  std::filesystem::path app_tty;  // where a test application connects; empty when the service has no APP link
 };
 
-// Runs one command; gives its output. Throws handset::error when it cannot be done.
+// Runs one command and returns its output. Throws handset::error when the command cannot be done.
 std::string run_control(control_target& target, const std::vector<std::string>& words);
 // The commands and what they do, for --help.
 std::string control_help();

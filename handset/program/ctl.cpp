@@ -11,7 +11,7 @@ namespace handset {
 
 int ctl(const ctl_command& command) {
   auto words = command.words;
-  // The phone runs in another folder than the one who names a file here.
+  // The phone's process may run in another folder than this one, so the file's path is made absolute.
   if (words.size() > 1 && words[0] == "screenshot") words[1] = std::filesystem::absolute(words[1]);
   const auto answer = ask_control(command.socket, words);
   std::FILE* stream = answer.done ? stdout : stderr;

@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The command and the libraries beside it keep their places: the build tree, or where else the command lies.
+// The command and the libraries beside it have the same paths in the phone: the build tree, and the command's own path.
 phone_options options_of(const exec_command& command, const fs::path& program) {
   phone_options options;
   options.pc_plugged = false;
@@ -33,7 +33,7 @@ phone_options options_of(const exec_command& command, const fs::path& program) {
   return options;
 }
 
-// The command as a file of the host, none when it is to be found in the phone's PATH or exists only there.
+// The command as a file of the host. Empty when it is to be found in the phone's PATH, or exists only in the phone.
 fs::path host_program(const std::string& name) {
   std::error_code ignored;
   if (name.find('/') == name.npos || !fs::exists(name, ignored)) return {};

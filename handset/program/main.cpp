@@ -54,7 +54,7 @@ CLI::App* add_run(CLI::App& app, run_command& command) {
       ->capture_default_str();
   run->add_option("--card", command.cards,
                   "A storage card: FOLDER=KB, e.g. --card /storage/sdcard1=2048; none: the phone has no card\n"
-                  "(may be there several times; usual: /storage/sdcard0=12582912 and /storage/sdcard1=31166976)")
+                  "(may be given several times; usual: /storage/sdcard0=12582912 and /storage/sdcard1=31166976)")
       ->check([](const std::string& text) {
         return text == "none" || read_storage_card(text) ? "" : "neither FOLDER=KB nor none";
       })
@@ -70,7 +70,7 @@ CLI::App* add_run(CLI::App& app, run_command& command) {
   run->add_option("--env", command.environment, "Environment of the service: NAME=VALUE")
       ->take_all()
       ->allow_extra_args(false);
-  run->add_option("arguments", command.arguments, "Arguments of the service, behind --");
+  run->add_option("arguments", command.arguments, "Arguments of the service, after --");
   return run;
 }
 
@@ -80,7 +80,7 @@ CLI::App* add_exec(CLI::App& app, exec_command& command) {
   exec->add_option("--bind", command.binds, "A folder of this machine to have in the phone, writable")
       ->check(CLI::ExistingPath)
       ->allow_extra_args(false);
-  exec->add_option("--ro-bind", command.read_only_binds, "Likewise, read-only (the build tree always is)")
+  exec->add_option("--ro-bind", command.read_only_binds, "The same, but read-only (the build tree always is)")
       ->check(CLI::ExistingPath)
       ->allow_extra_args(false);
   exec->add_option("command", command.command, "The command and its arguments")->required();

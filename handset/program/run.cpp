@@ -25,7 +25,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::chrono::milliseconds END_PATIENCE{3000};  // with a service that was asked to end
+constexpr std::chrono::milliseconds END_PATIENCE{3000};  // how long a service that was asked to end may take
 
 const std::map<std::string, run_mode> MODES = {
     {"simplified", run_mode::simplified}, {"usb", run_mode::usb}, {"normal", run_mode::normal}};
@@ -44,7 +44,7 @@ std::string read_config(const fs::path& path) {
   return *text;
 }
 
-// Instead of the usual ones, unless nothing is said.
+// The wanted cards replace the usual ones; without any, the usual ones stay.
 void choose_cards(const std::vector<std::string>& wanted, phone_options& options) {
   if (!wanted.empty()) options.cards.clear();
   for (const auto& text : wanted) {
@@ -69,7 +69,7 @@ phone_options options_of(const run_command& command) {
   return options;
 }
 
-// Where the service's log and output go; -1: nowhere.
+// The descriptor to which the service's log and output go; -1: nowhere.
 int log_descriptor(const run_command& command, pub_fd& file) {
   if (command.quiet) return -1;
   if (command.log.empty()) return STDERR_FILENO;
@@ -119,7 +119,7 @@ phone_run::phone_run(const run_command& command)
   m_phone.on_out(log);
 }
 
-// A first time in order, a second time at once.
+// The first call ends the service in order, the second one kills it.
 void phone_run::end_service() {
   m_phone.send_signal(m_asked ? SIGKILL : SIGTERM);
   if (!m_asked) m_loop.after(END_PATIENCE, [this] { end_service(); });

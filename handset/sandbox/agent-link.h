@@ -18,7 +18,7 @@ namespace handset {
 
 class agent_link {
  public:
-  // Called on the loop's thread just before the end of a process is made known.
+  // before_end is called on the loop's thread, just before the end of a process is made known.
   explicit agent_link(std::function<void()> before_end) : m_before_end(std::move(before_end)) {}
 
   // On the loop's thread: listens on the socket, which must stay open until the loop has ended.
@@ -29,8 +29,8 @@ class agent_link {
 
   // False when the agent is gone or silent.
   bool wait_hello(std::chrono::milliseconds within);
-  // The answer's fields behind the sequence number, and its descriptors. Throws error when the agent refuses or is
-  // gone.
+  // Returns the answer's fields after the sequence number, and its descriptors. Throws error when the agent refuses or
+  // is gone.
   message request(const std::string& kind, const std::vector<std::string>& arguments, const std::vector<int>& fds = {});
   // How a started process ended; none when it still runs after that time. When the agent is gone, so is the process.
   std::optional<exit_status> wait_ended(int pid, std::chrono::milliseconds within);

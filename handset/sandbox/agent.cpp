@@ -1,5 +1,5 @@
-// The agent: process 1 of a phone. It does in the sandbox what the library asks for on the socket that is its
-// descriptor 3, and ends, taking all with it, when the other side is gone.
+// The agent: process 1 of a phone. It does in the sandbox what the library asks for on a socket, its descriptor 3. It
+// ends when the other side of the socket is gone, and every process of the sandbox ends with it.
 //
 //   request                                         answer ("ok", seq, ...) or ("fail", seq, reason)
 //   plug    seq NAME                                the master of a new raw pseudo-terminal, NAME leading to its slave
@@ -10,7 +10,8 @@
 //   signal  seq PID NUMBER
 //   uevent  seq BYTES                               one kernel event to the listeners of group 1
 //
-// On its own it says ("hello") when it is ready and ("ended", pid, "exit"|"signal", number) for each started process.
+// Without a request it sends ("hello") when it is ready and ("ended", pid, "exit"|"signal", number) for each started
+// process that has ended.
 //
 // A small static program of its own, so that it starts within a millisecond in a root that has no libraries.
 #include <fcntl.h>
@@ -47,7 +48,7 @@ using handset::message;
 
 constexpr int SOCKET = 3;
 
-std::set<pid_t> started;  // the processes whose end the library wants to hear of; orphans are only reaped
+std::set<pid_t> started;  // the processes whose end is reported to the library; orphans are only reaped
 
 void answer(const message& request, std::vector<std::string> result, const std::vector<int>& fds = {}) {
   result.insert(result.begin(), {"ok", request.fields[1]});
@@ -63,7 +64,7 @@ void plug(const message& request) {
   const std::string& name = request.fields.at(2);
   const auto terminal = handset::open_pty();
   if (!terminal) return fail(request, "cannot make a pseudo-terminal");
-  // Made aside and renamed: whoever opens the name meets the old device or the new one.
+  // Made under another name and then renamed: whoever opens the name gets the old device or the new one.
   const std::string aside = name + ".new";
   if (::symlink(terminal->slave.c_str(), aside.c_str()) != 0 || ::rename(aside.c_str(), name.c_str()) != 0) {
     return fail(request, "cannot make " + name);
@@ -76,7 +77,7 @@ void unplug(const message& request) {
   answer(request, {});
 }
 
-// Tells a link from another one that took its name later.
+// Differs between a link and another one that took its name later.
 std::string identity(const std::string& name) {
   struct stat status {};
   if (::lstat(name.c_str(), &status) != 0) return "";
@@ -84,8 +85,8 @@ std::string identity(const std::string& name) {
          std::to_string(status.st_ctim.tv_nsec);
 }
 
-// For the one who plays an application of the phone: the terminals of this sandbox cannot be opened from outside. That
-// there is none is no failure: it may come yet.
+// For whoever plays an application of the phone: the terminals of this sandbox cannot be opened from outside. A missing
+// terminal is no failure, because it may still come.
 void open_terminal(const message& request) {
   const std::string& name = request.fields.at(2);
   const std::string link = identity(name);
@@ -107,7 +108,7 @@ command read_command(const message& request) {
   return {request.fields.at(2), {first, split}, {split, request.fields.end()}};
 }
 
-// The child's side of a start: nothing of the agent's stays with the command, neither its signals nor its capability.
+// The child's side of a start: the command inherits neither the agent's signal settings nor its capability.
 [[noreturn]] void become(const message& request, int report) {
   command todo = read_command(request);
   sigset_t none;
@@ -136,7 +137,7 @@ void start(const message& request) {
   if (child == 0) become(request, write_end.get());
   write_end.reset();
   int reason = 0;
-  if (::read(read_end.get(), &reason, sizeof reason) == sizeof reason) {  // nothing comes when the exec worked
+  if (::read(read_end.get(), &reason, sizeof reason) == sizeof reason) {  // nothing arrives when the exec worked
     ::waitpid(child, nullptr, 0);
     errno = reason;
     return fail(request, "cannot run " + request.fields.at(4));
@@ -147,7 +148,7 @@ void start(const message& request) {
 
 void send_signal(const message& request) {
   const pid_t pid = std::atoi(request.fields.at(2).c_str());
-  if (!started.contains(pid)) errno = ESRCH;  // never another process that got the number
+  if (!started.contains(pid)) errno = ESRCH;  // never signals another process that got the number
   if (!started.contains(pid) || ::kill(pid, std::atoi(request.fields.at(3).c_str())) != 0) return fail(request, "kill");
   answer(request, {});
 }
@@ -197,7 +198,7 @@ void reap() {
   }
 }
 
-// Leaves the agent with the given capabilities, and whatever it starts with none: nothing is inheritable.
+// Leaves the agent with the given capabilities. The processes that it starts have none: nothing is inheritable.
 bool keep_capabilities(std::uint32_t kept) {
   __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
   std::array<__user_cap_data_struct, 2> data{};
@@ -206,8 +207,8 @@ bool keep_capabilities(std::uint32_t kept) {
   return ::syscall(SYS_capset, &header, data.data()) == 0;
 }
 
-// A network of the phone's own, owned by this user namespace, so that CAP_NET_ADMIN counts in it: sending a kernel
-// event takes that.
+// A network of the phone's own, owned by this user namespace, so that CAP_NET_ADMIN counts in it. A kernel event can
+// only be sent with that capability.
 bool make_network() {
   return ::unshare(CLONE_NEWNET) == 0 && keep_capabilities(1u << CAP_NET_ADMIN);
 }

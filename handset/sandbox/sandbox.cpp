@@ -46,8 +46,8 @@ std::vector<std::string> bwrap_arguments(const phone_tree& tree, const std::vect
   std::vector<std::string> arguments = {
       "bwrap", "--unshare-user", "--unshare-pid", "--unshare-ipc", "--die-with-parent", "--as-pid-1", "--clearenv"};
   add(arguments, {"--uid", "1000", "--gid", "1001"});
-  // For the agent alone, which makes the phone's network namespace and sends kernel events in it. Bubblewrap's own
-  // --unshare-net would not do: it belongs to a user namespace above the one that the agent ends up in.
+  // For the agent alone, which makes the phone's network namespace and sends kernel events in it. The namespace of
+  // bubblewrap's own --unshare-net would belong to a user namespace above the agent's, so it would not do.
   add(arguments, {"--cap-drop", "ALL", "--cap-add", "CAP_SYS_ADMIN", "--cap-add", "CAP_NET_ADMIN"});
   add(arguments, {"--bind", tree.root().string(), "/"});
   add_system(arguments);
@@ -64,7 +64,7 @@ std::vector<std::string> bwrap_arguments(const phone_tree& tree, const std::vect
   return arguments;
 }
 
-// What posix_spawn is to do in the child, freed in every case.
+// What posix_spawn is to do in the child. Always freed.
 struct spawn_plan {
   spawn_plan() {
     posix_spawn_file_actions_init(&actions);
@@ -125,7 +125,7 @@ void sandbox::start(const phone_tree& tree, const std::vector<bind_mount>& binds
   posix_spawn_file_actions_addopen(&plan.actions, 1, "/dev/null", O_RDWR, 0);
   posix_spawn_file_actions_adddup2(&plan.actions, their_complaints.get(), 2);
   posix_spawn_file_actions_adddup2(&plan.actions, theirs.get(), AGENT_SOCKET);
-  // A session of its own: a Ctrl-C is for the program that runs the phone, which then ends it in order.
+  // A session of its own: a Ctrl-C goes to the program that runs the phone, which then ends the phone in order.
   sigset_t no_signals;
   sigset_t all_signals;
   sigemptyset(&no_signals);
@@ -143,7 +143,7 @@ void sandbox::start(const phone_tree& tree, const std::vector<bind_mount>& binds
 }
 
 std::string sandbox::why_not() {
-  stop();  // then its standard error is complete
+  stop();  // after this its standard error is complete
   std::string said;
   std::array<char, 4096> buffer;
   for (ssize_t count; (count = ::read(m_complaints.get(), buffer.data(), buffer.size())) > 0;) {
@@ -155,7 +155,7 @@ std::string sandbox::why_not() {
 void sandbox::stop() {
   m_agent.reset();
   if (m_bwrap == 0) return;
-  // The agent leaves when its socket ends, and as process 1 takes everybody along; bubblewrap follows.
+  // The agent ends when its socket ends. It is process 1, so all other processes end with it; bubblewrap follows.
   const pub_fd process(static_cast<int>(::syscall(SYS_pidfd_open, m_bwrap, 0)));
   pollfd item{process.get(), POLLIN, 0};
   if (!process || ::poll(&item, 1, STOP_WAIT_MS) <= 0) ::kill(m_bwrap, SIGKILL);

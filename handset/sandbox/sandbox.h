@@ -1,5 +1,5 @@
 // Room `sandbox`: a phone's file tree on the host, the namespaces and mounts that make it a root of its own, and the
-// agent in it with the link to it. What lies in the tree and who runs there is for others.
+// agent in it with the link to it. Other rooms decide what lies in the tree and what runs there.
 //
 // The sandbox of a phone: bubblewrap with user, mount, process, network and IPC namespaces, whether root or somebody
 // else asks, and the agent as its process 1. Inside everything runs as uid 1000 (system), gid 1001 (radio).
@@ -19,7 +19,7 @@ namespace handset {
 
 class phone_tree;
 
-// No sandbox can be made on this machine; the text says what is missing.
+// No sandbox can be made on this machine; the text names what is missing.
 struct sandbox_error : error {
   using error::error;
 };
@@ -31,14 +31,14 @@ class sandbox {
   sandbox(const sandbox&) = delete;
   sandbox& operator=(const sandbox&) = delete;
 
-  // Starts it. To be called on a thread that lives as long as the sandbox shall: the kernel ends it with that thread.
-  // Throws sandbox_error when bubblewrap is missing.
+  // Starts the sandbox. Call it on a thread that lives as long as the sandbox shall: the kernel ends the sandbox with
+  // that thread. Throws sandbox_error when bubblewrap is missing.
   void start(const phone_tree& tree, const std::vector<bind_mount>& binds, const std::vector<storage_card>& cards);
   // The agent's socket: ends when the sandbox does.
   int agent() const { return m_agent.get(); }
-  // Why it ended before the agent spoke: what bubblewrap said, and what of this machine may be the reason.
+  // Why it ended before the agent's hello: bubblewrap's messages, and what of this machine may be the reason.
   std::string why_not();
-  // Ends everything in it and waits for that.
+  // Ends everything in the sandbox and waits until all has ended.
   void stop();
 
  private:

@@ -43,7 +43,7 @@ pub_fd open_folder(const fs::path& path) {
   return pub_fd(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
-// While somebody holds this, no folder of a phone is between its making and its locking.
+// While a process holds this lock, no other one is between making a phone's folder and locking it.
 pub_fd lock_user_folder(const fs::path& folder) {
   pub_fd lock = open_folder(folder);
   if (!lock || ::flock(lock.get(), LOCK_EX) != 0) throw error("cannot lock " + folder.string());
@@ -62,7 +62,7 @@ std::vector<std::pair<fs::path, pub_fd>> abandoned(const fs::path& folder) {
   return result;
 }
 
-// A test may have taken the permission to write from a folder.
+// A test may have removed the permission to write from a folder.
 void remove_tree(const fs::path& folder) {
   std::error_code failed;
   fs::remove_all(folder, failed);

@@ -11,7 +11,7 @@ namespace handset {
 // error when it belongs to somebody else.
 std::filesystem::path user_folder();
 
-// A folder of its own, filled with what every phone has. Removed with the object; what a killed process left behind is
+// A folder of its own, filled with what every phone has. Removed with the object; what a killed process left over is
 // removed when the next phone is made.
 class phone_tree {
  public:

@@ -5,7 +5,7 @@
 
 namespace handset {
 
-// What was asked cannot be done; the text says what and why.
+// What was asked for cannot be done; the text explains what and why.
 struct error : std::runtime_error {
   using std::runtime_error::runtime_error;
 };

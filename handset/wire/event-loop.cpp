@@ -21,7 +21,7 @@ void event_loop::post(std::function<void()> work) {
     m_posted.push_back(std::move(work));
   }
   const std::uint64_t one = 1;
-  [[maybe_unused]] const auto written = ::write(m_wake.get(), &one, sizeof one);  // full means awake already
+  [[maybe_unused]] const auto written = ::write(m_wake.get(), &one, sizeof one);  // full: it is awake already
 }
 
 void event_loop::call(const std::function<void()>& work) {

@@ -1,6 +1,6 @@
-// Room `wire`: what two ends of a link need and nothing of a phone. Event loop, descriptors, signals, messages between
-// processes, ttys, a stream's text and a process's end, whole files, and the plain types that rooms hand to each other
-// (mounts, errors).
+// Room `wire`: what two ends of a link need. It knows nothing of a phone. Event loop, descriptors, signals, messages
+// between processes, ttys, a stream's text and a process's end, whole files, and the plain types that rooms hand to
+// each other (mounts, errors).
 //
 // One thread's waiting: descriptors, timers, and work handed over by other threads.
 #pragma once
@@ -30,7 +30,7 @@ class event_loop {
 
   // From any thread.
   void post(std::function<void()> work);         // done on the loop's thread, in order
-  void call(const std::function<void()>& work);  // likewise, and waits for it; may be called on that thread too
+  void call(const std::function<void()>& work);  // the same, and waits for it; may be called on that thread too
   void stop();                                   // run() returns when the work posted before is done
   template <typename Work>
   auto ask(Work work) -> decltype(work()) {  // call() with a result
@@ -39,7 +39,7 @@ class event_loop {
     return result;
   }
 
-  // On the loop's thread, or before run(). A descriptor is watched once; watching it again replaces what was asked.
+  // On the loop's thread, or before run(). A descriptor is watched once; another watch() replaces the earlier one.
   void watch(int fd, short events, std::function<void(short)> ready);
   void forget(int fd);
   timer_id after(std::chrono::milliseconds delay, std::function<void()> action);  // once

@@ -18,7 +18,7 @@ inline exit_status killed(int signal_number) {
   return {true, signal_number};
 }
 std::string to_string(const exit_status& status);  // "exit status 0", "signal 9 (Killed)"
-// What a shell would make of it: the code, or 128 and the signal.
+// The status that a shell would report: the code, or 128 plus the signal.
 int shell_status(const exit_status& status);
 
 // For the messages of a test that fails.

@@ -1,4 +1,4 @@
-// Whole files of the host, and where the running program's own companions lie.
+// Whole files of the host, and the folder of the running program.
 #pragma once
 
 #include <filesystem>
@@ -13,7 +13,7 @@ std::filesystem::path program_folder();
 
 // None when it cannot be opened.
 std::optional<std::string> read_whole_file(const std::filesystem::path& path);
-// Makes the folders above it too. Throws error when that does not work.
+// Makes the folders above the file too. Throws error when it cannot be written.
 void write_whole_file(const std::filesystem::path& path, std::string_view content);
 
 }  // namespace handset

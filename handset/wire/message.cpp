@@ -93,7 +93,7 @@ std::optional<message> receive_message(int socket) {
   do received = ::recvmsg(socket, &header, MSG_CMSG_CLOEXEC);
   while (received < 0 && errno == EINTR);
   if (received < 0) return std::nullopt;
-  errno = 0;  // the caller tells an end from a lack by it
+  errno = 0;  // by this the caller can distinguish the end from "nothing there"
   message result;
   take_fds(header, result.fds);
   if (!decode({packet.data(), static_cast<std::size_t>(received)}, result.fields)) return std::nullopt;

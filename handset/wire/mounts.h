@@ -1,4 +1,4 @@
-// What lies in a sandbox besides its own tree.
+// What a sandbox has besides its own tree.
 #pragma once
 
 #include <cstdint>

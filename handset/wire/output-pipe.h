@@ -15,7 +15,7 @@ class output_pipe {
   pub_fd open(int size);
   void pause();
   void resume();
-  // On the loop's thread: takes all that is there, paused or not. finish(): and no more will come.
+  // On the loop's thread: takes all that is there, paused or not. finish() closes the pipe: no more will come.
   void drain();
   void finish();
 

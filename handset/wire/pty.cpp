@@ -8,7 +8,7 @@
 
 namespace handset {
 
-// The attributes are set through the master: opening the slave here would make its closing look like its user's.
+// The attributes are set through the master: if the slave were opened here, its closing would look like its user's.
 std::optional<pty> open_pty() {
   pty made;
   made.master.reset(::open("/dev/ptmx", O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));

@@ -13,7 +13,7 @@ struct pty {
   std::string slave;  // its name
 };
 
-// None with errno set when there is none to be had.
+// None with errno set when no pseudo-terminal can be made.
 std::optional<pty> open_pty();
 
 }  // namespace handset

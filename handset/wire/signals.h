@@ -10,7 +10,7 @@ namespace handset {
 
 class end_signals {
  public:
-  // Make it before any thread: the signals (SIGINT, SIGTERM, SIGHUP) are blocked in the threads made later, too.
+  // Make it before any thread: the signals (SIGINT, SIGTERM, SIGHUP) are then blocked in all later threads, too.
   end_signals(event_loop& loop, std::function<void(int signal_number)> action);
 
  private:

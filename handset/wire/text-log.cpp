@@ -13,7 +13,7 @@ std::size_t count_in(std::string_view text, std::string_view needle) {
   return found;
 }
 
-// The part of text from a mark on; a mark behind the end leaves nothing.
+// The part of text from a mark on; a mark after the end leaves nothing.
 std::string_view behind(std::string_view text, std::size_t from) {
   return text.substr(std::min(from, text.size()));
 }
@@ -54,7 +54,7 @@ bool text_log::wait(std::chrono::milliseconds within, const std::function<bool()
 }
 
 bool text_log::wait_for(std::string_view needle, std::chrono::milliseconds within, std::size_t from) const {
-  // What was searched is not searched again: only the new text, and as much in front as may begin the needle.
+  // Old text is not searched again: only the new text, and as much before it as may begin the needle.
   std::size_t searched = from;
   return wait(within, [&, found = false]() mutable {
     if (found || searched > m_text.size()) return found;

@@ -1,4 +1,4 @@
-// Everything that a stream has said so far, and waiting for what it says next. Any thread may append, read and wait.
+// All text of a stream so far, and waits for the text that comes next. Any thread may append, read and wait.
 #pragma once
 
 #include <chrono>
@@ -21,12 +21,12 @@ class text_log {
   std::size_t size() const;                // bytes so far: a mark to give as `from` later
   std::size_t count(std::string_view needle, std::size_t from = 0) const;
 
-  // True as soon as the text behind byte `from` holds needle (at least `times` times). False when the time is over, or
+  // True as soon as the text from byte `from` on holds needle (at least `times` times). False when the time is over, or
   // the stream has ended without it.
   bool wait_for(std::string_view needle, std::chrono::milliseconds within = DEFAULT_WAIT, std::size_t from = 0) const;
   bool wait_count(std::string_view needle, std::size_t times, std::chrono::milliseconds within = DEFAULT_WAIT,
                   std::size_t from = 0) const;
-  // True as soon as `bytes` bytes have been said.
+  // True as soon as `bytes` bytes have come.
   bool wait_size(std::size_t bytes, std::chrono::milliseconds within = DEFAULT_WAIT) const;
   // True when the stream has ended.
   bool wait_end(std::chrono::milliseconds within = DEFAULT_WAIT) const;

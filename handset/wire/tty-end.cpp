@@ -30,7 +30,7 @@ short wait_ready(int fd, short events, time_point deadline) {
 
 }  // namespace
 
-// Adds what can be read to m_read_ahead; waits for something until the deadline. False when there is nothing to come.
+// Adds what can be read to m_read_ahead; waits for something until the deadline. False when nothing more will come.
 bool tty_end::fill(time_point deadline) {
   std::array<char, 4096> buffer;
   for (;;) {
@@ -88,7 +88,7 @@ bool tty_end::wait_hangup(std::chrono::milliseconds within) const {
 }
 
 termios tty_end::attributes() const {
-  // Asked of a master, the kernel tells about the other side.
+  // For a master the kernel returns the attributes of the other side.
   termios attributes{};
   tcgetattr(m_master.get(), &attributes);
   return attributes;

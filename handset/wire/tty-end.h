@@ -1,7 +1,7 @@
 // The far end of a tty: the master of the pseudo-terminal that a process, here "the service", opens under a /dev name.
 // A pseudo-terminal may split or join what was written: these calls are about the stream, never about single reads.
-// Once the service has closed a tty, reads end at once until it opens it again: after a restart, wait for the log line
-// that tells of that. One thread at a time.
+// Once the service has closed a tty, reads end at once until the service opens it again: after a restart, wait for the
+// log line that reports the opening. One thread at a time.
 #pragma once
 
 #include <termios.h>
@@ -18,10 +18,10 @@ namespace handset {
 
 class tty_end {
  public:
-  // The next count bytes. Shorter, with all that came, when the time is over or the other side hung up.
+  // The next count bytes. Fewer, all that came, when the time is over or the other side hung up.
   std::string read_exactly(std::size_t count, std::chrono::milliseconds within = DEFAULT_WAIT);
-  // Everything up to and including text; bytes behind it stay for the next read. Without text at its end when the time
-  // is over or the other side hung up.
+  // Everything up to and including text; bytes after it stay for the next read. The result does not end with text when
+  // the time is over or the other side hung up.
   std::string read_until(std::string_view text, std::chrono::milliseconds within = DEFAULT_WAIT);
   // What is there now, without waiting.
   std::string read_pending();

@@ -36,7 +36,7 @@ void tty_pump::watch() {
   if (m_master < 0 || m_reopen_timer) return;
   const int in = m_hold ? 0 : POLLIN;
   const int out = m_unsent.empty() ? 0 : POLLOUT;
-  // Nothing asked for still reports a hang-up, for ever: then it is not watched at all.
+  // Even a watch for no event reports a hang-up, again and again: so the master is not watched at all.
   if ((in | out) == 0) return m_loop.forget(m_master);
   m_loop.watch(m_master, static_cast<short>(in | out), [this](short events) { ready(events); });
 }
@@ -50,8 +50,8 @@ void tty_pump::ready(short events) {
   if (m_on_hangup) m_on_hangup();
 }
 
-// Polling a hung-up master returns at once, and nothing tells that its other side was opened again: a look now and
-// then.
+// Polling a hung-up master returns at once, and no event reports that its other side was opened again: so a timer
+// checks now and then.
 void tty_pump::wait_reopened() {
   m_reopen_timer = m_loop.after(REOPEN_CHECK, [this] {
     m_reopen_timer.reset();

@@ -1,5 +1,5 @@
-// A pseudo-terminal's master on an event loop: what comes in is handed on, what is to go out waits for room. It copes
-// with the far side closing and opening again, which a master is not told of. All on the loop's thread.
+// A pseudo-terminal's master on an event loop: what comes in is handed on, what is to go out waits for room. The far
+// side may close and open again, which the kernel does not report to a master. All on the loop's thread.
 #pragma once
 
 #include <cstddef>

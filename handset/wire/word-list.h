@@ -6,7 +6,7 @@
 
 namespace handset {
 
-// Null behind the last one; valid as long as the texts are.
+// A null pointer follows the last word. Valid as long as the texts are.
 inline std::vector<char*> pointers_to(std::vector<std::string>& texts) {
   std::vector<char*> result;
   result.reserve(texts.size() + 1);

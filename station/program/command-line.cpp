@@ -73,7 +73,7 @@ void add_word(CLI::App* app, const station_word_st& word, options_st* options) {
         ->required(word.m_least != 0)
         ->expected(static_cast<int>(std::max<std::size_t>(word.m_least, 1)), static_cast<int>(word.m_most))
         ->type_name("")
-        ->allow_extra_args(word.m_most > word.m_least);  // where it is on, the parser takes "[a,b]" apart
+        ->allow_extra_args(word.m_most > word.m_least);  // where this is on, the parser splits "[a,b]"
   }
   if (word.m_can_be_raw) command->add_flag("--raw", options->m_arguments.m_is_raw, "Send the text without a CR");
   if (!word.m_operations.empty()) {
@@ -141,7 +141,7 @@ class run_st {
     return finish(result, {}, result == STATION_OK ? station_value(request, judge.answer()) : std::nullopt);
   }
 
-  // Ends well with the time given or the interrupt; only a count that was not reached is a failure.
+  // The end of the given time and an interrupt are good ends; only a count that was not reached is a failure.
   int listen() {
     station_judge_st judge(m_options.m_expect == 0 ? station_rule_st{}
                                                    : station_rule_st{station_wait_en::COUNT, {}, m_options.m_expect});
@@ -161,7 +161,7 @@ class run_st {
     *m_io.m_out << (m_options.m_json ? station_render_json(entry) : station_render_text(entry, style)) << std::endl;
   }
 
-  // The link's own words say more than the meaning of the code, where the link is what failed.
+  // Where the link failed, its own error has more detail than the meaning of the code.
   std::string reason(station_exit_en code, const std::string& message) const {
     if (!message.empty()) return message;
     return code == STATION_PORT_GONE ? m_link.error() : station_exit_meaning(code);

@@ -10,7 +10,7 @@
 
 namespace {
 
-// Colour helps people; a file, a pipe and who asked for none get plain text.
+// Colour helps people. A file, a pipe and a user who set NO_COLOR get plain text.
 bool wants_color() {
   const char* no_color = std::getenv("NO_COLOR");
   const char* terminal = std::getenv("TERM");
@@ -18,7 +18,7 @@ bool wants_color() {
   return ::isatty(STDOUT_FILENO) != 0 && (terminal == nullptr || std::strcmp(terminal, "dumb") != 0);
 }
 
-// A run that is interrupted gives the port back before it ends, so the signals arrive as something to read.
+// An interrupted run gives the port back before it ends, so the signals arrive on a descriptor.
 int open_signal_fd() {
   sigset_t signals;
   sigemptyset(&signals);

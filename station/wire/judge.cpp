@@ -72,7 +72,7 @@ std::optional<station_exit_en> station_judge_st::take_text(const stream_item_st&
   return m_rule.m_wait == station_wait_en::AT_FINAL ? final_result : std::nullopt;
 }
 
-// Of several, an answer that is no good decides, and a damaged one most.
+// Of several answers an error answer decides over a good one, and a damaged one over both.
 std::optional<station_exit_en> station_judge_st::count(station_exit_en verdict) {
   const auto rank = [](station_exit_en code) {
     return code == STATION_DAMAGED ? 2 : static_cast<int>(code != STATION_OK);

@@ -14,7 +14,7 @@ enum class station_wait_en {
   FRAME,     // a frame with an id that answers the request
   AT_FINAL,  // OK, ERROR, +CME ERROR or +CMS ERROR; or the error frame with id 0, which the phone sends for text
   COUNT,     // so many frames and texts, whatever they are
-  NOTHING,   // nothing does
+  NOTHING,   // nothing ends it
 };
 
 struct station_rule_st {
@@ -48,5 +48,5 @@ class station_judge_st {
   bool m_has_damage = false;
 };
 
-// What a line of AT text ends a command with: STATION_OK, STATION_ERROR_ANSWER, or none when it is no final result.
+// The result with which a line of AT text ends a command: STATION_OK, STATION_ERROR_ANSWER; none for any other line.
 std::optional<station_exit_en> station_at_final(const std::string& line);

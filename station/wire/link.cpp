@@ -55,7 +55,7 @@ station_link_st::~station_link_st() {
 
 void station_link_st::close() {
   if (m_fd < 0) return;
-  // A pseudo-terminal keeps the mark after the last close, and would refuse whoever comes next.
+  // A pseudo-terminal keeps the mark even after the last close, and would refuse the next program.
   if (m_is_exclusive) ::ioctl(m_fd, TIOCNXCL);
   // The line stays raw: with the echo of a fresh terminal, what the phone still sends would come back to it as
   // requests.
@@ -86,7 +86,7 @@ station_exit_en station_link_st::open(const std::string& path, unsigned baud) {
   return result;
 }
 
-// The lock keeps other stations out, the exclusive mark every program that knows of no lock.
+// The lock keeps other stations out. The exclusive mark keeps out every program that does not know the lock.
 station_exit_en station_link_st::take() {
   if (::isatty(m_fd) == 0) return fail(STATION_NO_PORT, "not a terminal");
   if (::flock(m_fd, LOCK_EX | LOCK_NB) != 0) {
@@ -103,7 +103,7 @@ station_exit_en station_link_st::set_raw(unsigned baud) {
   if (::tcgetattr(m_fd, &line) != 0) return fail(STATION_NO_PORT, fmt::format("tcgetattr: {}", strerror(errno)));
   ::cfmakeraw(&line);
   line.c_cflag |= CLOCAL | CREAD;
-  line.c_cc[VMIN] = 1;  // a read without bytes is EAGAIN, so that a read of 0 means hung up
+  line.c_cc[VMIN] = 1;  // a read without bytes gives EAGAIN, so 0 means hung up
   line.c_cc[VTIME] = 0;
   if (const speed_st* speed = find_speed(baud)) ::cfsetspeed(&line, speed->m_speed);
   if (::tcsetattr(m_fd, TCSANOW, &line) != 0)

@@ -1,5 +1,5 @@
 // The station's end of the serial line: one port, held for this process alone, raw, with a deadline on every wait.
-// Results are exit codes, because each failure here is the end of a run; error() says what happened in words.
+// Results are exit codes, because each failure here is the end of a run; error() describes what happened.
 #pragma once
 
 #include <chrono>
@@ -26,10 +26,11 @@ class station_link_st {
   // Every wait ends with STATION_INTERRUPTED as soon as the descriptor is readable. Borrowed; -1 for none.
   void set_stop_fd(int fd) { m_stop_fd = fd; }
 
-  // Writes all of it, or says why not: STATION_NO_ANSWER at the deadline, STATION_PORT_GONE, STATION_INTERRUPTED.
+  // Writes all bytes. Otherwise returns why not: STATION_NO_ANSWER at the deadline, STATION_PORT_GONE,
+  // STATION_INTERRUPTED.
   station_exit_en write_all(std::span<const std::uint8_t> bytes, station_time deadline);
 
-  // Waits for bytes and reads what there is, at least one: *count tells how many. Results as of write_all.
+  // Waits for bytes and reads what there is, at least one byte; *count is their number. Results as of write_all.
   station_exit_en read_some(std::span<std::uint8_t> room, station_time deadline, std::size_t* count);
 
   const std::string& error() const { return m_error; }

@@ -22,7 +22,7 @@ constexpr std::size_t LINE_VALUE_LIMIT = 64;  // bytes of a value that a line sh
 struct decoded_st {
   std::uint8_t m_id = 0;
   std::vector<amt_atom_st> m_atoms;
-  std::size_t m_rest = 0;  // bytes behind the last atom that are none
+  std::size_t m_rest = 0;  // bytes after the last atom that are no atom
 };
 
 // Fills a codec frame with the payload, and the view of it that people read. The atoms point into the frame.
@@ -67,7 +67,7 @@ std::string hex(bytes_view bytes) {
   return fmt::format("{:02X}", fmt::join(bytes, ""));
 }
 
-// Byte strings are often padded text; then the text says more than the digits.
+// Byte strings are often padded text; then the text is easier to read than the digits.
 bool is_mostly_text(bytes_view bytes) {
   const auto is_plain = [](std::uint8_t byte) { return (byte >= 0x20 && byte < 0x7F) || byte == '\r' || byte == '\n'; };
   return std::ranges::all_of(bytes, is_plain) && !stream_line(bytes).empty();
@@ -176,7 +176,7 @@ std::string utc_text(std::chrono::system_clock::time_point point) {
                      clock_text(time, point));
 }
 
-// A value from the wire need not be UTF-8; what is not shows as U+FFFD here, and as it came in "hex".
+// A value from the wire need not be UTF-8. Bytes that are not show as U+FFFD here; "hex" has them as they came.
 std::string one_line(const json& object) {
   return object.dump(-1, ' ', false, json::error_handler_t::replace);
 }

@@ -7,7 +7,7 @@
 
 namespace {
 
-// The value is padded with line ends, and with zeros by some.
+// The phone pads the value with line ends, sometimes with zeros too.
 std::string atom_value(const amt_atom_st& atom) {
   if (atom.m_type == AMT_ATOM_INT && atom.m_value.size() == 4) {
     return std::to_string(static_cast<std::int32_t>(amt_read_u32(atom.m_value.data())));
@@ -29,7 +29,7 @@ std::optional<std::string> frame_value(const station_request_st& request, const 
   return text;
 }
 
-// Behind `^DBTADDR:` stands the value, with a blank before it and quotes around it or without.
+// The value follows `^DBTADDR:`. A blank before it and quotes around it are optional.
 std::optional<std::string> line_value(const station_request_st& request, const std::vector<std::string>& lines) {
   for (const std::string& line : lines) {
     if (!line.starts_with(request.m_value.m_line)) continue;
@@ -50,7 +50,7 @@ void station_start_frame(std::uint8_t command_id, station_request_st* request) {
 
 std::array<std::uint8_t, 2> station_answer_ids(std::uint8_t request_id) {
   const auto next_id = static_cast<std::uint8_t>(request_id + 1);
-  // The phone answers the GPS test like GPS control; what it refuses has the test's own id.
+  // The phone answers the GPS test like GPS control; a refusal has the test's own id.
   return {request_id == AMT_GPS_TEST_CMD ? std::uint8_t{AMT_GPS_CONTROL_RSPCMD} : next_id, next_id};
 }
 

@@ -13,14 +13,14 @@
 
 // Where the answer holds what was asked for.
 struct station_value_st {
-  const char* m_line = nullptr;           // what the line of text with it begins with
-  std::array<std::uint8_t, 2> m_atoms{};  // the atoms of the frame; 0: none
+  const char* m_line = nullptr;           // the start of the text line that holds the value
+  std::array<std::uint8_t, 2> m_atoms{};  // the frame's atoms that hold the value; 0: none
 };
 
 struct station_request_st {
   bool m_is_frame = false;
   amt_message_st m_frame{};  // the bare frame, when it is one
-  std::string m_text;        // AT text as it goes out, otherwise
+  std::string m_text;        // otherwise AT text, as it goes out
   station_value_st m_value{};
 };
 
@@ -36,8 +36,8 @@ void station_start_frame(std::uint8_t command_id, station_request_st* request);
 // The ids of the frames that answer a request, the one of success first.
 std::array<std::uint8_t, 2> station_answer_ids(std::uint8_t request_id);
 
-// What the answer says, for the last line of the output, several values with commas between them; none when it
-// does not hold what was asked for. A value can be empty: nothing was ever written.
+// The answer's value for the last line of the output, several values with commas between them. None when the answer
+// does not hold what was asked for. A value is empty when the phone never had one.
 std::optional<std::string> station_value(const station_request_st& request, const station_answer_st& answer);
 
 // The bytes of a request on a link of this form. Empty when the frame is too long to be wrapped.

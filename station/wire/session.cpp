@@ -9,7 +9,7 @@ using clock = std::chrono::steady_clock;
 using chunk_st = std::array<std::uint8_t, 4096>;
 
 constexpr std::chrono::milliseconds LINE_FEED_WAIT{50};  // the LF follows its CR at once or not at all
-constexpr int EARLIER_READS = 16;                        // a line that never stops must not keep the request back
+constexpr int EARLIER_READS = 16;                        // a line that never stops must not hold up the request
 
 bool is_blank(const stream_item_st& item) {
   return item.m_kind == stream_kind_en::TEXT && stream_line(item.m_bytes).empty();
@@ -24,7 +24,7 @@ void station_session_st::show_earlier() {
   chunk_st chunk;
   std::size_t count = 0;
   for (int reads = 0; reads < EARLIER_READS; ++reads) {
-    // Whatever ends this early meets the write that follows as well, and is reported there.
+    // A failure here also fails the write that follows, which reports it.
     if (m_link->read_some(chunk, clock::now(), &count) != STATION_OK) return;
     m_splitter.feed(std::span(chunk).first(count), sink);
   }
@@ -39,7 +39,7 @@ station_exit_en station_session_st::send(std::span<const std::uint8_t> bytes, bo
   return STATION_OK;
 }
 
-// When to stop waiting for the rest of what is held back.
+// The time at which to stop waiting for the rest of a held item.
 station_time station_session_st::quiet_end(std::chrono::milliseconds part_wait) const {
   switch (m_splitter.pending()) {
     case stream_pending_en::LINE_FEED:

@@ -1,4 +1,4 @@
-// Sends on a link and takes what comes back apart; shows every item with its time, and asks a judge when to stop.
+// Sends on a link, cuts what comes back into items, shows every item with its time, and asks a judge when to stop.
 #pragma once
 
 #include <functional>
@@ -18,11 +18,11 @@ class station_session_st {
   station_session_st(station_link_st* link, station_show show, stream_form_en form = stream_form_en::WRAPPED)
       : m_link(link), m_show(std::move(show)), m_form(form), m_splitter(form) {}
 
-  // Shows what lies on the line from before, so that it is not taken for the answer, and sends the request's bytes.
+  // Shows what already waits on the line, so that it is not taken for the answer; then sends the request's bytes.
   station_exit_en send(std::span<const std::uint8_t> bytes, bool is_frame, station_time deadline);
 
-  // Receives until the judge decides, the deadline passes or the link ends. A frame or line of which nothing came for
-  // part_wait is shown as it is.
+  // Receives until the judge decides, the deadline passes or the link ends. An unfinished frame or line is shown as it
+  // is when nothing more of it came for part_wait.
   station_exit_en receive(station_judge_st* judge, station_time deadline, std::chrono::milliseconds part_wait);
 
  private:

@@ -10,13 +10,13 @@ using found_item = std::optional<stream_item_st>;
 
 constexpr std::uint8_t MAGIC[] = {0xAA, 0xBB, 0xCC, 0xDD};
 constexpr std::size_t LENGTH_END = 8;   // magic and length field
-constexpr std::size_t LENGTH_MORE = 8;  // the length field counts the frame and these 8; the whole is 8 longer still
+constexpr std::size_t LENGTH_MORE = 8;  // the length field is the frame's size plus 8; the whole is the length field plus 8
 
 bool is_line_end(std::uint8_t byte) {
   return byte == '\r' || byte == '\n';
 }
 
-constexpr std::size_t HEAD_MARK_END = 3;  // a bare frame's length, and the mark behind it
+constexpr std::size_t HEAD_MARK_END = 3;  // a bare frame's length, and the mark after it
 
 // How many bytes of the magic the bytes start with; a shorter match counts only where the bytes end.
 std::size_t magic_match(bytes_view bytes) {
@@ -24,7 +24,7 @@ std::size_t magic_match(bytes_view bytes) {
   return std::equal(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count), std::begin(MAGIC)) ? count : 0;
 }
 
-// Where the next frame may start behind the first byte; the size when nowhere.
+// The first place after the first byte where a frame may start; the size when there is none.
 std::size_t next_magic(bytes_view bytes) {
   std::size_t at = 1;
   while (at < bytes.size() && magic_match(bytes.subspan(at)) == 0) ++at;
@@ -95,7 +95,7 @@ found_item first_frame(bytes_view bytes, bool is_last) {
   return frame_item(bytes.first(next_magic(bytes)), stream_fault_en::INCOMPLETE);
 }
 
-// Where the line ends whose first line-end byte behind its text is at `at`; 0 when the next byte must be seen first.
+// The end of the line; `at` is its first line-end byte after the text. 0 when the next byte must be seen first.
 std::size_t line_end(bytes_view bytes, std::size_t at, bool is_last) {
   if (bytes[at] == '\n') return at + 1;
   if (at + 1 == bytes.size()) return is_last ? at + 1 : 0;
@@ -130,7 +130,7 @@ bool may_be_bare_head(bytes_view bytes) {
   return size < AMT_FRAME_HEAD_SIZE || amt_read_u16(bytes.data() + 4) == total - AMT_FRAME_HEAD_SIZE;
 }
 
-// Where the next bare frame may start behind the first byte: a head of which at least so many bytes are there.
+// The first place after the first byte where a bare frame may start: a head of which at least so many bytes are there.
 std::size_t next_bare_head(bytes_view bytes, std::size_t least) {
   for (std::size_t at = 1; at + least <= bytes.size(); ++at) {
     if (may_be_bare_head(bytes.subspan(at))) return at;
@@ -138,8 +138,8 @@ std::size_t next_bare_head(bytes_view bytes, std::size_t least) {
   return bytes.size();
 }
 
-// What is no frame, up to the next one. It is held back until a whole head follows it, so that the items do not depend
-// on how the bytes came. A full buffer keeps its last two bytes, which may open a head.
+// The bytes up to the next frame, which are no frame themselves. They are held back until a whole head follows them, so
+// that the items do not depend on how the bytes came. A full buffer keeps its last two bytes, which may open a head.
 found_item bare_noise(bytes_view bytes, bool is_last) {
   std::size_t at = next_bare_head(bytes, is_last ? HEAD_MARK_END : AMT_FRAME_HEAD_SIZE);
   if (at == bytes.size() && !is_last) return std::nullopt;

@@ -1,13 +1,13 @@
-// Cuts the byte stream of a link into what it is made of. On a PC link the phone mixes wrapped frames and lines of AT
-// text on one tty, and the tty splits and joins them anyhow, so no read can be taken for a message.
+// Cuts the byte stream of a link into its items. On a PC link the phone mixes wrapped frames and lines of AT text on
+// one tty. The tty splits and joins them at any place, so no read can be taken for a message.
 //
-// Policy: a frame is what starts with the magic; its length field says where it ends and its checksum is checked here,
-// because nobody behind the station does. After a damaged frame the search goes on at the next magic inside it, so that
-// one lying length does not swallow the frames behind it. The application's link carries bare frames and nothing
-// else: there a frame is what starts with a head whose two lengths agree, and every other byte is noise. Everything
-// else on a PC link is lines; a line with control bytes, or that is not UTF-8, is noise. Every byte fed comes out in
-// exactly one item, and the items do not depend on how the bytes were split. Pure: no descriptor, no clock, no
-// allocation, a buffer of fixed size.
+// Policy: a frame is what starts with the magic. Its length field gives its end. Its checksum is checked here, because
+// no later reader checks it. After a damaged frame the search goes on at the next magic inside it, so that one false
+// length does not swallow the frames after it. Everything else on a PC link is lines; a line with control bytes, or
+// that is not UTF-8, is noise. The application's link carries bare frames and nothing else: there a frame is what
+// starts with a head whose two lengths agree, and every other byte is noise. Every byte fed comes out in exactly one
+// item, and the items do not depend on how the bytes were split. Pure: no descriptor, no clock, no allocation, a
+// buffer of fixed size.
 #pragma once
 
 #include <array>
@@ -49,7 +49,7 @@ struct stream_item_st {
 
 using stream_sink = std::function<void(const stream_item_st&)>;
 
-// What the splitter holds back, and so how long it is worth waiting for more.
+// What the splitter holds back. This decides how long it is worth waiting for more.
 enum class stream_pending_en {
   NOTHING,
   LINE_FEED,  // a line that ended in CR; only the LF that may belong to it is open

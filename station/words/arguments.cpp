@@ -44,7 +44,7 @@ std::optional<std::vector<std::uint8_t>> parse_hex(std::string_view text) {
   return bytes;
 }
 
-// What adding an atom came to; a value that is wrong says so in the words of its type.
+// The outcome of adding an atom. The row of the atom's type has the words for a wrong value.
 enum class added_en { ADDED, BAD_VALUE, TOO_LONG };
 
 added_en as_added(bool is_added) {

@@ -32,7 +32,7 @@ constexpr station_parameter_st LOOP_TYPE = any_number("TYPE");
 constexpr station_parameter_st MODE = any_number("MODE");
 constexpr station_parameter_st ADC_VALUES[] = {any_number("V1"), any_number("V2"), any_number("V3"), any_number("V4")};
 constexpr station_parameter_st CONTROL{"CONTROL", false, 1, 2};
-// The phone sends a fixed count of characters to the modem: behind two digits the line end is missing.
+// The phone sends a fixed count of characters to the modem: after two digits the line end would be missing.
 constexpr station_parameter_st MODEM_CHANNEL{"CHANNEL", false, 0, 9};
 // The phone counts the items from 1 where it writes them and from 0 where it reads them. It would take a result that
 // is none of the three for "unknown".
@@ -44,7 +44,7 @@ constexpr station_parameter_st STATION{"STATION", false, 0, 99};
 constexpr station_parameter_st STATION_RESULT{"RESULT", false, 0, 9};
 constexpr station_parameter_st DESCRIPTION{"DESCRIPTION", true, 0, 127, 127};
 
-// What an operation says as text, then what it says as a frame.
+// In each row the operation as text comes first, then the operation as a frame.
 // clang-format off
 constexpr operation BT_ADDRESS[] = {
     {"get", {}, "AT^DBTADDR?\r", "^DBTADDR:", BOTH, AMT_BLUETOOTH_ADDRESS_CMD,
@@ -58,7 +58,7 @@ constexpr operation WIFI_ADDRESS[] = {
     {"set", {&ADDRESS}, "AT^DWIFIADDR=\"{0}\"\r", nullptr, BOTH, AMT_WIFI_TEST_CMD,
      {{AMT_ATOM_WIFI_OPERATION, "int=1"}, {AMT_ATOM_WIFI_ADDRESS, "str={0}"}}, {}},
 };
-// The phone takes a CR behind the number for a part of it, so the text that writes it has none.
+// The phone takes a CR after the number for a part of the number, so the text that writes it has none.
 constexpr operation PCBA_SN[] = {
     {"get", {}, "AT^DPCBACTRL=1\r", "^DPCBACTRL:", PC, AMT_BOARD_PCBA_CTRL_CMD,
      {{AMT_ATOM_PCBA_OPERATION, "u8=1"}}, {AMT_ATOM_PCBA_SERIAL}},
@@ -74,12 +74,12 @@ constexpr operation BOARD_SN[] = {
     {"get", {}, "AT^DMSN\r", "^DMSN:", BOTH, AMT_READ_BOARD_CMD, {}, {AMT_ATOM_BOARD}},
     {"set", {&IDENTITY}, "AT^DMSN={0}\r", nullptr, BOTH, AMT_WRITE_BOARD_CMD, {{AMT_ATOM_BOARD, "str={0}"}}, {}},
 };
-// Request 219 of a PC link is another one: it can only forbid.
+// Request 219 of a PC link is a different request: it can only forbid.
 constexpr operation AMT1_FLAG[] = {
     {"get", {}, "AT^DAMT1=2\r", "^DAMT1:", APP, AMT_DAMT1_CMD, {{AMT_ATOM_AMT1_FLAG, "int=2"}}, {AMT_ATOM_AMT1_FLAG}},
     {"set", {&FLAG}, "AT^DAMT1={0}\r", nullptr, APP, AMT_DAMT1_CMD, {{AMT_ATOM_AMT1_FLAG, "int={0}"}}, {}},
 };
-// The application asks the same request, but gets the platform's version.
+// The application's same request gets the platform's version instead.
 constexpr operation SW_VERSION[] = {
     {"", {}, "AT^DSVER\r", "^DSVER:", PC, AMT_VERSION_CMD, {{AMT_ATOM_MODULE, "int=16"}}, {AMT_ATOM_VERSION}},
 };
@@ -92,7 +92,7 @@ constexpr operation CHECK[] = {
 constexpr operation BLUETOOTH[] = {
     {"on", {}, "AT^DBTCTRL=1\r", nullptr, BOTH, AMT_BLUETOOTH_ADDRESS_CMD, {{AMT_ATOM_BT_OPERATION, "int=11"}}, {}},
     {"off", {}, "AT^DBTCTRL=0\r", nullptr, BOTH, AMT_BLUETOOTH_ADDRESS_CMD, {{AMT_ATOM_BT_OPERATION, "int=10"}}, {}},
-    // The phone answers twice, from the two processes that it then is: at once, and when Bluetooth is on.
+    // The phone answers twice, because two processes of the service then run: at once, and when Bluetooth is on.
     {"start", {}, nullptr, nullptr, BOTH, AMT_BLUETOOTH_CMD, {}, {}},
 };
 // As text, reading starts GPS by itself.
@@ -140,7 +140,7 @@ constexpr operation AUDIO[] = {
     {"on", {}, nullptr, nullptr, APP, AMT_BELL_CMD, {{AMT_ATOM_SWITCH, "flag=1"}}, {}},
     {"off", {}, nullptr, nullptr, APP, AMT_BELL_CMD, {{AMT_ATOM_SWITCH, "flag=0"}}, {}},
 };
-// Off needs no type: what the phone takes for a missing one is 0.
+// Off needs no type: the phone takes a missing type as 0.
 constexpr operation AUDIO_LOOP[] = {
     {"on", {&LOOP_TYPE}, nullptr, nullptr, APP, AMT_AUDIOLOOP_CMD,
      {{AMT_ATOM_SWITCH, "flag=1"}, {AMT_ATOM_LOOP_TYPE, "int={0}"}}, {}},
@@ -152,8 +152,8 @@ constexpr operation BATTERY[] = {
     {"voltage", {}, nullptr, nullptr, APP, AMT_READ_BATTERY_CMD, {}, {AMT_ATOM_VOLTAGE}},
     {"temperature", {}, nullptr, nullptr, APP, AMT_TEMPERATURE_CMD, {}, {AMT_ATOM_TEMPERATURE}},
 };
-// The phone writes the four values into a record and into a command for the battery's driver, which holds 38 characters
-// of them: of more, the two would not be the same.
+// The phone writes the four values into a record and into a command for the battery's driver. The command holds 38
+// characters of them: with more, record and command would differ.
 constexpr operation ADC[] = {
     {"get", {}, nullptr, nullptr, PC, AMT_READ_VBATT_ADC_CMD, {}, {AMT_ATOM_ADC}},
     {"set", {&ADC_VALUES[0], &ADC_VALUES[1], &ADC_VALUES[2], &ADC_VALUES[3]}, nullptr, nullptr, PC,
@@ -249,8 +249,8 @@ std::size_t parameter_count(const operation& row) {
   return static_cast<std::size_t>(std::ranges::count_if(row.m_parameters, [](auto* one) { return one != nullptr; }));
 }
 
-// The operation that the words name, with the name taken off; without a word, the first where the word may stand alone.
-// Null: none of that form.
+// The operation that fits `words`; its name, if it has one, is taken off them. Without words: the first operation of a
+// word that may stand alone. Null: none fits.
 const operation* find_operation(const station_word_st& word, texts* words) {
   const auto rows = word.m_operations;
   if (words->empty() && word.m_least == 0) return rows.data();
@@ -264,7 +264,7 @@ const operation* find_operation(const station_word_st& word, texts* words) {
   return nullptr;
 }
 
-// A character that would end the parameter, or the command, before its time.
+// A character that would end the parameter or the command too early.
 bool is_separator(char character) {
   const auto byte = static_cast<std::uint8_t>(character);
   return character == ',' || character == '"' || byte < 0x20 || byte == 0x7F;
@@ -304,14 +304,14 @@ std::string fill_in(const char* pattern, texts values) {
   return fmt::format(fmt::runtime(pattern), value(0), value(1), value(2), value(3));
 }
 
-// Whether the operation goes as a frame; a sentence that says why it cannot go as wished.
+// *is_frame: whether the operation goes as a frame. Returns why it cannot go as wished; empty when it can.
 std::string choose_form(const operation& row, const station_arguments_st& arguments, bool* is_frame) {
   const bool is_app = arguments.m_form == stream_form_en::BARE;
   const bool has_frame = row.m_links == BOTH || row.m_links == (is_app ? APP : PC);
   *is_frame = is_app || arguments.m_is_frame || row.m_at == nullptr;
   if (!*is_frame || has_frame) return {};
   if (is_app) return "this is for the PC link: use --port";
-  return row.m_at != nullptr ? "this is no frame of the PC link" : "this is for the application's link: use --app";
+  return row.m_at != nullptr ? "the PC link has no frame for this" : "this is for the application's link: use --app";
 }
 
 std::string build_frame(const operation& row, texts values, station_request_st* request) {

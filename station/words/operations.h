@@ -1,5 +1,5 @@
-// The words for what a factory does with a phone: each operation of a word says how it is asked for as AT text and as a
-// frame, on which link, and where the answer holds the value. Pure data and a few lines that fill it in.
+// The words for what a factory does with a phone. Each operation of a word has its AT text and its frame, the links
+// that carry it, and the place of the value in the answer. Pure data and a few lines that fill it in.
 #pragma once
 
 #include <span>
@@ -11,6 +11,6 @@
 // The words, for the table of all words.
 std::span<const station_word_st> station_operation_words();
 
-// Makes the request that the arguments ask for; gives what is wrong with them, empty when nothing is.
+// Makes the request that the arguments ask for. Returns what is wrong with them; empty when nothing is.
 std::string station_build_operation(const station_word_st& word, const station_arguments_st& arguments,
                                     station_request_st* request);

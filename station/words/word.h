@@ -15,8 +15,8 @@
 // Which links have a handler for the frame. AT text is for the PC link alone.
 enum class station_links_en { NONE, PC, APP, BOTH };
 
-// A parameter is a number from m_least to m_most, or text of at most so many characters: longer text would be cut by
-// the phone without a word, so it is refused here. Text in a frame may be longer than in an AT command.
+// A parameter is a number from m_least to m_most, or text of at most m_most characters: the phone would cut longer text
+// without any report, so it is refused here. Text in a frame may be longer than in an AT command.
 struct station_parameter_st {
   const char* m_name;
   bool m_is_text;
@@ -31,23 +31,23 @@ struct station_atom_st {
   const char* m_value = nullptr;
 };
 
-// In m_at and m_atoms {0} to {3} stand for the parameters.
+// {0} to {3} in m_at and m_atoms stand for the parameters.
 struct station_operation_st {
   const char* m_name;  // empty: the word's arguments are the parameters
   std::array<const station_parameter_st*, 4> m_parameters;
   const char* m_at;    // the text as it goes out, with its CR where it needs one; null: there is none
-  const char* m_line;  // what the information line with the value begins with; null: there is no value
+  const char* m_line;  // the start of the information line that holds the value; null: there is no value
   station_links_en m_links;
   std::uint8_t m_frame_id;
   station_atom_st m_atoms[4];                  // those of the request
   std::array<std::uint8_t, 2> m_answer_atoms;  // the atoms that hold the value; 0: none
-  std::size_t m_most_together = 0;             // characters of all parameters; 0: as many as they like
+  std::size_t m_most_together = 0;             // most characters of all parameters; 0: no limit
 };
 
 struct station_arguments_st {
   std::vector<std::string> m_words;  // as many as the row allows
   bool m_is_raw = false;
-  bool m_is_frame = false;  // a frame is wanted where text would do
+  bool m_is_frame = false;  // send a frame even where there is AT text
   stream_form_en m_form = stream_form_en::WRAPPED;
 };
 
@@ -58,7 +58,7 @@ struct station_word_st {
   std::size_t m_least;  // arguments
   std::size_t m_most;
   bool m_can_be_raw;  // has --raw
-  // Makes the request; gives what is wrong with the arguments, empty when nothing is. Null: the operations do it.
+  // Makes the request. Returns what is wrong with the arguments; empty when nothing is. Null: the operations do it.
   std::string (*m_build)(const station_arguments_st& arguments, station_request_st* request);
   std::span<const station_operation_st> m_operations;  // without these either, the word only listens
 

@@ -48,7 +48,7 @@ constexpr station_word_st WORDS[] = {
      false,
      build_frame,
      {}},
-    {"at", "TEXT", "Send AT text and the CR behind it", 1, 1, true, build_at, {}},
+    {"at", "TEXT", "Send AT text and a CR after it", 1, 1, true, build_at, {}},
     {"version",
      "CODE",
      "Ask for a version: product, software, l1, hls, platform, app, hardware, whole, or a number",

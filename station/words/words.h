@@ -10,6 +10,6 @@
 // All of them, in the order of the help.
 const std::vector<station_word_st>& station_words();
 
-// Makes a word's request; gives what is wrong with the arguments, empty when nothing is.
+// Makes a word's request. Returns what is wrong with the arguments; empty when nothing is.
 std::string station_build(const station_word_st& word, const station_arguments_st& arguments,
                           station_request_st* request);

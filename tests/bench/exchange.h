@@ -15,8 +15,8 @@ double time_answers(const terminal& pc, std::span<const std::uint8_t> request, s
 // Bytes per second of a stream of 4000-byte blocks. Every byte is compared.
 double measure_stream(const terminal& from, const terminal& to, int blocks);
 
-// Sends the block until the other side shows something, then lets both become quiet: the contender is up. False: it
-// does not come up, or carries nothing back.
+// Sends the block until the other side shows something, then lets both become quiet: the contender is up. False: the
+// contender does not come up, or carries nothing back.
 bool wait_until_relaying(const terminal& pc, const terminal& modem, std::span<const std::uint8_t> block);
-// Likewise for a contender that answers; what it answers is given back.
+// The same for a contender that answers; returns its answer.
 std::vector<std::uint8_t> learn_answer(const terminal& pc, std::span<const std::uint8_t> request);

@@ -1,6 +1,6 @@
-// Measures the service beside minimal programs, all in one run: the contenders take turns, round by round, and what is
-// printed are the medians of each round's ratio to the minimal relay, with quartiles. The minimal relay takes part
-// twice, so that its second row shows what the noise is.
+// Measures the service beside minimal programs, all in one run. The contenders take turns, round by round. It prints
+// the medians of each round's ratio to the minimal relay, with quartiles. The minimal relay takes part twice, so that
+// its second row shows the noise.
 #include <fmt/format.h>
 #include <unistd.h>
 
@@ -55,7 +55,7 @@ bytes version_request() {
   return wrapped(message);
 }
 
-// A text that is nobody's: it passes every check on its way to the modem.
+// A text that no command takes: it passes every check on its way to the modem.
 bytes text_block() {
   bytes block = to_bytes("AT^BENCH=");
   while (block.size() < BLOCK_SIZE - 1) block.push_back(static_cast<std::uint8_t>('0' + block.size() % 10));

@@ -43,7 +43,7 @@ void keep(const void* memory) {
   asm volatile("" : : "g"(memory) : "memory");
 }
 
-// What no drawing of the banner can do without, into memory of the same size.
+// The least work that any drawing of the banner needs, into memory of the same size.
 void draw_barely(std::vector<std::uint8_t>& screen, std::size_t screen_row) {
   constexpr std::size_t ROW = std::size_t{BANNER_WIDTH} * 2;
   static std::vector<std::uint8_t> pixels(ROW * BANNER_HEIGHT);

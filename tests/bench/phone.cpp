@@ -60,7 +60,7 @@ void measure_handshake() {
              found.m_high, *std::max_element(times.begin(), times.end()));
 }
 
-// A radio request of the application, what the modem is told and what it says; bytes of the answer frame.
+// A radio request of the application, what the modem gets and what it answers; bytes of the answer frame.
 const std::string REQUEST("\x06\x00\xBB\x0D\x00\x00", 6);
 constexpr std::string_view TEXT = "AT^DTTEST=0D\r";
 constexpr std::string_view REPLY = "\r\n^DTTEST: 0E00000000\r\n\r\nOK\r\n";
@@ -127,7 +127,7 @@ handset::phone_options platform_options(bool filtered) {
   return options;
 }
 
-// The platform set-up with a modem that is played here: it confirms that it is silenced.
+// The platform set-up. The modem is played here and confirms that it is silenced.
 void start_platform(handset::phone& phone) {
   constexpr std::string_view SILENCING = "AT^DLKS=0\r";
   phone.start();

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t COUNTER_SIZE = sizeof(std::atomic<unsigned long>);
 
-// The number behind a line's name, summed over the lines that begin so.
+// The number after a line's name, summed over all lines that begin with that name.
 long sum_lines(const std::filesystem::path& path, std::string_view name) {
   std::ifstream file(path);
   long sum = 0;

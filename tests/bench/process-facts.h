@@ -1,4 +1,4 @@
-// What the kernel and the preloaded counter tell of a running service.
+// What the kernel and the preloaded counter report about a running service.
 #pragma once
 
 #include <sys/types.h>

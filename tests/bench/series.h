@@ -1,4 +1,4 @@
-// Numbers of a contender, one for each round, and what is printed of them: medians and quartiles.
+// Numbers of a contender, one for each round, and what is printed about them: medians and quartiles.
 #pragma once
 
 #include <string>

@@ -17,7 +17,7 @@ class terminal {
   // Both end the program with a message when the terminal fails; a benchmark that hangs is ended by its alarm.
   void write(std::span<const std::uint8_t> bytes) const;
   void read(std::span<std::uint8_t> bytes) const;  // exactly that many
-  // What comes until nothing came for quiet_ms; empty when nothing comes at all.
+  // Everything that comes until the line is quiet for quiet_ms; empty when nothing comes at all.
   std::vector<std::uint8_t> read_until_quiet(int quiet_ms) const;
 
  private:

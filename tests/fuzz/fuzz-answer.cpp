@@ -1,4 +1,4 @@
-// The pieces in which the modem's answers are read: what they give lies inside the answer.
+// The functions that read the modem's answers: what they return lies inside the answer.
 #include <algorithm>
 #include <memory>
 

@@ -1,5 +1,5 @@
-// The dispatcher on an arbitrary block: it is answered, or carried to the modem byte for byte. Behind it a block of the
-// modem, which may confirm what was captured.
+// The dispatcher on an arbitrary block: it is answered, or carried to the modem byte for byte. After it comes a block
+// of the modem, which may confirm what was captured.
 #include <algorithm>
 #include <memory>
 
@@ -18,7 +18,7 @@ void dispatch(fuzz_phone& phone, fuzz_bytes block, bool has_modem) {
   const auto before = std::make_unique<amt_message_st>(request);
   const std::int32_t result = handle_amt_pc_req();
 
-  FUZZ_CHECK(result == (block.empty() ? ERR_ARGUMENT : ERR_NONE));  // the PC can always be told
+  FUZZ_CHECK(result == (block.empty() ? ERR_ARGUMENT : ERR_NONE));  // the PC can always be answered
   FUZZ_CHECK(request.m_buf_len == before->m_buf_len && request.m_buf_a == before->m_buf_a);
   const auto to_pc = phone.sent_to_pc();
   const auto to_modem = phone.sent_to_modem();

@@ -1,4 +1,4 @@
-// Request frames to AT data: whatever the frame says, nothing outside the two buffers is touched.
+// Request frames to AT data: whatever the frame holds, nothing outside the two buffers is touched.
 #include <algorithm>
 #include <memory>
 #include <vector>
@@ -11,7 +11,7 @@
 
 namespace {
 
-// What the frame's atoms say, read one by one from the frame.
+// The values of the frame's atoms, read one by one from the frame.
 std::vector<std::uint8_t> expected(const amt_frame_st& frame) {
   const bool has_lengths = amt_frame_command_id(&frame) == AMT_DSP_TRANSPARENT_CONTROL_CMD;
   std::vector<std::uint8_t> data{amt_frame_command_id(&frame)};

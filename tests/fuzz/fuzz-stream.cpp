@@ -1,5 +1,5 @@
 // The station's splitter: every byte comes out once and in order, the items do not depend on how the bytes came, and a
-// frame without a fault is one.
+// frame without a fault is a well-formed one.
 #include <algorithm>
 #include <vector>
 

@@ -6,7 +6,7 @@
 #include "tests/fuzz/fuzz.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const auto event = std::make_unique<char[]>(size);  // as long as the event: what reads behind it is seen
+  const auto event = std::make_unique<char[]>(size);  // as long as the event: reads after its end are seen
   std::copy_n(data, size, event.get());
   std::span<const char> rest(event.get(), size);
   std::size_t seen = 0;

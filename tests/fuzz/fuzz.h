@@ -37,7 +37,7 @@ class fuzz_input {
     const std::uint8_t low = byte();
     return static_cast<std::uint16_t>(low | byte() << 8);
   }
-  // A part behind its length byte.
+  // A part that follows its length byte.
   fuzz_bytes block() { return take(byte()); }
   fuzz_bytes rest() { return take(m_rest.size()); }
 

@@ -1,6 +1,6 @@
 // The surroundings of the service while a target runs it: its links are socket pairs that never block, its files,
-// properties and libraries hold what the input says, and nothing of the machine is touched: no command runs, no file is
-// written, no time is waited, nobody is killed and no power goes off.
+// properties and libraries hold what the input gives, and nothing of the machine is touched: no command runs, no file
+// is written, nothing waits, no process is killed and no power goes off.
 #pragma once
 
 #include <vector>

@@ -1,8 +1,8 @@
-// Runs in a phone in the place of the service and uses its played devices, step by step as a program does that draws on
-// a screen. Prints "STEP 0" for each, or its errno, and goes on.
+// Runs in a phone in the place of the service and uses its played devices, in the steps of a program that draws on a
+// screen. For each step it prints "STEP 0", or the step and its errno, and goes on.
 //
 //   (nothing)   draws: the last pixel of the first row of the second half becomes red, the one below it green
-//   dark        likewise, but leaves the layer off
+//   dark        draws the same, but leaves the layer off
 //   video       selects a camera, an input and a control
 //   battery     reads the battery driver before and after the command that prepares a reading, and after another one
 #include <fcntl.h>

@@ -1,4 +1,4 @@
-// The phone's hardware as the service meets it: drivers' files, sound player, cards; and what is told of it outside.
+// The phone's hardware as the service sees it: drivers' files, sound player, cards; and how it is reported outside.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

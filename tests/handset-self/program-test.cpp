@@ -1,4 +1,4 @@
-// The program `handset` from outside: what it prints, how it ends, and what it leaves behind.
+// The program `handset` from outside: what it prints, how it ends, and what it leaves on the disk.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -76,7 +76,7 @@ class child {
   }
   // Up to and with text, or what there was.
   std::string read_until(std::string_view text) { return m_output.read_until(text); }
-  // All until nobody has the pipe any more.
+  // Everything until no process has the pipe open any more.
   std::string rest() { return m_output.read_exactly(std::string::npos); }
   bool abandoned() { return m_output.wait_hangup(); }
 
@@ -289,7 +289,7 @@ TEST_F(ProgramRun, DeviceCommands_SetWhatFailsAndTakeItBack) {
   EXPECT_EQ(ctl({"device", "calls"}).output, "");
 }
 
-// A shell in the service's place tells what is mounted.
+// A shell in the service's place prints what is mounted.
 std::string cards_of_phone(const words& options) {
   words command = {HANDSET, "run", "--service", "/bin/sh"};
   command.insert(command.end(), options.begin(), options.end());

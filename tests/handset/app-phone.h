@@ -59,7 +59,7 @@ inline std::string result_frame(unsigned id, std::string_view result) {
   return frame(id, "EE 01 01 0400 " + std::string(result));
 }
 
-// The log comes on a way of its own, later than the bytes that it tells of.
+// The log has a pipe of its own: a line may arrive later than the bytes that it is about.
 inline void expect_log(handset::phone& phone, std::string_view text, std::size_t times = 1) {
   EXPECT_TRUE(phone.log().wait_count(text, times)) << text;
   EXPECT_EQ(phone.log().count(text), times) << text;

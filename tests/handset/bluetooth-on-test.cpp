@@ -150,7 +150,8 @@ TEST(BluetoothOnPc, TtyGone_EndsBothProcesses) {
   EXPECT_EQ(phone.log().count("amt_handle_deinit()"), 2u);
 }
 
-// The child ends while it reads the application's terminal, and must not take the parent's name of it along.
+// The child ends while it reads the application's terminal, and must not remove that terminal's name, which the parent
+// still uses.
 TEST(BluetoothOnApp, SigTermToTheChild_LeavesTheParentsLink) {
   handset::phone phone(platform());
   start_app_serving(phone);

@@ -1,4 +1,4 @@
-// Requests 224 and 226 of the PC: the battery driver's converter is read (atom 151) and told four numbers (atoms 146 to
+// Requests 224 and 226 of the PC: the battery driver's converter is read (atom 151) and gets four numbers (atoms 146 to
 // 149), which are recorded first.
 #include <gmock/gmock.h>
 

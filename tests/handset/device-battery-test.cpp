@@ -25,7 +25,7 @@ TEST_F(BatteryVoltage, BelowZero_IsHandedOnAsItIs) {
   expect_values(9, "", "EE 05 01 0400 FEFFFFFF");
 }
 
-TEST_F(BatteryVoltage, TextBehindTheNumber_IsIgnored) {
+TEST_F(BatteryVoltage, TextAfterTheNumber_IsIgnored) {
   start();
   phone().write_file(VOLTAGE, " 258 uV\n");
   expect_values(9, "", "EE 05 01 0400 02010000");

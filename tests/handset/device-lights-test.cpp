@@ -33,7 +33,7 @@ TEST_F(ScreenColour, WithoutAnyHardware_IsAcknowledged) {
 
 class ScreenLight : public AppDevicePhone {
  protected:
-  // Sends levels that get no answer: what comes is that to the request behind them.
+  // Sends levels that get no answer: the first answer is that to the request after them.
   void expect_silence(std::string_view line, std::size_t times) {
     ASSERT_TRUE(phone().app().write_all(frame(57, "EE 1A 01 0400 64000000")));
     // Two requests in one read would be taken as one: the second waits for the end of the first.
@@ -182,7 +182,7 @@ TEST_F(KeyLight, OtherValues_AreWrittenAsTheyAre) {
   start();
   expect_done(37, "EE 0F 04 0100 FF");
   EXPECT_EQ(content(KEY_LIGHT), "255");
-  expect_done(37, "EE 0F 01 0400 E8030000  EE 0F 04 0100 00");  // of two atoms the first counts
+  expect_done(37, "EE 0F 01 0400 E8030000  EE 0F 04 0100 00");  // the first of two atoms counts
   EXPECT_EQ(content(KEY_LIGHT), "1000");
   expect_log(phone(), "close button backlight", 2);
 }

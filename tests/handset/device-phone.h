@@ -20,7 +20,7 @@ inline constexpr char HWT_CONTROL[] = "/data/hwt/control";
 inline constexpr char BOARD_CALLS[] = "/data/board/calls";
 inline constexpr char BOARD_CONTROL[] = "/data/board/control";
 
-// The end of each answer that tells of success.
+// The end of each answer that reports success.
 inline const std::string DONE = " EE 01 01 0400 00000000";
 
 // The PC's form of a frame without its checksum, which the kept sessions pin.
@@ -29,7 +29,7 @@ inline std::string wrapped(const std::string& frame) {
   return from_hex("AABBCCDD") + static_cast<char>(length & 0xFF) + static_cast<char>(length >> 8) +
          from_hex("0000 02000000") + frame;
 }
-// Nobody looks at a request's checksum.
+// The service does not look at a request's checksum.
 inline std::string on_wire(test_link link, const std::string& frame) {
   return link == test_link::pc ? wrapped(frame) + std::string(4, '\0') : frame;
 }

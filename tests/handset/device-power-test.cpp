@@ -1,4 +1,4 @@
-// Requests that leave the phone's test behind: idle (240) and, of the PC alone, power-off (236) and whether the
+// Requests about the end and the start of a test: idle (240) and, of the PC alone, power-off (236) and whether the
 // download at the start was finished (244).
 #include "tests/handset/device-phone.h"
 

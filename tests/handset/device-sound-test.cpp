@@ -83,7 +83,7 @@ class Player : public AppDevicePhone {
     const auto deadline = std::chrono::steady_clock::now() + handset::DEFAULT_WAIT;
     while (state("sound") != "silent") ASSERT_LT(std::chrono::steady_clock::now(), deadline);
   }
-  // A stop with that in the pid file: whoever plays goes on.
+  // A stop with this text in the pid file: a player that runs goes on.
   void expect_nobody_stopped(const std::string& pid_text) {
     SCOPED_TRACE(pid_text);
     phone().write_file(PID_FILE, pid_text);
@@ -134,7 +134,7 @@ TEST_F(Player, FlagZero_KillsItAndRemovesItsPidFile) {
   expect_silent_soon();
   EXPECT_FALSE(phone().exists(PID_FILE));
   expect_log(phone(), "stop audio");
-  // Nobody is left to stop: that is said to be done all the same.
+  // No player is left to stop, but the answer is still success.
   expect_done(33, "EE 0F 04 0100 00");
   expect_log(phone(), "Open file \"/tmp/amt-audio.pid\" fail: 2 - No such file or directory");
   end_with(phone(), SIGTERM);

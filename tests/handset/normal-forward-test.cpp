@@ -1,4 +1,4 @@
-// Radio requests: what the application sends, what the modem is told, and what comes back; first with the simulated
+// Radio requests: what the application sends, what the modem gets, and what comes back; first with the simulated
 // modem's radio, then with answers that a test makes up.
 #include <array>
 
@@ -14,9 +14,9 @@ const std::string DONE = "EE 01 01 0400 00000000";
 struct exchange_st {
   unsigned m_id;
   const char* m_atoms;
-  const char* m_text;  // behind AT^DTTEST=
+  const char* m_text;  // after AT^DTTEST=
   unsigned m_answer_id;
-  const char* m_answer_atoms;  // behind a result of 0
+  const char* m_answer_atoms;  // after a result of 0
 };
 
 void play(handset::phone& phone, const exchange_st& exchange) {
@@ -29,7 +29,7 @@ void play(handset::phone& phone, const exchange_st& exchange) {
 }
 
 constexpr exchange_st TRANSMITTER_AND_RECEIVER[] = {
-    // Start at frequency 100 with power 5; the power, and the ADC, say that it transmits.
+    // Start at frequency 100 with power 5; the power and the ADC show that it transmits.
     {11, "EE 0A 01 0400 64000000  EE 0B 01 0400 05000000", "0B6400000005000000", 12, ""},
     {25, "", "19", 26, "EE 0D 01 0400 05000000"},
     {15, "EE 0B 01 0400 07000000", "0F07000000", 16, ""},

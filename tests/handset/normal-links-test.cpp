@@ -1,4 +1,4 @@
-// The APP link and the modem's AT link when somebody closes, dies, stays silent or cuts what he sends.
+// The APP link and the modem's AT link when the other side closes, dies, stays silent or cuts what it sends.
 #include "tests/handset/app-phone.h"
 
 using namespace handset_test;
@@ -133,7 +133,7 @@ TEST(AtLink, LostWhileTheAnswerIsAwaited_IsRepairedAndReadOn) {
   phone.unplug_at();
   phone.plug_at();
   ASSERT_EQ(phone.at_end().read_exactly(10), LINK_STATUS_OFF);
-  // The confirmation is read 18 bytes at a time: exactly these, so that the answer behind them is whole.
+  // The confirmation is read 18 bytes at a time: exactly these, so that the answer after them is whole.
   ASSERT_TRUE(phone.at_end().write_all("\r\nOK\r\n\r\n+CREG: 1\r\n\r\n^DMSN: B7\r\n\r\nOK\r\n"));
   EXPECT_EQ(to_hex(phone.app().read_exactly(22)), to_hex(frame(86, "EE 26 02 0200 4237  EE 01 01 0400 00000000")));
 }
@@ -145,7 +145,7 @@ TEST(AtLink, NeverBack_IsAnErrorAnswerAfterThirtyTriesAndTheServiceGoesOn) {
   ASSERT_TRUE(phone.app().write_all(frame(7, "")));
   EXPECT_EQ(to_hex(phone.app().read_exactly(15, 60s)), to_hex(result_frame(8, "0A000000")));
   expect_log(phone, "(29/30)try to open device \"/dev/ttyAT\"");
-  // Closed it stays; only a reset link is opened again.
+  // A closed link stays closed; only a reset link is opened again.
   expect_answer(phone, frame(13, ""), result_frame(14, "01000000"));
   expect_answer(phone, VERSION_TWO, VERSION_FAILED);
   end_with(phone, SIGTERM);

@@ -79,7 +79,7 @@ TEST_F(ModemRequest, Layer1AndProtocolVersions_AreTheModems) {
 }
 
 TEST_F(ModemRequest, StationResults_AreKeptByTheModemAndInTheFile) {
-  // Station 3 passed, "ok"; station 12 failed, without a word; station 19 is asked for without having reported.
+  // Station 3 passed, "ok"; station 12 failed, without a description; station 19 is asked for but never reported.
   expect(frame(91, "EE 27 01 0400 03000000  EE 24 01 0400 01000000  EE 25 02 0200 6F6B"), result_frame(92, "00000000"),
          "AT^DATOMW=3,1,ok\r");
   expect(frame(91, "EE 27 01 0400 0C000000  EE 24 01 0400 02000000"), result_frame(92, "00000000"), "AT^DATOMW=12,2\r");
@@ -109,7 +109,7 @@ TEST_F(ModemRequest, StationResultWithNoModemAnswer_IsKeptInTheFileAllTheSame) {
 }
 
 TEST_F(ModemRequest, ProductItems_AreWrittenBelowTheStationAndReadAtIt) {
-  // Station 1's result is item 0; reading station 0 tells of it, and reading station 1 of item 1.
+  // Station 1's result is item 0; reading station 0 gives item 0, and reading station 1 gives item 1.
   expect(frame(230, "EE 27 01 0400 01000000  EE 24 01 0400 02000000"), result_frame(231, "00000000"), "");
   expect(frame(228, "EE 27 01 0400 00000000"), frame(229, "EE 27 01 0400 00000000  EE 24 01 0400 02000000" + DONE), "");
   expect(frame(228, "EE 27 01 0400 01000000"), frame(229, "EE 27 01 0400 01000000  EE 24 01 0400 00000000" + DONE), "");

@@ -8,7 +8,7 @@ namespace {
 constexpr std::string_view NO_MODEM = "WARNING !";
 constexpr std::string_view NOT_OPENED = "The AT device is not opened with modem.";
 
-// What a request of the modem's comes to without one; others are served.
+// Without a modem a request for the modem fails; others are served.
 void expect_no_modem(handset::phone& phone) {
   EXPECT_EQ(phone.log().count(NOT_OPENED), 1u);
   const auto warnings = phone.log().count(NO_MODEM);

@@ -20,8 +20,8 @@ class PcLink : public ::testing::Test {
     send(bytes);
     EXPECT_EQ(to_hex(modem_gets(bytes.size())), to_hex(bytes));
   }
-  // How often a text was logged. The log comes by another way than the ttys: one more block, whose dump can be waited
-  // for, closes what was logged before it.
+  // How often a text was logged. The log does not come through the ttys: one more block, whose dump can be waited for,
+  // ends what was logged before it.
   void expect_logged(std::string_view text, std::size_t times) {
     const auto closed = phone().log().count("41542B53594E430D") + 1;
     expect_passed("AT+SYNC\r");
@@ -202,7 +202,7 @@ TEST_F(PcLink, Block_4095BytesOfEveryValue_PassesBothWays) {
   EXPECT_EQ(to_hex(pc_gets(block.size())), to_hex(block));
 }
 
-TEST_F(PcLink, Block_TextBehindNulByte_IsNotSearchedButPasses) {
+TEST_F(PcLink, Block_TextAfterNulByte_IsNotSearchedButPasses) {
   start();
   expect_passed("x\0AT^DSVER\r"s);
   expect_logged("getted sw-module", 0);

@@ -43,7 +43,7 @@ class IdentityRecord : public RecordPhone {
     ASSERT_TRUE(phone().pc().write_all(command));
     ASSERT_TRUE(received.wait_for(command, handset::DEFAULT_WAIT, mark));
   }
-  // The modem says something of its own; the PC has it when the service has done with it.
+  // The modem sends something without a request. Once the PC has it, the service has dealt with it.
   void say(std::string_view bytes) {
     phone().simulated_modem().say(bytes);
     EXPECT_EQ(to_hex(phone().pc().read_exactly(bytes.size())), to_hex(bytes));

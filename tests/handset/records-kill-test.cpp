@@ -21,7 +21,7 @@ struct killed_record_st {
   const char* m_path;
   std::string m_write;  // the command in front of the value
   std::string m_write_end;
-  std::string m_file_end;  // what stands behind the value in the record
+  std::string m_file_end;  // what stands after the value in the record
   std::string m_read;      // empty: nobody reads it back over the link
   std::string m_read_begin;
   std::string m_read_end;
@@ -32,7 +32,7 @@ void PrintTo(const killed_record_st& record, std::ostream* stream) {
   *stream << record.m_path;
 }
 
-// No two values have a character in common at the same place unless they are 26 writes apart, and neighbours differ in
+// Two values have no character in common at the same place unless they are 26 writes apart. Neighbours differ in
 // length.
 std::string value_of(int write) {
   return std::string(1 + static_cast<std::size_t>(write * 7 % 17), static_cast<char>('A' + write % 26));
@@ -94,7 +94,7 @@ class killed_phone {
     const bool is_early = m_random() % 2 == 0;
     const std::chrono::microseconds moment(m_random() % (is_early ? REPLACE_US : FLUSH_US));
     send_write(write);
-    std::this_thread::sleep_for(moment);  // no waiting for something: the moment is what is tried
+    std::this_thread::sleep_for(moment);  // this waits for nothing: it chooses the moment of the kill
     m_phone.send_signal(SIGKILL);
     ASSERT_EQ(m_phone.wait_exit(), handset::killed(SIGKILL));
     const std::string found = content();

@@ -1,4 +1,4 @@
-// A phone whose records are looked at: what a station sends in AT text, what comes back, and what is in the files then.
+// A phone whose records are checked: what a station sends in AT text, what comes back, and what the files then hold.
 #pragma once
 
 #include <cstdlib>
@@ -32,7 +32,7 @@ inline constexpr std::string_view NOTHING = "(no such file)";
 
 class RecordPhone : public ::testing::Test {
  protected:
-  // The modem is simulated unless the options say otherwise.
+  // The modem is simulated unless the options switch it off.
   void start(handset::phone_options options = {}) {
     m_phone = std::make_unique<handset::phone>(std::move(options));
     start_serving(*m_phone);
@@ -85,7 +85,7 @@ class RecordPhone : public ::testing::Test {
     const auto closed = phone().log().count(DUMP) + 1;
     ASSERT_TRUE(phone().pc().write_all("AT+SYNC\r"));
     ASSERT_TRUE(phone().log().wait_count(DUMP, closed));
-    // The simulated modem does not know that command and says so; a silent one says nothing.
+    // The simulated modem does not know that command and answers with an error; a silent one does not answer.
     if (!phone().simulated_modem().switches().silent) phone().pc().read_until(REPLY_ERROR);
   }
 

@@ -40,8 +40,8 @@ inline bool has_event_listener(handset::phone& phone) {
   return false;
 }
 
-// The serial set-up is up when its three threads wait and main has said so. The USB monitor logs nothing once it
-// listens: that is seen from outside.
+// The serial set-up is up when its three threads wait and main has logged it. The USB monitor logs nothing once it
+// listens, so its socket is looked for from outside.
 inline void wait_serving(handset::phone& phone) {
   ASSERT_TRUE(phone.wait_log("read_pc_loop, read ready"));
   ASSERT_TRUE(phone.wait_log("read_modem_loop, read ready"));

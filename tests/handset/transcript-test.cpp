@@ -1,8 +1,8 @@
-// Whole sessions, kept as text: what each side says and hears, and what the service logs about it. A file holds the
-// steps ("pc>" the PC says, "modem>" the modem says, or "app>" the phone's application says while the modem is
-// simulated) and behind each what came of it ("pc<", "modem<", "at<" on the modem's AT link, "app<", "log"). The test
-// plays the steps and compares everything else. With TRANSCRIPT_WRITE set the files are written anew: a change of one
-// is a change of behaviour, and its commit says why.
+// Whole sessions, kept as text: what each side sends and gets, and what the service logs about it. A file holds the
+// steps ("pc>" the PC sends, "modem>" the modem sends, or "app>" the phone's application sends while the modem is
+// simulated) and after each its results ("pc<", "modem<", "at<" on the modem's AT link, "app<", "log"). The test
+// plays the steps and compares everything else. With TRANSCRIPT_WRITE set the files are written anew. A change of one
+// is a change of behaviour, and its commit gives the reason.
 #include <cstdlib>
 #include <fstream>
 #include <regex>

@@ -19,7 +19,7 @@ TEST(UsbMonitor, Disconnected_EndsTheService) {
   expect_clean_end(phone);
   EXPECT_EQ(phone.log().count("uevent:[ACTION=change] nLen:13"), 1u);
   EXPECT_EQ(phone.log().count("usb_status:[USB_STATE=DISCONNECTED]"), 1u);
-  EXPECT_EQ(phone.log().count("uevent:[SEQNUM=7]"), 0u);  // nothing behind the state is looked at
+  EXPECT_EQ(phone.log().count("uevent:[SEQNUM=7]"), 0u);  // nothing after the state is looked at
   EXPECT_EQ(phone.log().count("get usb disconnect event, will exit amt service"), 1u);
 }
 

@@ -1,5 +1,5 @@
 // The start on USB insertion (-u): admission, handshake, and every way it can end. For each the exit status, the
-// property that tells the system whether the next insertion may enter factory test, and the line that says why.
+// property by which the system decides whether the next insertion may enter factory test, and the line with the reason.
 #include "handset/hardware/screenshot.h"
 #include "tests/handset/serial-phone.h"
 
@@ -38,7 +38,7 @@ void expect_end(handset::phone& phone, const std::string& property, std::chrono:
   EXPECT_EQ(phone.log().count("FATAL ERROR!!!"), 0u);
 }
 
-// The modem speaks first; what it says reaches the PC.
+// The modem sends first; its bytes reach the PC.
 void forward_modem_output(handset::phone& phone) {
   ASSERT_TRUE(phone.modem_end().write_all("\r\n+CREG: 1\r\n"));
   ASSERT_EQ(phone.pc().read_exactly(12), "\r\n+CREG: 1\r\n");
@@ -195,7 +195,7 @@ TEST(UsbHandshake, PcAnswersModemOutput_SucceedsAndGoesOn) {
   wait_serving(phone);
   complete_handshake(phone);
   EXPECT_TRUE(phone.wait_log("call amt_usb_charge_ctrl. return:0, current amt mode:1, usb_charge_mode:0."));
-  // More modem output arms no timer any more, and more PC data completes nothing again.
+  // More modem output does not arm the timer again, and more PC data does not complete the handshake again.
   forward_modem_output(phone);
   ASSERT_TRUE(phone.pc().write_all("AT+MORE\r"));
   ASSERT_EQ(phone.modem_end().read_exactly(8), "AT+MORE\r");

@@ -1,6 +1,6 @@
 // POSIX timers with thread notification, on threads that the thread sanitizer knows. The C library starts its own
-// notification threads behind the sanitizer's back, and instrumented code crashes on them. Linked in builds with the
-// thread sanitizer only, in front of the C library's; does what the service needs of a timer: one expiry, one thread.
+// notification threads without the sanitizer's knowledge, and instrumented code crashes on them. Linked only in builds
+// with the thread sanitizer, before the C library's; does what the service needs of a timer: one expiry, one thread.
 #include <pthread.h>
 #include <signal.h>
 #include <time.h>

@@ -56,9 +56,9 @@ bool app_link::take_answer(std::uint8_t request_id, bool has_to_work) {
   return found.result() == 0u;
 }
 
-// What the modem says in pieces may leave something behind, which the next request must not meet: a radio request is
-// answered at the modem's "OK" although its line end is still to come, and a channel switch is judged by one read; and
-// a radio request whose answer means nothing is over before the modem's final result.
+// A modem that answers in pieces may leave a rest, which the next request must not meet: a radio request is answered at
+// the modem's "OK" although its line end is still to come, and a channel switch is judged by one read; and a radio
+// request whose answer means nothing is over before the modem's final result.
 void app_link::ask_block(const std::string& block, bool has_to_work) {
   const bool is_in_pieces = m_faults.is_broken("modem in pieces");
   m_may_have_leftovers = m_may_have_leftovers || is_in_pieces;
@@ -85,11 +85,11 @@ std::size_t app_link::read_by_service() {
       m_phone.exec({"/bin/cat", "/proc/" + std::to_string(m_phone.service().pid()) + "/io"}).out);
   std::string name;
   std::size_t bytes = 0;
-  if (!(counters >> name >> bytes) || name != "rchar:") throw failure("the kernel does not tell what was read");
+  if (!(counters >> name >> bytes) || name != "rchar:") throw failure("the kernel does not report what was read");
   return bytes;
 }
 
-// What must be next is the answer to this.
+// The next answer must be the one to this.
 void app_link::ask_known() {
   send(bare({LCD_COLOUR, {}}));
   take_answer(LCD_COLOUR, true);
@@ -157,7 +157,7 @@ void app_link::cut() {
   ask_block(frame.substr(at), false);
 }
 
-// Of two requests in one block the first is seen.
+// The service sees only the first of two requests in one block.
 void app_link::join() {
   const frame_row& first = pick_damageable();
   const frame_row& second = pick_fast(app_rows());
@@ -166,7 +166,7 @@ void app_link::join() {
   ask_known();
 }
 
-// The answer comes as soon as the modem says something.
+// The answer comes as soon as the modem sends something.
 void app_link::silence_modem() {
   constexpr auto AT = handset::modem_link::at;
   handset::modem& modem = m_phone.simulated_modem();

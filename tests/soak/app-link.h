@@ -1,5 +1,5 @@
-// The application's link in the platform set-up: bare frames, one answer for every block. What the service does not do
-// itself it asks of the modem's AT link, and waits for it.
+// The application's link in the platform set-up: bare frames, one answer for every block. The service asks the modem on
+// its AT link for what it does not do itself, and waits for the answer.
 #pragma once
 
 #include "tests/soak/link.h"

@@ -12,7 +12,7 @@
 
 namespace soak {
 
-// What a soak ends with when the service does what it must not.
+// Ends a soak when the service does what it must not.
 struct failure : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
@@ -20,7 +20,7 @@ struct failure : std::runtime_error {
 struct atom {
   std::uint8_t id;
   std::uint8_t type;
-  std::uint16_t length;  // as the atom says, which need not be that of the value
+  std::uint16_t length;  // as in the atom; the value may have another length
   std::string value;
 };
 

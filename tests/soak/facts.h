@@ -1,4 +1,4 @@
-// What a phone's kernel tells of the service.
+// What a phone's kernel reports about the service.
 #pragma once
 
 #include <string>

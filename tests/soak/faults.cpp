@@ -35,7 +35,7 @@ faults::faults(handset::phone& phone, random_source& random) : m_phone(phone), m
   });
   add_modem("modem's radio", [](handset::modem_switches& modem) { modem.radio_result = 1; });
   add_modem("modem takes its time", [](handset::modem_switches& modem) { modem.delay = std::chrono::milliseconds(1); });
-  // Not fewer: of an "OK" that was cut in two, what is left over must not look like one.
+  // Not fewer: the rest of an "OK" that was cut in two must not look like an "OK".
   for (const std::size_t size : {5u, 20u, 64u}) {
     add_modem("modem in pieces of " + std::to_string(size), [size](handset::modem_switches& modem) {
       modem.split = size;

@@ -191,7 +191,7 @@ void pc_link::damage_the_head() {
   take_answer_of(row.id, false);
 }
 
-// The modem waits for the rest of the frame until it loses patience, and says nothing.
+// The modem waits for the rest of the frame until it loses patience, and sends nothing.
 void pc_link::lie_to_the_modem() {
   set_patience(std::chrono::milliseconds(1));
   const auto before = m_phone.simulated_modem().state().noise_bytes;
@@ -227,8 +227,8 @@ void pc_link::send_unknown_text() {
   take(item_kind::TEXT);
 }
 
-// Every read is a block of its own: the first piece is the request, without what it lacks. The rest is for the modem
-// and means nothing to it; other bytes stand for it here, which cannot look like the begin of something.
+// Every read is a block of its own: the first piece is the request, without what it lacks. The rest goes to the modem
+// and means nothing to it. Here other bytes replace the rest, which cannot look like the beginning of a request.
 void pc_link::cut_for_service() {
   const frame_row& row = pick_service_row();
   const std::string block = wrapped(bare(make_request(m_random, row.id, row.atoms)));
@@ -251,7 +251,7 @@ void pc_link::cut_for_modem() {
   set_patience(USUAL_PATIENCE);
 }
 
-// Of two requests in one block the service sees the first.
+// The service sees the first of two requests in one block.
 void pc_link::join_for_service() {
   const frame_row& first = pick_service_row();
   const frame_row& second = pick_fast(pc_rows());

@@ -30,7 +30,7 @@ class pc_link : public link {
   void take_answer(std::uint8_t id, bool has_to_work);
   void take_answer_of(std::uint8_t request_id, bool has_to_work);
   void take_text_answer(const text_row& row, bool has_to_work);
-  // What must be next is the answer to this.
+  // The next answer must be the one to this.
   void ask_known();
 
   void ask(const frame_row& row, bool has_to_work);

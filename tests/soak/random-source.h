@@ -29,7 +29,7 @@ class random_source {
     while (text.size() < count) text += static_cast<char>(byte());
     return text;
   }
-  // Bytes of which nobody makes the beginning of a command, of a frame or of an atom.
+  // Bytes that no reader takes for the beginning of a command, of a frame or of an atom.
   std::string noise(std::size_t count) {
     static constexpr std::string_view TELLING = "Aa\xAA\xEE";
     std::string text;

@@ -17,7 +17,7 @@ struct frame_row {
   std::uint8_t id;
   const char* atoms;  // of make_request()
   pace cost = pace::FAST;
-  // Whether it works whenever nothing is broken. What does not is what depends on what others wrote before.
+  // Whether it works whenever nothing is broken. A row that depends on what others wrote before does not.
   bool is_steady = true;
 };
 

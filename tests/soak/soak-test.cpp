@@ -2,8 +2,8 @@
 // heal. Every answer is judged, and in the end the service is what it was at the start: the same process with as many
 // descriptors, threads, children and as much memory.
 //
-// VX_SOAK_SEED repeats the requests of a run, VX_SOAK_REQUESTS asks more or fewer. A line on standard output tells how
-// it went.
+// VX_SOAK_SEED repeats the requests of a run, VX_SOAK_REQUESTS asks more or fewer. A line on standard output gives the
+// outcome.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -54,7 +54,7 @@ handset::phone_options soaked(handset::run_mode mode) {
   return options;
 }
 
-// Every job as often as its share says, in an order by chance.
+// Every job as often as its share asks for, in random order.
 std::vector<const soak::job*> make_deck(const std::vector<soak::job>& jobs, soak::random_source& random,
                                         std::size_t count) {
   constexpr std::size_t LEAST = 2;

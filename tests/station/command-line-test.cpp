@@ -124,7 +124,7 @@ TEST_F(CommandLine, AtTextThatEndsInCarriageReturn_GetsNoSecondOne) {
   EXPECT_THAT(got.m_out, HasSubstr("-> text \"AT\\r\"\n"));
 }
 
-TEST_F(CommandLine, AtTextThatLooksLikeAnOption_IsSentBehindTwoDashes) {
+TEST_F(CommandLine, AtTextThatLooksLikeAnOption_IsSentAfterTwoDashes) {
   EXPECT_EQ(run_with_phone({"at", "--", "--json"}, bytes_from_text("--json\r"), bytes_from_text("OK\r\n")).m_status, 0);
 }
 
@@ -180,13 +180,13 @@ TEST_F(CommandLine, WordAsAFrame_IsWrapped) {
   EXPECT_THAT(got.m_out, HasSubstr("\"name\":\"AMT_BLUETOOTH_ADDRESS_CMD\""));
 }
 
-TEST_F(CommandLine, NegativeParameter_GoesBehindTwoDashes) {
+TEST_F(CommandLine, NegativeParameter_GoesAfterTwoDashes) {
   const auto got = run_with_phone({"wifi-tx", "--", "6", "10", "-20"}, bytes_from_text("AT^DWLTSD=1,6,10,-20\r"),
                                   bytes_from_text("\r\nOK\r\n"));
   EXPECT_EQ(got.m_status, 0);
 }
 
-TEST_F(CommandLine, Calibration_SendsItsFourValuesBehindTwoDashes) {
+TEST_F(CommandLine, Calibration_SendsItsFourValuesAfterTwoDashes) {
   // Request 226, atoms 146 to 149 = 1, -2, 3, 12; answer 227, atom 1 = 0.
   const byte_string request = bytes_from_hex(
       "AABBCCDD 32000000 02000000 2A00BBE22400 EE9201040001000000 EE93010400FEFFFFFF EE9401040003000000 "

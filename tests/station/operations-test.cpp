@@ -227,7 +227,7 @@ TEST(OperationsForm, WrongLink_IsRefused) {
   EXPECT_EQ(build("adc", APP).m_wrong, "adc: this is for the PC link: use --port");
   EXPECT_EQ(build("sw-version", APP).m_wrong, "sw-version: this is for the PC link: use --port");
   EXPECT_EQ(build("pcba-sn", APP).m_wrong, "pcba-sn: this is for the PC link: use --port");
-  EXPECT_EQ(build("amt1-flag", PC, true).m_wrong, "amt1-flag: this is no frame of the PC link");
+  EXPECT_EQ(build("amt1-flag", PC, true).m_wrong, "amt1-flag: the PC link has no frame for this");
 }
 
 TEST(OperationsArguments, WrongOnes_AreRefused) {
@@ -363,7 +363,7 @@ TEST(OperationsValue, Flag_IsANumber) {
   EXPECT_EQ(value_of_frame("sim-check", APP, "0C00BB640600 EE2904010000"), "0");
 }
 
-TEST(OperationsValue, StationResult_HasItsDescriptionBehindIt) {
+TEST(OperationsValue, StationResult_HasItsDescriptionAfterIt) {
   constexpr char START[] = "2100BB5A1B00 EE2701040003000000 EE2401040001000000 ";
   EXPECT_EQ(value_of_frame("test-result read 3", APP, std::string(START) + "EE250204004F4B2031"), "1,OK 1");
   EXPECT_EQ(value_of_frame("test-result read 3", APP, "1D00BB5A1700 EE2701040003000000 EE2401040001000000 EE25020000"),

@@ -68,7 +68,7 @@ TEST_F(Render, AtomLongerThanItsFrame_IsMarkedCut) {
             "12:34:56.789 <- frame 46 (0x2E) AMT_VERSION_RSPCMD 21:str=\"AB\" (cut: 2 of 10 bytes)");
 }
 
-TEST_F(Render, BytesBehindTheAtoms_AreCounted) {
+TEST_F(Render, BytesAfterTheAtoms_AreCounted) {
   const byte_string bytes = bytes_from_hex("AABBCCDD 19000000 02000000 1100BB2E0B00 EE0101040000000000 0011 2F0C23A8");
   EXPECT_EQ(line(stream_kind_en::FRAME, bytes),
             "12:34:56.789 <- frame 46 (0x2E) AMT_VERSION_RSPCMD 1:int=0 + 2 bytes that are no atom");

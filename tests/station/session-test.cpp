@@ -87,7 +87,7 @@ TEST_F(Session, HalfAnAnswer_IsDamagedAndShown) {
   EXPECT_EQ(m_shown[1].m_fault, stream_fault_en::INCOMPLETE);
 }
 
-TEST_F(Session, AnswerBehindALyingLength_IsFoundAtTheDeadline) {
+TEST_F(Session, AnswerAfterALyingLength_IsFoundAtTheDeadline) {
   send(VERSION_REQUEST);
   byte_string lying = PRE_RESPONSE;
   lying[5] = 0x0C;

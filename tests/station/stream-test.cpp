@@ -335,7 +335,7 @@ TEST(StreamBare, CutFrame_IsIncompleteAtTheEnd) {
   }
 }
 
-TEST(StreamBare, FrameBehindACutOne_IsFoundAtTheEnd) {
+TEST(StreamBare, FrameAfterACutOne_IsFoundAtTheEnd) {
   const byte_string part = bytes_from_hex("FF00BB2EF900 EE13");
   EXPECT_EQ(split_bare(part + BARE_OK), (got_items{frame(part, stream_fault_en::INCOMPLETE), frame(BARE_OK)}));
 }

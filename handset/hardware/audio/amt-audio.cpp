@@ -1,6 +1,6 @@
 // The phone's sound player, as far as anybody can hear it: amt-audio RATE FORMAT FRAMES FILE. Puts itself into the
-// background, writes its process id to /tmp/amt-audio.pid and ends when the file would have been played to its end. As
-// long as it plays it holds a lock on /handset/audio, which says what.
+// background, writes its process id to /tmp/amt-audio.pid and ends when the file would have been played to its end.
+// While it plays it holds a lock on /handset/audio, which names the sound.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -86,7 +86,7 @@ int main(int argc, char** argv) {
     play(*wanted, started[1]);
     return 0;
   }
-  // Whoever asked may want to stop it at once: it has to be found then.
+  // The caller may stop the player at once, so its process id must be on file when this returns.
   ::close(started[1]);
   char is_started = 0;
   return ::read(started[0], &is_started, 1) == 1 ? 0 : 1;

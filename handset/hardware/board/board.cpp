@@ -1,6 +1,6 @@
 // The simulated board library. Its files lie in /data/board of the phone's tree (see hwt/call-files.h): "calls" is
 // written, "control" is read, e.g. "IsChargeState = 1" or "amt_usb_charger_enable(1 = -5". "devinfo" holds the text of
-// create_devinfo, "state" tells what the hardware now does.
+// create_devinfo, "state" shows what the hardware now does.
 #include <cstdio>
 #include <cstring>
 #include <fstream>

@@ -1,5 +1,5 @@
 // The simulated device-test library: radios that are numbers in a file (see call-files.h), in /data/hwt. Every
-// operation succeeds unless the control file says otherwise; one that fails changes nothing, and stores nothing.
+// operation succeeds unless the control file sets its result; one that fails changes nothing, and stores nothing.
 #include "platform/hwt.h"
 
 #include <algorithm>
@@ -9,7 +9,7 @@
 
 namespace {
 
-// Besides calls: "packets = 1000", "svid = 6" and "cnr = 35" in the control file set what the radios meet.
+// The control file also sets what the radios receive: "packets = 1000", "svid = 6" and "cnr = 35".
 const hwt::call_files& files() {
   static const hwt::call_files files("/data/hwt");
   return files;

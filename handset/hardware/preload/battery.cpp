@@ -1,6 +1,6 @@
-// /proc/driver/zelta_battery: a file that keeps the last command. Whoever reads it after the command that prepares a
-// reading gets the converter's value, from the file "battery.adc"; whoever reads it otherwise, nothing. All within the
-// reader's own call, as in a driver: a process that watched the file could be too late.
+// /proc/driver/zelta_battery: a file that keeps the last command. A read after the command that prepares a reading
+// gives the converter's value, from the file "battery.adc"; any other read gives nothing. The answer is chosen within
+// the reader's own call, as in a driver: a process that watched the file could be too late.
 #include "handset/hardware/preload/device.h"
 #include "handset/hardware/preload/files.h"
 

@@ -13,9 +13,9 @@ using call_text = std::array<char, 160>;
 struct request {
   unsigned long number;
   const char* name;
-  // Adds to the name what tells two such calls apart; null: nothing does.
+  // Adds to the name what distinguishes two such calls; null: nothing does.
   void (*describe)(call_text& text, unsigned long argument);
-  // Does it. Gives 0 or an errno.
+  // Carries out the request. Returns 0 or an errno.
   int (*run)(unsigned long argument);
 };
 
@@ -23,7 +23,7 @@ struct device {
   const char* path;
   const char* name;
   std::span<const request> requests;
-  // The file that a stream for reading gets in its place; null: the one under the path.
+  // The file that a stream for reading opens in place of the device's own; null: the one under the path.
   const char* (*answer)() = nullptr;
 };
 
@@ -35,7 +35,7 @@ extern const device BATTERY;
 void append(call_text& text, const char* format, ...) __attribute__((format(printf, 2, 3)));
 // For requests with an argument by value.
 void describe_number(call_text& text, unsigned long argument);
-// For requests with one by address.
+// For requests with an argument by address.
 template <typename Argument>
 Argument* pointer_to(unsigned long argument) {
   return reinterpret_cast<Argument*>(argument);  // NOLINT(performance-no-int-to-ptr): what an ioctl is given

@@ -1,5 +1,5 @@
-// /dev/graphics/fb0: pixel memory in the device's own file; what shows of it in the file "fb0.screen", "name value"
-// lines.
+// /dev/graphics/fb0: the pixel memory is the device's own file; what the screen shows of it stands in the file
+// "fb0.screen", as "name value" lines.
 #include <linux/fb.h>
 
 #include <cerrno>

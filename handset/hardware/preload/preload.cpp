@@ -1,4 +1,4 @@
-// The calls that are taken over. What is about none of the devices goes to where it would have gone.
+// The calls that are taken over. A call that is about none of the devices goes on to the real function.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/ioctl.h>
@@ -27,7 +27,7 @@ const device* device_at(const char* path) {
   return nullptr;
 }
 
-// By the name the descriptor was opened under: that of the file behind it is the phone's business.
+// Found by the name under which the descriptor was opened; which file lies under that name is the phone's business.
 const device* device_of(int fd) {
   if (fd < 0) return nullptr;
   const int error = errno;

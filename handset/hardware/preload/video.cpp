@@ -22,7 +22,7 @@ struct video_state {
 constexpr state_field<video_state> FIELDS[] = {
     {"camera", &video_state::camera}, {"input", &video_state::input}, {"control", &video_state::control}};
 
-// A driver writes back to the argument of a read-write request what it took.
+// A driver writes the value that it took back to the argument of a read-write request.
 int keep(unsigned long argument, std::uint32_t most, std::uint32_t offset, std::uint32_t video_state::*value) {
   const int wanted = *pointer_to<int>(argument);
   if (wanted < 0 || static_cast<std::uint32_t>(wanted) > most) return EINVAL;

@@ -106,7 +106,7 @@ TEST(AtDataModel, DamagedRequests_NeverLeaveTheBuffers) {
 
 struct field {
   int m_atom;
-  char m_kind;  // i integer, f flag, b bytes of m_size, l bytes behind u32, s bytes behind u16
+  char m_kind;  // i integer, f flag, b bytes of m_size, l bytes after a u32, s bytes after a u16
   std::size_t m_size = 0;
 };
 
@@ -152,7 +152,7 @@ TEST(AtDataModel, RandomResponses_GiveTheIdsAtoms) {
   }
 }
 
-// An answer cut anywhere behind its result code reads as if zeros followed.
+// An answer cut anywhere after its result code reads as if zeros followed.
 TEST(AtDataModel, CutResponses_ReadAsIfZerosFollowed) {
   generator random(4);
   for (int round = 0; round < ROUNDS; ++round) {

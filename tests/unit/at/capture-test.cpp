@@ -13,7 +13,7 @@ constexpr char BOARD_ATOM_OF_3[] = "EE 26 02 03 00 53 4E 31";
 
 class Capture : public phone_test {
  protected:
-  // A frame in its PC form. What the envelope says about length and checksum is not looked at.
+  // A frame in its PC form. The envelope's length and checksum are not looked at.
   static std::string frame(std::uint8_t id, const std::string& atoms) {
     const std::size_t length = atoms.size();
     std::string bytes = from_hex("AA BB CC DD 00 00 00 00 02 00 00 00");

@@ -21,8 +21,8 @@ class AtChain : public phone_test {
   }
 };
 
-// Each command in front of all that come behind it in the chain: taking one away from the end of the text, which is its
-// first in the chain, lets the next be answered.
+// The text holds the commands in the reverse order of the chain. The last one in the text, which is the first in the
+// chain, is answered; without it, the next one is.
 TEST_F(AtChain, TextOfAllCommands_IsAnsweredInTheChainsOrder) {
   install_library(IDLE_LIBRARY);
   const std::vector<std::pair<std::string, std::string>> chain = {

@@ -1,5 +1,5 @@
 // Every radio command: what the station gets, which operations of the library run with which arguments, and the lines
-// that tell of it.
+// that report it.
 #include <initializer_list>
 
 #include "tests/unit/at/at-test.h"
@@ -13,7 +13,7 @@ using calls = std::vector<std::string>;
 class DeviceControl : public at_test {
  protected:
   DeviceControl() { g_hwt_fake = {}; }
-  // The line that names the field, behind the error-trace line of the command's handler.
+  // The line that names the field, after the error-trace line of the command's handler.
   void expect_missing_field(const char* function, const char* line) {
     const auto lines = m_log.texts();
     const auto at = std::find(lines.begin(), lines.end(), line);
@@ -274,7 +274,7 @@ struct refused_row {
   const char* m_name;
   const char* m_command;
   calls m_calls;
-  const char* m_line;                // the line that tells why; empty: none does
+  const char* m_line;                // the line with the reason; empty: there is none
   const char* m_function = nullptr;  // whose error-trace line stands in front of it, if one does
 };
 

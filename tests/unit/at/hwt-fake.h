@@ -1,5 +1,5 @@
-// A device-test library that notes its calls, in order, as "hwt_gpsCtrl(2, 5, set, set)", and fails those it is told
-// to.
+// A device-test library that notes its calls, in order, as "hwt_gpsCtrl(2, 5, set, set)", and fails those that a test
+// chooses.
 #pragma once
 
 #include <map>

@@ -19,7 +19,7 @@ class AtLink : public context_test {
  protected:
   AtLink() { set_link(g_handle_context.m_fd_at, m_at.service_end()); }
   // The link is a terminal whose other side is gone, and m_at's device is what a reopening finds. (One that finds
-  // nothing takes 30 seconds, and a modem that says nothing 25: no test here goes that way.)
+  // nothing takes 30 seconds, and a modem that sends nothing 25: no test here goes that way.)
   void reset_link() {
     pty_link dead;
     set_link(g_handle_context.m_fd_at, dead.service_end());

@@ -9,7 +9,7 @@ namespace {
 
 struct command_st {
   int m_request;       // its answer is m_request + 1
-  const char* m_name;  // without what tells request and answer apart
+  const char* m_name;  // without the ending that distinguishes request and answer
 };
 
 constexpr command_st COMMANDS[] = {

@@ -1,4 +1,4 @@
-// The reader of the modem data link. Its end is the end of the process: it runs in a child, which tells its log.
+// The reader of the modem data link. Its end is the end of the process: it runs in a child, which reports its log.
 #include "amt/amt-handle/service/modem-link.h"
 
 #include <gmock/gmock.h>

@@ -128,7 +128,7 @@ TEST_F(Timer, Set_ThatTheSystemRefuses_LogsTheFailureAndTheSuccessLine) {
                                                      "setTimer success, timerId[" + number + "], timeMSec:-1. "}));
 }
 
-// How many timers the system holds for this process, where it tells.
+// How many timers the system holds for this process, where the system lists them.
 std::ptrdiff_t timers_of_the_system() {
   std::ifstream list("/proc/self/timers");
   const std::string text(std::istreambuf_iterator<char>(list), {});

@@ -47,7 +47,7 @@ TEST(Wrap, OldHeaderBytes_AreOverwritten) {
   const auto message = message_of(byte_string(4096, 0xFF), 1);
   EXPECT_EQ(amt_wrap(message.get()), ERR_NONE);
   EXPECT_EQ(first_bytes(message->m_buf_a, 13), bytes_from_hex("AABBCCDD 09000000 02000000 FF"));
-  EXPECT_EQ(message->m_buf_a[17], 0xFF);  // behind the 17 bytes of the result
+  EXPECT_EQ(message->m_buf_a[17], 0xFF);  // after the 17 bytes of the result
 }
 
 TEST(Wrap, Null_IsABadArgument) {

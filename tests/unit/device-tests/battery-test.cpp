@@ -60,7 +60,7 @@ TEST_F(Battery, Voltage_NoNumber_IsASystemError) {
   }
 }
 
-// Reading fails only behind the open.
+// The open succeeds; only the reading after it fails.
 TEST_F(Battery, Voltage_FileIsAFolder_IsASystemError) {
   fs::create_directories(VOLTAGE);
   EXPECT_EQ(app(9), ERR_SYSTEM);

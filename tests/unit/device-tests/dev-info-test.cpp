@@ -43,7 +43,7 @@ TEST_F(DevInfo, DevInfo_LongestText_FitsTheFrame) {
   EXPECT_EQ(to_hex(answer.substr(4066)), "EE 01 01 04 00 00 00 00 00");
 }
 
-// One character more than it was told to give, and so no terminator anywhere in the buffer.
+// One character more than it was asked for, and so no terminator anywhere in the buffer.
 TEST_F(DevInfo, DevInfo_TextThatFillsTheBuffer_IsCutToItsLimit) {
   install_misc_library();
   g_misc_fake.m_device_information = std::string(4055, 'x') + "y";

@@ -171,7 +171,7 @@ TEST_F(Display, Vibrator_FlagAboveOne_StartsAndIsLoggedAsStop) {
   }
 }
 
-// A flag is its atom's first four bytes, whatever the atom says of its type and length; without a byte it is 0.
+// A flag is its atom's first four bytes, whatever type and length the atom has; without a byte it is 0.
 TEST_F(Display, Vibrator_FlagOfAnotherLength_IsItsNumber) {
   const std::tuple<std::uint8_t, std::string, const char*> rows[] = {
       {4, "", "0"}, {4, std::string("\0\x01", 2), "3000"}, {1, std::string(4, '\0'), "0"}, {2, "0", "3000"}};

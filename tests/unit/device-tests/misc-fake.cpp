@@ -19,7 +19,7 @@ int misc_fake_codec_loop_test(int type, int enable) {
 
 int misc_fake_create_devinfo(char* buffer, int size) {
   const std::string& text = g_misc_fake.m_device_information;
-  // One more than it was told, at most: a caller has to have room for that.
+  // At most one more than it was asked for: a caller has to have room for that.
   std::copy_n(text.begin(), std::min<std::size_t>(text.size(), static_cast<std::size_t>(size) + 1), buffer);
   return note("create_devinfo(" + std::to_string(size) + ")");
 }

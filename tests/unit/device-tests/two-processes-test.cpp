@@ -226,7 +226,7 @@ TEST_F(TwoProcesses, PseudoTerminals_OpenedAtTheSameMoment_LeaveTheLinkToOneOfTh
   }
 }
 
-// A terminal that tells of one byte and then waits for nine more: a read of it blocks as if another reader had been
+// A terminal that reports one byte and then waits for nine more: a read of it blocks as if another reader had been
 // faster.
 void make_reads_block(int fd) {
   termios attributes = {};

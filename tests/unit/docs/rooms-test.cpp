@@ -79,7 +79,7 @@ TEST(Rooms, EachInclude_FollowsFromThePicture) {
   }
 }
 
-// So no room is drawn in a circle with itself, and no arrow is drawn that others say already.
+// So no arrows of the picture form a circle, and no arrow repeats what a chain of others shows already.
 TEST(Rooms, Picture_HasNoCircleAndNoSpareArrow) {
   const auto picture = read_picture();
   for (const auto& room : picture.m_rooms) EXPECT_FALSE(reaches(room, room, picture.m_arrows)) << room;

@@ -38,7 +38,7 @@ TEST_F(Forward, SecondRequest_FindsNothingOfTheFirst) {
   EXPECT_EQ(to_app(), "");
 }
 
-// The answer comes in one, two or as many reads as it has bytes. What is behind the "OK" stays for the next request.
+// The answer comes in one, two or as many reads as it has bytes. What comes after the "OK" stays for the next request.
 TEST_F(Forward, AnswerSplitAnywhere_GivesTheSameResponse) {
   for (std::size_t at = 1; at + 3 < STOPPED.size(); ++at) {
     modem_says_split(STOPPED, at);
@@ -84,7 +84,7 @@ TEST_F(Forward, TwoLinesAndOkInOneRead_AreOneResponse) {
   EXPECT_EQ(to_app(), "0F 00 BB 0E 09 00 EE 01 01 04 00 01 00 00 00");
 }
 
-// What is decoded from behind the second line are zeros, not the rest of the first.
+// After the second line the decoder reads zeros, not the rest of the first.
 TEST_F(Forward, ShortLineAfterALongOne_SeesNothingOfIt) {
   modem_says({"\r\n^DTTEST: 0E00000000" + std::string(80, 'F') + "\r\n", "\r\n^DTTEST: 1A00000000\r\n", "\r\nOK\r\n"});
   EXPECT_EQ(stop_tx(), ERR_NONE);
@@ -143,7 +143,7 @@ TEST_P(ForwardFilled, ResponseShorterThanItsAtoms_IsFilledFromBehindTheLine) {
 
 INSTANTIATE_TEST_SUITE_P(Each, ForwardFilled,
                          testing::Values(
-                             // Behind the five bytes come "\r\n", "\r\n", "OK", "\r\n": no digits.
+                             // After the five bytes come "\r\n", "\r\n", "OK", "\r\n": no digits.
                              filled_row{"ResultOnly", "\r\n^DTTEST: 1A00000000\r\n\r\nOK\r\n",
                                         "18 00 BB 1A 12 00 EE 01 01 04 00 00 00 00 00 EE 0D 01 04 00 00 00 00 00"},
                              // "\r\n", "AB", "CD", "\r\n" are the bytes of the integer.
@@ -230,7 +230,7 @@ TEST_F(Forward, RecordFullWithTheFinalResult_Succeeds) {
   EXPECT_EQ(stop_tx(), ERR_NONE);
 }
 
-// The line ends with the record: what the decoder wants behind it are zeros, not the memory behind the record.
+// The line ends with the record: after it the decoder reads zeros, not the memory after the record.
 TEST_F(Forward, LineAtTheRecordsEnd_IsFilledWithZeros) {
   const std::string line = "\r\n^DTTEST: 1A00000000\r\n";
   const std::string noise(4096 - line.size(), 'x');

@@ -33,7 +33,7 @@ class modem_test : public context_test {
     set_link(g_handle_context.m_pty_app.m_ptm_fd, m_app.service_end());
   }
 
-  // What the modem will say, each piece in a read of its own.
+  // What the modem will send, each piece in a read of its own.
   void modem_says(std::initializer_list<std::string_view> pieces) {
     for (const std::string_view piece : pieces) m_at.send(piece);
   }

@@ -135,7 +135,7 @@ TEST_F(Amt1Flag, Write_FullFileSystem_FailsAndIsFlushedAllTheSame) {
 struct content_st {
   const char* m_legend;
   std::string m_content;
-  std::int32_t m_flag;     // what "AT^DAMT1=2" tells: the first character alone counts
+  std::int32_t m_flag;     // what "AT^DAMT1=2" gives: the first character alone counts
   const char* m_property;  // what is published: the value of the first line counts
 };
 

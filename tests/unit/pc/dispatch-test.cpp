@@ -249,7 +249,7 @@ TEST_F(Dispatch, ApplicationsHandler_IsNotThePcs) {
   EXPECT_EQ(g_handler.m_calls, 0);
 }
 
-// The version handler says itself whether its request gets a pre-response.
+// The version handler itself decides whether its request gets a pre-response.
 TEST_F(Dispatch, VersionThatTheModemKnows_GoesToTheModemWithoutPreResponse) {
   serve(45, handle_amt_pc_req_version, amt_pre_response_en::BY_HANDLER);
   const std::string block =

@@ -1,4 +1,4 @@
-// A modem behind a real UART: its device's name says so, and its line speed is set.
+// A modem behind a real UART: its device's name shows that, and its line speed is set.
 #include <gtest/gtest.h>
 
 #include <chrono>

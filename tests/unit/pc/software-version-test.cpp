@@ -107,7 +107,7 @@ TEST_F(SoftwareVersion, BrandWithoutAnything_IsBlanks) {
   EXPECT_EQ(version(), "TELU  ( )");
 }
 
-// Room for 94 characters behind the brand word: the version of n, "(", the id of m, ")". A property holds 91 at most.
+// Room for 94 characters after the brand word: the version of n, "(", the id of m, ")". A property holds 91 at most.
 struct brand_lengths_st {
   std::size_t m_version;
   std::size_t m_id;

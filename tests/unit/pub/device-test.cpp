@@ -255,8 +255,8 @@ TEST_F(TryToReopen, NothingOpenBefore_StoresANewNumber) {
   fd.close();
 }
 
-// A reader may still hold the number: closed, it could become any other file under the reader's hands. When the link
-// counts as closed is the caller's to say.
+// A reader may still hold the number: once closed, the number could become any other file while the reader uses it. The
+// caller decides when the link counts as closed.
 TEST_F(TryToReopen, NoSuccess_LeavesTheOldDeviceUnderItsNumber) {
   const int number = open(m_folder.write("old", "old").c_str(), O_RDWR | O_CLOEXEC);
   pub_shared_fd fd(number);

@@ -1,4 +1,4 @@
-// The picture itself: what is built in is what the generator makes, any gzip reader takes it, and it says AMT MODE.
+// The picture itself: what is built in is what the generator makes, any gzip reader takes it, and it reads AMT MODE.
 #include <gtest/gtest.h>
 #include <zlib.h>
 

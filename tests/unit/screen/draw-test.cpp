@@ -25,7 +25,7 @@ std::uint8_t image_byte(std::int64_t at) {
   return static_cast<std::uint8_t>(1 + at % 163);
 }
 
-// Memory with a forbidden page behind it, and before it when it fills whole pages.
+// Memory with a forbidden page after it, and before it when it fills whole pages.
 class guarded_memory {
  public:
   explicit guarded_memory(std::size_t size)
@@ -138,10 +138,10 @@ TEST_F(DrawImage, SmallScreens_NothingOutsideTheMemory) {
       {300, 200, 120000, 240000},   // the second half lies outside
       {300, 200, 240100, 240000},   // 100 bytes of it lie inside
       {346, 390, 539760, 0},        // exactly the image
-      {346, 390, 1079520, 539760},  // likewise, second half
+      {346, 390, 1079520, 539760},  // the same in the second half
       {345, 389, 536820, 0},        // one less: a division that cuts towards zero
       {1, 1, 8, 4},                 // next to nothing
-      {1, 1, 4096, 4},              // likewise, a page of it
+      {1, 1, 4096, 4},              // the same in a page of memory
       {1, 1, 1, 0},                 // half a pixel
       {0, 0, 16, 0},                // no screen at all
       {4000, 1, 64000, 16000},      // one long row

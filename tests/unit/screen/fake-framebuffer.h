@@ -1,4 +1,4 @@
-// A framebuffer and a console for the service's system calls. Notes each call as a text and fails those it is told to.
+// A framebuffer and a console for the service's system calls. Notes each call as a text; a test chooses which fail.
 //
 //   open /dev/tty0 rw sync     KDSETMODE 1                close /dev/tty0
 //   open /dev/graphics/fb0 rw  FBIOGET_FSCREENINFO        FBIOGET_VSCREENINFO      mmap 7372800 rw shared

@@ -1,4 +1,4 @@
-// The steps at the devices, in order, and what each failure leaves behind.
+// The steps at the devices, in order, and the state after each failure.
 #include "amt/amt-screen/screen.h"
 
 #include <gtest/gtest.h>
@@ -79,7 +79,7 @@ TEST_F(Screen, Init_ConsoleRefusesGraphics_GoesOn) {
 
 struct failing_step {
   std::string m_call;
-  calls m_happened;  // behind the opening
+  calls m_happened;  // after the opening
   std::string m_message;
 };
 
