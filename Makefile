@@ -6,11 +6,11 @@ CTEST = ctest --output-on-failure --no-tests=error -j$(TEST_JOBS)
 .PHONY: all setup demo test handset bench fuzz fuzz-short asan tsan lint format clean
 all: programs
 
-# One tree for the programs and, once they were asked for, the tests; one for each sanitizer and for the fuzz targets.
+# One tree for the programs and, once they were asked for, the tests; one for each sanitizer, the first with the fuzz targets.
 # Each is configured once, then brought up to date by ninja at every call.
 configure = out=$$(cmake --preset $(1) 2>&1) || { echo "$$out"; exit 1; }
 
-.PHONY: programs build/.test build/.asan build/.tsan build/.fuzz
+.PHONY: programs build/.test build/.asan build/.tsan
 programs:
 	@tools/setup build
 	@[ -f build/build.ninja ] || { $(call configure,release); }
@@ -19,10 +19,10 @@ build/.test:
 	@tools/setup build test
 	@grep -qs '^VX_TESTS:.*=ON' build/CMakeCache.txt || { $(call configure,test); }
 	@cmake --build build -j$(JOBS) $(TARGETS)
-build/.asan build/.tsan build/.fuzz: build/.%:
+build/.asan build/.tsan: build/.%:
 	@tools/setup build test check
 	@[ -f build/$*/build.ninja ] || { $(call configure,$*); }
-	@cmake --build build/$* -j$(JOBS)
+	@cmake --build build/$* -j$(JOBS) $(TARGETS)
 
 setup:
 	@tools/setup
@@ -52,7 +52,8 @@ bench: build/.test
 # A bounded run of every target from the kept corpus; FUZZ_SECONDS each.
 fuzz-short: FUZZ_SECONDS ?= 10
 fuzz: FUZZ_SECONDS ?= 300
-fuzz fuzz-short: build/.fuzz
+fuzz fuzz-short: TARGETS = --target fuzz-targets
+fuzz fuzz-short: build/.asan
 	@tools/fuzz $(FUZZ_SECONDS)
 
 # The static checks read only how each file is compiled, so the tree need not be built, only configured.
