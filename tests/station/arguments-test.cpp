@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "amt/amt-convert/ids.h"
-#include "tests/station/wire.h"
+#include "tests/wire.h"
 
 namespace {
 

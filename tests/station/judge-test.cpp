@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/station/wire.h"
+#include "tests/wire.h"
 
 namespace {
 

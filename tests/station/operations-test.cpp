@@ -6,7 +6,7 @@
 #include <set>
 
 #include "station/words/words.h"
-#include "tests/station/wire.h"
+#include "tests/wire.h"
 
 namespace {
 

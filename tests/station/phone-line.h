@@ -13,7 +13,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "tests/station/wire.h"
+#include "tests/wire.h"
 
 class phone_line_st {
  public:

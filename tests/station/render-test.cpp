@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <ctime>
 
-#include "tests/station/wire.h"
+#include "tests/wire.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <ostream>
 
-#include "tests/station/wire.h"
+#include "tests/wire.h"
 
 namespace {
 

@@ -21,7 +21,9 @@
 #include "amt/amt-handle/context/handle-context.h"
 #include "amt/amt-handle/context/state.h"
 #include "amt/amt-handle/service/usb-monitor.h"
+#include "pub/result.h"
 #include "tests/hex.h"
+#include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
 
 inline void set_message(amt_message_st& message, std::string_view bytes) {
@@ -90,6 +92,19 @@ class socket_link : public test_link {
   }
 };
 
+// What is sent in one piece is read in one piece, and pieces are never read together.
+class packet_link : public test_link {
+ public:
+  packet_link() {
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return;
+    m_service = ends[0];
+    m_test = ends[1];
+  }
+  // From now on the service cannot write; it still reads what the test sends.
+  void stop_receiving() { shutdown(m_test, SHUT_RD); }
+};
+
 // A raw terminal; the service may open it by its name, too.
 class pty_link : public test_link {
  public:
@@ -155,6 +170,38 @@ class context_test : public testing::Test {
   static void set_device(char (&field)[SIZE], const std::string& name) {
     ASSERT_LT(name.size(), SIZE);
     std::copy_n(name.c_str(), name.size() + 1, field);
+  }
+
+  // Runs a handler with a request of these bytes.
+  std::int32_t run(amt_handle_func handler, std::string_view request, std::uint8_t link = AMT_LINK_APP) {
+    set_message(g_handle_context.m_request, from_hex(request));
+    return handler(link, &g_handle_context.m_request, &g_handle_context.m_response);
+  }
+  // Whether a line is there and the error-trace line of a function stands right in front of it.
+  testing::AssertionResult has_failure(const std::string& function, std::int32_t code, const std::string& line,
+                                       const std::string& error = "-?[0-9]+") const {
+    const auto texts = m_log.texts();
+    const testing::Matcher<const std::string&> trace = failure_line("amt/[a-z-]+", function, code, error);
+    for (std::size_t at = 1; at < texts.size(); ++at) {
+      if (texts[at] == line && trace.Matches(texts[at - 1])) return testing::AssertionSuccess();
+    }
+    return testing::AssertionFailure() << "in " << testing::PrintToString(texts);
+  }
+  // What every handler refuses, with nothing sent to anybody.
+  void expect_refusals(amt_handle_func handler, const std::string& name) {
+    auto& request = g_handle_context.m_request;
+    auto& response = g_handle_context.m_response;
+    set_message(request, from_hex("06 00 BB 07 00 00"));
+    EXPECT_EQ(handler(255, &request, &response), ERR_ARGUMENT);
+    EXPECT_TRUE(has_failure(name, ERR_ARGUMENT, "1, 0, 0, 0"));
+    EXPECT_EQ(handler(AMT_LINK_APP, nullptr, &response), ERR_ARGUMENT);
+    EXPECT_TRUE(has_failure(name, ERR_ARGUMENT, "0, 1, 0, 0"));
+    EXPECT_EQ(handler(AMT_LINK_APP, &request, nullptr), ERR_ARGUMENT);
+    EXPECT_TRUE(has_failure(name, ERR_ARGUMENT, "0, 0, 0, 1"));
+    request.m_buf_len = 0;
+    EXPECT_EQ(handler(AMT_LINK_APP, &request, &response), ERR_ARGUMENT);
+    EXPECT_TRUE(has_failure(name, ERR_ARGUMENT, "0, 0, 1, 0"));
+    EXPECT_EQ(m_pc.received() + m_modem.received(), "");
   }
 
   log_capture m_log;

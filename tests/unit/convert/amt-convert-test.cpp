@@ -9,6 +9,7 @@
 #include "tests/unit/convert/frames.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
+#include "tests/wire.h"
 
 namespace {
 

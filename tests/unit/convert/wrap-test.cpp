@@ -6,6 +6,7 @@
 
 #include "pub/result.h"
 #include "tests/unit/convert/frames.h"
+#include "tests/wire.h"
 
 namespace {
 

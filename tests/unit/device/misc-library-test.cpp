@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <string>
 
-#include "tests/unit/device/board.h"
+#include "tests/unit/board.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
 #include "tests/unit/phone-root.h"

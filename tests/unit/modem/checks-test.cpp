@@ -1,20 +1,14 @@
-// SIM card, factory date, battery temperature.
+// SIM card, factory date.
 #include "amt/amt-handle/modem/checks.h"
 
-#include <filesystem>
-
-#include "amt/amt-device/temperature.h"
 #include "tests/unit/modem/modem-test.h"
-#include "tests/unit/temp-folder.h"
 
 namespace {
 
 constexpr char CHECK_SIM[] = "06 00 BB 63 00 00";
 constexpr char READ_DATE[] = "06 00 BB 41 00 00";
-constexpr char READ_TEMPERATURE[] = "06 00 BB 37 00 00";
 constexpr char SIM_FAILURE[] = "0F 00 BB 64 09 00 EE 01 01 04 00 0A 00 00 00";
 constexpr char DATE_FAILURE[] = "0F 00 BB 42 09 00 EE 01 01 04 00 0A 00 00 00";
-constexpr char TEMPERATURE_FAILURE[] = "0F 00 BB 38 09 00 EE 01 01 04 00 0A 00 00 00";
 
 class Checks : public modem_test {};
 
@@ -120,41 +114,6 @@ TEST_F(Checks, BadArguments_AreRefused) {
 TEST_F(Checks, NoModem_IsRefused) {
   expect_refusal_without_modem(amt_dtoc_checkSIM);
   expect_refusal_without_modem(amt_modem_handle_read_outdate);
-}
-
-// The driver's file is looked for below the working folder.
-class Temperature : public Checks {
- protected:
-  Temperature() { std::filesystem::current_path(m_folder.path("")); }
-  ~Temperature() override { std::filesystem::current_path(m_before); }
-  void write_temperature(std::string_view content) {
-    std::filesystem::create_directories("sys/class/power_supply/battery");
-    m_folder.write("sys/class/power_supply/battery/temp", content);
-  }
-  std::filesystem::path m_before = std::filesystem::current_path();
-  temp_folder m_folder;
-};
-
-TEST_F(Temperature, OfTheBattery_IsAnsweredWithoutAModem) {
-  g_no_modem = 1;
-  write_temperature("298\n");
-  EXPECT_EQ(run(amt_modem_handle_temperature, READ_TEMPERATURE), ERR_NONE);
-  EXPECT_EQ(to_app(), "18 00 BB 38 12 00 EE 16 01 04 00 2A 01 00 00 EE 01 01 04 00 00 00 00 00");
-  EXPECT_TRUE(m_log.has("Battery temperature: 298"));
-  EXPECT_EQ(to_modem(), "");
-}
-
-TEST_F(Temperature, FileMissing_IsAnsweredWithAnErrorResponse) {
-  EXPECT_EQ(run(amt_modem_handle_temperature, READ_TEMPERATURE), ERR_NONE);
-  EXPECT_EQ(to_app(), TEMPERATURE_FAILURE);
-  EXPECT_TRUE(has_failure("amt_modem_handle_temperature", ERR_SYSTEM, "fopen error: errno=2"));
-}
-
-TEST_F(Temperature, NoNumber_IsAnsweredWithAnErrorResponse) {
-  write_temperature("warm\n");
-  EXPECT_EQ(run(amt_modem_handle_temperature, READ_TEMPERATURE), ERR_NONE);
-  EXPECT_EQ(to_app(), TEMPERATURE_FAILURE);
-  EXPECT_TRUE(m_log.contains("fscanf error: errno="));
 }
 
 }  // namespace

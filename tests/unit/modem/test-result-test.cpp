@@ -1,7 +1,6 @@
 // The results of the test stations, at the modem and in the files.
 #include "amt/amt-handle/modem/test-result.h"
 
-#include "amt/amt-handle/pc/test-result.h"
 #include "tests/unit/modem/modem-test.h"
 #include "tests/unit/phone-root.h"
 
@@ -17,15 +16,15 @@ constexpr char READ_FAILURE[] = "0F 00 BB 5A 09 00 EE 01 01 04 00 0A 00 00 00";
 constexpr char RESULT_FILE[] = "/amt/amt_result.txt";
 constexpr char PRODUCT_FILE[] = "/amt/product.txt";
 
-class Results : public modem_test {
+class results_test : public modem_test {
  protected:
-  Results() {
+  results_test() {
     phone_root::remove("/amt");
     phone_root::write(RESULT_FILE, "0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n");
   }
 };
 
-class StationWrite : public Results {};
+class StationWrite : public results_test {};
 
 TEST_F(StationWrite, WithADescription_IsRecordedAndSent) {
   modem_says_bytewise("\r\nOK\r\n");
@@ -116,7 +115,7 @@ TEST_F(StationWrite, BadArgumentsAndNoModem_AreRefusedAndNotRecorded) {
   EXPECT_EQ(phone_root::read(RESULT_FILE).substr(0, 8), "0\n0\n0\n0\n");
 }
 
-class StationRead : public Results {};
+class StationRead : public results_test {};
 
 TEST_F(StationRead, WholeLine_IsAnsweredAndRecorded) {
   modem_says_bytewise("\r\n^DATOMR: 12,1,RF pass\r\n\r\nOK\r\n");
@@ -217,7 +216,7 @@ TEST_F(StationRead, BadArgumentsAndNoModem_AreRefused) {
   expect_refusal_without_modem(amt_modem_read_test_result);
 }
 
-class Items : public Results {
+class Items : public results_test {
  protected:
   Items() { phone_root::write(PRODUCT_FILE, "0\n1\n2\n3\n0\n"); }
 };
@@ -284,19 +283,6 @@ TEST_F(Items, NoModem_IsNoObstacle) {
 TEST_F(Items, BadArguments_AreRefused) {
   expect_refusals(amt_item_read_test_result, "amt_item_read_test_result");
   expect_refusals(amt_item_write_test_result, "amt_item_write_test_result");
-}
-
-TEST_F(Results, OfThePc_AreRecordedAndLeftToTheModem) {
-  EXPECT_EQ(run(amt_modem_write_pc_test_result, WRITE_3_1, AMT_LINK_PC), ERR_NOT_HANDLED);
-  EXPECT_EQ(phone_root::read(RESULT_FILE).substr(0, 8), "0\n0\n0\n1\n");
-  EXPECT_TRUE(m_log.has("amt_modem_write_pc_test_result station_num=3,station_result=1"));
-  EXPECT_EQ(to_pc() + to_app() + to_modem(), "");
-}
-
-TEST_F(Results, OfThePcThatCannotBeRecorded_AreLeftToTheModemToo) {
-  phone_root::remove("/amt");
-  EXPECT_EQ(run(amt_modem_write_pc_test_result, WRITE_3_1, AMT_LINK_PC), ERR_NOT_HANDLED);
-  EXPECT_TRUE(m_log.contains("write fail amt station_num: 3, station_result: 1\n"));
 }
 
 }  // namespace

@@ -125,4 +125,18 @@ TEST_F(AppVersion, ModemsPartWithAnotherModule_IsRefused) {
   EXPECT_EQ(to_modem(), "");
 }
 
+TEST(ModuleName, EveryCode_HasItsName) {
+  EXPECT_STREQ(amt_get_module_name(1), "AMT_PRODUCT_MODULE");
+  EXPECT_STREQ(amt_get_module_name(16), "AMT_SOFTWARE_MODULE");
+  EXPECT_STREQ(amt_get_module_name(17), "AMT_L1_MODULE");
+  EXPECT_STREQ(amt_get_module_name(18), "AMT_HLS_MODULE");
+  EXPECT_STREQ(amt_get_module_name(19), "AMT_PLATFORM_MODULE");
+  EXPECT_STREQ(amt_get_module_name(20), "AMT_APP_MODULE");
+  EXPECT_STREQ(amt_get_module_name(32), "AMT_HARDWARE_MODULE");
+  EXPECT_STREQ(amt_get_module_name(64), "AMT_WHOLE_MODULE");
+  for (const std::uint32_t code : {0u, 2u, 15u, 21u, 63u, 65u, 256u, 0xFFFFFFFFu}) {
+    EXPECT_STREQ(amt_get_module_name(code), "(undefined)") << code;
+  }
+}
+
 }  // namespace

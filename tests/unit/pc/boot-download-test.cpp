@@ -8,7 +8,7 @@
 
 #include "amt/amt-handle/context/registry.h"
 #include "amt/amt-handle/pc/dispatch.h"
-#include "tests/unit/device/board.h"
+#include "tests/unit/board.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/links.h"
 

@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <csignal>
 #include <string>
 
 #include "tests/unit/failure-line.h"
@@ -183,48 +181,6 @@ TEST_F(SoftwareVersion, OtherForms_AreNotTheQuery) {
 TEST_F(SoftwareVersion, ReplyThatCannotBeSent_IsTheSendersResult) {
   set_link(g_handle_context.m_fd_pc, 0);
   EXPECT_EQ(receive("AT^DSVER\r"), -100);
-}
-
-class PowerOff : public context_test {
- protected:
-  PowerOff() {
-    sigemptyset(&m_end);
-    sigaddset(&m_end, SIGTERM);
-    sigprocmask(SIG_BLOCK, &m_end, &m_old_mask);
-  }
-  ~PowerOff() override { sigprocmask(SIG_SETMASK, &m_old_mask, nullptr); }
-  // Whether the end of the service has been asked for; the request is taken away.
-  bool take_end() {
-    const timespec at_once = {};
-    return sigtimedwait(&m_end, nullptr, &at_once) == SIGTERM;
-  }
-
-  sigset_t m_end;
-  sigset_t m_old_mask;
-};
-
-TEST_F(PowerOff, Command_IsAnsweredTwoSecondsAheadOfTheEnd) {
-  set_message(g_handle_context.m_request, "AT^DAMTOFF\r");
-  const auto begin = std::chrono::steady_clock::now();
-  EXPECT_EQ(handle_amt_power_off_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response), 0);
-  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
-  EXPECT_EQ(m_pc.received(), "\r\nOK\r\n");
-  EXPECT_TRUE(take_end());
-  EXPECT_TRUE(m_log.has("handle_amt_power_off_at()"));
-}
-
-TEST_F(PowerOff, CommandWithoutReturn_IsNotTheCommand) {
-  set_message(g_handle_context.m_request, "AT^DAMTOFF");
-  EXPECT_EQ(handle_amt_power_off_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response), -104);
-  EXPECT_EQ(m_pc.received(), "");
-  EXPECT_FALSE(take_end());
-}
-
-TEST_F(PowerOff, ReplyThatCannotBeSent_EndsTheServiceAllTheSame) {
-  set_link(g_handle_context.m_fd_pc, 0);
-  set_message(g_handle_context.m_request, "AT^DAMTOFF\r");
-  EXPECT_EQ(handle_amt_power_off_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response), -100);
-  EXPECT_TRUE(take_end());
 }
 
 }  // namespace

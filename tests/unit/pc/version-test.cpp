@@ -1,11 +1,10 @@
-#include "amt/amt-handle/modem/version.h"
+#include "amt/amt-handle/pc/version.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "amt/amt-handle/pc/version.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/links.h"
 #include "tests/unit/phone-root.h"
@@ -119,20 +118,6 @@ TEST_F(PcVersion, NoModem_MakesNoDifference) {
   g_no_modem = 1;
   EXPECT_EQ(request("EE 13 01 04 00 40 00 00 00"), 0);
   EXPECT_NE(m_pc.received(), "");
-}
-
-TEST(ModuleName, EveryCode_HasItsName) {
-  EXPECT_STREQ(amt_get_module_name(1), "AMT_PRODUCT_MODULE");
-  EXPECT_STREQ(amt_get_module_name(16), "AMT_SOFTWARE_MODULE");
-  EXPECT_STREQ(amt_get_module_name(17), "AMT_L1_MODULE");
-  EXPECT_STREQ(amt_get_module_name(18), "AMT_HLS_MODULE");
-  EXPECT_STREQ(amt_get_module_name(19), "AMT_PLATFORM_MODULE");
-  EXPECT_STREQ(amt_get_module_name(20), "AMT_APP_MODULE");
-  EXPECT_STREQ(amt_get_module_name(32), "AMT_HARDWARE_MODULE");
-  EXPECT_STREQ(amt_get_module_name(64), "AMT_WHOLE_MODULE");
-  for (const std::uint32_t code : {0u, 2u, 15u, 21u, 63u, 65u, 256u, 0xFFFFFFFFu}) {
-    EXPECT_STREQ(amt_get_module_name(code), "(undefined)") << code;
-  }
 }
 
 }  // namespace

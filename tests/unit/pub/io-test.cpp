@@ -16,8 +16,8 @@
 #include <thread>
 
 #include "pub/util/signals.h"
-#include "tests/unit/pub/signal-scope.h"
 #include "tests/unit/pub/terminals.h"
+#include "tests/unit/signal-scope.h"
 #include "tests/unit/temp-folder.h"
 #include "tests/unit/wait-for.h"
 

@@ -15,7 +15,7 @@
 #include "pub/util/signals.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
-#include "tests/unit/pub/signal-scope.h"
+#include "tests/unit/signal-scope.h"
 #include "tests/unit/wait-for.h"
 
 namespace {

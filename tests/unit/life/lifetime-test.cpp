@@ -1,0 +1,277 @@
+// A service that forks and goes on as two: nothing of the parent's other threads stops the child, each has a life of
+// its own, and two readers of one terminal can both be ended.
+#include "amt/amt-handle/life/lifetime.h"
+
+#include <stdio_ext.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <termios.h>
+
+#include <atomic>
+#include <csignal>
+#include <thread>
+#include <tuple>
+
+#include "amt/amt-handle/life/timer.h"
+#include "pub/log.h"
+#include "pub/pty/pty.h"
+#include "pub/util/io.h"
+#include "pub/util/process.h"
+#include "pub/util/signals.h"
+#include "pub/util/thread.h"
+#include "tests/unit/links.h"
+#include "tests/unit/phone-root.h"
+#include "tests/unit/temp-folder.h"
+#include "tests/unit/wait-for.h"
+
+namespace {
+
+constexpr pub_log_module_st k_log{"unit", "tests/two-processes"};
+
+constexpr int DEADLINE_MS = 20000;
+
+// Runs `in_child` in a forked process and gives how that ended: its exit status, or -1 when it had to be killed at the
+// deadline.
+template <typename Work>
+int run_in_child(const Work& in_child) {
+  int done[2];
+  EXPECT_EQ(pipe2(done, O_CLOEXEC), 0);
+  const pid_t self = gettid();
+  const pid_t child = pub_util_fork();
+  if (child == 0) {
+    close(done[0]);
+    _exit(in_child(self));
+  }
+  close(done[1]);
+  pollfd wanted = {done[0], POLLIN, 0};
+  const bool is_stuck = poll(&wanted, 1, DEADLINE_MS) == 0;  // its end closes the pipe
+  close(done[0]);
+  if (is_stuck) kill(child, SIGKILL);
+  int status = 0;
+  waitpid(child, &status, 0);
+  return is_stuck || !WIFEXITED(status) ? -1 : WEXITSTATUS(status);
+}
+
+// Threads that do the same thing over and over until they are joined.
+class busy_threads {
+ public:
+  explicit busy_threads(void (*work)()) {
+    for (auto& thread : m_threads) {
+      thread = std::thread([this, work] {
+        while (!m_is_enough) work();
+      });
+    }
+  }
+  ~busy_threads() {
+    m_is_enough = true;
+    for (auto& thread : m_threads) thread.join();
+  }
+  busy_threads(const busy_threads&) = delete;
+  busy_threads& operator=(const busy_threads&) = delete;
+
+ private:
+  std::atomic<bool> m_is_enough = false;
+  std::array<std::thread, 3> m_threads;
+};
+
+class TwoProcesses : public context_test {
+ protected:
+  TwoProcesses() {
+    phone_root::require();  // the terminals have a fixed name
+    set_link(g_handle_context.m_pty_app.m_ptm_fd, m_app.service_end());
+  }
+
+  socket_link m_app;
+};
+
+TEST_F(TwoProcesses, Child_ForkedWhileOthersLog_CanLogAndForkAgain) {
+  const busy_threads loggers([] { LOG_LINE("busy"); });
+  for (int i = 0; i < 200; ++i) {
+    const int result = run_in_child([](pid_t) {
+      LOG_LINE("child");
+      return run_in_child([](pid_t) {
+        LOG_LINE("grandchild");
+        return 7;
+      });
+    });
+    ASSERT_EQ(result, 7) << "fork " << i;
+    m_log.clear();
+  }
+}
+
+TEST_F(TwoProcesses, Child_ForkedWhileOthersDeleteTimers_CanDeleteTimers) {
+  const busy_threads deleters([] { amt_timer_delete(g_usbEnumTimer); });
+  for (int i = 0; i < 200; ++i) {
+    const int result = run_in_child([](pid_t self) {
+      amt_handle_become_child(self);
+      amt_timer_delete(g_handShakeTimer);
+      return 7;
+    });
+    ASSERT_EQ(result, 7) << "fork " << i;
+    m_log.clear();
+  }
+}
+
+TEST_F(TwoProcesses, Child_ForkedWhileStandardOutputIsPending_HasNothingToPrintAgain) {
+  std::printf("a line that is not at its end, ");
+  ASSERT_NE(__fpending(stdout), 0u);
+  EXPECT_EQ(run_in_child([](pid_t) { return __fpending(stdout) == 0 ? 7 : 1; }), 7);
+  std::printf("and its end\n");
+}
+
+TEST_F(TwoProcesses, Child_OfAWorker_KnowsNoThreadButItsOwnAndNoTimer) {
+  auto& context = g_handle_context;
+  context.m_pc_thread.m_tid = gettid();
+  context.m_modem_thread.m_tid = 1111;
+  context.m_usb_thread.m_tid = 2222;
+  context.m_app_thread.m_tid = 3333;
+  g_usbEnumTimer.m_id = 5;
+  g_handShakeTimer.m_id = 6;
+  const int result = run_in_child([](pid_t self) {
+    amt_handle_become_child(self);
+    const bool is_alone = g_handle_context.m_pc_thread.m_tid == gettid() &&
+                          g_handle_context.m_modem_thread.m_tid == 0 && g_handle_context.m_usb_thread.m_tid == 0 &&
+                          g_handle_context.m_app_thread.m_tid == 0;
+    const bool has_no_timer = g_usbEnumTimer.m_id == AMT_NO_TIMER && g_handShakeTimer.m_id == AMT_NO_TIMER;
+    return is_alone && has_no_timer ? 7 : 1;
+  });
+  EXPECT_EQ(result, 7);
+  g_usbEnumTimer.m_id = AMT_NO_TIMER;
+  g_handShakeTimer.m_id = AMT_NO_TIMER;
+}
+
+TEST_F(TwoProcesses, Child_OfAServiceThatWasTornDown_HasATearDownOfItsOwn) {
+  amt_deinit_resource();
+  const int result = run_in_child([this](pid_t self) {
+    amt_handle_become_child(self);
+    m_log.clear();
+    amt_deinit_resource();
+    return m_log.has("amt_handle_deinit()") ? 7 : 1;
+  });
+  EXPECT_EQ(result, 7);
+}
+
+TEST_F(TwoProcesses, PseudoTerminal_ClosedByTheChild_KeepsTheParentsLink) {
+  pub_pty_st pty = {};
+  std::strcpy(pty.m_pts_mapping_name_a, "/tmp/app-link");
+  ASSERT_EQ(pub_pty_open(&pty), 0);
+  const int result = run_in_child([&pty](pid_t) { return pub_pty_close(&pty) == 0 && pty.m_ptm_fd == -1 ? 7 : 1; });
+  EXPECT_EQ(result, 7);
+  EXPECT_TRUE(std::filesystem::is_symlink("/tmp/app-link"));
+  EXPECT_EQ(pub_pty_close(&pty), 0);
+  EXPECT_FALSE(std::filesystem::is_symlink("/tmp/app-link"));
+}
+
+// The child's one thread is the reader of the terminal: its tear-down runs on it, and leaves the closing to the exit.
+TEST_F(TwoProcesses, PseudoTerminal_AtTheTearDownOfTheChildsWorker_KeepsTheParentsLink) {
+  auto& context = g_handle_context;
+  auto& pty = context.m_pty_app;
+  set_link(pty.m_ptm_fd, 0);
+  std::strcpy(pty.m_pts_mapping_name_a, "/tmp/app-link");
+  ASSERT_EQ(pub_pty_open(&pty), 0);
+  context.m_app_thread.m_tid = gettid();
+  const int result = run_in_child([](pid_t self) {
+    amt_handle_become_child(self);
+    amt_deinit_resource();
+    return 7;
+  });
+  EXPECT_EQ(result, 7);
+  EXPECT_TRUE(std::filesystem::is_symlink("/tmp/app-link"));
+  context.m_app_thread.m_tid = 0;
+  EXPECT_EQ(pub_pty_close(&pty), 0);
+  pty.m_pts_mapping_name_a[0] = '\0';
+}
+
+TEST_F(TwoProcesses, PseudoTerminal_OpenedAnewByTheChild_IsTheChildsToRemove) {
+  pub_pty_st pty = {};
+  std::strcpy(pty.m_pts_mapping_name_a, "/tmp/app-link");
+  ASSERT_EQ(pub_pty_open(&pty), 0);
+  const int result = run_in_child([&pty](pid_t) {
+    if (pub_pty_open(&pty) != 0 || !std::filesystem::is_symlink("/tmp/app-link")) return 1;
+    std::ignore = pub_pty_close(&pty);
+    return std::filesystem::is_symlink("/tmp/app-link") ? 2 : 7;
+  });
+  EXPECT_EQ(result, 7);
+  std::ignore = pub_pty_close(&pty);
+}
+
+// What two processes do that have lost the terminal they shared, here with a record for each.
+TEST_F(TwoProcesses, PseudoTerminal_WhoseNameAnotherHasTaken_LeavesTheLink) {
+  pub_pty_st first = {};
+  pub_pty_st second = {};
+  std::strcpy(first.m_pts_mapping_name_a, "/tmp/app-link");
+  std::strcpy(second.m_pts_mapping_name_a, "/tmp/app-link");
+  ASSERT_EQ(pub_pty_open(&first), 0);
+  ASSERT_EQ(pub_pty_open(&second), 0);
+  EXPECT_EQ(pub_pty_close(&first), 0);
+  EXPECT_EQ(std::filesystem::read_symlink("/tmp/app-link"), second.m_pts_name_a);
+  EXPECT_TRUE(m_log.has("pub_pty_delete_mapping \"/tmp/app-link\" is another process's"));
+  EXPECT_EQ(pub_pty_close(&second), 0);
+  EXPECT_FALSE(std::filesystem::is_symlink("/tmp/app-link"));
+}
+
+TEST_F(TwoProcesses, PseudoTerminals_OpenedAtTheSameMoment_LeaveTheLinkToOneOfThem) {
+  for (int i = 0; i < 300; ++i) {
+    std::array<pub_pty_st, 2> both = {};
+    std::atomic<int> ready = 0;
+    std::array<std::thread, 2> openers;
+    for (std::size_t at = 0; at < both.size(); ++at) {
+      std::strcpy(both[at].m_pts_mapping_name_a, "/tmp/app-link");
+      openers[at] = std::thread([&ready, &pty = both[at]] {
+        ++ready;
+        while (ready < 2) {
+        }
+        std::ignore = pub_pty_open(&pty);
+      });
+    }
+    for (auto& opener : openers) opener.join();
+    ASSERT_TRUE(std::filesystem::is_symlink("/tmp/app-link")) << "round " << i;
+    const std::string winner = std::filesystem::read_symlink("/tmp/app-link");
+    EXPECT_TRUE(
+        std::any_of(both.begin(), both.end(),
+                    [&winner](const pub_pty_st& pty) { return pty.m_ptm_fd > 0 && winner == pty.m_pts_name_a; }))
+        << "round " << i;
+    for (auto& pty : both) std::ignore = pub_pty_close(&pty);
+    ASSERT_FALSE(std::filesystem::is_symlink("/tmp/app-link")) << "round " << i;
+    m_log.clear();
+  }
+}
+
+// A terminal that reports one byte and then waits for nine more: a read of it blocks as if another reader had been
+// faster.
+void make_reads_block(int fd) {
+  termios attributes = {};
+  tcgetattr(fd, &attributes);
+  cfmakeraw(&attributes);
+  attributes.c_cc[VMIN] = 10;
+  attributes.c_cc[VTIME] = 255;
+  tcsetattr(fd, TCSANOW, &attributes);
+}
+
+int g_terminal;
+
+void read_terminal() {
+  char buffer[16];
+  pub_util_read(g_terminal, buffer, sizeof buffer);
+}
+
+TEST_F(TwoProcesses, Read_BlockedAfterItsWait_LetsSignalsIn) {
+  pty_link terminal;
+  make_reads_block(terminal.service_end());
+  terminal.send("x");
+  g_terminal = terminal.service_end();
+  sigset_t before;
+  pthread_sigmask(SIG_BLOCK, nullptr, &before);
+  pub_util_block_signals();  // as the service does; the thread inherits it
+  pub_util_install_handler(SIGUSR1, pub_util_handle_thread_signal);
+  pub_thread_st thread = {};
+  ASSERT_EQ(pub_util_start_thread(thread, read_terminal), 0);
+  const std::string task = "/proc/self/task/" + std::to_string(thread.m_tid);
+  const std::string read_call = std::to_string(SYS_read) + " ";
+  ASSERT_TRUE(wait_for([&] { return read_whole_file(task + "/syscall").starts_with(read_call); }));
+  pub_util_kill_thread(&thread);
+  EXPECT_TRUE(wait_for([&] { return !std::filesystem::exists(task); }));
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,147 @@
+// Opening a pseudo-terminal under a name of its own.
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <tuple>
+
+#include "pub/pty/pty.h"
+#include "pub/result.h"
+#include "tests/unit/application.h"
+#include "tests/unit/failure-line.h"
+#include "tests/unit/temp-folder.h"
+
+namespace {
+
+class PtyOpen : public testing::Test {
+ protected:
+  PtyOpen() { map_to(m_folder.path("app")); }
+  ~PtyOpen() override {
+    if (m_pty.m_ptm_fd > 0) std::ignore = pub_pty_close(&m_pty);
+  }
+  void map_to(const std::string& path) {
+    ASSERT_LT(path.size(), sizeof m_pty.m_pts_mapping_name_a);
+    std::copy_n(path.c_str(), path.size() + 1, m_pty.m_pts_mapping_name_a);
+  }
+  std::string mapping() const { return m_pty.m_pts_mapping_name_a; }
+  void expect_closed() {
+    EXPECT_EQ(m_pty.m_ptm_fd, -1);
+    EXPECT_FALSE(std::filesystem::is_symlink(mapping()));
+  }
+  termios attributes() const {
+    termios result = {};
+    EXPECT_EQ(tcgetattr(m_pty.m_ptm_fd, &result), 0);
+    return result;
+  }
+
+  log_capture m_log;
+  temp_folder m_folder;
+  pub_pty_st m_pty{};
+};
+
+TEST_F(PtyOpen, Mapping_LeadsToTheSlave) {
+  ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
+  EXPECT_GT(m_pty.m_ptm_fd, 0);
+  EXPECT_EQ(std::filesystem::read_symlink(mapping()), m_pty.m_pts_name_a);
+  EXPECT_EQ(std::string(m_pty.m_pts_name_a).substr(0, 9), "/dev/pts/");
+  struct stat status = {};
+  ASSERT_EQ(stat(mapping().c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0660u);
+  EXPECT_EQ(fcntl(m_pty.m_ptm_fd, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+}
+
+TEST_F(PtyOpen, Bytes_PassBothWaysUnchanged) {
+  ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
+  application app(mapping());
+  ASSERT_TRUE(app.is_connected());
+  app.send("03 04 0A 0D 11 13 1A 1C 7F FF");
+  char buffer[32] = {};
+  EXPECT_EQ(read(m_pty.m_ptm_fd, buffer, sizeof buffer), 10);
+  EXPECT_EQ(to_hex({buffer, 10}), "03 04 0A 0D 11 13 1A 1C 7F FF");
+  ASSERT_EQ(write(m_pty.m_ptm_fd, "\x03\x0A\x0D\x11\xFF", 5), 5);
+  EXPECT_EQ(app.receive(5), "03 0A 0D 11 FF");
+}
+
+TEST_F(PtyOpen, Terminal_IsRaw) {
+  ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
+  const termios raw = attributes();
+  EXPECT_EQ(raw.c_iflag, 0u);
+  EXPECT_EQ(raw.c_oflag & (OPOST | OLCUC | OCRNL | ONOCR | ONLRET), 0u);
+  EXPECT_EQ(raw.c_oflag & ONLCR, static_cast<tcflag_t>(ONLCR));
+  EXPECT_EQ(raw.c_lflag & (ISIG | ICANON | ECHO | ECHOE), 0u);
+  EXPECT_EQ(raw.c_lflag & IEXTEN, static_cast<tcflag_t>(IEXTEN));
+}
+
+TEST_F(PtyOpen, StaleLink_IsReplaced) {
+  std::filesystem::create_symlink("/dev/null", mapping());
+  ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
+  EXPECT_EQ(std::filesystem::read_symlink(mapping()), m_pty.m_pts_name_a);
+  EXPECT_TRUE(m_log.has("create_pts_mapping unlink(" + mapping() + ") ret_val[0]"));
+  EXPECT_TRUE(m_log.has("create_pts_mapping \"" + mapping() + "\" not exists"));
+}
+
+TEST_F(PtyOpen, NoStaleLink_IsNoError) {
+  ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
+  EXPECT_TRUE(m_log.has("create_pts_mapping unlink(" + mapping() + ") ret_val[-1]"));
+}
+
+TEST_F(PtyOpen, OpenRecord_IsClosedFirst) {
+  ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
+  application app(mapping());
+  ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
+  EXPECT_TRUE(app.sees_the_end());
+}
+
+TEST_F(PtyOpen, NonBlockingMode_IsSet) {
+  ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
+  EXPECT_EQ(fcntl(m_pty.m_ptm_fd, F_GETFL) & O_NONBLOCK, 0);
+  m_pty.m_nonblock_mode = 1;
+  ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
+  EXPECT_EQ(fcntl(m_pty.m_ptm_fd, F_GETFL) & O_NONBLOCK, O_NONBLOCK);
+}
+
+TEST_F(PtyOpen, Logs_EachStep) {
+  ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
+  const std::string fd = std::to_string(m_pty.m_ptm_fd);
+  const std::string slave = m_pty.m_pts_name_a;
+  EXPECT_TRUE(m_log.has_in_a_row({"pub_pty_open()", "pub_pty_open m_ptm_fd[0]", "pub_pty_open m_ptm_fd[" + fd + "]",
+                                  "create_pts_mapping()", "create_pts_mapping pts_name_ptr[" + slave + "]",
+                                  "create_pts_mapping m_pts_name_a[" + slave + "] ret_val[0]"}));
+  EXPECT_TRUE(m_log.has("create_pts_mapping symlink(" + slave + ", " + mapping() + ") ret_val[0]"));
+  EXPECT_TRUE(m_log.has_in_a_row({"create_pts_mapping chmod(" + mapping() + ", 432) ret_val[0]",
+                                  "create_pts_mapping chown(" + mapping() + ", 1000, 1001) ret_val[0]",
+                                  "create_pts_mapping m_pts_mapping_name_a[" + mapping() + "] ret_val[0]",
+                                  "set_ptm_attr()", "set_ptm_attr fd[" + fd + "]"}));
+  EXPECT_TRUE(m_log.has_in_a_row(
+      {"set_ptm_attr grantpt(" + fd + ") ret_val[0]", "set_ptm_attr unlockpt(" + fd + ") ret_val[0]",
+       "set_ptm_attr fd[" + fd + "] ret_val[0]", "pub_pty_open \"" + mapping() + "\" exists",
+       "pub_pty_open m_ptm_fd[" + fd + "]; m_pts_name_a[" + slave + "] m_pts_mapping_name_a[" + mapping() + "]"}));
+}
+
+TEST_F(PtyOpen, MissingFolder_FailsAndLeavesNothingOpen) {
+  map_to(m_folder.path("no/app"));
+  EXPECT_EQ(pub_pty_open(&m_pty), ERR_SYSTEM);
+  expect_closed();
+  EXPECT_TRUE(m_log.contains("sys call: symlink() failed! errno = 2"));
+  EXPECT_TRUE(m_log.contains("[PTY]map /dev/pts/"));
+  EXPECT_TRUE(m_log.has("create_pts_mapping m_pts_mapping_name_a[" + mapping() + "] ret_val[-118]"));
+}
+
+TEST_F(PtyOpen, FolderInTheLinksPlace_FailsAndIsLeftThere) {
+  std::filesystem::create_directories(mapping() + "/content");
+  EXPECT_EQ(pub_pty_open(&m_pty), ERR_SYSTEM);
+  EXPECT_TRUE(std::filesystem::is_directory(mapping()));
+}
+
+TEST_F(PtyOpen, EmptyMapping_IsRefusedAndLeavesNothingOpen) {
+  map_to("");
+  EXPECT_EQ(pub_pty_open(&m_pty), ERR_ARGUMENT);
+  expect_closed();
+  EXPECT_TRUE(m_log.has("[PTY]0, 0, 1"));
+}
+
+TEST_F(PtyOpen, Null_IsRefused) {
+  EXPECT_EQ(pub_pty_open(nullptr), ERR_ARGUMENT);
+  EXPECT_THAT(m_log.texts().back(), failure_line("pty/pty", "pub_pty_open", ERR_ARGUMENT));
+}
+
+}  // namespace
