@@ -10,7 +10,7 @@ using found_item = std::optional<stream_item_st>;
 
 constexpr std::uint8_t MAGIC[] = {0xAA, 0xBB, 0xCC, 0xDD};
 constexpr std::size_t LENGTH_END = 8;   // magic and length field
-constexpr std::size_t LENGTH_MORE = 8;  // the length field is the frame's size plus 8; the whole is the length field plus 8
+constexpr std::size_t LENGTH_MORE = 8;  // the length field is the frame size plus 8; the whole is 8 longer still
 
 bool is_line_end(std::uint8_t byte) {
   return byte == '\r' || byte == '\n';
