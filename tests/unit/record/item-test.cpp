@@ -1,11 +1,12 @@
 // The record files of the production line's stations.
+#include "amt/amt-record/item.h"
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <climits>
 #include <filesystem>
 
-#include "amt/amt-record/item.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
 #include "tests/unit/phone-root.h"

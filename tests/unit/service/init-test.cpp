@@ -1,3 +1,5 @@
+#include "amt/amt-handle/service/init.h"
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -5,7 +7,6 @@
 #include <filesystem>
 #include <string>
 
-#include "amt/amt-handle/service/init.h"
 #include "tests/unit/log-capture.h"
 #include "tests/unit/phone-root.h"
 

@@ -1,9 +1,9 @@
+#include "amt/amt-handle/service/pc-link.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
-
-#include "amt/amt-handle/service/pc-link.h"
 
 namespace {
 
