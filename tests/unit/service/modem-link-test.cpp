@@ -65,10 +65,11 @@ TEST_F(ModemLink, BlocksInARow_GoOutOneByOne) {
 
 TEST_F(ModemLink, ClosedPcOrModem_EndsTheServiceWithoutARead) {
   for (auto* link : {&g_handle_context.m_fd_pc, &g_handle_context.m_fd_modem}) {
-    const int open = link->exchange(0);
+    const int open = *link;
+    link->abandon();
     EXPECT_EXIT(read_to_the_end(), ExitedWithCode(0),
                 AllOf(HasSubstr("amt_handle_read_modem_loop()\namt_handle_deinit()\n"), Not(HasSubstr("read ready"))));
-    *link = open;
+    link->take(pub_fd(open));
   }
 }
 
