@@ -77,8 +77,8 @@ TEST_P(BluetoothOn, LibraryFails_IsAnsweredByTheParentAndRefusedByTheChild) {
   expect_pre_response();
   const auto one = to_hex(next_answer(15));
   const auto other = to_hex(next_answer(15));
-  EXPECT_THAT((std::vector{one, other}),
-              testing::UnorderedElementsAre("0F00BBAB0900EE0101040000000000", "0F00BBAB0900EE0101040001000000"));
+  EXPECT_THAT((std::vector{one, other}), testing::UnorderedElementsAre("0F 00 BB AB 09 00 EE 01 01 04 00 00 00 00 00",
+                                                                       "0F 00 BB AB 09 00 EE 01 01 04 00 01 00 00 00"));
   EXPECT_EQ(content(HWT_CALLS), "hwt_btCtrl(1) = -7\n");
   expect_logged("BT-start error. call hwt_btCtrl fail: -7");
   expect_logged("FUNC-amt_device_bt(), error_code=-118");
