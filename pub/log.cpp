@@ -45,13 +45,15 @@ class log_entrance {
   }
 };
 
-void print_line(const pub_log_module_st& module, const char* format, va_list arguments) {
+__attribute__((format(printf, 2, 0))) void print_line(const pub_log_module_st& module, const char* format,
+                                                      va_list arguments) {
   const errno_keeper keeper;
   const log_entrance entrance;
   __android_log_vprint(ANDROID_LOG_DEBUG, module.m_tag, format, arguments);
 }
 
-void print_failure(const pub_log_site& site, std::int32_t code, const char* format, va_list arguments) {
+__attribute__((format(printf, 3, 0))) void print_failure(const pub_log_site& site, std::int32_t code,
+                                                         const char* format, va_list arguments) {
   pub_log_failure(site, code);
   if (pub_log_enabled(site.m_module)) print_line(site.m_module, format, arguments);
 }
