@@ -1,7 +1,5 @@
 #include "amt/amt-device/bluetooth.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstring>
 #include <iterator>
@@ -16,7 +14,6 @@
 #include "amt/amt-handle/life/lifetime.h"
 #include "amt/amt-record/bt-address.h"
 #include "amt/amt-record/record.h"
-#include "pub/util/process.h"
 
 namespace {
 
@@ -78,8 +75,7 @@ result_code_en fail_bt(const pub_log_site& site) {
   return pub_fail(site, ERR_SYSTEM, "error to exec: hciattach");
 }
 
-result_code_en switch_on_in_child(const pub_log_site& site, std::uint8_t link, amt_message_st* response, pid_t forker) {
-  amt_handle_become_child(forker);
+result_code_en switch_on_in_child(const pub_log_site& site, std::uint8_t link, amt_message_st* response) {
   if (amt_radio_switch_bt({site, "BT-start"}, 1) != ERR_NONE) return fail_bt(site);
   return amt_handle_send_rsp_ok(link, response, AMT_BLUETOOTH_RSPCMD);
 }
@@ -90,10 +86,9 @@ result_code_en amt_device_bt(std::uint8_t link, amt_message_st* request, amt_mes
   pub_log_entry(k_log);
   if (amt_handle_is_bad_request(k_log, link, request, response)) return ERR_ARGUMENT;
   amt_handle_get_run_mode();  // asked for and ignored: Bluetooth is switched on in the same way in every run mode
-  const pid_t self = gettid();
-  const pid_t child = pub_util_fork();
+  const pid_t child = amt_handle_fork();
   if (child < 0) return fail_bt(k_log);
-  if (child == 0) return switch_on_in_child(k_log, link, response, self);
+  if (child == 0) return switch_on_in_child(k_log, link, response);
   return amt_handle_send_rsp_ok(link, response, AMT_BLUETOOTH_RSPCMD);
 }
 

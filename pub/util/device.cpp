@@ -1,6 +1,7 @@
 #include "pub/util/device.h"
 
 #include <fcntl.h>
+#include <sys/eventfd.h>
 #include <sys/vfs.h>
 #include <termios.h>
 #include <unistd.h>
@@ -46,13 +47,26 @@ bool is_bad_device(const pub_log_site& site, const pub_shared_fd* fd, const char
   return pub_log_bad_arguments(site, {fd == nullptr, path == nullptr, path != nullptr && *path == '\0'});
 }
 
+// An open that does not wait, also not for the carrier of a line that has none. -1 and errno on failure.
+pub_fd open_at_once(const char* path, int flags) {
+  pub_fd fd(pub_util_open(path, flags | O_NONBLOCK));
+  if (fd.get() <= 0 || (flags & O_NONBLOCK) != 0) return fd;
+  const int opened = fcntl(fd.get(), F_GETFL);
+  if (opened < 0 || fcntl(fd.get(), F_SETFL, opened & ~O_NONBLOCK) < 0) {
+    const int error = errno;
+    fd.reset();
+    errno = error;
+  }
+  return fd;
+}
+
 // The attempts of both openers: the new descriptor, or none.
 pub_fd open_with_tries(const char* path, int flags, std::uint32_t tries, std::uint32_t pause_ms) {
   LOG_LINE("begin to check if can open device \"%s\"", path);
   std::uint32_t attempt = 0;
   for (;;) {
     LOG_LINE("(%ld/%ld)try to open device \"%s\"", static_cast<long>(attempt), static_cast<long>(tries), path);
-    pub_fd fd(pub_util_open(path, flags));
+    pub_fd fd = open_at_once(path, flags);
     if (fd.get() > 0) {
       LOG_LINE("open device \"%s\" successfully", path);
       return fd;
@@ -120,6 +134,19 @@ result_code_en pub_util_try_to_open_device(pub_shared_fd* fd, const char* path, 
   if (opened.get() <= 0) return ERR_SYSTEM;
   fd->take(std::move(opened));
   return ERR_NONE;
+}
+
+void pub_util_park_device(pub_shared_fd* fd) {
+  pub_log_entry(k_log);
+  if (pub_log_bad_arguments(k_log, {fd == nullptr})) return;
+  const int number = *fd;
+  if (number <= 0) return;
+  const pub_fd silence(eventfd(0, EFD_CLOEXEC));
+  if (!silence) {
+    pub_log_sys_call(k_log, "eventfd");
+  } else if (dup3(silence.get(), number, O_CLOEXEC) < 0) {
+    pub_log_sys_call(k_log, "dup3");
+  }
 }
 
 result_code_en pub_util_try_to_reopen_device(pub_shared_fd* fd, const char* path, int flags, std::uint32_t tries,

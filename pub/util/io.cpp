@@ -3,12 +3,43 @@
 #include <fcntl.h>
 #include <paths.h>
 #include <spawn.h>
+#include <poll.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
-#include <string>
+#include <tuple>
+
+namespace {
+
+constexpr std::uint32_t CHILD_WAIT_MS = 60'000;
+constexpr std::uint32_t CHILD_LOOK_MS = 10;
+
+// A descriptor that is ready when the child has ended; none before Linux 5.3.
+pub_fd watch_child(pid_t child) {
+#ifdef SYS_pidfd_open
+  return pub_fd(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
+#else
+  std::ignore = child;
+  return pub_fd();
+#endif
+}
+
+// Gives the wait status, or -1 and errno.
+int wait_for_child(pid_t child) {
+  const pub_fd end = watch_child(child);
+  for (;;) {
+    int status = 0;
+    const pid_t ended = waitpid(child, &status, WNOHANG);
+    if (ended == child) return status;
+    if (ended < 0 && errno != EINTR) return -1;
+    if (!end || pub_util_wait(end.get(), POLLIN, CHILD_WAIT_MS) < 0) pub_util_sleep_ms(CHILD_LOOK_MS);
+  }
+}
+
+}  // namespace
 
 int pub_util_open(const char* path, int flags) {
   return open(path, flags | O_NOCTTY | O_CLOEXEC);
@@ -34,14 +65,6 @@ void pub_shared_fd::close() {
   if (old > 0) ::close(old);
 }
 
-ssize_t pub_util_write(int fd, const void* data, std::size_t size) {
-  if (fd < 1) {
-    errno = EBADF;
-    return -1;
-  }
-  return write(fd, data, size);
-}
-
 int pub_util_run_command(const char* command) {
   posix_spawnattr_t attributes;
   posix_spawnattr_init(&attributes);
@@ -50,20 +73,15 @@ int pub_util_run_command(const char* command) {
   posix_spawnattr_setsigmask(&attributes, &none);
   posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
 
-  std::string shell = "sh";
-  std::string option = "-c";
-  std::string text = command;
-  char* const arguments[] = {shell.data(), option.data(), text.data(), nullptr};
+  const char* const arguments[] = {"sh", "-c", command, nullptr};
   pid_t child = 0;
-  const int error = posix_spawn(&child, _PATH_BSHELL, nullptr, &attributes, arguments, environ);
+  // The texts are only read; the type is older than const.
+  const int error =
+      posix_spawn(&child, _PATH_BSHELL, nullptr, &attributes, const_cast<char* const*>(arguments), environ);
   posix_spawnattr_destroy(&attributes);
   if (error != 0) {
     errno = error;
     return -1;
   }
-  int status = 0;
-  while (waitpid(child, &status, 0) < 0) {
-    if (errno != EINTR) return -1;
-  }
-  return status;
+  return wait_for_child(child);
 }

@@ -1,5 +1,5 @@
-// Opening, reading, writing, sleeping: the one place of each. Every blocking read and every sleep of the service goes
-// through here, because these are its only points at which a signal acts (see wait.cpp).
+// Opening, reading, writing, sleeping: the one place of each. Every blocking read, write and wait and every sleep of the
+// service goes through here, because these are its only points at which a signal acts (see wait.cpp).
 #pragma once
 
 #include <sys/types.h>
@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <span>
 
 #include "pub/util/fd.h"
 
@@ -50,18 +51,23 @@ pub_file pub_util_fopen(const char* path, const char* mode);
 // blocked read of one does, and not 0 for ever.
 ssize_t pub_util_read(int fd, void* buffer, std::size_t size);
 
-// One write. Gives the count written, or -1 and errno; a descriptor that is closed (below 1) gives EBADF.
+// One write, which waits for as long as a terminal has no room: its bytes are never mixed with those of another write.
+// Gives the count written, or -1 and errno; a descriptor that is closed (below 1) gives EBADF.
 ssize_t pub_util_write(int fd, const void* data, std::size_t size);
 
 // Waits until fd can be read or written (POLLIN, POLLOUT), or the time has passed. 1 ready, 0 time-out, -1 error; a
 // negative fd is never ready.
 int pub_util_wait(int fd, short events, std::uint32_t timeout_ms);
+// The same for any of several descriptors. Gives how many are ready.
+struct pollfd;
+int pub_util_wait_any(std::span<pollfd> wanted, std::uint32_t timeout_ms);
 
 void pub_util_sleep_ms(std::uint32_t milliseconds);
 void pub_util_sleep_us(std::uint32_t microseconds);
 // Waits for signals until the process ends.
 [[noreturn]] void pub_util_sleep_forever();
 
-// Runs a command through the shell and waits for it, as system(3) does, but the command starts with no signal blocked.
-// Gives the shell's wait status, or -1 and errno.
+// Runs a command through the shell and waits for it, as system(3) does, but the command starts with no signal blocked,
+// and the wait is one at which signals act: the command then goes on alone. Gives the shell's wait status, or -1 and
+// errno.
 int pub_util_run_command(const char* command);

@@ -1,6 +1,8 @@
 #include "pub/util/process.h"
 
+#include <pthread.h>
 #include <sched.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -51,6 +53,11 @@ bool runs_under_name(long pid, const char* name) {
     return false;
   }
   return std::strstr(word, name) != nullptr;
+}
+
+void* wait_for_child(void* child) {
+  waitpid(static_cast<pid_t>(reinterpret_cast<std::intptr_t>(child)), nullptr, 0);
+  return nullptr;
 }
 
 }  // namespace
@@ -118,6 +125,16 @@ pid_t pub_util_fork() {
   const pid_t child = fork();
   pub_log_resume(child == 0);
   return child;
+}
+
+void pub_util_reap(pid_t child) {
+  pthread_t thread;
+  const int error = pthread_create(&thread, nullptr, wait_for_child, reinterpret_cast<void*>(std::intptr_t{child}));
+  if (error == 0) {
+    pthread_detach(thread);
+  } else {
+    pub_log_failure(k_log, ERR_SYSTEM, "pthread_create(): %d - %s", error, std::strerror(error));
+  }
 }
 
 void pub_util_raise_process_priority() {

@@ -26,5 +26,8 @@ void pub_util_create_pid_file(const char* name);
 // thread alone, can log, and prints nothing that the parent prints. Gives fork's result.
 pid_t pub_util_fork();
 
+// Takes note of the end of a child, whenever that comes, so that it does not stay a zombie: a thread waits for it.
+void pub_util_reap(pid_t child);
+
 // Real-time class, four below its maximum priority. A failure is only logged.
 void pub_util_raise_process_priority();

@@ -21,21 +21,21 @@ timespec to_timespec(std::chrono::nanoseconds duration) {
 }
 
 // ppoll until a result or the deadline; a handled signal does not shorten the wait.
-int poll_until(pollfd* wanted, steady::time_point deadline) {
+int poll_until(std::span<pollfd> wanted, steady::time_point deadline) {
   for (;;) {
     const auto left = std::max(steady::duration::zero(), deadline - steady::now());
     const timespec timeout = to_timespec(left);
-    const int ready = ppoll(wanted, wanted == nullptr ? 0 : 1, &timeout, pub_util_wait_mask());
+    const int ready = ppoll(wanted.data(), wanted.size(), &timeout, pub_util_wait_mask());
     if (ready >= 0 || errno != EINTR) return ready;
   }
 }
 
-// The signals can act during the read, too: after a fork two processes read one terminal, and the other one may have
-// taken the data, so that the read blocks. Nothing but the system call is interrupted, as in ppoll.
-ssize_t read_as_wait_point(int fd, void* buffer, std::size_t size) {
+// A system call that may block, with the signals of a mask let in. Nothing but the call is interrupted, as in ppoll.
+template <typename Call>
+ssize_t as_wait_point(const sigset_t& mask, Call call) {
   sigset_t held;
-  pthread_sigmask(SIG_SETMASK, pub_util_wait_mask(), &held);
-  const ssize_t count = read(fd, buffer, size);
+  pthread_sigmask(SIG_SETMASK, &mask, &held);
+  const ssize_t count = call();
   const int error = errno;
   pthread_sigmask(SIG_SETMASK, &held, nullptr);
   errno = error;
@@ -56,7 +56,9 @@ ssize_t pub_util_read(int fd, void* buffer, std::size_t size) {
       if (errno == EINTR) continue;
       return -1;
     }
-    const ssize_t count = read_as_wait_point(fd, buffer, size);
+    // The read itself may block, too: after a fork two processes read one terminal, and the other one may have been
+    // faster.
+    const ssize_t count = as_wait_point(*pub_util_wait_mask(), [&] { return read(fd, buffer, size); });
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) continue;
     if (count == 0 && (wanted.revents & (POLLHUP | POLLERR)) != 0) {
       errno = EIO;
@@ -66,17 +68,33 @@ ssize_t pub_util_read(int fd, void* buffer, std::size_t size) {
   }
 }
 
+// The write blocks itself, rather than a wait for room before it: a terminal lets no other write in before it is whole.
+// The signal that makes a thread look again stays out: it would leave a part of the bytes written.
+ssize_t pub_util_write(int fd, const void* data, std::size_t size) {
+  if (fd < 1) {
+    errno = EBADF;
+    return -1;
+  }
+  sigset_t mask = *pub_util_wait_mask();
+  sigaddset(&mask, PUB_WAKE_SIGNAL);
+  return as_wait_point(mask, [&] { return write(fd, data, size); });
+}
+
 int pub_util_wait(int fd, short events, std::uint32_t timeout_ms) {
-  pollfd wanted = {fd, events, 0};
-  return poll_until(&wanted, steady::now() + std::chrono::milliseconds(timeout_ms));
+  pollfd wanted[] = {{fd, events, 0}};
+  return pub_util_wait_any(wanted, timeout_ms);
+}
+
+int pub_util_wait_any(std::span<pollfd> wanted, std::uint32_t timeout_ms) {
+  return poll_until(wanted, steady::now() + std::chrono::milliseconds(timeout_ms));
 }
 
 void pub_util_sleep_ms(std::uint32_t milliseconds) {
-  poll_until(nullptr, steady::now() + std::chrono::milliseconds(milliseconds));
+  poll_until({}, steady::now() + std::chrono::milliseconds(milliseconds));
 }
 
 void pub_util_sleep_us(std::uint32_t microseconds) {
-  poll_until(nullptr, steady::now() + std::chrono::microseconds(microseconds));
+  poll_until({}, steady::now() + std::chrono::microseconds(microseconds));
 }
 
 void pub_util_sleep_forever() {

@@ -126,18 +126,20 @@ class pty_link : public test_link {
   std::string m_name;
 };
 
-// A descriptor that takes the first `room` bytes (less than a page) of a write and no more.
+// A descriptor that takes the first `room` bytes (less than a page) of a write and no more; never anything to read.
 inline int open_sink_with_room(std::size_t room) {
   const long page = sysconf(_SC_PAGESIZE);
   const int fd = memfd_create("sink", MFD_CLOEXEC | MFD_ALLOW_SEALING);
   if (fd < 0 || ftruncate(fd, page) != 0 || fcntl(fd, F_ADD_SEALS, F_SEAL_GROW) != 0) return -1;
-  lseek(fd, page - static_cast<long>(room), SEEK_SET);
-  return fd;
+  const int sink = open(("/proc/self/fd/" + std::to_string(fd)).c_str(), O_WRONLY | O_CLOEXEC);
+  close(fd);
+  lseek(sink, page - static_cast<long>(room), SEEK_SET);
+  return sink;
 }
 
 // Every write fails with ENOSPC.
 inline int open_full_device() {
-  return open("/dev/full", O_RDWR | O_CLOEXEC);
+  return open("/dev/full", O_WRONLY | O_CLOEXEC);
 }
 
 // A context as it is after the start of the service, with a PC and a modem at its links, and the log kept.

@@ -35,12 +35,20 @@ struct amt_at_text_st {
   std::string_view view() const { return {m_buf_a.data(), m_buf_len}; }
 };
 
+// What the AT link still owes: the final result of the last command, which may come in several reads.
+struct amt_at_debt_st {
+  bool m_is_owed;
+  std::uint32_t m_tail_len;
+  std::array<char, 16> m_tail_a;  // the end of what was read since the command: longer than any final result
+};
+
 struct handle_context_st {
   pub_thread_st m_app_thread;
   pub_thread_st m_pc_thread;
   pub_thread_st m_modem_thread;
   pub_thread_st m_usb_thread;
   pub_pty_st m_pty_app;
+  bool m_has_app_left;       // the application closed its terminal while its request ran
   pub_shared_fd m_fd_pc;     // PC link; 0 = closed, like the two below
   pub_shared_fd m_fd_at;     // modem AT command link
   pub_shared_fd m_fd_modem;  // modem data link
@@ -51,6 +59,9 @@ struct handle_context_st {
   amt_message_st m_at_request;     // a radio request as AT data
   amt_at_text_st m_at_command;     // sent to the modem's AT link
   amt_at_text_st m_at_receive;     // read from it since the command
+  bool m_is_at_receive_cut;        // the answer did not fit: only its end is there
+  bool m_is_at_wait_logged;        // the modem has been silent for long since the command
+  amt_at_debt_st m_at_debt;
   amt_message_st m_at_response;    // a radio response as AT data
   std::array<amt_handle_func, AMT_HANDLER_COUNT> m_handle_pc_func_a;
   std::array<amt_pre_response_en, AMT_HANDLER_COUNT> m_pc_pre_response_a;

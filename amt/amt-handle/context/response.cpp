@@ -55,7 +55,9 @@ result_code_en amt_handle_send_rsp(std::uint8_t link, amt_message_st* response) 
   }
 
   const bool is_pc = link == AMT_LINK_PC;
-  const int fd = is_pc ? g_handle_context.m_fd_pc : g_handle_context.m_pty_app.m_ptm_fd;
+  // An answer that nobody waits for any more is not left to the next application.
+  const int app_fd = g_handle_context.m_has_app_left ? 0 : int{g_handle_context.m_pty_app.m_ptm_fd};
+  const int fd = is_pc ? int{g_handle_context.m_fd_pc} : app_fd;
   if (fd <= 0) {
     pub_log_failure({k_log, 5770}, ERR_FAIL, "invalid fd");
     return fail_send(ERR_FAIL);

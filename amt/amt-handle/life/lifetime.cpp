@@ -1,10 +1,13 @@
 #include "amt/amt-handle/life/lifetime.h"
 
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <tuple>
 
 #include "amt/amt-handle/context/handle-context.h"
@@ -12,12 +15,20 @@
 #include "amt/amt-handle/context/state.h"
 #include "amt/amt-handle/life/timer.h"
 #include "amt/amt-record/amt1-flag.h"
+#include "pub/result.h"
 #include "pub/util/io.h"
+#include "pub/util/process.h"
 #include "pub/util/signals.h"
 
 namespace {
 
-std::atomic<bool> g_is_ending;       // a thread is ending the process
+constexpr std::uint32_t MAIN_THREAD_MS = 900;  // for the main thread to reach a wait point
+constexpr unsigned EXIT_SECONDS = 1;           // for the process to be gone after the tear-down
+
+enum class phase { RUNNING, FORKING, ENDING };
+std::atomic<phase> g_phase;          // of the process; a fork and an end exclude each other
+std::atomic<int> g_exit_status;
+pub_thread_st g_signal_thread;
 std::atomic<bool> g_is_deinit_done;  // the tear-down has run, or is running
 std::atomic<bool> g_is_refusal_reported;
 
@@ -54,8 +65,53 @@ void keep_own_thread(pub_thread_st& thread, pid_t forker) {
 
 // The calling thread ends the process: it alone goes on, and nothing may stop it half-way.
 void take_the_end() {
-  if (g_is_ending.exchange(true)) pub_util_sleep_forever();
+  for (;;) {
+    phase expected = phase::RUNNING;
+    if (g_phase.compare_exchange_strong(expected, phase::ENDING)) break;
+    if (expected == phase::ENDING) pub_util_sleep_forever();
+    g_phase.wait(expected);
+  }
   pub_util_keep_signals_out();
+}
+
+void leave_now(int) {
+  _exit(g_exit_status);
+}
+
+// exit(3) waits for a lock that a thread may hold inside a library, and runs what libraries have registered.
+[[noreturn]] void leave(int status) {
+  g_exit_status = status;
+  std::signal(SIGALRM, leave_now);
+  alarm(EXIT_SECONDS);
+  std::exit(status);
+}
+
+// Gets a signal of the process only while the main thread does not wait: the system asks that one first.
+void treat_signals() {
+  pub_util_keep_signals_out();
+  sigset_t ending;
+  sigemptyset(&ending);
+  sigaddset(&ending, SIGTERM);
+  sigaddset(&ending, SIGUSR2);
+  int signo = 0;
+  while (sigwait(&ending, &signo) != 0) {
+  }
+  syscall(SYS_tgkill, getpid(), getpid(), signo);  // the main thread has the number of the process
+  pub_util_sleep_ms(MAIN_THREAD_MS);
+  signal_treatment(signo);
+}
+
+// The calling thread is the only one of a process that was forked from the service.
+void become_child(pid_t forker) {
+  auto& context = g_handle_context;
+  keep_own_thread(context.m_modem_thread, forker);
+  keep_own_thread(context.m_pc_thread, forker);
+  keep_own_thread(context.m_usb_thread, forker);
+  keep_own_thread(context.m_app_thread, forker);
+  amt_timer_become_child();
+  g_phase = phase::RUNNING;
+  g_is_deinit_done = false;
+  amt_handle_watch_signals();
 }
 
 }  // namespace
@@ -86,7 +142,7 @@ result_code_en amt_handle_deinit() {
 void amt_handle_end_service(int status) {
   take_the_end();
   amt_deinit_resource();
-  std::exit(status);
+  leave(status);
 }
 
 void signal_treatment(int signo) {
@@ -96,15 +152,29 @@ void signal_treatment(int signo) {
   amt_handle_end_service(EXIT_SUCCESS);
 }
 
-void amt_handle_become_child(pid_t forker) {
-  auto& context = g_handle_context;
-  keep_own_thread(context.m_modem_thread, forker);
-  keep_own_thread(context.m_pc_thread, forker);
-  keep_own_thread(context.m_usb_thread, forker);
-  keep_own_thread(context.m_app_thread, forker);
-  amt_timer_become_child();
-  g_is_ending = false;
-  g_is_deinit_done = false;
+void amt_handle_watch_signals() {
+  const int error = pub_util_start_thread(g_signal_thread, treat_signals);
+  if (error != 0) pub_log_failure(k_log, ERR_SYSTEM, "pthread_create(): %d - %s", error, std::strerror(error));
+}
+
+pid_t amt_handle_fork() {
+  phase expected = phase::RUNNING;
+  if (!g_phase.compare_exchange_strong(expected, phase::FORKING)) {
+    errno = ECANCELED;
+    return -1;
+  }
+  const pid_t self = gettid();
+  const pid_t child = pub_util_fork();
+  if (child == 0) {
+    become_child(self);
+    return child;
+  }
+  const int error = errno;
+  g_phase = phase::RUNNING;
+  g_phase.notify_all();
+  if (child > 0) pub_util_reap(child);
+  errno = error;
+  return child;
 }
 
 void amt_handle_exit_refused() {

@@ -10,6 +10,10 @@
 // Handler of SIGTERM and SIGUSR2: tears down and ends the process with status 0.
 void signal_treatment(int signo);
 
+// From now on these signals end the process within 2 seconds, also while the main thread is in a call that does not
+// return: a thread of its own waits for them then. It is the main thread that treats a signal at its wait points.
+void amt_handle_watch_signals();
+
 // Runs the tear-down unless it has been run.
 void amt_deinit_resource();
 
@@ -17,13 +21,14 @@ void amt_deinit_resource();
 // of a -u start. Gives the result of closing the APP link.
 result_code_en amt_handle_deinit();
 
-// Ends the process from any thread, after the tear-down. When two threads come here, the second waits for the
-// first to end the process.
+// Ends the process from any thread, after the tear-down; what libraries do at the end has a second for it. When two
+// threads come here, the second waits for the first to end the process.
 [[noreturn]] void amt_handle_end_service(int status);
 
-// The first call in a process that a worker (its thread id: forker) has forked from the service: that process has this
-// one thread, no timers, and an end of its own.
-void amt_handle_become_child(pid_t forker);
+// fork(2), which gives a second process that runs the service: it has the calling thread alone, a worker, and no timers,
+// and an end of its own. The first one learns of its end. -1 and errno on failure: ECANCELED once an end is under way,
+// which the second process would outlive.
+pid_t amt_handle_fork();
 
 // The exit helper of a refused or timed-out start: makes the refusal report, deletes the timers, and lets SIGTERM end
 // the process.

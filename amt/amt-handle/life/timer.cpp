@@ -53,42 +53,8 @@ void forget(amt_timer_st& timer) {
   if (timer.m_id != AMT_TIMER_NOT_SET_UP) timer.m_id = AMT_NO_TIMER;
 }
 
-}  // namespace
-
-void amt_timer_create(amt_timer_st& timer, amt_timer_action action) {
-  if (timer.m_id != AMT_NO_TIMER) amt_timer_delete(timer);
-  sigevent event = {};
-  event.sigev_notify = SIGEV_THREAD;
-  event.sigev_signo = SIGRTMIN;
-  event.sigev_value.sival_int = EXPIRY_VALUE;
-  event.sigev_notify_function = action;
-  timer_t id;
-  if (timer_create(CLOCK_REALTIME, &event, &id) != 0) {
-    pub_log_failure(k_log, ERR_SYSTEM, "timer_create, error: %d - %s", errno, std::strerror(errno));
-    return;
-  }
-  timer.m_is_expired = false;
-  timer.m_id = to_handle(id);
-  LOG_LINE("createTimer success, timerId[%d]", printable(timer.m_id));
-}
-
-void amt_timer_set(amt_timer_st& timer, std::int32_t milliseconds) {
-  const std::int64_t handle = timer.m_id;
-  if (handle == AMT_NO_TIMER) {
-    LOG_LINE("invalid parameter.timerId:%d; timeMSec:%d.", printable(handle), milliseconds);
-    return;
-  }
-  itimerspec once = {};
-  once.it_value = {milliseconds / 1000, (milliseconds % 1000) * 1000000L};
-  if (timer_settime(to_id(handle), 0, &once, nullptr) != 0) {
-    const int error = errno;
-    LOG_LINE("timer_settime errorr: %d - %s", error, std::strerror(error));
-  }
-  LOG_LINE("setTimer success, timerId[%d], timeMSec:%d. ", printable(handle), milliseconds);
-}
-
-bool amt_timer_delete(amt_timer_st& timer) {
-  const timer_lock_guard guard;
+// With the lock held. True when it was a timer.
+bool delete_locked(amt_timer_st& timer) {
   const std::int64_t handle = timer.m_id;
   const bool is_timer = handle != AMT_NO_TIMER && handle != AMT_TIMER_NOT_SET_UP;
   if (handle != AMT_NO_TIMER) {
@@ -97,7 +63,48 @@ bool amt_timer_delete(amt_timer_st& timer) {
     timer.m_id = AMT_NO_TIMER;
   }
   LOG_LINE("deleteTimer success, timerId[%d]", printable(timer.m_id));
-  return is_timer && !timer.m_is_expired;
+  return is_timer;
+}
+
+}  // namespace
+
+bool amt_timer_create(amt_timer_st& timer, amt_timer_action action) {
+  const timer_lock_guard guard;
+  if (timer.m_id != AMT_NO_TIMER) delete_locked(timer);
+  sigevent event = {};
+  event.sigev_notify = SIGEV_THREAD;
+  event.sigev_signo = SIGRTMIN;
+  event.sigev_value.sival_int = EXPIRY_VALUE;
+  event.sigev_notify_function = action;
+  timer_t id;
+  if (timer_create(CLOCK_REALTIME, &event, &id) != 0) {
+    pub_log_failure(k_log, ERR_SYSTEM, "timer_create, error: %d - %s", errno, std::strerror(errno));
+    return false;
+  }
+  timer.m_is_expired = false;
+  timer.m_id = to_handle(id);
+  LOG_LINE("createTimer success, timerId[%d]", printable(timer.m_id));
+  return true;
+}
+
+bool amt_timer_set(amt_timer_st& timer, std::int32_t milliseconds) {
+  const timer_lock_guard guard;
+  const std::int64_t handle = timer.m_id;
+  if (handle == AMT_NO_TIMER) {
+    LOG_LINE("invalid parameter.timerId:%d; timeMSec:%d.", printable(handle), milliseconds);
+    return false;
+  }
+  itimerspec once = {};
+  once.it_value = {milliseconds / 1000, (milliseconds % 1000) * 1000000L};
+  const bool is_set = timer_settime(to_id(handle), 0, &once, nullptr) == 0;
+  if (!is_set) pub_log_failure(k_log, ERR_SYSTEM, "timer_settime errorr: %d - %s", errno, std::strerror(errno));
+  LOG_LINE("setTimer success, timerId[%d], timeMSec:%d. ", printable(handle), milliseconds);  // in any case
+  return is_set;
+}
+
+bool amt_timer_delete(amt_timer_st& timer) {
+  const timer_lock_guard guard;
+  return delete_locked(timer) && !timer.m_is_expired;
 }
 
 bool amt_timer_expire(amt_timer_st& timer) {

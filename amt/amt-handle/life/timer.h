@@ -21,13 +21,16 @@ extern amt_timer_st g_handShakeTimer;  // 5 s for the PC to answer the first mod
 
 using amt_timer_action = void (*)(union sigval);
 
-// Creates the timer, deleting an existing one first.
-void amt_timer_create(amt_timer_st& timer, amt_timer_action action);
-// Arms it once.
-void amt_timer_set(amt_timer_st& timer, std::int32_t milliseconds);
-// Deletes it, under the timer lock. True when that came before its expiry: the action then does nothing.
+// All of these hold the timer lock.
+
+// Creates the timer, deleting an existing one first. False, logged, when the system has none: it may then never have one
+// again in this process, because its thread for timers could not be made.
+bool amt_timer_create(amt_timer_st& timer, amt_timer_action action);
+// Arms it once. False, logged, when there is no such timer or it could not be armed.
+bool amt_timer_set(amt_timer_st& timer, std::int32_t milliseconds);
+// Deletes it. True when that came before its expiry: the action then does nothing.
 bool amt_timer_delete(amt_timer_st& timer);
-// What an action asks first, under the timer lock: false when the timer was deleted just as it expired.
+// What an action asks first: false when the timer was deleted just as it expired.
 bool amt_timer_expire(amt_timer_st& timer);
 
 // In a forked process: it has no timers, and nobody in it holds the timer lock.

@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
+#include <span>
 #include <string_view>
 
 #include "amt/amt-cfg.h"
@@ -26,6 +28,11 @@ constexpr int ANSWER_TRIES = 5;
 constexpr std::uint32_t REOPEN_TRIES = 30;
 constexpr std::uint32_t REOPEN_PAUSE_MS = 1000;
 constexpr std::uint32_t LOG_LIMIT = 1023;
+constexpr std::uint32_t DEBT_MS = 1000;
+constexpr std::uint32_t DROP_MS = 200;
+constexpr std::size_t DROP_LIMIT = std::size_t{64} * 1024;
+
+using steady = std::chrono::steady_clock;
 
 // The precision that prints a text of this length: in a log line, which has a limit, and on standard output.
 int printable(std::uint32_t length) {
@@ -36,7 +43,71 @@ int whole(std::uint32_t length) {
   return static_cast<int>(std::min(length, static_cast<std::uint32_t>(INT32_MAX)));
 }
 
+// Takes a piece of an answer. Gives it with the end of what came before it, valid until the next piece.
+std::string_view append_to_tail(amt_at_debt_st& debt, std::string_view piece, std::span<char> joined) {
+  const auto end = std::copy_n(debt.m_tail_a.begin(), debt.m_tail_len, joined.begin());
+  const std::string_view text(joined.begin(), std::copy(piece.begin(), piece.end(), end));
+  const std::string_view tail = text.substr(text.size() - std::min(text.size(), debt.m_tail_a.size()));
+  std::copy(tail.begin(), tail.end(), debt.m_tail_a.begin());
+  debt.m_tail_len = static_cast<std::uint32_t>(tail.size());
+  return text;
+}
+
+void start_debt() {
+  g_handle_context.m_at_debt = {.m_is_owed = true, .m_tail_len = 0, .m_tail_a = {}};
+}
+
+// What was read may end the answer to the last command. Long answers are looked at piece by piece.
+void pay(std::string_view received) {
+  constexpr std::size_t PIECE = 256;
+  char joined[PIECE + sizeof amt_at_debt_st::m_tail_a];
+  for (auto& debt = g_handle_context.m_at_debt; debt.m_is_owed && !received.empty();) {
+    const std::string_view text = append_to_tail(debt, received.substr(0, PIECE), joined);
+    if (amt_answer_has_ok(text) || amt_answer_is_error(text)) debt.m_is_owed = false;
+    received.remove_prefix(std::min(received.size(), PIECE));
+  }
+}
+
+// Reads what is there, or comes within the time. 0 when there is nothing, or the link has failed: its next use finds
+// out.
+std::size_t drop_once(int fd, std::uint32_t timeout_ms) {
+  pollfd wanted[] = {{fd, POLLIN, 0}};
+  if (pub_util_wait_any(wanted, timeout_ms) <= 0 || (wanted[0].revents & POLLIN) == 0) return 0;
+  std::array<std::uint8_t, 1024> bytes;
+  const ssize_t count = pub_util_read(fd, bytes.data(), bytes.size());
+  if (count <= 0) return 0;
+  const auto dropped = std::span(bytes).first(static_cast<std::size_t>(count));
+  pub_log_dump(k_log, "drop from AT link: ", dropped);
+  pay({reinterpret_cast<const char*>(dropped.data()), dropped.size()});
+  return dropped.size();
+}
+
+std::uint32_t left_until(steady::time_point end) {
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - steady::now());
+  return static_cast<std::uint32_t>(std::max<std::chrono::milliseconds::rep>(left.count(), 0));
+}
+
+// Whatever comes now was not asked for by the next command.
+void drop_waiting(int fd) {
+  std::size_t dropped = 0;
+  const auto debt_end = steady::now() + std::chrono::milliseconds(DEBT_MS);
+  while (g_handle_context.m_at_debt.m_is_owed && dropped < DROP_LIMIT) {
+    const std::size_t count = drop_once(fd, left_until(debt_end));
+    if (count == 0) break;
+    dropped += count;
+  }
+  g_handle_context.m_at_debt.m_is_owed = false;
+  const auto drop_end = steady::now() + std::chrono::milliseconds(DROP_MS);
+  while (dropped < DROP_LIMIT && left_until(drop_end) > 0) {
+    const std::size_t count = drop_once(fd, 0);
+    if (count == 0) break;
+    dropped += count;
+  }
+  if (dropped > 0) LOG_WARNING("dropped %d bytes that waited on the AT link", static_cast<int>(dropped));
+}
+
 result_code_en write_link_status_off(int fd) {
+  drop_waiting(fd);
   const int ready = pub_util_wait(fd, POLLOUT, ANSWER_SECONDS * 1000);
   if (ready == 0) {
     return pub_fail({k_log, "disable_unsolicited_code"}, ERR_TIMEOUT, "wait %d seconds to write time out",
@@ -57,6 +128,7 @@ result_code_en write_link_status_off(int fd) {
 // One wait and read of the answer. ERR_NOT_HANDLED: nothing final yet.
 result_code_en read_confirmation(int fd, int index) {
   char answer[20] = {};
+  char joined[sizeof answer + sizeof amt_at_debt_st::m_tail_a];
   timeval begin = {};
   timeval end = {};
   gettimeofday(&begin, nullptr);
@@ -66,8 +138,9 @@ result_code_en read_confirmation(int fd, int index) {
   if (ready < 0 || count < 0) {
     return pub_fail_sys_call({k_log, "disable_unsolicited_code"}, ERR_SYSTEM, ready < 0 ? "select" : "read");
   }
-  if (amt_answer_is_ok(answer)) return ERR_NONE;
-  if (amt_answer_is_silencing_error(answer)) return pub_fail({k_log, "disable_unsolicited_code"}, ERR_FAIL);
+  const std::string_view text = append_to_tail(g_handle_context.m_at_debt, answer, joined);
+  if (amt_answer_is_ok(text)) return ERR_NONE;
+  if (amt_answer_is_silencing_error(text)) return pub_fail({k_log, "disable_unsolicited_code"}, ERR_FAIL);
   if (ready == 0) {
     LOG_LINE("read time out: %ld:%ld -> %ld:%ld", begin.tv_sec, begin.tv_usec, end.tv_sec, end.tv_usec);
   }
@@ -106,11 +179,18 @@ result_code_en fail_again(const char* function, const char* call, ssize_t count)
 }
 
 ssize_t write_link(const char* text, std::uint32_t length) {
-  return pub_util_write(g_handle_context.m_fd_at, text, length);
+  const int fd = g_handle_context.m_fd_at;
+  drop_waiting(fd);
+  start_debt();
+  const ssize_t written = pub_util_write(fd, text, length);
+  if (written < 0) g_handle_context.m_at_debt.m_is_owed = false;
+  return written;
 }
 
 ssize_t read_link(char* buffer, std::uint32_t length) {
-  return pub_util_read(g_handle_context.m_fd_at, buffer, length);
+  const ssize_t count = pub_util_read(g_handle_context.m_fd_at, buffer, length);
+  if (count > 0) pay({buffer, static_cast<std::size_t>(count)});
+  return count;
 }
 
 result_code_en finish_read(const char* buffer, ssize_t count, std::uint32_t* read_length) {
@@ -127,9 +207,12 @@ result_code_en disable_unsolicited_code(int fd) {
   if (pub_log_bad_arguments({k_log, 636}, {fd < 1})) return ERR_ARGUMENT;
   const result_code_en sent = write_link_status_off(fd);
   if (sent != ERR_NONE) return sent;
+  start_debt();
   for (int index = 0; index < ANSWER_TRIES; ++index) {
     const result_code_en result = read_confirmation(fd, index);
-    if (result != ERR_NOT_HANDLED) return result;
+    if (result == ERR_NOT_HANDLED) continue;
+    g_handle_context.m_at_debt.m_is_owed = false;
+    return result;
   }
   return pub_fail(k_log, ERR_TIMEOUT);
 }
@@ -173,6 +256,10 @@ result_code_en read_at(char* buffer, std::uint32_t length, std::uint32_t* read_l
   if (!judge_failure(__func__, "read", error)) return ERR_FAIL;
   const result_code_en repaired = repair_link();
   if (repaired != ERR_NONE) return repaired;
-  const ssize_t again = read_link(buffer, length);
+  const int ready = pub_util_wait(g_handle_context.m_fd_at, POLLIN, ANSWER_SECONDS * 1000);
+  if (ready == 0) {
+    return pub_fail(k_log, ERR_FAIL, "wait %d seconds to read time out", static_cast<int>(ANSWER_SECONDS));
+  }
+  const ssize_t again = ready < 0 ? -1 : read_link(buffer, length);
   return again > 0 ? finish_read(buffer, again, read_length) : fail_again(__func__, "read", again);
 }

@@ -1,4 +1,6 @@
-// The modem's AT command link, used synchronously by request handlers.
+// The modem's AT command link, used synchronously by request handlers. An answer always belongs to the last command:
+// before a command is written, the final result that an earlier one still has to come is waited for (one second at
+// most), and what waits on the link is dropped (64 kB or 200 ms at most, with a modem that never stops).
 #pragma once
 
 #include <cstdint>
@@ -15,5 +17,6 @@ result_code_en disable_unsolicited_code(int fd);
 // empty text; ERR_FAIL when the write failed; ERR_TIMEOUT or ERR_SYSTEM when the link could not be repaired.
 result_code_en write_at(const char* text, std::uint32_t length);
 
-// One read of at most length bytes, with the same repair. *read_length may be 0. Codes as for write_at.
+// One read of at most length bytes, with the same repair; after it, an answer has 5 seconds to come (else ERR_FAIL).
+// *read_length may be 0. Codes as for write_at.
 result_code_en read_at(char* buffer, std::uint32_t length, std::uint32_t* read_length);

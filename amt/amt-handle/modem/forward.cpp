@@ -91,16 +91,17 @@ result_code_en forward_line(std::uint8_t link, amt_message_st* response) {
   return send_response(link, response);
 }
 
-// One read and what it brought. *is_final: the modem's answer is at its end.
-result_code_en forward_answer(std::uint8_t link, amt_message_st* response, bool* is_final) {
-  *is_final = true;
-  result_code_en result = amt_modem_receive();
-  if (result != ERR_NONE) return result;
-  result = forward_line(link, response);
-  if (amt_answer_has_ok(amt_modem_answer())) return result;
-  if (amt_answer_is_error(amt_modem_answer())) return pub_fail({k_log, "amt_modem_handle_req"}, ERR_FAIL);
-  *is_final = false;
-  return result;
+// Reads to the final result, also after a line that could not be sent on: the rest of the answer would be taken for the
+// answer to the next request. Of several failures the first is the result; one that the modem reports counts more.
+result_code_en forward_answer(std::uint8_t link, amt_message_st* response) {
+  for (result_code_en result = ERR_NONE;;) {
+    const result_code_en received = amt_modem_receive();
+    if (received != ERR_NONE) return received;
+    const result_code_en forwarded = amt_modem_is_answer_cut() ? ERR_ARGUMENT : forward_line(link, response);
+    if (result == ERR_NONE) result = forwarded;
+    if (amt_answer_has_ok(amt_modem_answer())) return result;
+    if (amt_answer_is_error(amt_modem_answer())) return pub_fail({k_log, "amt_modem_handle_req"}, ERR_FAIL);
+  }
 }
 
 }  // namespace
@@ -115,6 +116,5 @@ result_code_en amt_modem_handle_req(std::uint8_t link, amt_message_st* request, 
   result_code_en result = build_command(*request);
   if (result == ERR_NONE) result = amt_modem_send();
   g_handle_context.m_at_receive = {};
-  for (bool is_final = false; result == ERR_NONE && !is_final;) result = forward_answer(link, response, &is_final);
-  return result;
+  return result == ERR_NONE ? forward_answer(link, response) : result;
 }

@@ -116,6 +116,9 @@ result_code_en amt_modem_write_test_result(std::uint8_t link, amt_message_st* re
   char description[DESCRIPTION_SIZE] = {};
   amt_frame_get_string(&request->m_buf_a, AMT_ATOM_DESCRIPTION, description, sizeof description);
   description[DESCRIPTION_SIZE - 1] = '\0';  // a value of exactly 128 characters comes without a terminator
+  if (!amt_modem_can_carry(description)) {
+    return pub_fail(k_log, ERR_ARGUMENT, "control character in test description");
+  }
   amt_note_station_result(k_log, station, result);
 
   prepare_write(station, result, description);

@@ -59,10 +59,13 @@ result_code_en run_frame_handler(std::uint8_t id) {
   return handler(AMT_LINK_PC, &context.m_request_copy, &context.m_response);
 }
 
-// The modem's device was reset: open it again. The block is lost, its sender has to repeat it. If the opening fails,
-// m_fd_modem stays as it was for now: see handle_amt_pc_req.
+// The modem's device was reset: open it again. The block is lost, its sender has to repeat it. Meanwhile the modem
+// reader waits for something that never comes. If the opening fails, m_fd_modem keeps its number for now: see
+// handle_amt_pc_req.
 result_code_en reopen_modem() {
   auto& context = g_handle_context;
+  pub_util_park_device(&context.m_fd_modem);
+  pub_util_wake_thread(context.m_modem_thread);
   const result_code_en result = pub_util_try_to_reopen_device(&context.m_fd_modem, g_amt_cfg.m_tty_modem_a, O_RDWR,
                                                               REOPEN_TRIES, REOPEN_PAUSE_MS);
   amt_modem_finish_opening(result == ERR_NONE ? int{context.m_fd_modem} : 0);

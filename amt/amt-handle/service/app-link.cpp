@@ -20,8 +20,11 @@ namespace {
 
 constexpr std::uint32_t EMPTY_READ_PAUSE_MS = 200;
 
-// The application has closed its side: opens a new terminal under the same name. False when that fails.
+// The application has closed its side: opens a new terminal under the same name. False when that fails. What the old
+// one sent is forgotten: the next application gets no answer to it.
 bool reconnect(pub_pty_st& pty) {
+  g_handle_context.m_has_app_left = false;
+  amt_message_clear(g_handle_context.m_request);
   LOG_LINE("pty disconnect: pts name(%s), pts mapping name(%s)", pty.m_pts_name_a, pty.m_pts_mapping_name_a);
   std::ignore = pub_pty_close(&pty);
   return pub_pty_open(&pty) == ERR_NONE;
@@ -39,6 +42,7 @@ bool read_block() {
   auto& pty = g_handle_context.m_pty_app;
   auto& request = g_handle_context.m_request;
   for (;;) {
+    if (g_handle_context.m_has_app_left && !reconnect(pty)) return false;
     const ssize_t count =
         pub_util_read(pty.m_ptm_fd, request.m_buf_a.data() + request.m_buf_len, AMT_READ_LIMIT - request.m_buf_len);
     if (count > 0) {
@@ -70,7 +74,8 @@ result_code_en run_handler(std::uint8_t id) {
   return handler(AMT_LINK_APP, &context.m_request, &context.m_response);
 }
 
-// The record stays as it is only when not even the error answer could be sent: the next block is then appended to it.
+// The record stays as it is only when not even the error answer could be sent: the next block is then appended to it,
+// unless the application has left.
 void handle_amt_app_req() {
   pub_log_entry(k_log);
   auto& context = g_handle_context;

@@ -39,6 +39,13 @@ void handshake_timed_out(union sigval) {
   amt_handle_exit_refused();
 }
 
+// A handshake without its timer would wait for ever: it is refused.
+bool start_timer(amt_timer_st& timer, amt_timer_action action, std::int32_t seconds) {
+  if (amt_timer_create(timer, action) && amt_timer_set(timer, seconds * 1000)) return true;
+  pub_log_failure(k_log, ERR_SYSTEM, "no timer, the handshake is refused");
+  return false;
+}
+
 // The modem reader may just be between forwarding and its own half: let it finish, but never keep the PC waiting.
 void wait_for_modem_half() {
   for (int poll = 0; poll < FORWARDING_POLLS; ++poll) {
@@ -91,9 +98,8 @@ void amt_handshake_reset() {
   g_usbEnumTimer.m_id = AMT_NO_TIMER;
 }
 
-void amt_handshake_start_usb_timer() {
-  amt_timer_create(g_usbEnumTimer, usb_enum_timed_out);
-  amt_timer_set(g_usbEnumTimer, USB_ENUM_SECONDS * 1000);
+bool amt_handshake_start_usb_timer() {
+  return start_timer(g_usbEnumTimer, usb_enum_timed_out, USB_ENUM_SECONDS);
 }
 
 void amt_handshake_pc_spoke() {
@@ -102,14 +108,17 @@ void amt_handshake_pc_spoke() {
   if (g_handshake_done == 0 && g_handShakeTimer.m_id != AMT_NO_TIMER) complete();
 }
 
-void amt_handshake_modem_spoke() {
+void amt_handshake_modem_begins() {
   if (g_handshake_done == 0) g_modem_is_forwarding = 1;
+}
+
+void amt_handshake_modem_spoke() {
+  amt_handshake_modem_begins();
   if (g_usb_enumerated == 0) look_for_configured_usb();
   // The timer is read before the flag: a thread that sees it deleted by a completed handshake sees the flag set, too.
   if (g_usb_enumerated != 0 && g_handShakeTimer.m_id == AMT_NO_TIMER && g_handshake_done == 0) {
     LOG_LINE("will create timer.");
-    amt_timer_create(g_handShakeTimer, handshake_timed_out);
-    amt_timer_set(g_handShakeTimer, HANDSHAKE_SECONDS * 1000);
+    if (!start_timer(g_handShakeTimer, handshake_timed_out, HANDSHAKE_SECONDS)) amt_handle_exit_refused();
   }
   g_modem_is_forwarding = 0;
 }

@@ -54,10 +54,11 @@ void amt_handle_read_modem_loop() {
   while (context.m_fd_pc >= 1 && context.m_fd_modem >= 1) {
     if (!read_block(context.m_modem_receive)) continue;
     handle_amt_imei_and_sn_rsp(context.m_modem_receive);
+    if (g_usb_activate != 0) amt_handshake_modem_begins();
     if (!write_to_pc(context.m_modem_receive)) break;
     if (g_usb_activate != 0) amt_handshake_modem_spoke();
   }
-  context.m_fd_modem.close();
+  context.m_fd_modem.abandon();  // the PC reader may be writing to it
   pub_util_clear_thread(context.m_modem_thread);
   amt_handle_end_service(EXIT_SUCCESS);
 }

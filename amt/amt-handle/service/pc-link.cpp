@@ -57,7 +57,8 @@ void answer_probe() {
   enter_amt4();
 }
 
-// Reads one block after what the request record holds. False: the link has failed, and is closed.
+// Reads one block after what the request record holds. False: the link has failed, and counts as closed. It is not
+// closed here, nor anywhere below: the modem reader may be writing to it. The end of the process closes it.
 bool read_block() {
   auto& context = g_handle_context;
   auto& request = context.m_request;
@@ -74,7 +75,7 @@ bool read_block() {
     if (count < 0) {
       pub_log_sys_call(k_log, "read");
       pub_log_failure({k_log, 4419, "amt_handle_read_pc_loop"}, ERR_WRITE);
-      context.m_fd_pc.close();
+      context.m_fd_pc.abandon();
       return false;
     }
     LOG_WARNING("pc read empty data");
@@ -87,14 +88,14 @@ bool serve_request() {
   auto& context = g_handle_context;
   if (context.m_fd_pc < 1) return false;
   if (context.m_fd_modem < 1) {
-    context.m_fd_pc.close();
+    context.m_fd_pc.abandon();
     return false;
   }
   if (!read_block()) return false;
   if (g_usb_activate != 0) amt_handshake_pc_spoke();
   answer_probe();
   if (handle_amt_pc_req() != ERR_NONE) {
-    context.m_fd_pc.close();
+    context.m_fd_pc.abandon();
     return false;
   }
   amt_message_clear(context.m_request);

@@ -10,6 +10,7 @@
 #include "amt/amt-handle/context/log-module.h"
 #include "amt/amt-handle/context/modem-device.h"
 #include "amt/amt-handle/context/state.h"
+#include "amt/amt-handle/life/lifetime.h"
 #include "amt/amt-handle/service/handshake.h"
 #include "amt/amt-handle/service/modem-link.h"
 #include "amt/amt-handle/service/pc-link.h"
@@ -84,7 +85,10 @@ void clean_up() {
 
 result_code_en init_for_amt_1_4() {
   pub_log_entry(k_log);
-  if (g_usb_activate != 0) amt_handshake_start_usb_timer();
+  if (g_usb_activate != 0 && !amt_handshake_start_usb_timer()) {
+    amt_handle_exit_refused();
+    return ERR_FAIL;
+  }
   result_code_en result = open_pc_link();
   if (result == ERR_NONE) result = open_modem_link();
   if (result == ERR_NONE) result = start_threads();

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <string>
+#include <thread>
 #include <tuple>
 
 #include "pub/result.h"
@@ -21,11 +23,25 @@ class AtLink : public context_test {
   // The link is a terminal whose other side is gone, and m_at's device is what a reopening finds. (One that finds
   // nothing takes 30 seconds, and a modem that sends nothing 25: no test here goes that way.)
   void reset_link() {
+    m_keeper = fcntl(m_at.service_end(), F_DUPFD_CLOEXEC, 3);
     pty_link dead;
     set_link(g_handle_context.m_fd_at, dead.service_end());
     dead.hang_up();
-    m_keeper = m_at.service_end();
     set_device(g_amt_cfg.m_tty_at_mux_a, m_at.name());
+  }
+  // The modem's answer to the silencing, in one piece or two.
+  void confirms(const std::string& answer, const std::string& rest = "") {
+    TearDown();
+    m_modem_side = std::thread([this, answer, rest] {
+      EXPECT_EQ(m_at.receive_once(10), "AT^DLKS=0\r");
+      m_at.send(answer);
+      if (rest.empty()) return;
+      while (!m_log.contains("(0/5)tries.")) usleep(1000);
+      m_at.send(rest);
+    });
+  }
+  void TearDown() override {
+    if (m_modem_side.joinable()) m_modem_side.join();
   }
   ~AtLink() override {
     if (m_keeper > 0) close(m_keeper);
@@ -34,6 +50,7 @@ class AtLink : public context_test {
     return write_at(text.data(), static_cast<std::uint32_t>(text.size()));
   }
 
+  std::thread m_modem_side;
   pty_link m_at;
   int m_keeper = 0;  // holds the terminal, and that it is raw, while nobody else does
   std::uint32_t m_length = 99;
@@ -124,9 +141,9 @@ TEST_F(AtLink, Write_ResetLinkWithoutModem_IsNotRepaired) {
 
 TEST_F(AtLink, Write_ResetLink_IsReopenedSilencedAndTheTextSentAgain) {
   reset_link();
-  m_at.send("\r\nOK\r\n");
+  confirms("\r\nOK\r\n");
   EXPECT_EQ(write_text("AT^DMSN\r"), 0);
-  EXPECT_EQ(m_at.received(), "AT^DLKS=0\rAT^DMSN\r");
+  EXPECT_EQ(m_at.received(), "AT^DMSN\r");
   EXPECT_TRUE(
       m_log.has_in_a_row({"write_at write_len[-1]", "write_at ret_val[-118]", "sys call: write() failed! errno = 5"}));
   EXPECT_FALSE(m_log.contains("error_code="));
@@ -136,9 +153,9 @@ TEST_F(AtLink, Write_ResetLink_IsReopenedSilencedAndTheTextSentAgain) {
 
 TEST_F(AtLink, Write_ModemRefusesTheSilencing_TextIsSentAgainAllTheSame) {
   reset_link();
-  m_at.send("\r\nERROR\r\n");
+  confirms("\r\nERROR\r\n");
   EXPECT_EQ(write_text("AT^DMSN\r"), 0);
-  EXPECT_EQ(m_at.received(), "AT^DLKS=0\rAT^DMSN\r");
+  EXPECT_EQ(m_at.received(), "AT^DMSN\r");
 }
 
 // What was found takes neither the silencing, which does not count, nor the text, which does.
@@ -154,9 +171,9 @@ TEST_F(AtLink, Write_FailsAgainAfterTheRepair_Fails) {
 
 TEST_F(AtLink, Write_ModemTalksPastTheSilencing_IsATimeOut) {
   reset_link();
-  m_at.send(std::string(5 * 18, 'n'));
+  confirms(std::string(5 * 18, 'n'));
   EXPECT_EQ(write_text("AT^DMSN\r"), -113);
-  EXPECT_EQ(m_at.received(), "AT^DLKS=0\r");
+  EXPECT_EQ(m_at.received(), "");
   EXPECT_FALSE(m_log.contains("send ==> "));
 }
 
@@ -236,50 +253,128 @@ TEST_F(AtLink, Read_ResetLinkWithoutModem_IsNotRepaired) {
 
 TEST_F(AtLink, Read_ResetLink_IsReopenedSilencedAndReadAgain) {
   reset_link();
-  m_at.send("123456789012\r\nOK\r\n");  // 18 characters: what one look at the confirmation takes
-  m_at.send("\r\n^DMSN: 7\r\n");
+  confirms("123456789012\r\nOK\r\n\r\n^DMSN: 7\r\n");  // 18 characters: what one look at the confirmation takes
   EXPECT_EQ(read_at(m_buffer, sizeof m_buffer, &m_length), 0);
   EXPECT_EQ(std::string(m_buffer, m_length), "\r\n^DMSN: 7\r\n");
-  EXPECT_EQ(m_at.received(), "AT^DLKS=0\r");
+  EXPECT_EQ(m_at.received(), "");
   EXPECT_EQ(m_log.last(), "receive <== \r\n^DMSN: 7\r\n");
 }
 
 TEST_F(AtLink, Read_ModemTalksPastTheSilencing_IsATimeOut) {
   reset_link();
-  m_at.send(std::string(5 * 18, 'n'));
+  confirms(std::string(5 * 18, 'n'));
   EXPECT_EQ(read_at(m_buffer, sizeof m_buffer, &m_length), -113);
 }
 
+// The modem has forgotten the command: there is nothing to wait for, and five seconds are enough to see that.
+TEST_F(AtLink, Read_NothingMoreAfterTheRepair_FailsAfterFiveSeconds) {
+  reset_link();
+  confirms("\r\nOK\r\n");
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(read_at(m_buffer, sizeof m_buffer, &m_length), -100);
+  const auto took = std::chrono::steady_clock::now() - begin;
+  EXPECT_GE(took, std::chrono::seconds(5));
+  EXPECT_LT(took, std::chrono::seconds(20));
+  EXPECT_EQ(m_log.last(), "wait 5 seconds to read time out");
+}
+
 TEST_F(AtLink, Silence_Confirmed_Succeeds) {
-  m_at.send("\r\nOK\r\n");
+  confirms("\r\nOK\r\n");
   EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), 0);
-  EXPECT_EQ(m_at.received(), "AT^DLKS=0\r");
+}
+
+TEST_F(AtLink, Silence_OkInTwoReads_Succeeds) {
+  confirms("\r\nO", "K\r\n");
+  EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), 0);
+  EXPECT_TRUE(m_log.has("(0/5)tries. buf_a: \"\r\nO\""));
+}
+
+TEST_F(AtLink, Silence_ErrorInTwoReads_Fails) {
+  confirms("\r\n+CME ", "ERROR: 3\r\n");
+  EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), -100);
+}
+
+// What a modem sent before it was asked confirms nothing.
+TEST_F(AtLink, Silence_OkThatWaited_IsDropped) {
+  m_at.send("\r\nOK\r\n");
+  confirms("\r\nERROR\r\n");
+  EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), -100);
+  EXPECT_TRUE(m_log.has("dropped 6 bytes that waited on the AT link"));
+}
+
+// The wait is for the time that an answer takes, not for a modem that reports all the time.
+TEST_F(AtLink, Write_ModemThatNeverStops_IsWrittenToAllTheSame) {
+  std::atomic<bool> is_enough = false;
+  std::thread talker([&] {
+    while (!is_enough) m_at.send("\r\n+CREG: 1\r\n");
+  });
+  ASSERT_EQ(pub_util_wait(g_handle_context.m_fd_at, POLLIN, 10000), 1);
+  EXPECT_EQ(write_text("AT^DMSN\r"), 0);
+  is_enough = true;
+  EXPECT_EQ(m_at.receive_once(8), "AT^DMSN\r");
+  char buffer[4096];
+  while (pub_util_wait(g_handle_context.m_fd_at, POLLIN, 100) > 0) {  // a talker without room would never see its end
+    if (read(g_handle_context.m_fd_at, buffer, sizeof buffer) <= 0) break;
+  }
+  talker.join();
+  EXPECT_TRUE(m_log.contains("bytes that waited on the AT link"));
+}
+
+// An answer that came only in part is waited for, for a second at most.
+TEST_F(AtLink, Write_AfterHalfAnAnswer_WaitsForItsEnd) {
+  EXPECT_EQ(write_text("AT^DMSN\r"), 0);
+  m_at.send("\r\nO");
+  EXPECT_EQ(read_at(m_buffer, sizeof m_buffer, &m_length), 0);
+  std::thread modem([this] {
+    usleep(300'000);
+    m_at.send("K\r\n");
+  });
+  EXPECT_EQ(write_text("AT^DGSN?\r"), 0);
+  modem.join();
+  EXPECT_TRUE(m_log.has("drop from AT link: : (data_len = 3) -- 4B0D0A"));
+  EXPECT_EQ(m_at.received(), "AT^DMSN\rAT^DGSN?\r");
+}
+
+TEST_F(AtLink, Write_AfterNoAnswer_WaitsASecond) {
+  EXPECT_EQ(write_text("AT^DMSN\r"), 0);
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(write_text("AT^DGSN?\r"), 0);
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+}
+
+TEST_F(AtLink, Write_AfterAWholeAnswer_WaitsForNothing) {
+  for (const char* answer : {"\r\nOK\r\n", "\r\n^DGSN: 1\r\n\r\nOK\r\n", "\r\nERROR\r\n", "\r\n+CMS ERROR: 3\r\n"}) {
+    EXPECT_EQ(write_text("AT\r"), 0);
+    m_at.send(answer);
+    EXPECT_EQ(read_at(m_buffer, sizeof m_buffer, &m_length), 0);
+    EXPECT_FALSE(g_handle_context.m_at_debt.m_is_owed) << answer;
+  }
 }
 
 TEST_F(AtLink, Silence_EachErrorOfTheModem_Fails) {
   for (const char* answer : {"\r\nERROR\r\n", "\r\n+CME ERROR: 4", "\r\n+CMS ERROR: 30"}) {
-    m_at.send(answer);
+    confirms(answer);
     EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), -100) << answer;
-    EXPECT_EQ(m_at.received(), "AT^DLKS=0\r");
     EXPECT_THAT(m_log.last(), failure_line("amt/amt-handle", "disable_unsolicited_code", -100));
   }
 }
 
 // Only the whole result code counts.
 TEST_F(AtLink, Silence_LookAlikesBeforeTheAnswer_AreTriesOfTheirOwn) {
-  m_at.send("\r\nERRORS: 5\r\n.....");  // 18 characters each
-  m_at.send("\r\n+CME ERROR:9\r\n..");
-  m_at.send("OK.......... \r\nOK\r");
-  m_at.send("\n\r\nOK\r\n");
+  confirms(
+      "\r\nERRORS: 5\r\n....."  // 18 characters each
+      "\r\n+CME ERROR:9\r\n.."
+      "OK.......... \r\nOKs\r"
+      "\n\r\nOK\r\n");
   EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), 0);
   EXPECT_TRUE(m_log.has("(0/5)tries. buf_a: \"\r\nERRORS: 5\r\n.....\""));
   EXPECT_TRUE(m_log.has("(1/5)tries. buf_a: \"\r\n+CME ERROR:9\r\n..\""));
-  EXPECT_TRUE(m_log.has("(2/5)tries. buf_a: \"OK.......... \r\nOK\r\""));
+  EXPECT_TRUE(m_log.has("(2/5)tries. buf_a: \"OK.......... \r\nOKs\""));
   EXPECT_FALSE(m_log.contains("(3/5)tries."));
 }
 
 TEST_F(AtLink, Silence_FiveAnswersWithoutAResult_IsATimeOut) {
-  m_at.send(std::string(5 * 18, 'n') + "\r\nOK\r\n");
+  confirms(std::string(5 * 18, 'n') + "\r\nOK\r\n");
   EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), -113);
   EXPECT_TRUE(m_log.has("(4/5)tries. buf_a: \"nnnnnnnnnnnnnnnnnn\""));
   EXPECT_FALSE(m_log.contains("(5/5)tries."));

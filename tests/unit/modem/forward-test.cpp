@@ -30,7 +30,8 @@ TEST_F(Forward, LinkOtherThanPcAndApp_IsServedOnTheAppLink) {
 }
 
 TEST_F(Forward, SecondRequest_FindsNothingOfTheFirst) {
-  modem_says({"\r\n^DTTEST: 0E00000001\r\n\r\nOK\r\n", "\r\nOK\r\n"});
+  modem_says({"\r\n^DTTEST: 0E00000001\r\n\r\nOK\r\n"});
+  modem_says({"\r\nOK\r\n"});
   EXPECT_EQ(stop_tx(), ERR_NONE);
   to_app();
   EXPECT_EQ(run(amt_modem_handle_req, "06 00 BB 0D 00 00"), ERR_NONE);
@@ -171,16 +172,49 @@ TEST_F(Forward, FailedConversion_GivesItsCodeAfterTheFinalResult) {
   EXPECT_EQ(to_app(), "");
 }
 
-TEST_F(Forward, FailedConversionWithoutAFinalResult_EndsAtTheNextRound) {
-  modem_says({"\r\n^DTTEST: 30000000000000000000\r\n"});
+// Whatever went wrong before, the final result belongs to this request: the next one gets its own answer.
+TEST_F(Forward, FailedConversion_ReadsOnToTheFinalResult) {
+  modem_says({"\r\n^DTTEST: 30000000000000000000\r\n", "\r\nOK\r\n"});
+  modem_says({STOPPED});
   EXPECT_EQ(stop_tx(), ERR_ARGUMENT);
+  EXPECT_EQ(to_app(), "");
+  EXPECT_EQ(stop_tx(), ERR_NONE);
+  EXPECT_EQ(to_app(), STOPPED_FRAME);
+  EXPECT_FALSE(m_log.contains("drop from AT link"));
 }
 
-TEST_F(Forward, FailedSend_EndsAtTheNextRound) {
+TEST_F(Forward, FailedSend_ReadsOnToTheFinalResult) {
   set_link(g_handle_context.m_pty_app.m_ptm_fd, 0);
-  modem_says({"\r\n^DTTEST: 0E00000000\r\n"});
+  modem_says({"\r\n^DTTEST: 0E00000000\r\n", "\r\n", "OK\r\n"});
+  modem_says({"\r\n+CME ERROR: 1\r\n"});
   EXPECT_EQ(stop_tx(), ERR_FAIL);
   EXPECT_TRUE(m_log.has("invalid fd"));
+  m_log.clear();
+  EXPECT_EQ(stop_tx(), ERR_FAIL);
+  EXPECT_TRUE(m_log.has("receive <== \r\n+CME ERROR: 1\r\n"));
+}
+
+TEST_F(Forward, FirstOfTwoLinesFails_StaysTheResult) {
+  modem_says({"\r\n^DTTEST: 30000000000000000000\r\n", "\r\n^DTTEST: 0E00000000\r\n\r\nOK\r\n"});
+  EXPECT_EQ(stop_tx(), ERR_ARGUMENT);
+  EXPECT_EQ(to_app(), STOPPED_FRAME);
+}
+
+TEST_F(Forward, FailedConversionThenAnErrorOfTheModem_IsTheModemsFailure) {
+  modem_says({"\r\n^DTTEST: 30000000000000000000\r\n", "\r\n+CME ERROR: 9\r\n"});
+  EXPECT_EQ(stop_tx(), ERR_FAIL);
+}
+
+// What came before the command answers something else.
+TEST_F(Forward, WhatWaitsOnTheLink_IsDroppedBeforeTheCommand) {
+  m_at.send("\r\n+CREG: 1\r\n");
+  m_at.send("\r\nOK\r\n");
+  modem_says({"\r\n^DTTEST: 0E00000001\r\n\r\nOK\r\n"});
+  EXPECT_EQ(stop_tx(), ERR_NONE);
+  EXPECT_EQ(to_app(), "0F 00 BB 0E 09 00 EE 01 01 04 00 01 00 00 00");
+  EXPECT_TRUE(m_log.has_in_a_row({"drop from AT link: : (data_len = 12) -- 0D0A2B435245473A20310D0A",
+                                  "drop from AT link: : (data_len = 6) -- 0D0A4F4B0D0A", "WARNING !",
+                                  "dropped 18 bytes that waited on the AT link"}));
 }
 
 TEST_F(Forward, BadRequestFrame_WritesNothingToTheModem) {
@@ -214,13 +248,25 @@ TEST_F(Forward, CommandOneByteLonger_IsRefused) {
   EXPECT_EQ(to_modem(), "");
 }
 
-// There is no room left, and a read without room is refused.
-TEST_F(Forward, RecordFullWithoutAFinalResult_GivesTheReadsCode) {
+// There is no room left: the rest is read and dropped up to the final result, which is still seen when it comes across
+// the record's end, and what was kept of the answer counts for nothing.
+TEST_F(Forward, AnswerLongerThanTheRecord_FailsAtItsFinalResult) {
   const std::string noise(1000, 'x');
-  modem_says({noise, noise, noise, noise, noise.substr(0, 96)});
+  modem_says({noise, noise, noise, noise, std::string(93, 'x') + "\r\nO", "K\r\n"});
+  modem_says({noise, noise, noise, noise, noise.substr(0, 96), STOPPED});
+  modem_says({"\r\n^DTTEST: 0E00000001\r\n\r\nOK\r\n"});
   EXPECT_EQ(stop_tx(), ERR_ARGUMENT);
-  EXPECT_TRUE(has_failure("read_at", ERR_ARGUMENT, "0, 1, 0"));
+  EXPECT_TRUE(has_failure("read_at", ERR_ARGUMENT, "the modem's answer is longer than 4096"));
+  EXPECT_EQ(stop_tx(), ERR_ARGUMENT);
   EXPECT_EQ(to_app(), "");
+  EXPECT_EQ(stop_tx(), ERR_NONE);
+  EXPECT_EQ(to_app(), "0F 00 BB 0E 09 00 EE 01 01 04 00 01 00 00 00");
+}
+
+TEST_F(Forward, EndlessAnswer_FailsWithTheModemsError) {
+  const std::string noise(1000, 'x');
+  modem_says({noise, noise, noise, noise, noise, noise, "\r\n+CME ER", "ROR: 1\r\n"});
+  EXPECT_EQ(stop_tx(), ERR_FAIL);
 }
 
 // 4096 bytes exactly, of which the last make the final result.
@@ -265,10 +311,14 @@ TEST_F(Forward, ResetModemLink_IsRepairedWithinTheRequest) {
   set_device(g_amt_cfg.m_tty_at_mux_a, fresh.name());
   set_link(g_handle_context.m_fd_at, lost.service_end());
   lost.hang_up();
-  // The silencing reads 18 bytes.
-  fresh.send("............\r\nOK\r\n" + std::string(STOPPED));
+  std::thread modem([&fresh] {
+    EXPECT_EQ(fresh.receive_once(10), "AT^DLKS=0\r");
+    fresh.send("\r\nOK\r\n");
+    EXPECT_EQ(fresh.receive_once(64), STOP_TX_TEXT);
+    fresh.send(STOPPED);
+  });
   EXPECT_EQ(stop_tx(), ERR_NONE);
-  EXPECT_EQ(fresh.received(), "AT^DLKS=0\r" + std::string(STOP_TX_TEXT));
+  modem.join();
   EXPECT_EQ(to_app(), STOPPED_FRAME);
 }
 

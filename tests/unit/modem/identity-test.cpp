@@ -101,9 +101,59 @@ INSTANTIATE_TEST_SUITE_P(
                     failure_row{"Error", "\r\nERROR\r\n"}, failure_row{"Cme", "\r\n+CME ERROR: 3\r\n"},
                     failure_row{"Cms", "\r\n+CMS ERROR: 3\r\n"},
                     failure_row{"ValueOf39Characters", "\r\n^DGSN: " + std::string(39, '7') +
-                                                           "\r\n\r\n^DMSN:" + std::string(39, '7') + "\r\n\r\nOK\r\n"},
-                    failure_row{"FullRecord", std::string(4096, 'x')}),
+                                                           "\r\n\r\n^DMSN:" + std::string(39, '7') + "\r\n\r\nOK\r\n"}),
     [](const auto& row) { return row.param.m_name; });
+
+TEST_F(Identity, AnswerLongerThanTheRecord_FailsThoughItEndsWell) {
+  const std::string noise(2000, 'x');
+  modem_says({noise, noise, noise, IMEI_ANSWER});
+  EXPECT_EQ(run(amt_modem_handle_read_imei, READ_IMEI), ERR_NONE);
+  EXPECT_EQ(to_app(), IMEI_FAILURE);
+}
+
+// An application that has gone gets no answer, and the next one none to a request that was not its own.
+TEST_F(Identity, ApplicationLeavesWhileTheModemIsSilent_EndsTheRequestUnanswered) {
+  std::thread application([this] {
+    usleep(50'000);
+    m_app.hang_up();
+  });
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(run(amt_modem_handle_read_imei, READ_IMEI), ERR_FAIL);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+  application.join();
+  EXPECT_TRUE(has_failure("read_at", ERR_FAIL, "the application has left, the modem is silent"));
+  EXPECT_TRUE(m_log.has("invalid fd"));
+  EXPECT_TRUE(g_handle_context.m_has_app_left);
+}
+
+// The modem's work is done all the same, when it answers at once.
+TEST_F(Identity, ApplicationThatHasLeft_GetsNoAnswerThoughTheModemGivesOne) {
+  std::thread modem([this] {
+    usleep(50'000);
+    m_app.hang_up();
+    usleep(50'000);
+    m_at.send(IMEI_ANSWER);
+  });
+  EXPECT_EQ(run(amt_modem_handle_read_imei, READ_IMEI), ERR_FAIL);
+  modem.join();
+  EXPECT_FALSE(m_log.contains("the modem is silent"));
+  EXPECT_TRUE(m_log.has("invalid fd"));
+  EXPECT_FALSE(g_handle_context.m_at_debt.m_is_owed);
+}
+
+// Ten seconds, as long as it takes; a modem that is silent again is not logged again.
+TEST_F(Identity, SilentModem_IsLoggedOnceAfterTenSeconds) {
+  std::thread modem([this] {
+    usleep(10'200'000);
+    m_at.send("\r\n^DGSN: 8600");
+    usleep(100'000);
+    m_at.send("01020304050\r\n\r\nOK\r\n");
+  });
+  EXPECT_EQ(run(amt_modem_handle_read_imei, READ_IMEI), ERR_NONE);
+  modem.join();
+  EXPECT_TRUE(m_log.has_in_a_row({"WARNING !", "no answer from modem to \"AT^DGSN?\" for 10 seconds, waiting on"}));
+  EXPECT_EQ(to_app(), IMEI_FRAME);
+}
 
 TEST_F(Identity, ImeiPrefixWithoutItsBlank_IsNone) {
   modem_says({"\r\n^DGSN:860001020304050\r\n\r\nOK\r\n"});
@@ -119,7 +169,7 @@ TEST_F(Identity, LinkThatFails_IsAnsweredWithAnErrorResponse) {
 
 TEST_F(Identity, LinkThatFailsWhileReading_IsAnsweredWithAnErrorResponse) {
   modem_says({"\r\n^DGSN: 86"});
-  m_at.hang_up();
+  m_at.hang_up_now();
   g_no_modem = 0;
   EXPECT_EQ(run(amt_modem_handle_read_imei, READ_IMEI), ERR_NONE);
   EXPECT_EQ(to_app(), IMEI_FAILURE);

@@ -93,6 +93,26 @@ TEST_F(ChannelSwitch, FirstRead_Decides) {
   EXPECT_EQ(to_app(), "");
 }
 
+// The rest of the answer is waited for before the next command, also when it is late.
+TEST_F(ChannelSwitch, SecondHalfOfTheOk_IsNotTheNextAnswer) {
+  std::thread late;
+  for (const std::string_view half : {"\r\n", "\r\nO"}) {
+    modem_says({half});
+    modem_says({"ERROR\r\n", "OK"});
+    EXPECT_EQ(run(amt_at_to_modem, "06 00 BB E8 00 00"), ERR_FAIL);
+    late = std::thread([this, half] {
+      usleep(100'000);
+      m_at.send(std::string_view("\r\nOK\r\n").substr(half.size()));
+    });
+    EXPECT_EQ(run(amt_at_to_modem, "06 00 BB E8 00 00"), ERR_FAIL);
+    late.join();
+    EXPECT_TRUE(has_failure("amt_channel_switch", ERR_FAIL, "ERROR\r\n"));
+    m_log.clear();
+    modem_says({"\r\nOK\r\n"});
+    EXPECT_EQ(run(amt_at_to_modem, "06 00 BB E8 00 00"), ERR_NONE);
+  }
+}
+
 TEST_F(ChannelSwitch, OkBehindOneHundredBytes_IsNotSeen) {
   modem_says({std::string(99, 'x') + "OK"});
   EXPECT_EQ(run(amt_at_to_modem, "06 00 BB E8 00 00"), ERR_FAIL);

@@ -25,7 +25,8 @@ class NormalToAmt : public modem_test {
 };
 
 TEST_F(NormalToAmt, ModemSwitched_AnswersSetsThePropertiesAndEnds) {
-  modem_says({"\r\nOK\r\n", "\r\nOK\r\n"});
+  modem_says({"\r\nOK\r\n"});
+  modem_says({"\r\nOK\r\n"});
   EXPECT_EQ(run(amt_handle_normal_to_amt, TO_AMT_4), ERR_NONE);
   EXPECT_EQ(to_modem(), "AT^DMPCHN=0\rAT^DSWAMT=4\r");
   EXPECT_EQ(to_app(), "0F 00 BB C4 09 00 EE 01 01 04 00 00 00 00 00");
@@ -36,7 +37,8 @@ TEST_F(NormalToAmt, ModemSwitched_AnswersSetsThePropertiesAndEnds) {
 }
 
 TEST_F(NormalToAmt, Steps_ComeInTheirOrder) {
-  modem_says({"\r\nOK\r\n", "\r\nOK\r\n"});
+  modem_says({"\r\nOK\r\n"});
+  modem_says({"\r\nOK\r\n"});
   run(amt_handle_normal_to_amt, TO_AMT_4);
   std::vector<std::string> seen;
   for (const auto& line : m_log.texts()) {
@@ -57,7 +59,8 @@ TEST_F(NormalToAmt, Steps_ComeInTheirOrder) {
 
 TEST_F(NormalToAmt, UsbWithSerial_IsLeftAsItIs) {
   phone_root::set_property("sys.usb.config", "mtp,serial");
-  modem_says({"\r\nOK\r\n", "\r\nOK\r\n"});
+  modem_says({"\r\nOK\r\n"});
+  modem_says({"\r\nOK\r\n"});
   run(amt_handle_normal_to_amt, TO_AMT_4);
   EXPECT_EQ(phone_root::get_property("sys.usb.config"), "mtp,serial");
   EXPECT_TRUE(m_log.has("already activate serial, do not reset. "));
@@ -65,20 +68,23 @@ TEST_F(NormalToAmt, UsbWithSerial_IsLeftAsItIs) {
 
 TEST_F(NormalToAmt, UsbWithoutSerial_GetsIt) {
   phone_root::set_property("sys.usb.config", "mtp,adb");
-  modem_says({"\r\nOK\r\n", "\r\nOK\r\n"});
+  modem_says({"\r\nOK\r\n"});
+  modem_says({"\r\nOK\r\n"});
   run(amt_handle_normal_to_amt, TO_AMT_4);
   EXPECT_EQ(phone_root::get_property("sys.usb.config"), "serial,adb");
 }
 
 TEST_F(NormalToAmt, NoModeAtom_IsModeZero) {
-  modem_says({"\r\nOK\r\n", "\r\nOK\r\n"});
+  modem_says({"\r\nOK\r\n"});
+  modem_says({"\r\nOK\r\n"});
   run(amt_handle_normal_to_amt, "06 00 BB C3 00 00");
   EXPECT_EQ(to_modem(), "AT^DMPCHN=0\rAT^DSWAMT=0\r");
 }
 
 TEST_F(NormalToAmt, ApplicationGone_EndsAllTheSame) {
   set_link(g_handle_context.m_pty_app.m_ptm_fd, 0);
-  modem_says({"\r\nOK\r\n", "\r\nOK\r\n"});
+  modem_says({"\r\nOK\r\n"});
+  modem_says({"\r\nOK\r\n"});
   EXPECT_EQ(run(amt_handle_normal_to_amt, TO_AMT_4), ERR_FAIL);
   EXPECT_EQ(g_ends, 1);
 }
@@ -94,7 +100,8 @@ TEST_F(NormalToAmt, BandRefused_NothingElseIsSentOrSet) {
 }
 
 TEST_F(NormalToAmt, ModeRefused_NothingIsSetOrEnded) {
-  modem_says({"\r\nOK\r\n", "\r\n+CME ERROR: 3\r\n"});
+  modem_says({"\r\nOK\r\n"});
+  modem_says({"\r\n+CME ERROR: 3\r\n"});
   EXPECT_EQ(run(amt_handle_normal_to_amt, TO_AMT_4), ERR_NONE);
   EXPECT_EQ(to_app(), TO_AMT_FAILURE);
   EXPECT_TRUE(has_trace("amt_handle_normal_to_amt", ERR_FAIL));

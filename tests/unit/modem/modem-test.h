@@ -1,14 +1,71 @@
 // A handler between an application and a modem, both played by the test.
 #pragma once
 
+#include <sys/eventfd.h>
+
+#include <deque>
 #include <initializer_list>
+#include <mutex>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "amt/amt-handle/context/handle-context.h"
 #include "pub/result.h"
 #include "tests/unit/links.h"
+
+// Answers commands as its script says, an entry for each command; a command without an entry stays unanswered.
+class scripted_modem : public packet_link {
+ public:
+  scripted_modem() : m_thread([this] { serve(); }) {}
+  ~scripted_modem() {
+    eventfd_write(m_wake, 1);
+    m_thread.join();
+    close(m_wake);
+  }
+  // Adds an entry: pieces that come in reads of their own.
+  void will_say(std::vector<std::string> pieces) {
+    const std::lock_guard lock(m_mutex);
+    m_script.push_back(std::move(pieces));
+  }
+  std::string commands() {
+    const std::lock_guard lock(m_mutex);
+    m_commands += received();
+    return std::exchange(m_commands, "");
+  }
+  void hang_up_now() {
+    const std::lock_guard lock(m_mutex);
+    hang_up();
+  }
+
+ private:
+  void serve() {
+    for (pollfd wanted[] = {{m_wake, POLLIN, 0}, {m_test, POLLIN, 0}};;) {
+      poll(wanted, 2, -1);
+      if (wanted[0].revents != 0) return;
+      const std::lock_guard lock(m_mutex);
+      if ((wanted[1].revents & POLLIN) == 0 || !answer_command()) wanted[1].fd = -1;
+    }
+  }
+  // False when the service has closed its end.
+  bool answer_command() {
+    char command[2 * AMT_FRAME_SIZE];
+    const ssize_t count = recv(m_test, command, sizeof command, MSG_DONTWAIT);
+    if (count <= 0) return count < 0 && errno == EAGAIN;
+    m_commands.append(command, static_cast<std::size_t>(count));
+    if (m_script.empty()) return true;
+    for (const auto& piece : m_script.front()) send(piece);
+    m_script.pop_front();
+    return true;
+  }
+
+  const int m_wake = eventfd(0, EFD_CLOEXEC);
+  std::mutex m_mutex;
+  std::deque<std::vector<std::string>> m_script;
+  std::string m_commands;
+  std::thread m_thread;
+};
 
 class modem_test : public context_test {
  protected:
@@ -17,16 +74,16 @@ class modem_test : public context_test {
     set_link(g_handle_context.m_pty_app.m_ptm_fd, m_app.service_end());
   }
 
-  // What the modem will send, each piece in a read of its own.
-  void modem_says(std::initializer_list<std::string_view> pieces) {
-    for (const std::string_view piece : pieces) m_at.send(piece);
-  }
+  // The modem's answer to the next command, each piece in a read of its own.
+  void modem_says(std::initializer_list<std::string_view> pieces) { m_at.will_say({pieces.begin(), pieces.end()}); }
   void modem_says_split(std::string_view text, std::size_t at) { modem_says({text.substr(0, at), text.substr(at)}); }
   void modem_says_bytewise(std::string_view text) {
-    for (std::size_t i = 0; i < text.size(); ++i) m_at.send(text.substr(i, 1));
+    std::vector<std::string> pieces;
+    for (const char character : text) pieces.emplace_back(1, character);
+    m_at.will_say(std::move(pieces));
   }
 
-  std::string to_modem() { return m_at.received(); }
+  std::string to_modem() { return m_at.commands(); }
   std::string to_app() { return m_app.received_hex(); }
   std::string to_pc() { return m_pc.received_hex(); }
 
@@ -52,6 +109,6 @@ class modem_test : public context_test {
     EXPECT_EQ(to_modem() + to_app(), "");
   }
 
-  packet_link m_at;
+  scripted_modem m_at;
   socket_link m_app;
 };

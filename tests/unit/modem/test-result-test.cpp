@@ -74,6 +74,34 @@ INSTANTIATE_TEST_SUITE_P(Each, StationDescription,
                                          description_row{"TwoMore", 129, 127}, description_row{"ManyMore", 2000, 127}),
                          [](const auto& row) { return row.param.m_name; });
 
+// A carriage return would make two commands of one, and the phone would keep what the station did not report.
+TEST_F(StationWrite, ControlCharacterInTheDescription_IsRefused) {
+  for (const char character : {'\r', '\n', '\x1A', '\x1B', '\x01', '\x1F', '\x7F'}) {
+    auto& request = g_handle_context.m_request;
+    amt_message_clear(request);
+    amt_frame_init(&request.m_buf_a, 91);
+    amt_frame_add_int(&request.m_buf_a, 39, 3);
+    amt_frame_add_int(&request.m_buf_a, 36, 1);
+    amt_frame_add_string(&request.m_buf_a, 37, (std::string("ok") + character + "AT^DAMTOFF").c_str());
+    request.m_buf_len = amt_frame_total_length(&request.m_buf_a);
+    EXPECT_EQ(amt_modem_write_test_result(AMT_LINK_APP, &request, &g_handle_context.m_response), ERR_ARGUMENT);
+  }
+  EXPECT_TRUE(has_failure("amt_modem_write_test_result", ERR_ARGUMENT, "control character in test description"));
+  EXPECT_EQ(to_modem() + to_app(), "");
+  EXPECT_EQ(phone_root::read(RESULT_FILE), "0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n");
+}
+
+TEST_F(StationWrite, LettersOfAnyLanguageInTheDescription_AreSent) {
+  auto& request = g_handle_context.m_request;
+  amt_message_clear(request);
+  amt_frame_init(&request.m_buf_a, 91);
+  amt_frame_add_string(&request.m_buf_a, 37, "g\xC3\xBCt ~");
+  request.m_buf_len = amt_frame_total_length(&request.m_buf_a);
+  modem_says({"\r\nOK\r\n"});
+  EXPECT_EQ(amt_modem_write_test_result(AMT_LINK_APP, &request, &g_handle_context.m_response), ERR_NONE);
+  EXPECT_EQ(to_modem(), "AT^DATOMW=0,0,g\xC3\xBCt ~\r");
+}
+
 TEST_F(StationWrite, NegativeNumbers_AreSentAsSuch) {
   modem_says({"\r\nOK\r\n"});
   run(amt_modem_write_test_result, "18 00 BB 5B 12 00 EE 27 01 04 00 FF FF FF FF EE 24 01 04 00 FE FF FF FF");
