@@ -11,13 +11,12 @@ namespace {
 const std::string BLUETOOTH_ON = from_hex("AABBCCDD 0E000000 02000000 0600 BB AA 0000 D14E89A3");
 const std::string OK_ANSWER = from_hex("AABBCCDD 17000000 02000000 0F00 BB AB 0900 EE 01 01 0400 00000000 8F469038");
 
-// A child that has ended stays in the list of processes as long as its parent lives: the service reaps nobody.
 constexpr char LIST_SERVICES[] =
     "for process in /proc/[0-9]*; do"
-    "  grep -qx vx-kro-amt $process/comm && ! grep -q '^State:.Z' $process/status && echo ${process#/proc/};"
+    "  grep -qx vx-kro-amt $process/comm && echo ${process#/proc/};"
     "done 2>/dev/null | sort -n";
 
-// The service's living processes in the phone, the oldest first.
+// The service's processes in the phone, the oldest first; zombies, too.
 std::vector<std::string> services(handset::phone& phone) {
   std::istringstream found(phone.exec({"/bin/sh", "-c", LIST_SERVICES}).out);
   std::vector<std::string> pids;
@@ -136,6 +135,36 @@ TEST_P(BluetoothOn, WifiTestOfTheParent_IsTheChildsFromThereOn) {
   kill("-CONT", pid);
   expect(187, "EE 9A 03 0100 06", frame(188, "EE 9A 03 0100 06  EE 9E 01 0400 E8030000" + DONE),
          "hwt_RxTest(0, 11, 0) = 0\n");
+}
+
+// It has one thread, and that one is busy.
+TEST_P(BluetoothOn, SigTermToAChildThatIsStuckInTheLibrary_EndsItSoon) {
+  start();
+  phone().write_file(HWT_CONTROL, "wait hwt_btCtrl(1 = 30000\n");
+  send(170, "");
+  expect_pre_response();
+  EXPECT_EQ(to_hex(next_answer(15)), to_hex(result_frame(171, "00000000")));
+  ASSERT_TRUE(phone().wait_log("BT-start start"));
+  ASSERT_TRUE(wait_services(phone(), 2));
+  const auto begin = std::chrono::steady_clock::now();
+  kill("-TERM", child());
+  EXPECT_TRUE(wait_services(phone(), 1));
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, 10s);
+  phone().send_signal(SIGTERM);
+  EXPECT_EQ(phone().wait_exit(), handset::exited(0)) << phone().log().text();
+}
+
+// The request is read just as the service ends: no process may come of it that outlives the service.
+TEST(BluetoothOnPc, AskedForWhileTheServiceEnds_LeavesNoProcess) {
+  for (int round = 0; round < 12; ++round) {
+    handset::phone phone(raw_modem());
+    start_serving(phone);
+    phone.send_signal(SIGTERM);
+    usleep(1000 * static_cast<unsigned>(round));
+    std::ignore = phone.pc().write_all(BLUETOOTH_ON);
+    ASSERT_EQ(phone.wait_exit(), handset::exited(0)) << phone.log().text();
+    EXPECT_EQ(services(phone).size(), 0u) << "round " << round;
+  }
 }
 
 TEST(BluetoothOnPc, TtyGone_EndsBothProcesses) {

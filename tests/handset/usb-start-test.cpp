@@ -1,5 +1,7 @@
 // The start on USB insertion (-u): admission, handshake, and every way it can end. For each the exit status, the
 // property by which the system decides whether the next insertion may enter factory test, and the line with the reason.
+#include <poll.h>
+
 #include "handset/hardware/screenshot.h"
 #include "tests/handset/serial-phone.h"
 
@@ -51,6 +53,24 @@ void complete_handshake(handset::phone& phone) {
   ASSERT_TRUE(phone.pc().write_all("AT+HELLO\r"));
   ASSERT_EQ(phone.modem_end().read_exactly(9), "AT+HELLO\r");
   ASSERT_TRUE(phone.wait_log(" handshake success."));
+}
+
+// The PC answers the instant its first byte comes, before the service has come back from the write.
+TEST(UsbHandshake, PcThatAnswersAtOnce_IsCounted) {
+  for (int round = 0; round < 30; ++round) {
+    handset::phone phone(usb_start_configured());
+    start_serving(phone);
+    std::thread pc([&phone] {
+      pollfd wanted = {phone.pc().fd(), POLLIN, 0};
+      EXPECT_EQ(poll(&wanted, 1, 20'000), 1);
+      EXPECT_EQ(write(phone.pc().fd(), "AT+HELLO\r", 9), 9);
+    });
+    EXPECT_TRUE(phone.modem_end().write_all("\r\n+CREG: 1\r\n"));
+    pc.join();
+    ASSERT_TRUE(phone.wait_log(" handshake success.")) << "round " << round;
+    phone.send_signal(SIGTERM);
+    EXPECT_EQ(phone.wait_exit(), handset::exited(0));
+  }
 }
 
 TEST(UsbAdmission, AcCharger_IsRefusedAtOnce) {

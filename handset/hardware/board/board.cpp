@@ -31,6 +31,7 @@ const hwt::call_files& files() {
 int perform(const std::string& call, int usual) {
   const int result = files().controlled(call).value_or(usual);
   files().append_call(call, result);
+  files().take_time(call);
   return result;
 }
 

@@ -4,10 +4,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <thread>
 
 namespace hwt {
 
@@ -69,6 +71,10 @@ std::optional<int> call_files::controlled(std::string_view wanted) const {
     }
   }
   return std::nullopt;
+}
+
+void call_files::take_time(const std::string& call) const {
+  std::this_thread::sleep_for(std::chrono::milliseconds(controlled("wait " + call).value_or(0)));
 }
 
 }  // namespace hwt

@@ -4,7 +4,7 @@
 //   state     written: what the hardware does, one "name=value" a line
 //   calls     appended: one line for each call, "hwt_gpsCtrl(2, 5) = 0"
 //   control   read before each call, written by the test: lines "<start of a call> = <result>"; the first line that
-//             fits decides
+//             fits decides; "wait <start of a call> = <milliseconds>" makes a call slow
 #pragma once
 
 #include <map>
@@ -26,6 +26,8 @@ class call_files {
   void append_call(std::string_view call, int result) const;
   // `wanted` begins with the left side of a control line: the number on the right side of the first such line.
   std::optional<int> controlled(std::string_view wanted) const;
+  // Sleeps when the control file makes this call slow.
+  void take_time(const std::string& call) const;
 
  private:
   bool write_whole(const char* name, int flags, std::string_view text) const;

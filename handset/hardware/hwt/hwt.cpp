@@ -23,6 +23,7 @@ template <typename Act>
 int perform(const std::string& call, Act act) {
   const int result = files().controlled(call).value_or(0);
   files().append_call(call, result);
+  files().take_time(call);
   if (result != 0) return result;
   hwt::call_files::state state = {{"bt", 0}, {"gps", 0},        {"rx", 0},      {"rx_channel", 0}, {"rx_rate", 0},
                                   {"tx", 0}, {"tx_channel", 0}, {"tx_rate", 0}, {"tx_power", 0},   {"wifi", 0}};

@@ -8,7 +8,10 @@
 #include <termios.h>
 
 #include <atomic>
+#include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <thread>
 #include <tuple>
 
@@ -21,6 +24,7 @@
 #include "pub/util/thread.h"
 #include "tests/unit/links.h"
 #include "tests/unit/phone-root.h"
+#include "tests/unit/signal-scope.h"
 #include "tests/unit/temp-folder.h"
 #include "tests/unit/wait-for.h"
 
@@ -30,26 +34,34 @@ constexpr pub_log_module_st k_log{"unit", "tests/two-processes"};
 
 constexpr int DEADLINE_MS = 20000;
 
-// Runs `in_child` in a forked process and gives how that ended: its exit status, or -1 when it had to be killed at the
+// Runs `in_child` in a process that `make_process` forks and gives its result, or -1 when it had to be killed at the
 // deadline.
 template <typename Work>
-int run_in_child(const Work& in_child) {
+int run_in_process(pid_t (*make_process)(), const Work& in_child) {
   int done[2];
   EXPECT_EQ(pipe2(done, O_CLOEXEC), 0);
-  const pid_t self = gettid();
-  const pid_t child = pub_util_fork();
+  const pid_t child = make_process();
   if (child == 0) {
-    close(done[0]);
-    _exit(in_child(self));
+    const auto result = static_cast<char>(in_child());
+    _exit(write(done[1], &result, 1) == 1 ? 0 : 1);
   }
   close(done[1]);
   pollfd wanted = {done[0], POLLIN, 0};
-  const bool is_stuck = poll(&wanted, 1, DEADLINE_MS) == 0;  // its end closes the pipe
+  char result = -1;
+  if (poll(&wanted, 1, DEADLINE_MS) == 0 || read(done[0], &result, 1) != 1) kill(child, SIGKILL);
   close(done[0]);
-  if (is_stuck) kill(child, SIGKILL);
-  int status = 0;
-  waitpid(child, &status, 0);
-  return is_stuck || !WIFEXITED(status) ? -1 : WEXITSTATUS(status);
+  waitpid(child, nullptr, 0);  // unless the service takes note of its end itself
+  return result;
+}
+
+template <typename Work>
+int run_in_child(const Work& in_child) {
+  return run_in_process(pub_util_fork, in_child);
+}
+
+template <typename Work>
+int run_in_second_service(const Work& in_child) {
+  return run_in_process(amt_handle_fork, in_child);
 }
 
 // Threads that do the same thing over and over until they are joined.
@@ -87,9 +99,9 @@ class TwoProcesses : public context_test {
 TEST_F(TwoProcesses, Child_ForkedWhileOthersLog_CanLogAndForkAgain) {
   const busy_threads loggers([] { LOG_LINE("busy"); });
   for (int i = 0; i < 200; ++i) {
-    const int result = run_in_child([](pid_t) {
+    const int result = run_in_child([] {
       LOG_LINE("child");
-      return run_in_child([](pid_t) {
+      return run_in_child([] {
         LOG_LINE("grandchild");
         return 7;
       });
@@ -102,8 +114,7 @@ TEST_F(TwoProcesses, Child_ForkedWhileOthersLog_CanLogAndForkAgain) {
 TEST_F(TwoProcesses, Child_ForkedWhileOthersDeleteTimers_CanDeleteTimers) {
   const busy_threads deleters([] { amt_timer_delete(g_usbEnumTimer); });
   for (int i = 0; i < 200; ++i) {
-    const int result = run_in_child([](pid_t self) {
-      amt_handle_become_child(self);
+    const int result = run_in_second_service([] {
       amt_timer_delete(g_handShakeTimer);
       return 7;
     });
@@ -115,7 +126,7 @@ TEST_F(TwoProcesses, Child_ForkedWhileOthersDeleteTimers_CanDeleteTimers) {
 TEST_F(TwoProcesses, Child_ForkedWhileStandardOutputIsPending_HasNothingToPrintAgain) {
   std::printf("a line that is not at its end, ");
   ASSERT_NE(__fpending(stdout), 0u);
-  EXPECT_EQ(run_in_child([](pid_t) { return __fpending(stdout) == 0 ? 7 : 1; }), 7);
+  EXPECT_EQ(run_in_child([] { return __fpending(stdout) == 0 ? 7 : 1; }), 7);
   std::printf("and its end\n");
 }
 
@@ -127,8 +138,7 @@ TEST_F(TwoProcesses, Child_OfAWorker_KnowsNoThreadButItsOwnAndNoTimer) {
   context.m_app_thread.m_tid = 3333;
   g_usbEnumTimer.m_id = 5;
   g_handShakeTimer.m_id = 6;
-  const int result = run_in_child([](pid_t self) {
-    amt_handle_become_child(self);
+  const int result = run_in_second_service([] {
     const bool is_alone = g_handle_context.m_pc_thread.m_tid == gettid() &&
                           g_handle_context.m_modem_thread.m_tid == 0 && g_handle_context.m_usb_thread.m_tid == 0 &&
                           g_handle_context.m_app_thread.m_tid == 0;
@@ -142,8 +152,7 @@ TEST_F(TwoProcesses, Child_OfAWorker_KnowsNoThreadButItsOwnAndNoTimer) {
 
 TEST_F(TwoProcesses, Child_OfAServiceThatWasTornDown_HasATearDownOfItsOwn) {
   amt_deinit_resource();
-  const int result = run_in_child([this](pid_t self) {
-    amt_handle_become_child(self);
+  const int result = run_in_second_service([this] {
     m_log.clear();
     amt_deinit_resource();
     return m_log.has("amt_handle_deinit()") ? 7 : 1;
@@ -155,7 +164,7 @@ TEST_F(TwoProcesses, PseudoTerminal_ClosedByTheChild_KeepsTheParentsLink) {
   pub_pty_st pty = {};
   std::strcpy(pty.m_pts_mapping_name_a, "/tmp/app-link");
   ASSERT_EQ(pub_pty_open(&pty), 0);
-  const int result = run_in_child([&pty](pid_t) { return pub_pty_close(&pty) == 0 && pty.m_ptm_fd == -1 ? 7 : 1; });
+  const int result = run_in_child([&pty] { return pub_pty_close(&pty) == 0 && pty.m_ptm_fd == -1 ? 7 : 1; });
   EXPECT_EQ(result, 7);
   EXPECT_TRUE(std::filesystem::is_symlink("/tmp/app-link"));
   EXPECT_EQ(pub_pty_close(&pty), 0);
@@ -170,8 +179,7 @@ TEST_F(TwoProcesses, PseudoTerminal_AtTheTearDownOfTheChildsWorker_KeepsTheParen
   std::strcpy(pty.m_pts_mapping_name_a, "/tmp/app-link");
   ASSERT_EQ(pub_pty_open(&pty), 0);
   context.m_app_thread.m_tid = gettid();
-  const int result = run_in_child([](pid_t self) {
-    amt_handle_become_child(self);
+  const int result = run_in_second_service([] {
     amt_deinit_resource();
     return 7;
   });
@@ -186,7 +194,7 @@ TEST_F(TwoProcesses, PseudoTerminal_OpenedAnewByTheChild_IsTheChildsToRemove) {
   pub_pty_st pty = {};
   std::strcpy(pty.m_pts_mapping_name_a, "/tmp/app-link");
   ASSERT_EQ(pub_pty_open(&pty), 0);
-  const int result = run_in_child([&pty](pid_t) {
+  const int result = run_in_child([&pty] {
     if (pub_pty_open(&pty) != 0 || !std::filesystem::is_symlink("/tmp/app-link")) return 1;
     std::ignore = pub_pty_close(&pty);
     return std::filesystem::is_symlink("/tmp/app-link") ? 2 : 7;
@@ -272,6 +280,104 @@ TEST_F(TwoProcesses, Read_BlockedAfterItsWait_LetsSignalsIn) {
   pub_util_kill_thread(&thread);
   EXPECT_TRUE(wait_for([&] { return !std::filesystem::exists(task); }));
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+// --- the end of a service
+
+// What a process writes on its way out goes into this pipe.
+int g_note;
+
+void note(char what) {
+  if (write(g_note, &what, 1) != 1) std::abort();
+}
+
+// Lets a second service run until it has ended, and gives what it noted; "killed" when it had to be.
+template <typename Work>
+std::string notes_of_second_service(const Work& in_child) {
+  const signal_scope scope;
+  int notes[2];
+  EXPECT_EQ(pipe2(notes, O_CLOEXEC), 0);
+  g_note = notes[1];
+  const pid_t child = amt_handle_fork();
+  if (child == 0) {
+    in_child();
+    _exit(1);
+  }
+  close(notes[1]);
+  std::string result;
+  char byte = 0;
+  pollfd wanted = {notes[0], POLLIN, 0};
+  while (poll(&wanted, 1, DEADLINE_MS) == 1 && read(notes[0], &byte, 1) == 1) result += byte;
+  if (wanted.revents == 0) {
+    kill(child, SIGKILL);
+    result = "killed";
+  }
+  close(notes[0]);
+  return result;
+}
+
+// The time on the way out that is not the tear-down's.
+std::chrono::seconds stuck_for() {
+  return std::chrono::seconds(15);
+}
+
+void be_stuck() {
+  note('x');
+  std::this_thread::sleep_for(stuck_for());
+  note('y');
+}
+
+TEST_F(TwoProcesses, End_OfAServiceWhoseMainThreadIsStuck_TakesNoLongerThanTwoSeconds) {
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(notes_of_second_service([] {
+              std::atexit([] { note('e'); });
+              kill(getpid(), SIGTERM);
+              be_stuck();
+            }),
+            "xe");
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, stuck_for());
+}
+
+TEST_F(TwoProcesses, End_OfAServiceWhoseExitIsStuck_ComesAllTheSame) {
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(notes_of_second_service([] {
+              std::atexit(be_stuck);
+              amt_handle_end_service(0);
+            }),
+            "x");
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, stuck_for());
+}
+
+TEST_F(TwoProcesses, Signal_WhileTheMainThreadWaits_IsTreatedThere) {
+  EXPECT_EQ(notes_of_second_service([] {
+              static pid_t main_thread;
+              main_thread = gettid();
+              std::atexit([] { note(gettid() == main_thread ? 'm' : 'o'); });
+              pub_util_install_handler(SIGUSR2, signal_treatment);
+              kill(getpid(), SIGUSR2);
+              pub_util_sleep_forever();
+            }),
+            "m");
+}
+
+// It would be a service that outlives the one that ends.
+TEST_F(TwoProcesses, Fork_OnceTheEndIsUnderWay_IsRefused) {
+  EXPECT_EQ(notes_of_second_service([] {
+              std::atexit([] {
+                errno = 0;
+                const pid_t child = amt_handle_fork();
+                note(child == -1 && errno == ECANCELED ? 'r' : 'f');
+              });
+              amt_handle_end_service(0);
+            }),
+            "r");
+}
+
+TEST_F(TwoProcesses, SecondService_ThatHasEnded_IsNoZombie) {
+  const pid_t child = amt_handle_fork();
+  if (child == 0) _exit(0);
+  ASSERT_GT(child, 0);
+  EXPECT_TRUE(wait_for([child] { return !std::filesystem::exists("/proc/" + std::to_string(child)); }));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "amt/amt-handle/life/timer.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <time.h>
 
 #include <algorithm>
@@ -16,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
 
 namespace {
@@ -105,8 +107,8 @@ TEST_F(Timer, CreateAgain_DeletesTheFirst) {
 }
 
 TEST_F(Timer, Set_ArmsItOnceForTheMilliseconds) {
-  amt_timer_create(m_timer, never);
-  amt_timer_set(m_timer, 20500);
+  EXPECT_TRUE(amt_timer_create(m_timer, never));
+  EXPECT_TRUE(amt_timer_set(m_timer, 20500));
   const itimerspec left = left_of(m_timer);
   EXPECT_LE(seconds(left.it_value), 20.5);
   EXPECT_GT(seconds(left.it_value), 15);
@@ -115,7 +117,7 @@ TEST_F(Timer, Set_ArmsItOnceForTheMilliseconds) {
 }
 
 TEST_F(Timer, Set_OnNoTimer_IsRefused) {
-  amt_timer_set(m_timer, 5000);
+  EXPECT_FALSE(amt_timer_set(m_timer, 5000));
   EXPECT_EQ(m_log.texts(), std::vector<std::string>{"invalid parameter.timerId:-1; timeMSec:5000."});
 }
 
@@ -123,9 +125,23 @@ TEST_F(Timer, Set_ThatTheSystemRefuses_LogsTheFailureAndTheSuccessLine) {
   amt_timer_create(m_timer, never);
   const std::string number = number_of(m_timer);
   m_log.clear();
-  amt_timer_set(m_timer, -1);
-  EXPECT_EQ(m_log.texts(), (std::vector<std::string>{"timer_settime errorr: 22 - Invalid argument",
-                                                     "setTimer success, timerId[" + number + "], timeMSec:-1. "}));
+  EXPECT_FALSE(amt_timer_set(m_timer, -1));
+  EXPECT_THAT(m_log.texts(),
+              testing::ElementsAre(failure_line("amt/amt-handle", "amt_timer_set", -118, "22"),
+                                   "timer_settime errorr: 22 - Invalid argument",
+                                   "setTimer success, timerId[" + number + "], timeMSec:-1. "));
+}
+
+// A process without room for a queued signal has no timer.
+TEST_F(Timer, Create_ThatTheSystemRefuses_GivesNoTimer) {
+  rlimit before = {};
+  getrlimit(RLIMIT_SIGPENDING, &before);
+  const rlimit none = {0, before.rlim_max};
+  setrlimit(RLIMIT_SIGPENDING, &none);
+  EXPECT_FALSE(amt_timer_create(m_timer, never));
+  setrlimit(RLIMIT_SIGPENDING, &before);
+  EXPECT_EQ(m_timer.m_id, AMT_NO_TIMER);
+  EXPECT_TRUE(m_log.has("timer_create, error: 11 - Resource temporarily unavailable"));
 }
 
 // How many timers the system holds for this process, where the system lists them.

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -12,6 +13,7 @@
 #include <cerrno>
 #include <chrono>
 #include <climits>
+#include <csignal>
 #include <thread>
 
 #include "pub/result.h"
@@ -200,6 +202,19 @@ TEST_F(TryToOpen, Terminal_DoesNotBecomeTheControllingOne) {
   EXPECT_EQ(status, 0);
 }
 
+// A line without a carrier blocks its opener, as this does.
+TEST_F(TryToOpen, DeviceWhoseOtherSideIsAway_IsOpenedAtOnceAndBlocksThen) {
+  const std::string path = m_folder.path("line");
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  pub_shared_fd fd;
+  EXPECT_EQ(pub_util_try_to_open_device(&fd, path.c_str(), O_RDONLY, 1, 0), ERR_NONE);
+  EXPECT_EQ(fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
+  fd.close();
+  EXPECT_EQ(pub_util_try_to_open_device(&fd, path.c_str(), O_RDWR | O_NONBLOCK, 1, 0), ERR_NONE);
+  EXPECT_EQ(fcntl(fd, F_GETFL) & O_NONBLOCK, O_NONBLOCK);
+  fd.close();
+}
+
 TEST_F(TryToOpen, BadArguments_AreNamed) {
   pub_shared_fd fd;
   const auto trace = failure_line("util/util", "pub_util_try_to_open_device", -101);
@@ -245,6 +260,41 @@ TEST_F(TryToReopen, WhileItTries_TheOldDeviceStaysUnderItsNumber) {
   EXPECT_EQ(fd, number);
   EXPECT_TRUE(m_log.has("open device \"" + path + "\" successfully"));
   fd.close();
+}
+
+// A lease makes a file what some drivers are: open for one at a time.
+TEST_F(TryToReopen, DeviceOfOneOpener_IsOpenedAfterParking) {
+  const std::string path = m_folder.write("dev", "device");
+  const int number = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  pub_shared_fd fd(number);
+  std::signal(SIGIO, SIG_IGN);
+  ASSERT_EQ(fcntl(number, F_SETLEASE, F_RDLCK), 0);
+  EXPECT_EQ(pub_util_try_to_reopen_device(&fd, path.c_str(), O_RDWR, 1, 0), ERR_SYSTEM);
+  pub_util_park_device(&fd);
+  EXPECT_EQ(pub_util_try_to_reopen_device(&fd, path.c_str(), O_RDWR, 1, 0), ERR_NONE);
+  std::signal(SIGIO, SIG_DFL);
+  EXPECT_EQ(fd, number);
+  EXPECT_EQ(read_all(number), "device");
+  fd.close();
+}
+
+// A reader neither gets anything nor comes to an end.
+TEST_F(TryToReopen, Parked_NumberIsSilent) {
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  pub_shared_fd fd(ends[0]);
+  pub_util_park_device(&fd);
+  EXPECT_EQ(fd, ends[0]);
+  EXPECT_EQ(pub_util_wait(fd, POLLIN, 50), 0);
+  pollfd writer = {ends[1], 0, 0};
+  EXPECT_EQ(poll(&writer, 1, 0), 1);  // nobody reads the pipe any more
+  EXPECT_EQ(fcntl(fd, F_GETFD), FD_CLOEXEC);
+  close(ends[1]);
+  fd.close();
+  pub_util_park_device(&fd);
+  EXPECT_EQ(fd, 0);
+  pub_util_park_device(nullptr);
+  EXPECT_TRUE(m_log.has("1"));
 }
 
 TEST_F(TryToReopen, NothingOpenBefore_StoresANewNumber) {

@@ -7,8 +7,10 @@
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -223,6 +225,63 @@ TEST_F(Signals, StopSignalInAWorker_ActsInAWait) {
     EXPECT_EQ(pub_util_wait(-1, 0, 0), 0);
     EXPECT_EQ(g_handled, 1);
   }).join();
+}
+
+// Fills a terminal that nobody reads, with one write.
+TEST_F(Signals, StopSignalInAWorker_ActsInAWriteWithoutRoom) {
+  const terminal_pair terminal;
+  const std::string much(1 << 20, 'x');
+  std::atomic<pid_t> writer = 0;
+  std::thread worker([&] {
+    pub_util_let_thread_signal_in();
+    writer = gettid();
+    EXPECT_LT(pub_util_write(terminal.master(), much.data(), much.size()), static_cast<ssize_t>(much.size()));
+  });
+  EXPECT_TRUE(wait_for([&writer] { return writer != 0 && state_of_thread(writer) == 'S'; }));
+  EXPECT_EQ(syscall(SYS_tgkill, getpid(), writer.load(), SIGUSR1), 0);
+  worker.join();
+  EXPECT_EQ(g_handled, 1);
+}
+
+// It tells a thread to look again, not to leave a part of its bytes unwritten.
+TEST_F(Signals, WakeSignal_DoesNotCutAWrite) {
+  terminal_pair terminal;
+  termios raw = terminal.attributes();
+  cfmakeraw(&raw);
+  terminal.set_attributes(raw);
+  pub_util_install_handler(PUB_WAKE_SIGNAL, count_signal);
+  const std::string much(100'000, 'x');
+  std::atomic<pid_t> writer = 0;
+  std::thread worker([&] {
+    pub_util_let_thread_signal_in();
+    writer = gettid();
+    EXPECT_EQ(pub_util_write(terminal.master(), much.data(), much.size()), static_cast<ssize_t>(much.size()));
+  });
+  EXPECT_TRUE(wait_for([&writer] { return writer != 0 && state_of_thread(writer) == 'S'; }));
+  EXPECT_EQ(syscall(SYS_tgkill, getpid(), writer.load(), PUB_WAKE_SIGNAL), 0);
+  std::string read_back(much.size(), '\0');
+  for (std::size_t got = 0; got < much.size();) {
+    const ssize_t count = read(terminal.slave(), read_back.data() + got, much.size() - got);
+    ASSERT_GT(count, 0);
+    got += static_cast<std::size_t>(count);
+  }
+  worker.join();
+  EXPECT_EQ(read_back, much);
+  std::signal(PUB_WAKE_SIGNAL, SIG_DFL);
+}
+
+TEST_F(Signals, DuringACommand_Act) {
+  const pid_t self = gettid();
+  std::atomic<bool> is_running = true;
+  std::thread sender([self, &is_running] {
+    EXPECT_TRUE(wait_for([self] { return state_of_thread(self) == 'S'; }));
+    EXPECT_EQ(syscall(SYS_tgkill, getpid(), self, SIGTERM), 0);
+    EXPECT_TRUE(wait_for([] { return g_handled == 1; }));
+    EXPECT_TRUE(is_running);
+  });
+  EXPECT_EQ(pub_util_run_command("sleep 3"), 0);
+  is_running = false;
+  sender.join();
 }
 
 TEST_F(Signals, KeptOut_DoNotActInAWait) {

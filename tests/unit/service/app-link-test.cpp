@@ -43,6 +43,12 @@ result_code_en fail(std::uint8_t, amt_message_st*, amt_message_st*) {
   return ERR_FAIL;
 }
 
+// As an exchange with a silent modem during which the application closes its terminal.
+result_code_en lose_application(std::uint8_t, amt_message_st*, amt_message_st*) {
+  g_handle_context.m_has_app_left = true;
+  return ERR_FAIL;
+}
+
 // Blocks that come one by one, and then the end of the link.
 class AppLink : public context_test {
  protected:
@@ -201,6 +207,20 @@ TEST_F(AppTerminal, ApplicationThatComesBack_IsServedByTheSameThread) {
   }
   EXPECT_TRUE(m_log.contains("pty disconnect: pts name(/dev/pts/"));
   EXPECT_EQ(g_handle_context.m_app_thread.m_tid, thread);
+}
+
+// The old terminal is given up with all that is in it, also when the next application has opened it meanwhile.
+TEST_F(AppTerminal, ApplicationLostDuringItsRequest_IsNotAnsweredAndTheNextStartsAfresh) {
+  std::ignore = amt_handle_reg_handle_func(AMT_LINK_APP, 15, lose_application);
+  application lost(mapping());
+  m_log.clear();
+  lost.send("06 00 BB 0F 00 00");
+  ASSERT_TRUE(wait_for([this] { return m_log.contains("; m_pts_name_a[/dev/pts/"); }));
+  EXPECT_TRUE(m_log.has("invalid fd"));
+  application next(mapping());
+  next.send(REQUEST_11);
+  EXPECT_EQ(next.receive(15), ANSWER_12);
+  EXPECT_EQ(g_requests, std::vector<std::string>{REQUEST_11});
 }
 
 TEST_F(AppTerminal, FolderOfTheNameGone_EndsTheReaderOnly) {

@@ -1,6 +1,11 @@
 #include "amt/amt-handle/service/handshake.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
+
+#include <thread>
 
 #include "amt/amt-handle/life/timer.h"
 #include "tests/unit/links.h"
@@ -42,6 +47,48 @@ TEST_F(Handshake, Reset_Everything_IsForgotten) {
   EXPECT_EQ(g_usb_enumerated, 0);
   EXPECT_FALSE(waits_for_usb());
   EXPECT_FALSE(waits_for_pc());
+}
+
+// A PC may answer before the modem reader has come back from its write.
+TEST_F(Handshake, PcAnswersWithinTheModemsWrite_IsWaitedFor) {
+  set_usb_state("CONFIGURED\n");
+  amt_handshake_modem_begins();
+  EXPECT_EQ(g_modem_is_forwarding, 1);
+  std::thread modem([] {
+    usleep(2000);
+    amt_handshake_modem_spoke();
+  });
+  amt_handshake_pc_spoke();
+  modem.join();
+  EXPECT_EQ(g_handshake_done, 1);
+  EXPECT_TRUE(m_log.has("handshake success."));
+}
+
+TEST_F(Handshake, ModemBeginsAfterTheHandshake_RaisesNoFlag) {
+  g_handshake_done = 1;
+  amt_handshake_modem_begins();
+  EXPECT_EQ(g_modem_is_forwarding, 0);
+}
+
+volatile std::sig_atomic_t g_ends;
+
+// Without its timers a -u start would wait for ever.
+TEST_F(Handshake, NoTimerToBeHad_IsRefused) {
+  set_usb_state("CONFIGURED\n");
+  g_ends = 0;
+  auto* const before = std::signal(SIGTERM, [](int) { g_ends = g_ends + 1; });
+  rlimit limit = {};
+  getrlimit(RLIMIT_SIGPENDING, &limit);
+  const rlimit none = {0, limit.rlim_max};
+  setrlimit(RLIMIT_SIGPENDING, &none);
+  EXPECT_FALSE(amt_handshake_start_usb_timer());
+  EXPECT_EQ(g_ends, 0);
+  amt_handshake_modem_spoke();
+  setrlimit(RLIMIT_SIGPENDING, &limit);
+  std::signal(SIGTERM, before);
+  EXPECT_EQ(g_ends, 1);
+  EXPECT_EQ(m_log.count("no timer, the handshake is refused"), 2u);
+  EXPECT_EQ(g_modem_is_forwarding, 0);
 }
 
 TEST_F(Handshake, PcSpeaksFirst_CountsAsUsbButNotAsHandshake) {

@@ -2,6 +2,7 @@
 #include "amt/amt-handle/service/platform-setup.h"
 
 #include <filesystem>
+#include <thread>
 #include <tuple>
 
 #include "amt/amt-handle/life/lifetime.h"
@@ -22,6 +23,16 @@ class PlatformSetup : public context_test {
     if (g_handle_context.m_app_thread.m_tid != 0) pub_util_kill_thread(&g_handle_context.m_app_thread);
     if (g_handle_context.m_pty_app.m_ptm_fd > 0) std::ignore = pub_pty_close(&g_handle_context.m_pty_app);
   }
+  // Brings the links up with a modem that answers the silencing so.
+  void init_with_answer(const std::string& answer) {
+    std::thread modem([this, answer] {
+      EXPECT_EQ(m_at.receive_once(10), "AT^DLKS=0\r");
+      m_at.send(answer);
+    });
+    EXPECT_EQ(init_for_amt_2_3(), ERR_NONE);
+    modem.join();
+    expect_up();
+  }
   void expect_up() {
     EXPECT_EQ(g_amt_mode, AMT_MODE_PLATFORM);
     EXPECT_NE(g_handle_context.m_app_thread.m_tid, 0);
@@ -37,27 +48,20 @@ class PlatformSetup : public context_test {
 };
 
 TEST_F(PlatformSetup, ModemThatConfirms_IsUsed) {
-  m_at.send("\r\nOK\r\n");
-  EXPECT_EQ(init_for_amt_2_3(), ERR_NONE);
-  expect_up();
-  EXPECT_EQ(m_at.received(), "AT^DLKS=0\r");
+  init_with_answer("\r\nOK\r\n");
   EXPECT_EQ(g_no_modem, 0);
   EXPECT_GT(g_handle_context.m_fd_at, 0);
   expect_answer();
 }
 
 TEST_F(PlatformSetup, ModemThatRefuses_IsUsedToo) {
-  m_at.send("\r\nERROR\r\n");
-  EXPECT_EQ(init_for_amt_2_3(), ERR_NONE);
-  expect_up();
+  init_with_answer("\r\nERROR\r\n");
   EXPECT_EQ(g_no_modem, 0);
 }
 
 // Five answers without a final result take no time, unlike five without a byte.
 TEST_F(PlatformSetup, ModemThatDoesNotAnswer_IsNone) {
-  m_at.send(std::string(5 * 18, 'x'));
-  EXPECT_EQ(init_for_amt_2_3(), ERR_NONE);
-  expect_up();
+  init_with_answer(std::string(5 * 18, 'x'));
   EXPECT_EQ(g_no_modem, 1);
   EXPECT_TRUE(m_log.has_in_a_row({"WARNING !", "The AT device is not opened with modem."}));
   expect_answer();
