@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <cstring>
 #include <optional>
-#include <string>
 #include <string_view>
 
 #include "amt/amt-record/record.h"
@@ -244,10 +243,13 @@ result_code_en amt_read_wifi_address(char* buffer, std::size_t size) {
 result_code_en amt_write_wifi_address(const char* address) {
   pub_log_entry(k_log);
   if (address == nullptr || *address == '\0') return pub_fail(k_log, ERR_ARGUMENT);
+  char line[AMT_CONTENT_SIZE];  // built before the record is emptied
+  if (std::snprintf(line, sizeof line, "%s\n", address) >= static_cast<int>(sizeof line)) {
+    return pub_fail(k_log, ERR_ARGUMENT);
+  }
   pub_file file = pub_util_fopen(AMT_WIFI_ADDRESS_FILE, "w+");
   if (!file) return pub_fail(k_log, ERR_FAIL, "open %s fail", AMT_WIFI_ADDRESS_FILE);
-  const std::string line = std::string(address) + "\n";
-  const bool is_written = amt_finish_record(std::move(file), line.c_str(), [address](bool is_done) {
+  const bool is_written = amt_finish_record(std::move(file), line, [address](bool is_done) {
     if (is_done) {
       LOG_LINE("write BT address: %s", address);  // names Bluetooth on purpose: field tools look for it
       return;

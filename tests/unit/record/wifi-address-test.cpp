@@ -1,6 +1,7 @@
 // The record of the WiFi address.
 #include "amt/amt-record/wifi-address.h"
 
+#include "tests/unit/record/failing-calls.h"
 #include "tests/unit/record/record-test.h"
 
 namespace {
@@ -35,6 +36,24 @@ TEST_F(WifiAddress, WriteOfNothing_IsRefusedAndTheRecordKept) {
   EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-wifi", "amt_write_wifi_address", -101)).Times(2));
   EXPECT_EQ(read(RECORD), "OLD\n");
   EXPECT_EQ(syncs(), 0);
+}
+
+TEST_F(WifiAddress, WriteOf98Characters_IsTheMostThatARecordHolds) {
+  EXPECT_EQ(amt_write_wifi_address(std::string(98, 'x').c_str()), 0);
+  EXPECT_EQ(read(RECORD), std::string(98, 'x') + "\n");
+  for (const std::size_t length : {99, 100, 4000}) {
+    write(RECORD, "OLD\n");
+    m_log.clear();
+    EXPECT_EQ(amt_write_wifi_address(std::string(length, 'x').c_str()), -101) << length;
+    EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-wifi", "amt_write_wifi_address", -101)));
+    EXPECT_EQ(read(RECORD), "OLD\n") << length;
+  }
+}
+
+TEST_F(WifiAddress, WriteWithoutMemory_NeedsNone) {
+  write(RECORD, "OLD\n");
+  EXPECT_EQ(without_memory([] { return amt_write_wifi_address("an address of more than fifteen characters"); }), 0);
+  EXPECT_EQ(read(RECORD), "an address of more than fifteen characters\n");
 }
 
 TEST_F(WifiAddress, WriteWithoutTheFolder_Fails) {
