@@ -233,7 +233,7 @@ result_code_en amt_read_wifi_address(char* buffer, std::size_t size) {
   char line[LINE_SIZE];
   if (std::fgets(line, sizeof line, file.get()) == nullptr) return pub_fail(k_log, ERR_FAIL, "read fail");
   const std::size_t length = std::strlen(line);
-  LOG_LINE("wifi_addr_len: %d", static_cast<int>(length));
+  LOG_LINE("wifi_addr_len: %d", static_cast<int>(std::min(length, size - 1)));
   const std::size_t count = std::min(length == 0 ? 0 : length - 1, size - 1);
   std::copy_n(line, count, buffer);
   buffer[count] = '\0';

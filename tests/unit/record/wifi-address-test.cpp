@@ -136,6 +136,16 @@ TEST_F(WifiAddress, ReadIntoSixtyBytes_GivesAtMost59Characters) {
   }
 }
 
+// The length that is logged counts the line end, as long as the buffer would have room for it.
+TEST_F(WifiAddress, ReadOfALongLine_LogsTheLengthThatWasCopied) {
+  for (const auto& [length, logged] : {std::pair(57, 58), {58, 59}, {59, 59}, {60, 59}, {4000, 59}}) {
+    write(RECORD, std::string(static_cast<std::size_t>(length), 'x') + "\n");
+    m_log.clear();
+    EXPECT_EQ(read_record(), 0);
+    EXPECT_EQ(m_log.last(), "wifi_addr_len: " + std::to_string(logged)) << length;
+  }
+}
+
 TEST_F(WifiAddress, ReadIntoOneByte_GivesNothing) {
   write(RECORD, "AA\n");
   char byte = 'x';
