@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <span>
 #include <tuple>
 #include <utility>
@@ -30,23 +32,29 @@ result_code_en read_address(const pub_log_site& site, const char* path, result_c
   return ERR_NONE;
 }
 
-// Writes the address and a line end into an emptied record and flushes it.
-template <typename Report>
-bool write_address(pub_file file, const char* address, Report report) {
-  char line[AMT_BT_ADDRESS_SIZE + 1];
-  std::snprintf(line, sizeof line, "%s\n", address);
-  return amt_finish_record(std::move(file), line, report);
-}
+// An address and its line end.
+class address_line {
+ public:
+  explicit address_line(const char* address) { std::snprintf(m_text, sizeof m_text, "%s\n", address); }
+  const char* text() const { return m_text; }
+
+ private:
+  char m_text[AMT_BT_ADDRESS_SIZE + 1];
+};
 
 }  // namespace
 
 const char* get_bt_addr_file() {
   pub_log_entry(k_log);
-  for (const char* path : {AMT_BT_ADDRESS_FILE, AMT_BT_ADDRESS_SECOND_FILE}) {
+  const char* path = AMT_BT_ADDRESS_FILE;
+  if (access(path, F_OK) == 0) return path;
+  if (errno == ENOENT) {
+    path = AMT_BT_ADDRESS_SECOND_FILE;
     if (access(path, F_OK) == 0) return path;
   }
   pub_log_failure(k_log, ERR_SYSTEM, "can not access file \"%s\" or \"%s\"", AMT_BT_ADDRESS_FILE,
                   AMT_BT_ADDRESS_SECOND_FILE);
+  if (errno != ENOENT) LOG_LINE("access(\"%s\") fail: %d - %s", path, errno, std::strerror(errno));
   return nullptr;
 }
 
@@ -62,9 +70,10 @@ bool bt_addr_write(const char (&address)[AMT_BT_AT_ADDRESS_SIZE]) {
   if (pub_log_bad_arguments(k_log, {false, *address == '\0'})) return false;
   const char* path = get_bt_addr_file();
   if (path == nullptr) return false;
+  const address_line line(address);  // whole before the record is emptied
   pub_file file = amt_open_record(k_log, path, "w+");
   if (!file) return false;
-  return write_address(std::move(file), address, [&address](bool is_written) {
+  return amt_finish_record(std::move(file), line.text(), [&address](bool is_written) {
     if (is_written) {
       LOG_LINE("write BT address: %s", address);
     } else {
@@ -83,7 +92,8 @@ pub_file amt_open_bt_address(const pub_log_site& site) {
 
 result_code_en amt_finish_bt_address(const pub_log_site& site, pub_file file,
                                      const char (&address)[AMT_BT_ADDRESS_SIZE]) {
-  const bool is_written = write_address(std::move(file), address, [&](bool is_done) {
+  const address_line line(address);
+  const bool is_written = amt_finish_record(std::move(file), line.text(), [&](bool is_done) {
     if (!is_done) {
       pub_log_failure(site, ERR_SYSTEM, "fputs() fail");
       return;

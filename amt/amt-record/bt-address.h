@@ -11,7 +11,8 @@ inline constexpr char AMT_BT_ADDRESS_FOLDER[] = "/amt/BT";
 inline constexpr char AMT_BT_ADDRESS_FILE[] = "/amt/BT/BT_Address.txt";
 inline constexpr char AMT_BT_ADDRESS_SECOND_FILE[] = "/mnt/opl/nvm/BT_Address.txt";
 
-// The file that exists, the phone's own first; null, logged, when there is none.
+// The file that exists, the phone's own first; null, logged, when there is none, or when it cannot be found out whether
+// the first exists: an address must not land in the second then.
 const char* get_bt_addr_file();
 
 // Reads and replaces the address in the file that exists. False, logged, when that does not work.

@@ -21,10 +21,10 @@ result_code_en fail(const pub_log_site& site, const char* call) {
 result_code_en amt_write_adc_diff_value(std::int32_t value1, std::int32_t value2, std::int32_t value3,
                                         std::int32_t value4) {
   pub_log_entry(k_log);
-  pub_file record = pub_util_fopen(AMT_CALIBRATION_FILE, "w");
-  if (!record) return fail(k_log, "fopen");
   char text[80];
   std::snprintf(text, sizeof text, "amt_set_vbatt[%d] [%d] [%d] [%d]", value1, value2, value3, value4);
+  pub_file record = pub_util_fopen(AMT_CALIBRATION_FILE, "w");
+  if (!record) return fail(k_log, "fopen");
   int error = 0;
   const bool is_written = amt_finish_record(std::move(record), text, [&](bool) {
     error = errno;

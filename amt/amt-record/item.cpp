@@ -1,5 +1,6 @@
 #include "amt/amt-record/item.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -7,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 
 #include "amt/amt-record/record.h"
 #include "pub/log.h"
@@ -63,25 +65,89 @@ std::int32_t refuse_index(const char* function, std::int32_t index) {
   return ITEM_REFUSED;
 }
 
+bool is_missing(const char* path) {
+  return access(path, F_OK) != 0 && errno == ENOENT;
+}
+
+bool is_regular(std::FILE* file) {
+  struct stat status = {};
+  return fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+template <typename Fill>
+result_code_en replace_file(const char* function, const char* path, Fill fill) {
+  const char* failed_step = amt_replace_record(path, fill);
+  if (failed_step == nullptr) return ERR_NONE;
+  log_failure(function, failed_step, path);
+  return ERR_WRITE;
+}
+
+// Makes items of what was read, its first `count` bytes: what is no digit in a digit's place becomes '0'. Gives whether
+// anything was not as it should be.
+bool mend_items(std::span<char> items, std::size_t count) {
+  bool is_mended = count < items.size();
+  for (std::size_t at = 0; at < items.size(); ++at) {
+    const bool is_digit = at % 2 == 0;
+    const bool is_good = at < count && (is_digit ? items[at] >= '0' && items[at] <= '9' : items[at] == '\n');
+    if (is_good) continue;
+    items[at] = is_digit ? '0' : '\n';
+    is_mended = true;
+  }
+  return is_mended;
+}
+
+bool copy_rest(std::FILE* from, std::FILE* to) {
+  char piece[512];
+  std::size_t count = 0;
+  while ((count = std::fread(piece, 1, sizeof piece, from)) > 0) {
+    if (std::fwrite(piece, 1, count, to) != count) return false;
+  }
+  return std::ferror(from) == 0;
+}
+
+// Completes a file that is not whole: a power cut, a full disk or another program left it so. Its digits stay where
+// they are, and what follows the items stays, too. A file that cannot be opened or read is left to the update, which
+// reports why. False when the file stays as it was, not whole.
+bool complete_file(const char* function, const item_file_st& file) {
+  const pub_file old = pub_util_fopen(file.m_path, "r+");
+  if (!old || !is_regular(old.get())) return true;
+  char all_items[2 * AMT_PRODUCT_ITEMS] = {};
+  const std::span items(all_items, std::size_t{2} * static_cast<std::size_t>(file.m_items));
+  const std::size_t count = std::fread(items.data(), 1, items.size(), old.get());
+  if (std::ferror(old.get()) != 0) {
+    log_failure(function, "read file", file.m_path);
+    return true;
+  }
+  if (!mend_items(items, count)) return true;
+  LOG_LINE("item file %s is not whole, will be completed\n", file.m_path);
+  return replace_file(function, file.m_path, [&](std::FILE* aside) {
+           return std::fwrite(items.data(), 1, items.size(), aside) == items.size() && copy_rest(old.get(), aside);
+         }) == ERR_NONE;
+}
+
+// Makes the file when it is missing, completes it when it is not whole.
+bool provide_file(const char* function, const item_file_st& file) {
+  if (is_missing(file.m_path)) return initTestFile(file.m_path, file.m_items) == ERR_NONE;
+  return complete_file(function, file);
+}
+
 std::int32_t save_item(const char* function, const item_file_st& file, std::int32_t index, std::int32_t result) {
   if (index >= file.m_items) return refuse_index(function, index);
   if (access(FOLDER, R_OK | W_OK) != 0) return refuse_save(function, "Directory access deny", ITEM_UNREADABLE);
-  if (access(file.m_path, F_OK) != 0 && initTestFile(file.m_path, file.m_items) != ERR_NONE) {
-    return refuse_save(function, "init result file error", ITEM_UNWRITABLE);
-  }
+  if (!provide_file(function, file)) return refuse_save(function, "init result file error", ITEM_UNWRITABLE);
   if (updateTestItem(file.m_path, index, result) != ERR_NONE) {
     return refuse_save(function, "update result error", ITEM_REFUSED);
   }
   return ERR_NONE;
 }
 
-// 0 when the product file can be opened; makes it when it is missing.
+// Makes the product file when it is missing. 0 when it is there, or when only the opening can find out whether it is.
 std::int32_t provide_product_file() {
   if (access(FOLDER, R_OK) != 0) {
     log_failure("readProductTestItem", "access folder", FOLDER);
     return ITEM_UNREADABLE;
   }
-  if (access(AMT_PRODUCT_FILE, F_OK) == 0) return ERR_NONE;
+  if (!is_missing(AMT_PRODUCT_FILE)) return ERR_NONE;
   log_failure("readProductTestItem", "access file", AMT_PRODUCT_FILE);
   if (initTestFile(AMT_PRODUCT_FILE, AMT_PRODUCT_ITEMS) == ERR_NONE) return ERR_NONE;
   pub_log_failure({k_log, "readProductTestItem"}, ITEM_UNWRITABLE, "initTestFile fail: init result file error\n");
@@ -109,17 +175,9 @@ result_code_en initTestFile(const char* path, std::int32_t count) {
   pub_log_entry(k_log);
   if (count > AMT_PRODUCT_ITEMS) return pub_fail(k_log, ERR_WRITE, "test item error: %d\n", count);
   LOG_LINE("initTestFile . path:%s; count: %d\n", path, count);
-  pub_file file = pub_util_fopen(path, "w");
-  if (!file) {
-    log_failure(__func__, "open file", path);
-    return ERR_WRITE;
-  }
   char items[2 * AMT_PRODUCT_ITEMS + 1] = {};
   for (std::int32_t item = 0; item < count; ++item) std::copy_n("0\n", 2, items + std::ptrdiff_t{2} * item);
-  const bool is_written = amt_finish_record(std::move(file), items, [path](bool is_done) {
-    if (!is_done) log_failure("initTestFile", "write file", path);
-  });
-  return is_written ? ERR_NONE : ERR_WRITE;
+  return replace_file(__func__, path, [&items](std::FILE* aside) { return std::fputs(items, aside) >= 0; });
 }
 
 std::int32_t updateTestItem(const char* path, std::int32_t index, std::int32_t result) {

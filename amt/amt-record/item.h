@@ -14,16 +14,17 @@ inline constexpr std::int32_t AMT_PRODUCT_ITEMS = 36;
 inline constexpr char AMT_RESULT_FILE[] = "/amt/amt_result.txt";
 inline constexpr std::int32_t AMT_RESULT_ITEMS = 20;
 
-// Creates or empties a file and writes `count` items of '0'. 0; -1 for more than 36 items, or when it cannot be
-// written.
+// Makes a file of `count` items of '0', in place of an old one: whole or, when that fails, not at all. 0; -1 for more
+// than 36 items, or when it cannot be written.
 result_code_en initTestFile(const char* path, std::int32_t count);
 
 // Writes one item: result 1 is a pass, 2 a fail, any other unknown. A negative index writes item 0, on purpose: the
 // seek is not checked. 0; -1 when the file cannot be opened; -2 when it cannot be written.
 std::int32_t updateTestItem(const char* path, std::int32_t index, std::int32_t result);
 
-// Write one item of a file, which is made when it is missing. 0; -1 when /amt is not accessible; -2 when the file
-// cannot be made; -3 when the index is above the file's last, or the item cannot be written.
+// Write one item of a file, which is made when it is missing, and completed when it is not whole: digits in their
+// places stay, all else becomes '0' and its line end. 0; -1 when /amt is not accessible; -2 when the file cannot be
+// made or completed; -3 when the index is above the file's last, or the item cannot be written.
 std::int32_t saveProductTestItem(std::int32_t index, std::int32_t result);
 std::int32_t saveAmtTestItem(std::int32_t index, std::int32_t result);
 

@@ -1,7 +1,11 @@
 #include "amt/amt-record/record.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <tuple>
 #include <utility>
@@ -19,7 +23,62 @@ result_code_en fail_transfer(const pub_log_site& site, const char* what) {
   return pub_fail(site, ERR_SYSTEM, "%s fail: %d - %s", what, errno, std::strerror(errno));
 }
 
+// The file behind path. A link whose file is missing gets an empty one, so that the link itself stays.
+bool find_file(const char* path, char (&file)[PATH_MAX]) {
+  if (realpath(path, file) != nullptr) return true;
+  if (errno != ENOENT) return false;
+  struct stat link = {};
+  if (lstat(path, &link) == 0) return pub_util_fopen(path, "a") && realpath(path, file) != nullptr;
+  if (std::snprintf(file, sizeof file, "%s", path) < static_cast<int>(sizeof file)) return true;
+  errno = ENAMETOOLONG;
+  return false;
+}
+
+// Devices and folders are not replaced.
+bool is_replaceable(const struct stat& old) {
+  if (S_ISREG(old.st_mode)) return true;
+  errno = S_ISDIR(old.st_mode) ? EISDIR : EINVAL;
+  return false;
+}
+
 }  // namespace
+
+amt_aside_file::~amt_aside_file() {
+  if (!m_file) return;
+  const int error = errno;
+  unlink(m_aside);
+  m_file.reset();
+  errno = error;
+}
+
+bool amt_aside_file::open(const char* path) {
+  if (!find_file(path, m_path)) return false;
+  struct stat old = {};
+  const bool has_old = stat(m_path, &old) == 0;
+  if (has_old && !is_replaceable(old)) return false;
+  if (std::snprintf(m_aside, sizeof m_aside, "%s.new", m_path) >= static_cast<int>(sizeof m_aside)) {
+    errno = ENAMETOOLONG;
+    return false;
+  }
+  unlink(m_aside);
+  m_file = pub_util_fopen(m_aside, "wx");
+  if (!m_file) return false;
+  if (has_old) {
+    std::ignore = fchown(fileno(file()), old.st_uid, old.st_gid);
+    std::ignore = fchmod(fileno(file()), old.st_mode & 07777);
+  }
+  return true;
+}
+
+bool amt_aside_file::flush() {
+  return std::fflush(file()) == 0 && fsync(fileno(file())) == 0;
+}
+
+bool amt_aside_file::put_in_place() {
+  if (std::rename(m_aside, m_path) != 0) return false;
+  m_file.reset();
+  return true;
+}
 
 void amt_flush_records() {
   for (int round = 0; round < 2; ++round) {

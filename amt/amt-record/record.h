@@ -2,7 +2,9 @@
 // through here.
 #pragma once
 
+#include <climits>
 #include <cstdint>
+#include <cstdio>
 
 #include "pub/log.h"
 #include "pub/util/io.h"
@@ -26,6 +28,43 @@ bool amt_finish_record(pub_file file, const char* text, Report report) {
   file.reset();
   amt_flush_records();
   return is_written;
+}
+
+// A file that takes the place of another one whole or not at all. It is made beside the old one, under its name and
+// ".new"; until it is in place, the old one is as it was. What is not put in place is removed. A link keeps its place:
+// the file behind it is replaced. Mode and owner of the old file are kept where that is permitted.
+class amt_aside_file {
+ public:
+  amt_aside_file() = default;
+  amt_aside_file(const amt_aside_file&) = delete;
+  amt_aside_file& operator=(const amt_aside_file&) = delete;
+  ~amt_aside_file();
+
+  // False, with errno, when there can be none beside path. What a killed process left aside goes first.
+  bool open(const char* path);
+  std::FILE* file() const { return m_file.get(); }
+  // Whether all that was written has reached the device; else with errno.
+  bool flush();
+  bool put_in_place();
+
+ private:
+  char m_path[PATH_MAX] = "";
+  char m_aside[PATH_MAX] = "";
+  pub_file m_file;
+};
+
+// Replaces a file, whole or not at all, by what `fill` writes into the one aside, and flushes the records. Gives null,
+// or the step that failed, with its errno. `fill` gives whether it could write.
+template <typename Fill>
+const char* amt_replace_record(const char* path, Fill fill) {
+  {
+    amt_aside_file aside;
+    if (!aside.open(path)) return "open file";
+    if (!fill(aside.file()) || !aside.flush()) return "write file";
+    if (!aside.put_in_place()) return "rename file";
+  }
+  amt_flush_records();
+  return nullptr;
 }
 
 // Replaces a record by text, without a line end; logs "<label>: <text>". 0, or ERR_SYSTEM when the file cannot be

@@ -2,12 +2,13 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <string>
+#include <optional>
 #include <string_view>
 
 #include "amt/amt-record/record.h"
@@ -27,6 +28,7 @@ constexpr char PATCH[] = "amt_write_wifi_to_nvram_file";
 constexpr std::string_view ADDRESS_KEY = "macaddr=";
 constexpr int LINE_SIZE = 99;
 constexpr int LINE_COUNT_LIMIT = 100;
+constexpr std::size_t TEXT_SIZE = 65536;
 
 using address_text = char[AMT_WIFI_ADDRESS_SIZE];
 
@@ -36,42 +38,106 @@ void copy_address(address_text& address, std::string_view text) {
   address[count] = '\0';
 }
 
-// The recorded address with its line end; empty when there is none. A missing record is not a failure, an empty
-// one is: ERR_FAIL.
-result_code_en read_factory_address(address_text& address) {
-  copy_address(address, "");
-  const pub_file file = pub_util_fopen(AMT_WIFI_ADDRESS_FILE, "r");
-  if (!file) {
-    LOG_LINE("open  %s fail", AMT_WIFI_ADDRESS_FILE);
-    return ERR_NONE;
-  }
-  char line[LINE_SIZE];
-  if (std::fgets(line, sizeof line, file.get()) == nullptr) {
-    return pub_fail({k_log, PATCH}, ERR_FAIL, "read  %s fail", AMT_WIFI_ADDRESS_FILE);
-  }
-  copy_address(address, line);
-  return ERR_NONE;
-}
-
 void log_missing(const char* path) {
   pub_log_failure({k_log, PATCH}, ERR_FAIL, "open  %s fail", path);
 }
 
+result_code_en fail_reading(const char* path) {
+  return pub_fail({k_log, PATCH}, ERR_FAIL, "read  %s fail", path);
+}
+
+void log_kept() {
+  LOG_LINE("keep the old %s", NVRAM_COPY);
+}
+
+// The recorded address with its line end; empty when there is none. A missing record is not a failure, an empty
+// one is: ERR_FAIL. No result for a record that is there but cannot be read: the address is not known.
+std::optional<result_code_en> read_factory_address(address_text& address) {
+  copy_address(address, "");
+  const pub_file file = pub_util_fopen(AMT_WIFI_ADDRESS_FILE, "r");
+  if (!file && errno == ENOENT) {
+    LOG_LINE("open  %s fail", AMT_WIFI_ADDRESS_FILE);
+    return ERR_NONE;
+  }
+  if (!file) {
+    log_missing(AMT_WIFI_ADDRESS_FILE);
+    return std::nullopt;
+  }
+  char line[LINE_SIZE];
+  const bool has_line = std::fgets(line, sizeof line, file.get()) != nullptr;
+  if (has_line && std::ferror(file.get()) == 0) {
+    copy_address(address, line);
+    return ERR_NONE;
+  }
+  const result_code_en failure = fail_reading(AMT_WIFI_ADDRESS_FILE);
+  return std::ferror(file.get()) == 0 ? std::optional(failure) : std::nullopt;
+}
+
+// What the copy is to hold, built whole before the old text goes.
+class nvram_text {
+ public:
+  void clear() {
+    m_size = 0;
+    m_is_whole = true;
+  }
+  void append(std::string_view text) {
+    m_is_whole = m_is_whole && text.size() <= sizeof m_text - m_size;
+    if (!m_is_whole) return;
+    std::copy_n(text.begin(), text.size(), m_text + m_size);
+    m_size += text.size();
+  }
+  bool is_whole() const { return m_is_whole; }
+  std::string_view text() const { return {m_text, m_size}; }
+
+ private:
+  char m_text[TEXT_SIZE];
+  std::size_t m_size;
+  bool m_is_whole;
+};
+
+nvram_text g_nvram_text;  // once in a process: no room on a stack
+
 struct nvram_files_st {
+  const char* m_source_path;
   pub_file m_source;
   pub_file m_copy;
 };
 
-// The copy is emptied before the source is known to exist, on purpose: a driver text without its source is no good.
+// What is no regular file has nothing to empty.
+bool make_empty(std::FILE* copy) {
+  if (ftruncate(fileno(copy), 0) == 0 || errno == EINVAL) return true;
+  pub_log_sys_call(k_log, "ftruncate");
+  return false;
+}
+
+pub_file open_source(const char* path, bool& is_missing) {
+  pub_file source = pub_util_fopen(path, "r");
+  if (!source && errno != ENOENT) {
+    is_missing = false;
+    LOG_LINE("open(\"%s\") fail: %d - %s", path, errno, std::strerror(errno));
+  }
+  return source;
+}
+
+// The copy is opened before the source is known to exist, and is emptied when there is none, on purpose: a driver text
+// without its source is no good.
 bool open_files(nvram_files_st& files) {
-  files.m_source = pub_util_fopen(NVRAM_SOURCE, "r");
-  files.m_copy = pub_util_fopen(NVRAM_COPY, "w+");
+  bool is_missing = true;
+  files.m_source_path = NVRAM_SOURCE;
+  files.m_source = open_source(NVRAM_SOURCE, is_missing);
+  files.m_copy = pub_util_fopen(NVRAM_COPY, "a+");
   if (!files.m_source) {
     LOG_LINE("File \"%s\" not exist, so we try to open file \"%s\"", NVRAM_SOURCE, NVRAM_SECOND_SOURCE);
-    files.m_source = pub_util_fopen(NVRAM_SECOND_SOURCE, "r");
+    files.m_source_path = NVRAM_SECOND_SOURCE;
+    files.m_source = open_source(NVRAM_SECOND_SOURCE, is_missing);
   }
   if (!files.m_source) {
     log_missing(NVRAM_SECOND_SOURCE);
+    if (!is_missing) {
+      log_kept();
+    } else if (files.m_copy) {
+      make_empty(files.m_copy.get());
+    }
     return false;
   }
   if (!files.m_copy) log_missing(NVRAM_COPY);
@@ -85,47 +151,63 @@ const char* find_old_address(const char* line) {
   return std::string_view(line).starts_with(ADDRESS_KEY) ? line + ADDRESS_KEY.size() : nullptr;
 }
 
-void write_address(std::FILE* copy, const char* address) {
-  std::fputs(ADDRESS_KEY.data(), copy);
-  std::fputs(address, copy);
+void append_address(const char* address) {
+  g_nvram_text.append(ADDRESS_KEY);
+  g_nvram_text.append(address);
 }
 
-// Copies the source line by line with the address in place. A piece of a line that is longer than the buffer counts as
-// a line of its own. ERR_FAIL when the limit of copied lines is reached: the rest is dropped.
-result_code_en copy_lines(const nvram_files_st& files, const char* address, bool& is_replaced) {
+// Takes over the source line by line with the address in place. A piece of a line that is longer than the buffer counts
+// as a line of its own. ERR_FAIL when the limit of copied lines is reached: the rest is dropped.
+result_code_en take_lines(std::FILE* source, const char* address, bool& is_replaced) {
   char line[LINE_SIZE];
   int count = 0;
-  while (std::fgets(line, sizeof line, files.m_source.get()) != nullptr) {
+  while (std::fgets(line, sizeof line, source) != nullptr) {
     const char* old_address = *address == '\0' ? nullptr : find_old_address(line);
     if (old_address != nullptr) {
       address_text nvram_address;
       copy_address(nvram_address, old_address);
       LOG_LINE("wifi_addr_nvram: %s", nvram_address);
-      write_address(files.m_copy.get(), address);
+      append_address(address);
       is_replaced = true;
       continue;
     }
-    std::fputs(line, files.m_copy.get());
+    g_nvram_text.append(line);
     if (++count == LINE_COUNT_LIMIT) return pub_fail({k_log, PATCH}, ERR_FAIL);
   }
   return ERR_NONE;
 }
 
-// Fills the copy; ERR_FAIL, too, when not all of it could be written.
+result_code_en write_copy(std::FILE* copy) {
+  const std::string_view text = g_nvram_text.text();
+  if (!make_empty(copy)) return pub_fail({k_log, PATCH}, ERR_FAIL);
+  std::fwrite(text.data(), 1, text.size(), copy);
+  if (std::fflush(copy) == 0 && std::ferror(copy) == 0) return ERR_NONE;
+  pub_log_sys_call(k_log, "fputs");
+  return pub_fail({k_log, PATCH}, ERR_FAIL);
+}
+
+// Builds the text, then fills the copy. ERR_FAIL, too, when not all of it could be read, in which case the copy keeps
+// its old text, or written.
 result_code_en patch(const nvram_files_st& files, const char* address) {
+  g_nvram_text.clear();
   bool is_replaced = false;
-  result_code_en result = copy_lines(files, address, is_replaced);
+  const result_code_en taken = take_lines(files.m_source.get(), address, is_replaced);
+  if (std::ferror(files.m_source.get()) != 0) {
+    const result_code_en failure = fail_reading(files.m_source_path);
+    log_kept();
+    return failure;
+  }
   if (!is_replaced && *address != '\0') {
-    std::fseek(files.m_copy.get(), 0, SEEK_END);
-    write_address(files.m_copy.get(), address);
+    append_address(address);
     LOG_LINE("new wifi_addr_nvram: %s", address);
   }
-  if (std::fflush(files.m_copy.get()) != 0 || std::ferror(files.m_copy.get()) != 0) {
-    pub_log_sys_call(k_log, "fputs");
-    pub_log_failure({k_log, PATCH}, ERR_FAIL);
-    result = ERR_FAIL;
+  if (!g_nvram_text.is_whole()) {
+    pub_log_failure({k_log, PATCH}, ERR_FAIL, "%s is too long", files.m_source_path);
+    log_kept();
+    return ERR_FAIL;
   }
-  return result;
+  const result_code_en written = write_copy(files.m_copy.get());
+  return taken == ERR_NONE ? written : taken;
 }
 
 // The WiFi driver's own user must be able to write the copy.
@@ -151,7 +233,7 @@ result_code_en amt_read_wifi_address(char* buffer, std::size_t size) {
   char line[LINE_SIZE];
   if (std::fgets(line, sizeof line, file.get()) == nullptr) return pub_fail(k_log, ERR_FAIL, "read fail");
   const std::size_t length = std::strlen(line);
-  LOG_LINE("wifi_addr_len: %d", static_cast<int>(length));
+  LOG_LINE("wifi_addr_len: %d", static_cast<int>(std::min(length, size - 1)));
   const std::size_t count = std::min(length == 0 ? 0 : length - 1, size - 1);
   std::copy_n(line, count, buffer);
   buffer[count] = '\0';
@@ -161,10 +243,13 @@ result_code_en amt_read_wifi_address(char* buffer, std::size_t size) {
 result_code_en amt_write_wifi_address(const char* address) {
   pub_log_entry(k_log);
   if (address == nullptr || *address == '\0') return pub_fail(k_log, ERR_ARGUMENT);
+  char line[AMT_CONTENT_SIZE];  // built before the record is emptied
+  if (std::snprintf(line, sizeof line, "%s\n", address) >= static_cast<int>(sizeof line)) {
+    return pub_fail(k_log, ERR_ARGUMENT);
+  }
   pub_file file = pub_util_fopen(AMT_WIFI_ADDRESS_FILE, "w+");
   if (!file) return pub_fail(k_log, ERR_FAIL, "open %s fail", AMT_WIFI_ADDRESS_FILE);
-  const std::string line = std::string(address) + "\n";
-  const bool is_written = amt_finish_record(std::move(file), line.c_str(), [address](bool is_done) {
+  const bool is_written = amt_finish_record(std::move(file), line, [address](bool is_done) {
     if (is_done) {
       LOG_LINE("write BT address: %s", address);  // names Bluetooth on purpose: field tools look for it
       return;
@@ -178,13 +263,17 @@ result_code_en amt_write_wifi_address(const char* address) {
 result_code_en amt_write_wifi_to_nvram_file() {
   pub_log_entry(k_log);
   address_text address;
-  result_code_en result = read_factory_address(address);
+  const std::optional<result_code_en> known = read_factory_address(address);
+  if (!known) {
+    log_kept();
+    return ERR_FAIL;
+  }
   LOG_LINE("wifi_addr_amt: %s", address);
-  nvram_files_st files;
+  nvram_files_st files{};
   if (!open_files(files)) return ERR_FAIL;
-  if (patch(files, address) != ERR_NONE) result = ERR_FAIL;
+  const result_code_en patched = patch(files, address);
   files.m_copy.reset();
   amt_flush_records();
   open_copy_to_all();
-  return result;
+  return patched == ERR_NONE ? *known : ERR_FAIL;
 }

@@ -14,10 +14,11 @@ inline constexpr std::size_t AMT_WIFI_ADDRESS_SIZE = 60;  // 59 characters and t
 // on purpose: the line end is taken off unseen. 0, or ERR_FAIL with the buffer empty.
 result_code_en amt_read_wifi_address(char* buffer, std::size_t size);
 
-// Replaces the record by the address and a line end. 0; ERR_ARGUMENT for a null or empty address; ERR_FAIL when the
-// file cannot be opened; ERR_SYSTEM when it cannot be written.
+// Replaces the record by the address and a line end. 0; ERR_ARGUMENT for a null or empty address, or one of more than
+// 98 characters; ERR_FAIL when the file cannot be opened; ERR_SYSTEM when it cannot be written.
 result_code_en amt_write_wifi_address(const char* address);
 
 // Rewrites the driver's nvram text with the recorded address: in place of every address line, or after the last line
-// when there is no address line. Once, at the start of the service. 0 or ERR_FAIL.
+// when there is no address line. Once, at the start of the service. 0 or ERR_FAIL. The old text stays when the record
+// or the source is there but cannot be read; without any source it is emptied.
 result_code_en amt_write_wifi_to_nvram_file();

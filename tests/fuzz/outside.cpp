@@ -66,6 +66,8 @@ extern "C" int replace_property_get(const char* key, char* value, const char* pr
 extern "C" int replace_property_set(const char* key, const char* value) REPLACES("property_set");
 extern "C" int replace_access(const char* path, int mode) REPLACES("access");
 extern "C" int replace_kill(pid_t pid, int signo) REPLACES("kill");
+extern "C" int replace_rename(const char* from, const char* to) REPLACES("rename");
+extern "C" int replace_unlink(const char* path) REPLACES("unlink");
 extern "C" void* replace_dlopen(const char* path, int flags) REPLACES("dlopen");
 extern "C" void* real_dlopen(const char* path, int flags) REAL("dlopen");
 
@@ -156,6 +158,15 @@ int replace_access(const char*, int mode) {
 }
 
 int replace_kill(pid_t, int) {
+  return 0;
+}
+
+int replace_rename(const char*, const char*) {
+  errno = EACCES;
+  return fails(FUZZ_NO_WRITING) ? -1 : 0;
+}
+
+int replace_unlink(const char*) {
   return 0;
 }
 

@@ -131,11 +131,14 @@ result_code_en amt_make_folder(const char* path) {
     LOG_LINE("amt_make_folder: %s exist.\r\n", path);
     return ERR_NONE;
   }
+  if (errno != ENOENT && errno != ENOTDIR) {  // whether it exists is not known
+    return pub_fail(k_log, ERR_SYSTEM, "amt_make_folder access(%s) faild errno[%d] strerror[%s]", path, errno,
+                    std::strerror(errno));
+  }
   LOG_LINE("amt_make_folder: %s does not exist.\r\n", path);
   if (mkdir(path, 0777) != 0) {
-    const int error = errno;
-    LOG_LINE("amt_make_folder mkdir(%s) faild errno[%d] strerror[%s]", path, error, std::strerror(error));
-    return ERR_SYSTEM;
+    return pub_fail(k_log, ERR_SYSTEM, "amt_make_folder mkdir(%s) faild errno[%d] strerror[%s]", path, errno,
+                    std::strerror(errno));
   }
   LOG_LINE("amt_make_folder mkdir(%s) successfully", path);
   run_on_folder("chgrp -R radio", path);

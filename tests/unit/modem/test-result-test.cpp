@@ -244,23 +244,27 @@ TEST_F(StationRead, BadArgumentsAndNoModem_AreRefused) {
   expect_refusal_without_modem(amt_modem_read_test_result);
 }
 
+const std::string OTHER_ITEMS =
+    "0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n"
+    "0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n0\n";
+
 class Items : public results_test {
  protected:
-  Items() { phone_root::write(PRODUCT_FILE, "0\n1\n2\n3\n0\n"); }
+  Items() { phone_root::write(PRODUCT_FILE, "0\n1\n2\n3\n" + OTHER_ITEMS); }
 };
 
 TEST_F(Items, Write_GivesTheStationLessOne) {
   EXPECT_EQ(run(amt_item_write_test_result, "18 00 BB E6 12 00 EE 27 01 04 00 01 00 00 00 EE 24 01 04 00 02 00 00 00"),
             ERR_NONE);
   EXPECT_EQ(to_app(), "0F 00 BB E7 09 00 EE 01 01 04 00 00 00 00 00");
-  EXPECT_EQ(phone_root::read(PRODUCT_FILE), "2\n1\n2\n3\n0\n");
+  EXPECT_EQ(phone_root::read(PRODUCT_FILE), "2\n1\n2\n3\n" + OTHER_ITEMS);
   EXPECT_TRUE(m_log.has("amt_item_write_test_result station_num[1] station_result[2]"));
   EXPECT_TRUE(m_log.has("amt_item_write_test_result write_item ret_val[0]"));
 }
 
 TEST_F(Items, WriteStationZero_OverwritesItemZero) {
   EXPECT_EQ(run(amt_item_write_test_result, "0F 00 BB E6 09 00 EE 24 01 04 00 01 00 00 00"), ERR_NONE);
-  EXPECT_EQ(phone_root::read(PRODUCT_FILE), "1\n1\n2\n3\n0\n");
+  EXPECT_EQ(phone_root::read(PRODUCT_FILE), "1\n1\n2\n3\n" + OTHER_ITEMS);
 }
 
 // -2^31 less one is 2^31 - 1: the last index of all.

@@ -59,11 +59,6 @@ TEST_F(ItemFile, InitWhereNoFileCanBe_Fails) {
   EXPECT_TRUE(m_log.has("open file(/amt/no/file) failure. errorr: 2 - No such file or directory"));
 }
 
-TEST_F(ItemFile, InitOfAFullSystem_Fails) {
-  EXPECT_EQ(initTestFile("/dev/full", 1), -1);
-  EXPECT_TRUE(m_log.has("write file(/dev/full) failure. errorr: 28 - No space left on device"));
-}
-
 struct digit_row {
   const char* m_name;
   std::int32_t m_result;

@@ -3,6 +3,7 @@
 #include <tuple>
 
 #include "amt/amt-record/wifi-address.h"
+#include "tests/unit/record/failing-calls.h"
 #include "tests/unit/record/record-test.h"
 
 namespace {
@@ -163,6 +164,97 @@ TEST_F(Nvram, NoSource_FailsAndLeavesTheCopyEmpty) {
   EXPECT_EQ(read(COPY), "");
   EXPECT_TRUE(has_failure("amt_write_wifi_to_nvram_file", -100, "open  /system/etc/wifi/bcmdhd.cal fail"));
   EXPECT_EQ(syncs(), 0);
+}
+
+constexpr char KEPT[] = "keep the old /data/misc/wifi/nvram.txt";
+
+class NvramKept : public Nvram {
+ protected:
+  // Nothing of the driver's text has changed, and that is logged.
+  void expect_kept() {
+    EXPECT_EQ(amt_write_wifi_to_nvram_file(), -100);
+    EXPECT_EQ(read(COPY), "OLD\n");
+    EXPECT_TRUE(m_log.has(KEPT));
+  }
+};
+
+TEST_F(NvramKept, SourceBreaksInItsMiddle_IsAFailure) {
+  write(RECORD, ADDRESS);
+  write(SOURCE, "macaddr=1\n" + lines_of(90, LINE_97));  // more than a stream holds
+  write(COPY, "OLD\n");
+  const breaking_file breaking(4);  // the record's line, then some of the source
+  expect_kept();
+  EXPECT_TRUE(m_log.has("wifi_addr_nvram: 1\n"));
+  EXPECT_TRUE(has_failure("amt_write_wifi_to_nvram_file", -100, "read  /system/etc/wifi/nvram.txt fail", "21"));
+  EXPECT_FALSE(m_log.contains("new wifi_addr_nvram"));
+}
+
+TEST_F(NvramKept, SourceIsAFolder_IsAFailure) {
+  fs::create_directories(SOURCE);
+  write(COPY, "OLD\n");
+  expect_kept();
+  EXPECT_TRUE(has_failure("amt_write_wifi_to_nvram_file", -100, "read  /system/etc/wifi/nvram.txt fail", "21"));
+}
+
+TEST_F(NvramKept, SecondSourceIsAFolder_IsAFailureThatNamesIt) {
+  fs::create_directories(SECOND_SOURCE);
+  write(COPY, "OLD\n");
+  expect_kept();
+  EXPECT_TRUE(has_failure("amt_write_wifi_to_nvram_file", -100, "read  /system/etc/wifi/bcmdhd.cal fail", "21"));
+}
+
+// Address lines are not counted, so a text can grow without end.
+TEST_F(NvramKept, TextTooLong_IsAFailure) {
+  write(RECORD, std::string(56, 'x') + "\n");  // with its key a line of 65 bytes
+  write(SOURCE, lines_of(1008, "macaddr=1\n"));
+  EXPECT_EQ(amt_write_wifi_to_nvram_file(), 0);
+  EXPECT_EQ(read(COPY)->size(), 65520u);
+  write(SOURCE, lines_of(1008, "macaddr=1\n") + "sixteen letters\n");
+  EXPECT_EQ(amt_write_wifi_to_nvram_file(), 0);
+  EXPECT_EQ(read(COPY)->size(), 65536u);
+  write(COPY, "OLD\n");
+  write(SOURCE, lines_of(1008, "macaddr=1\n") + "sixteen letters.\n");
+  expect_kept();
+  EXPECT_TRUE(has_failure("amt_write_wifi_to_nvram_file", -100, "/system/etc/wifi/nvram.txt is too long"));
+}
+
+TEST_F(NvramKept, LongSourceBehindItsHundredthLine_IsNoMatter) {
+  write(SOURCE, lines_of(100, "a\n") + lines_of(2000, LINE_97));
+  EXPECT_EQ(amt_write_wifi_to_nvram_file(), -100);
+  EXPECT_EQ(read(COPY), lines_of(100, "a\n"));
+  EXPECT_FALSE(m_log.has(KEPT));
+}
+
+TEST_F(NvramKept, NoSourceCanBeOpened_IsAFailure) {
+  make_forbidden(SOURCE);
+  write(COPY, "OLD\n");
+  expect_kept();
+  EXPECT_TRUE(m_log.has("open(\"/system/etc/wifi/nvram.txt\") fail: 13 - Permission denied"));
+  EXPECT_TRUE(has_failure("amt_write_wifi_to_nvram_file", -100, "open  /system/etc/wifi/bcmdhd.cal fail"));
+}
+
+TEST_F(NvramKept, RecordThatCannotBeOpened_IsAFailure) {
+  make_forbidden(RECORD, ADDRESS);
+  write(SOURCE, "macaddr=1\n");
+  write(COPY, "OLD\n");
+  expect_kept();
+  EXPECT_TRUE(has_failure("amt_write_wifi_to_nvram_file", -100, "open  /amt/WIFI/WIFI_nvram.txt fail", "13"));
+}
+
+TEST_F(NvramKept, RecordThatCannotBeOpenedForLackOfMemory_IsAFailure) {
+  write(RECORD, ADDRESS);
+  write(SOURCE, "macaddr=1\n");
+  write(COPY, "OLD\n");
+  const failing_call failure("fopen", ENOMEM, RECORD);
+  expect_kept();
+}
+
+TEST_F(NvramKept, RecordThatCannotBeRead_IsAFailure) {
+  fs::create_directories(RECORD);
+  write(SOURCE, "macaddr=1\n");
+  write(COPY, "OLD\n");
+  expect_kept();
+  EXPECT_TRUE(has_failure("amt_write_wifi_to_nvram_file", -100, "read  /amt/WIFI/WIFI_nvram.txt fail", "21"));
 }
 
 TEST_F(Nvram, CopyWithoutItsFolder_Fails) {

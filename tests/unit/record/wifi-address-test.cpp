@@ -1,6 +1,7 @@
 // The record of the WiFi address.
 #include "amt/amt-record/wifi-address.h"
 
+#include "tests/unit/record/failing-calls.h"
 #include "tests/unit/record/record-test.h"
 
 namespace {
@@ -35,6 +36,24 @@ TEST_F(WifiAddress, WriteOfNothing_IsRefusedAndTheRecordKept) {
   EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-wifi", "amt_write_wifi_address", -101)).Times(2));
   EXPECT_EQ(read(RECORD), "OLD\n");
   EXPECT_EQ(syncs(), 0);
+}
+
+TEST_F(WifiAddress, WriteOf98Characters_IsTheMostThatARecordHolds) {
+  EXPECT_EQ(amt_write_wifi_address(std::string(98, 'x').c_str()), 0);
+  EXPECT_EQ(read(RECORD), std::string(98, 'x') + "\n");
+  for (const std::size_t length : {99, 100, 4000}) {
+    write(RECORD, "OLD\n");
+    m_log.clear();
+    EXPECT_EQ(amt_write_wifi_address(std::string(length, 'x').c_str()), -101) << length;
+    EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-wifi", "amt_write_wifi_address", -101)));
+    EXPECT_EQ(read(RECORD), "OLD\n") << length;
+  }
+}
+
+TEST_F(WifiAddress, WriteWithoutMemory_NeedsNone) {
+  write(RECORD, "OLD\n");
+  EXPECT_EQ(without_memory([] { return amt_write_wifi_address("an address of more than fifteen characters"); }), 0);
+  EXPECT_EQ(read(RECORD), "an address of more than fifteen characters\n");
 }
 
 TEST_F(WifiAddress, WriteWithoutTheFolder_Fails) {
@@ -114,6 +133,16 @@ TEST_F(WifiAddress, ReadIntoSixtyBytes_GivesAtMost59Characters) {
     write(RECORD, std::string(static_cast<std::size_t>(length), 'x') + "\n");
     EXPECT_EQ(read_record(), 0);
     EXPECT_EQ(std::string(m_address), std::string(static_cast<std::size_t>(kept), 'x')) << length;
+  }
+}
+
+// The length that is logged counts the line end, as long as the buffer would have room for it.
+TEST_F(WifiAddress, ReadOfALongLine_LogsTheLengthThatWasCopied) {
+  for (const auto& [length, logged] : {std::pair(57, 58), {58, 59}, {59, 59}, {60, 59}, {4000, 59}}) {
+    write(RECORD, std::string(static_cast<std::size_t>(length), 'x') + "\n");
+    m_log.clear();
+    EXPECT_EQ(read_record(), 0);
+    EXPECT_EQ(m_log.last(), "wifi_addr_len: " + std::to_string(logged)) << length;
   }
 }
 

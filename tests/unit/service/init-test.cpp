@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <string>
 
+#include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
 #include "tests/unit/phone-root.h"
 
@@ -20,6 +21,7 @@ class MakeFolder : public testing::Test {
     phone_root::remove("/amt/new");
     fs::create_directories("/amt");
   }
+  ~MakeFolder() override { chmod("/amt/new", 0755); }
   static unsigned mode_of(const char* path) {
     struct stat status = {};
     EXPECT_EQ(stat(path, &status), 0);
@@ -51,9 +53,30 @@ TEST_F(MakeFolder, FileOfThatName_PassesForTheFolder) {
   EXPECT_TRUE(m_log.has("amt_make_folder: /amt/new exist.\r\n"));
 }
 
+TEST_F(MakeFolder, CannotBeLookedFor_IsNotMade) {
+  ASSERT_EQ(mkdir("/amt/new", 0), 0);
+  EXPECT_EQ(amt_make_folder("/amt/new/deeper"), -118);
+  EXPECT_THAT(
+      m_log.texts(),
+      testing::ElementsAre("amt_make_folder()", failure_line("amt/amt-handle", "amt_make_folder", -118, "13"),
+                           "amt_make_folder access(/amt/new/deeper) faild errno[13] strerror[Permission denied]"));
+}
+
+TEST_F(MakeFolder, EndlessLinks_AreNotReplaced) {
+  fs::create_directories("/amt/new");
+  fs::create_symlink("loop", "/amt/new/loop");
+  EXPECT_EQ(amt_make_folder("/amt/new/loop"), -118);
+  EXPECT_EQ(m_log.last(),
+            "amt_make_folder access(/amt/new/loop) faild errno[40] strerror[Too many levels of symbolic links]");
+}
+
 TEST_F(MakeFolder, NoParent_Fails) {
   EXPECT_EQ(amt_make_folder("/amt/new/deeper"), -118);
-  EXPECT_TRUE(m_log.has("amt_make_folder mkdir(/amt/new/deeper) faild errno[2] strerror[No such file or directory]"));
+  EXPECT_THAT(m_log.texts(),
+              testing::ElementsAre(
+                  "amt_make_folder()", "amt_make_folder: /amt/new/deeper does not exist.\r\n",
+                  failure_line("amt/amt-handle", "amt_make_folder", -118, "2"),
+                  "amt_make_folder mkdir(/amt/new/deeper) faild errno[2] strerror[No such file or directory]"));
   EXPECT_FALSE(m_log.contains("successfully"));
 }
 
