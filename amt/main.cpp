@@ -94,6 +94,7 @@ result_code_en start_service(std::int32_t normal_mode) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+  pub_util_fill_standard_descriptors();
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // a fork must find nothing pending to print again
   platform_log_init();
   pub_util_block_signals();

@@ -35,6 +35,10 @@ result_code_en fail_conversion(const char* function, const amt_at_result_st& res
   return ERR_FAIL;
 }
 
+void log_reader(const char* reader) {
+  pub_log_entry({k_log, reader});
+}
+
 }  // namespace
 
 result_code_en amt_convert_app_2_pc(amt_message_st* message) {
@@ -68,7 +72,8 @@ result_code_en amt_convert_rsp_at_data_2_amt_data(const std::uint8_t* at_data, s
   if (pub_log_bad_arguments(k_log, {at_data == nullptr, at_len == 0, frame == nullptr, frame_size != AMT_FRAME_SIZE})) {
     return ERR_ARGUMENT;
   }
-  const amt_at_result_st result = amt_frame_from_at_data({at_data, at_len}, *frame);
+  const amt_at_listener listener = pub_log_enabled(k_log) ? log_reader : nullptr;
+  const amt_at_result_st result = amt_frame_from_at_data({at_data, at_len}, *frame, listener);
   if (result.m_fault == amt_at_fault_en::NONE) return ERR_NONE;
   if (result.m_fault != amt_at_fault_en::EMPTY_BYTES) return fail_conversion(__func__, result);
   // No empty atom, on purpose: the modem has nothing to report, so no response goes out.

@@ -105,6 +105,10 @@ const layout_st* find_layout(std::uint8_t response_id) {
   return layout == std::end(LAYOUTS) ? nullptr : layout;
 }
 
+void report_call(const amt_at_cursor_st& cursor, const char* reader) {
+  if (cursor.m_listener != nullptr) cursor.m_listener(reader);
+}
+
 bool is_in_record(const amt_at_cursor_st& cursor, std::size_t length) {
   return cursor.m_position <= AMT_FRAME_SIZE && length <= AMT_FRAME_SIZE - cursor.m_position;
 }
@@ -185,6 +189,7 @@ amt_at_result_st amt_at_data_from_frame(const amt_frame_st& frame, std::span<std
 }
 
 amt_at_result_st rsp_at_data_2_amt_data_atom_int(amt_at_cursor_st& cursor, amt_frame_st& frame, std::uint8_t atom_id) {
+  report_call(cursor, __func__);
   std::array<std::uint8_t, 4> bytes{};
   if (!is_in_record(cursor, bytes.size())) return fault(amt_at_fault_en::OUTSIDE);
   copy_at(cursor, bytes);
@@ -195,6 +200,7 @@ amt_at_result_st rsp_at_data_2_amt_data_atom_int(amt_at_cursor_st& cursor, amt_f
 }
 
 amt_at_result_st rsp_at_data_2_amt_data_atom_bool(amt_at_cursor_st& cursor, amt_frame_st& frame, std::uint8_t atom_id) {
+  report_call(cursor, __func__);
   std::array<std::uint8_t, 1> byte{};
   if (!is_in_record(cursor, byte.size())) return fault(amt_at_fault_en::OUTSIDE);
   copy_at(cursor, byte);
@@ -205,6 +211,7 @@ amt_at_result_st rsp_at_data_2_amt_data_atom_bool(amt_at_cursor_st& cursor, amt_
 
 amt_at_result_st rsp_at_data_2_amt_data_atom_byte(amt_at_cursor_st& cursor, amt_frame_st& frame, std::size_t length,
                                                   std::uint8_t atom_id) {
+  report_call(cursor, __func__);
   if (length == 0) return fault(amt_at_fault_en::EMPTY_BYTES);
   if (!is_in_record(cursor, length)) return fault(amt_at_fault_en::OUTSIDE);
   const bool is_complete = cursor.m_position + length <= cursor.m_data.size();
@@ -221,10 +228,11 @@ amt_at_result_st rsp_at_data_2_amt_data_atom_byte(amt_at_cursor_st& cursor, amt_
   return DONE;
 }
 
-amt_at_result_st amt_frame_from_at_data(std::span<const std::uint8_t> at_data, amt_frame_st& frame) {
+amt_at_result_st amt_frame_from_at_data(std::span<const std::uint8_t> at_data, amt_frame_st& frame,
+                                        amt_at_listener listener) {
   const std::uint8_t id = at_data.empty() ? 0 : at_data[0];
   amt_frame_init(&frame, id);
-  amt_at_cursor_st cursor{at_data, 1};
+  amt_at_cursor_st cursor{at_data, 1, listener};
   const amt_at_result_st result = rsp_at_data_2_amt_data_atom_int(cursor, frame, AMT_ATOM_RESULT);
   if (result.m_fault != amt_at_fault_en::NONE || cursor.m_position >= at_data.size()) return result;
   const layout_st* layout = find_layout(id);

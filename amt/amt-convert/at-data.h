@@ -38,11 +38,15 @@ struct amt_at_result_st {
 // written, also on failure; the rest of out is zero.
 amt_at_result_st amt_at_data_from_frame(const amt_frame_st& frame, std::span<std::uint8_t> out, std::size_t* length);
 
+// Is given the name of each reader that is called, before the reader reads: the service logs it.
+using amt_at_listener = void (*)(const char* reader);
+
 // A read position in response AT data. Zeros follow the data, up to the 4096 bytes of its record: when a modem sends
 // less than a command's fields, the rest of them reads as zero.
 struct amt_at_cursor_st {
   std::span<const std::uint8_t> m_data;
   std::size_t m_position = 0;
+  amt_at_listener m_listener = nullptr;
 };
 
 // The readers: each takes a field at the cursor, moves the cursor on, and appends the atom. OUTSIDE, with cursor and
@@ -55,7 +59,8 @@ amt_at_result_st rsp_at_data_2_amt_data_atom_byte(amt_at_cursor_st& cursor, amt_
 
 // Response AT data (at least one byte) to a frame. A response that ends with its result code, and one of a command
 // without fields, becomes a frame with atom 1 alone.
-amt_at_result_st amt_frame_from_at_data(std::span<const std::uint8_t> at_data, amt_frame_st& frame);
+amt_at_result_st amt_frame_from_at_data(std::span<const std::uint8_t> at_data, amt_frame_st& frame,
+                                        amt_at_listener listener = nullptr);
 
 // Two digits, upper case, for each byte; text has room for them.
 void amt_hex_encode(std::span<const std::uint8_t> bytes, std::span<char> text);

@@ -78,7 +78,7 @@ class mapped_window {
 }  // namespace
 
 result_code_en screen_load_image(std::uint32_t width, std::uint32_t height) {
-  pub_log_entry(k_log);
+  pub_log_entry(k_image_log);
   std::uint8_t* pixels = load_pixels();
   std::free(g_screen_image.m_pixels);
   g_screen_image.m_pixels = pixels;

@@ -25,21 +25,38 @@ constexpr mode_t MAPPING_MODE = 0660;
 constexpr uid_t MAPPING_OWNER = 1000;  // system
 constexpr gid_t MAPPING_GROUP = 1001;  // radio
 constexpr std::size_t SLAVE_NAME_ROOM = 128;
+constexpr std::size_t SLAVE_NAME_LIMIT = sizeof pub_pty_st::m_pts_name_a - 1;  // longer names are cut
 constexpr int LINK_TRIES = 10;
 
 const char* existence(const char* path) {
   return access(path, F_OK) == 0 ? "exists" : "not exists";
 }
 
-// Whether the link of an opened record belongs to another process. After a fork that is the parent, which made the
-// link, or the other one of the two, which has since put a link to its own terminal there.
-bool belongs_to_other_process(const pub_pty_st& pty) {
+bool ask_slave_name(int master, char (&name)[SLAVE_NAME_ROOM]) {
+  return ptsname_r(master, name, sizeof name) == 0;
+}
+
+// After a fork the link belongs to the parent, which made it.
+bool is_opened_by_other_process(const pub_pty_st& pty) {
+  const pid_t opener = pty.m_opener;
+  return opener != 0 && opener != getpid();
+}
+
+// Whether the other one of the two processes after a fork has since put a link to its own terminal there. The slave's
+// name comes from the master, not from the record: the thread that opens terminals may be writing that. A closed master
+// has no name.
+bool leads_to_other_terminal(const pub_pty_st& pty) {
   if (pty.m_opener == 0) return false;
-  if (pty.m_opener != getpid()) return true;
-  if (pty.m_pts_name_a[0] == '\0') return false;
+  char name[SLAVE_NAME_ROOM] = {};
+  if (!ask_slave_name(pty.m_ptm_fd, name)) return false;
+  name[SLAVE_NAME_LIMIT] = '\0';  // as the link was made
   char target[SLAVE_NAME_ROOM] = {};
-  return readlink(pty.m_pts_mapping_name_a, target, sizeof target - 1) > 0 &&
-         std::strcmp(target, pty.m_pts_name_a) != 0;
+  return readlink(pty.m_pts_mapping_name_a, target, sizeof target - 1) > 0 && std::strcmp(target, name) != 0;
+}
+
+result_code_en leave_to_other_process(const pub_pty_st& pty) {
+  LOG_LINE("pub_pty_delete_mapping \"%s\" is another process's", pty.m_pts_mapping_name_a);
+  return ERR_NONE;
 }
 
 // Logs that the mapping cannot be made, and removes what there is of it.
@@ -51,18 +68,19 @@ result_code_en fail_mapping(pub_pty_st& pty) {
 
 result_code_en find_slave_name(pub_pty_st& pty) {
   char name[SLAVE_NAME_ROOM] = {};
-  const bool is_named = ptsname_r(pty.m_ptm_fd, name, sizeof name) == 0;
+  const bool is_named = ask_slave_name(pty.m_ptm_fd, name);
   LOG_LINE("create_pts_mapping pts_name_ptr[%s]", name);
   if (!is_named) {
     pub_log_sys_call(k_log, "ptsname");
     return pub_fail({k_log, "create_pts_mapping"}, ERR_SYSTEM, "create_pts_mapping m_pts_name_a[%s] ret_val[%d]",
                     pty.m_pts_name_a, ERR_SYSTEM);
   }
-  constexpr std::size_t limit = sizeof pty.m_pts_name_a - 1;
   const std::size_t length = std::strlen(name);
-  if (length > limit) LOG_WARNING("[PTY]%d > %d", static_cast<int>(length), static_cast<int>(limit));
+  if (length > SLAVE_NAME_LIMIT) {
+    LOG_WARNING("[PTY]%d > %d", static_cast<int>(length), static_cast<int>(SLAVE_NAME_LIMIT));
+  }
   std::memset(pty.m_pts_name_a, 0, sizeof pty.m_pts_name_a);
-  std::copy_n(name, std::min(length, limit), pty.m_pts_name_a);
+  std::copy_n(name, std::min(length, SLAVE_NAME_LIMIT), pty.m_pts_name_a);
   LOG_LINE("create_pts_mapping m_pts_name_a[%s] ret_val[%d]", pty.m_pts_name_a, ERR_NONE);
   return ERR_NONE;
 }
@@ -172,6 +190,11 @@ result_code_en set_up_master(pub_pty_st& pty) {
   return result;
 }
 
+void close_master(pub_pty_st& pty) {
+  std::memset(pty.m_pts_name_a, 0, sizeof pty.m_pts_name_a);
+  pty.m_ptm_fd.take(pub_fd());
+}
+
 }  // namespace
 
 result_code_en pub_pty_open(pub_pty_st* pty) {
@@ -182,11 +205,16 @@ result_code_en pub_pty_open(pub_pty_st* pty) {
 
   pty->m_ptm_fd.take(pub_fd(pub_util_open(PTMX, O_RDWR)));
   LOG_LINE("pub_pty_open m_ptm_fd[%d]", int{pty->m_ptm_fd});
-  if (pty->m_ptm_fd < 0) return pub_fail_sys_call(k_log, ERR_SYSTEM, "open");
+  if (pty->m_ptm_fd < 0) {
+    const result_code_en result = pub_fail_sys_call(k_log, ERR_SYSTEM, "open");
+    close_master(*pty);
+    return result;
+  }
   pty->m_opener = getpid();
   const result_code_en result = set_up_master(*pty);
   if (result != ERR_NONE) {
     std::ignore = pub_pty_close(pty);
+    close_master(*pty);  // the link that cannot be removed must not keep a half-made master open
     return result;
   }
   LOG_LINE("pub_pty_open \"%s\" %s", pty->m_pts_mapping_name_a, existence(pty->m_pts_mapping_name_a));
@@ -201,23 +229,21 @@ result_code_en pub_pty_close(pub_pty_st* pty) {
   const result_code_en result = pub_pty_delete_mapping(pty);
   LOG_LINE("pub_pty_close pub_pty_delete_mapping ret_val[%d]", result);
   if (result != ERR_NONE) return result;
-  std::memset(pty->m_pts_name_a, 0, sizeof pty->m_pts_name_a);
-  pty->m_ptm_fd.take(pub_fd());
+  close_master(*pty);
   return ERR_NONE;
 }
 
 result_code_en pub_pty_delete_mapping(pub_pty_st* pty) {
   pub_log_entry(k_log);
   if (pty == nullptr) return pub_fail(k_log, ERR_ARGUMENT, "[PTY]%d", 1);
-  if (belongs_to_other_process(*pty)) {
-    LOG_LINE("pub_pty_delete_mapping \"%s\" is another process's", pty->m_pts_mapping_name_a);
-    return ERR_NONE;
-  }
+  if (is_opened_by_other_process(*pty)) return leave_to_other_process(*pty);
   struct stat link = {};  // of the link itself: it goes even when its terminal has already gone
-  if (lstat(pty->m_pts_mapping_name_a, &link) != 0) {
+  if (lstat(pty->m_pts_mapping_name_a, &link) != 0 && errno == ENOENT) {
     LOG_WARNING("pub_pty_delete_mapping \"%s\" does not exist", pty->m_pts_mapping_name_a);
     return ERR_NONE;
   }
+  // Not before the link was seen: the other process may just be making it.
+  if (leads_to_other_terminal(*pty)) return leave_to_other_process(*pty);
   const int result = unlink(pty->m_pts_mapping_name_a);
   LOG_LINE("pub_pty_delete_mapping unlink(%s) ret_val[%d]", pty->m_pts_mapping_name_a, result);
   if (result != 0) {

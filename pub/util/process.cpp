@@ -1,5 +1,6 @@
 #include "pub/util/process.h"
 
+#include <fcntl.h>
 #include <pthread.h>
 #include <sched.h>
 #include <sys/wait.h>
@@ -61,6 +62,14 @@ void* wait_for_child(void* child) {
 }
 
 }  // namespace
+
+void pub_util_fill_standard_descriptors() {
+  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+    if (fcntl(fd, F_GETFD) >= 0) continue;
+    if (pub_util_open("/dev/null", O_RDWR) != fd) return;  // a new descriptor is always the lowest free one
+    fcntl(fd, F_SETFD, 0);                                 // children need theirs, too
+  }
+}
 
 result_code_en pub_util_get_cmd_line(pid_t pid, char* buffer, std::uint32_t size) {
   pub_log_entry(k_log);

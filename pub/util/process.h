@@ -7,6 +7,11 @@
 
 #include "pub/result.h"
 
+// Opens /dev/null on each of the standard descriptors (0 to 2) that the process was started without: a device that were
+// given such a number would count as closed, or receive what the program prints. Call it before anything else is opened
+// or written. Logs nothing.
+void pub_util_fill_standard_descriptors();
+
 // The first word of a process's command line, cut to size - 1 characters. ERR_ARGUMENT for a null buffer or size 0,
 // ERR_SYSTEM when there is no such process or it has no command line.
 result_code_en pub_util_get_cmd_line(pid_t pid, char* buffer, std::uint32_t size);

@@ -20,6 +20,17 @@ void check_fields(std::string_view text) {
   FUZZ_CHECK(std::all_of(rest.begin(), rest.end(), [](char character) { return character == ','; }));
 }
 
+// The fields that may be empty: with a comma behind each, they are the text.
+void check_places(std::string_view text) {
+  std::string_view rest = text;
+  std::size_t seen = 0;
+  while (const auto field = handle_amt_next_field_or_empty(rest)) {
+    FUZZ_CHECK(field->data() == text.data() + seen && field->find(',') == std::string_view::npos);
+    seen += field->size() + 1;
+  }
+  FUZZ_CHECK(rest.empty() && (seen == text.size() || (seen == text.size() + 1 && text.back() != ',')));
+}
+
 void check_reply(std::int32_t result, const std::vector<std::uint8_t>& sent) {
   if (result != ERR_NONE) {
     FUZZ_CHECK(fuzz_is_result_code(result) && sent.empty());
@@ -42,6 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::copy_n(text.begin(), request.m_buf_len, request.m_buf_a.begin());
 
   check_fields(handle_amt_text(amt_message_text(g_handle_context.m_request)));
+  check_places(handle_amt_text(amt_message_text(g_handle_context.m_request)));
   const bool has_command = handle_amt_text_after(amt_message_text(g_handle_context.m_request), "AT^D").has_value();
   const std::int32_t result =
       handle_amt_pc_req_at(amt_message_text(g_handle_context.m_request), &g_handle_context.m_response);

@@ -160,6 +160,31 @@ TEST(Configuration, PcDeviceIsNoTerminal_FailsWithMinus1) {
   EXPECT_EQ(phone.log().count("sys call: tcgetattr() failed! errno = 25"), 1u);
 }
 
+class MissingStandardDescriptors : public ::testing::TestWithParam<std::string> {};
+
+// The tty must not get one of their numbers: the program's text would go to the station.
+TEST_P(MissingStandardDescriptors, AtTheStart_StationReceivesNothingButTheModem) {
+  handset::phone phone(raw_modem());
+  const auto service = phone.run({"/bin/sh", "-c", "exec /phone/bin/vx-kro-amt " + GetParam()});
+  const auto deadline = std::chrono::steady_clock::now() + handset::DEFAULT_WAIT;
+  while (!has_event_listener(phone)) ASSERT_LT(std::chrono::steady_clock::now(), deadline) << service->err().text();
+  ASSERT_TRUE(phone.pc().write_all("AT+FIRST\r"));
+  EXPECT_EQ(phone.modem_end().read_exactly(9), "AT+FIRST\r");
+  ASSERT_TRUE(phone.modem_end().write_all("\r\nOK\r\n"));
+  EXPECT_EQ(phone.pc().read_exactly(6), "\r\nOK\r\n");
+  const std::string descriptors = "/proc/" + std::to_string(service->pid()) + "/fd/";
+  for (const char* fd : {"0", "1", "2"}) {
+    const std::string target = phone.exec({"/bin/readlink", descriptors + fd}).out;
+    EXPECT_FALSE(target.empty() || target.starts_with("/dev/pts/") || target.starts_with("/dev/tty")) << target;
+  }
+  service->send_signal(SIGTERM);
+  EXPECT_EQ(service->wait_exit(), handset::exited(0));
+}
+
+INSTANTIATE_TEST_SUITE_P(Descriptors, MissingStandardDescriptors,
+                         ::testing::Values("<&-", ">&-", "2>&-", "<&- >&-", "<&- >&- 2>&-"),
+                         [](const auto& closed) { return "no" + std::to_string(closed.index); });
+
 TEST(Start, DevicesComeLate_IsServedAllTheSame) {
   auto options = raw_modem();
   options.pc_plugged = false;

@@ -66,12 +66,12 @@ TEST_F(LateModem, ChannelSwitchWhoseOkComesInTwoReads_LeavesTheNextItsAnswer) {
     ask(frame(232, ""), "AT^DMPCHN=0\r");
     modem_says(half);
     expect_at_app(result_frame(233, "01000000"));
-    ASSERT_TRUE(m_phone.app().write_all(frame(7, "")));
+    ASSERT_TRUE(m_phone.app().write_all(frame(13, "")));
     usleep(40'000);
     modem_says(std::string_view("\r\nOK\r\n").substr(half.size()));
-    ASSERT_EQ(m_phone.at_end().read_exactly(9), "AT^DGSN?\r");
+    ASSERT_EQ(m_phone.at_end().read_exactly(13), "AT^DTTEST=0D\r");
     modem_says("\r\nERROR\r\n");
-    expect_at_app(result_frame(8, "0A000000"));
+    expect_at_app(result_frame(14, "01000000"));
   }
 }
 

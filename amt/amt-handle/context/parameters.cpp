@@ -38,6 +38,14 @@ std::optional<std::string_view> handle_amt_next_field(std::string_view& rest) {
   return field;
 }
 
+std::optional<std::string_view> handle_amt_next_field_or_empty(std::string_view& rest) {
+  if (rest.empty()) return std::nullopt;
+  const std::size_t end = std::min(rest.find(','), rest.size());
+  const std::string_view field = rest.substr(0, end);
+  rest.remove_prefix(std::min(end + 1, rest.size()));
+  return field;
+}
+
 std::int32_t handle_amt_field_value(std::string_view field) {
   field.remove_prefix(std::min(field.find_first_not_of(" \t\n\v\f\r"), field.size()));
   const bool is_negative = field.starts_with('-');

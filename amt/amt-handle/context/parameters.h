@@ -1,4 +1,5 @@
-// The text of a received AT command, and the fields in it. One set of rules for every command. Pure functions on what
+// The text of a received AT command, and the fields in it. One set of rules for every command; one answer of the modem
+// has fields of its own. Pure functions on what
 // was received; the text ends at the first NUL byte of that.
 #pragma once
 
@@ -15,6 +16,11 @@ std::optional<std::string_view> handle_amt_text_after(std::string_view received,
 // Takes the next comma field off a text, as the C library's tokenizer finds it: empty fields are skipped, anything
 // else is a field, also a lone carriage return. None when nothing is left. The text itself is not changed.
 std::optional<std::string_view> handle_amt_next_field(std::string_view& rest);
+
+// Takes the field up to the next comma off a text that is split at every comma, for a value whose fields are known by
+// their place: a field that a comma follows may be empty. None when nothing is left, so that nothing behind a last
+// comma is no field. The text itself is not changed.
+std::optional<std::string_view> handle_amt_next_field_or_empty(std::string_view& rest);
 
 // The decimal value of a field, by the rules of atoi: blanks skipped, a sign, digits up to the first other character;
 // 0 when there are none.

@@ -74,18 +74,19 @@ void end_service() {
   pub_util_sleep_ms(0);  // the signal acts here, before another request is read
 }
 
-// The fields of a value "<SIMs>,<standbys>,<RF sets>,<radio technology of standby 0>"; the last one's value.
+std::nullopt_t miss(const char* name) {
+  LOG_LINE("%s is null!!!", name);
+  return std::nullopt;
+}
+
+// The last field of a value "<SIMs>,<standbys>,<RF sets>,<radio technology of standby 0>". Any other one may be empty.
 std::optional<std::int32_t> find_radio_technology(std::string_view value) {
-  static constexpr const char* NAMES[] = {"sim_num", "standby_num", "rf_set_num", "standby0_rat"};
-  std::optional<std::string_view> field;
-  for (const char* name : NAMES) {
-    field = handle_amt_next_field(value);
-    if (!field) {
-      LOG_LINE("%s is null!!!", name);
-      return std::nullopt;
-    }
+  for (const char* name : {"sim_num", "standby_num", "rf_set_num"}) {
+    if (!handle_amt_next_field_or_empty(value)) return miss(name);
   }
-  return handle_amt_field_value(*field);
+  const auto technology = handle_amt_next_field_or_empty(value);
+  if (!technology || technology->empty()) return miss("standby0_rat");
+  return handle_amt_field_value(*technology);
 }
 
 std::optional<std::int32_t> query_radio_technology() {

@@ -87,6 +87,7 @@ std::optional<modem_version_st> amt_modem_handle_l1_hls_version(std::uint32_t mo
 }  // namespace
 
 const char* amt_get_module_name(std::uint32_t module) {
+  pub_log_entry(k_log);
   const module_st* found = find_module(module);
   return found == nullptr ? "(undefined)" : found->m_name;
 }

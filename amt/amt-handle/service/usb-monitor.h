@@ -15,5 +15,11 @@ enum amt_usb_state_en : std::uint8_t {
 // Takes the next string off a kernel event, a sequence of NUL-terminated strings; the last one may lack its end.
 std::string_view amt_uevent_next_string(std::span<const char>& rest);
 
+// One round on the event socket: receives what waits there, at most 32 events, and only then treats it, in order. When
+// the kernel has reported that events were lost, has_lost_events keeps that until a round empties the socket; the state
+// is then taken from the gadget's state file. True when the cable was pulled in a start without -u: what comes after
+// that is not treated.
+bool amt_usb_take_events(int fd, bool& has_lost_events);
+
 // Thread entry. Without -u a pulled cable ends the service.
 void amt_handle_monitor_usb_loop();

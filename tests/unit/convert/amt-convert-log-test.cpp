@@ -11,6 +11,9 @@ namespace {
 
 constexpr char REQUEST[] = "amt_convert_req_amt_data_2_at_data";
 constexpr char RESPONSE[] = "amt_convert_rsp_at_data_2_amt_data";
+constexpr char ENTRY[] = "amt_convert_rsp_at_data_2_amt_data()";
+constexpr char INT_ENTRY[] = "rsp_at_data_2_amt_data_atom_int()";
+constexpr char BYTE_ENTRY[] = "rsp_at_data_2_amt_data_atom_byte()";
 
 class ConversionLog : public testing::Test {
  protected:
@@ -80,20 +83,40 @@ TEST_F(ConversionLog, BadRequestArguments_AreFlagged) {
   expect_failure(REQUEST, ERR_ARGUMENT, "0, 0, 0, 1");
 }
 
-TEST_F(ConversionLog, GoodResponse_LogsItsEntryOnly) {
+TEST_F(ConversionLog, GoodResponse_LogsItsEntryAndThatOfEachReader) {
   EXPECT_EQ(convert_response("0E 00 00 00 01"), ERR_NONE);
   EXPECT_EQ(text_of(m_frame), "0F 00 BB 0E 09 00 EE 01 01 04 00 01 00 00 00");
-  EXPECT_EQ(m_log.texts(), std::vector<std::string>{"amt_convert_rsp_at_data_2_amt_data()"});
+  EXPECT_EQ(m_log.texts(), (std::vector<std::string>{ENTRY, INT_ENTRY}));
+  EXPECT_EQ(m_log.lines().back().m_tag, "vx-kro-amt");
+}
+
+TEST_F(ConversionLog, ResponseWithFields_LogsTheReadersInOrder) {
+  EXPECT_EQ(convert_response("18 00 00 00 00 00 00 00 05 01 00 00 00 AA"), ERR_NONE);
+  EXPECT_EQ(m_log.texts(), (std::vector<std::string>{ENTRY, INT_ENTRY, INT_ENTRY, BYTE_ENTRY}));
+  m_log.clear();
+  EXPECT_EQ(convert_response("64 00 00 00 00 01"), ERR_NONE);
+  EXPECT_EQ(m_log.texts(), (std::vector<std::string>{ENTRY, INT_ENTRY, "rsp_at_data_2_amt_data_atom_bool()"}));
 }
 
 TEST_F(ConversionLog, EmptyByteString_IsABadArgumentOfItsReader) {
   EXPECT_EQ(convert_response("98 00 00 00 00 00 00"), ERR_ARGUMENT);
   expect_failure("rsp_at_data_2_amt_data_atom_byte", ERR_ARGUMENT, "0, 0, 0, 1, 0");
+  EXPECT_TRUE(m_log.has_in_a_row({ENTRY, INT_ENTRY, BYTE_ENTRY}));
 }
 
 TEST_F(ConversionLog, ResponseOutsideTheRecord_Fails) {
   EXPECT_EQ(convert_response("30 00 00 00 00 FF FF 00 00 01"), ERR_FAIL);
   expect_failure(RESPONSE, ERR_FAIL, "a field leaves its buffer");
+  EXPECT_TRUE(m_log.has_in_a_row({ENTRY, INT_ENTRY, BYTE_ENTRY}));
+}
+
+TEST(SilentConversionLog, Response_IsConvertedAllTheSame) {
+  const log_capture log(ANDROID_LOG_INFO);
+  const byte_string at_data = bytes_from_hex("0E 00 00 00 01");
+  amt_frame_st frame{};
+  EXPECT_EQ(amt_convert_rsp_at_data_2_amt_data(at_data.data(), 5, &frame, AMT_FRAME_SIZE), ERR_NONE);
+  EXPECT_EQ(text_of(frame), "0F 00 BB 0E 09 00 EE 01 01 04 00 01 00 00 00");
+  EXPECT_TRUE(log.lines().empty());
 }
 
 TEST_F(ConversionLog, BadResponseArguments_AreFlagged) {

@@ -26,6 +26,15 @@ TEST_F(Support, MoreFields_AreLeftOut) {
   EXPECT_EQ(to_app(), "18 00 BB C6 12 00 EE CA 01 04 00 03 00 00 00 EE 01 01 04 00 00 00 00 00");
 }
 
+TEST_F(Support, EmptyFieldsBeforeTheFourth_KeepTheirPlace) {
+  for (const char* value : {"1,,1,7", ",1,1,7", "1,1,,7", ",,,7,8"}) {
+    modem_says({"\r\n^DMCC: " + std::string(value) + "\r\n\r\nOK\r\n"});
+    EXPECT_EQ(run(amt_query_amt_support, QUERY_SUPPORT), ERR_NONE);
+    EXPECT_EQ(to_app(), "18 00 BB C6 12 00 EE CA 01 04 00 07 00 00 00 EE 01 01 04 00 00 00 00 00") << value;
+    EXPECT_EQ(to_modem(), "AT^DMCC?\r");
+  }
+}
+
 struct support_row {
   const char* m_name;
   std::string m_answer;
@@ -48,7 +57,13 @@ INSTANTIATE_TEST_SUITE_P(
                     support_row{"OneField", "\r\n^DMCC: 1\r\n\r\nOK\r\n", "standby_num is null!!!"},
                     support_row{"TwoFields", "\r\n^DMCC: 1,1\r\n\r\nOK\r\n", "rf_set_num is null!!!"},
                     support_row{"ThreeFields", "\r\n^DMCC: 1,1,1\r\n\r\nOK\r\n", "standby0_rat is null!!!"},
-                    support_row{"EmptyFieldsDoNotCount", "\r\n^DMCC: 1,,1,1\r\n\r\nOK\r\n", "standby0_rat is null!!!"},
+                    support_row{"EmptyValue", "\r\n^DMCC: \r\n\r\nOK\r\n", "sim_num is null!!!"},
+                    support_row{"OneFieldAndAComma", "\r\n^DMCC: 1,\r\n\r\nOK\r\n", "standby_num is null!!!"},
+                    support_row{"EmptyThirdAsTheLast", "\r\n^DMCC: 1,,\r\n\r\nOK\r\n", "rf_set_num is null!!!"},
+                    support_row{"NothingInTheFourth", "\r\n^DMCC: 1,1,1,\r\n\r\nOK\r\n", "standby0_rat is null!!!"},
+                    support_row{"EmptyFourthBeforeMore", "\r\n^DMCC: 1,1,1,,7\r\n\r\nOK\r\n",
+                                "standby0_rat is null!!!"},
+                    support_row{"OnlyCommas", "\r\n^DMCC: ,,,\r\n\r\nOK\r\n", "standby0_rat is null!!!"},
                     support_row{"OkOnly", "\r\nOK\r\n", nullptr}, support_row{"Error", "\r\nERROR\r\n", nullptr},
                     support_row{"TooLong", "\r\n^DMCC: 1,1,1," + std::string(33, '1') + "\r\n\r\nOK\r\n", nullptr}),
     [](const auto& row) { return row.param.m_name; });

@@ -34,7 +34,7 @@ TEST_F(AppVersion, Layer1_IsReadFromTheModem) {
   EXPECT_EQ(to_modem(), "AT^DCMR=17\r");
   EXPECT_EQ(to_app(),
             "21 00 BB 2E 1B 00 EE 13 01 04 00 11 00 00 00 EE 12 03 04 00 56 31 2E 30 EE 01 01 04 00 00 00 00 00");
-  EXPECT_TRUE(m_log.has("version type: 0x11 - AMT_L1_MODULE"));
+  EXPECT_TRUE(m_log.has_in_a_row({"amt_get_module_name()", "version type: 0x11 - AMT_L1_MODULE"}));
   EXPECT_TRUE(m_log.has("will send at command:AT^DCMR=17\r"));
   EXPECT_TRUE(m_log.has("get version success.type:17, version:[len:4 content:V1.0]"));
 }

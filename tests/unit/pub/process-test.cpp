@@ -1,15 +1,19 @@
 #include "pub/util/process.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+#include <initializer_list>
 #include <string>
 
 #include "pub/result.h"
@@ -84,6 +88,62 @@ class Process : public testing::Test {
   log_capture m_log;
   temp_folder m_folder;
 };
+
+// --- standard descriptors
+
+bool is_null_device(int fd) {
+  struct stat status = {};
+  return fstat(fd, &status) == 0 && S_ISCHR(status.st_mode) && status.st_rdev == makedev(1, 3);
+}
+
+// What a process that was started without some of the three has after the call: for each of them 'n' the null device
+// that children have, too, 'p' the pipe it was started with, '-' neither.
+std::string standard_descriptors_after_start_without(std::initializer_list<int> missing) {
+  int report[2] = {};
+  EXPECT_EQ(pipe2(report, O_CLOEXEC), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    const int out = fcntl(report[1], F_DUPFD, 10);  // not among the three
+    for (int fd = 0; fd < 3; ++fd) dup2(report[1], fd);
+    for (const int fd : missing) close(fd);
+    pub_util_fill_standard_descriptors();
+    char kinds[3] = {};
+    for (int fd = 0; fd < 3; ++fd) {
+      const int flags = fcntl(fd, F_GETFD);
+      kinds[fd] = flags != 0 ? '-' : is_null_device(fd) ? 'n' : 'p';
+    }
+    _exit(write(out, kinds, sizeof kinds) == sizeof kinds ? 0 : 1);
+  }
+  close(report[1]);
+  char kinds[4] = "";
+  EXPECT_EQ(read(report[0], kinds, 3), 3);
+  close(report[0]);
+  waitpid(child, nullptr, 0);
+  return kinds;
+}
+
+TEST(StandardDescriptors, AllThere_AreLeftAsTheyAre) {
+  EXPECT_EQ(standard_descriptors_after_start_without({}), "ppp");
+}
+
+TEST(StandardDescriptors, EachMissing_BecomesTheNullDevice) {
+  EXPECT_EQ(standard_descriptors_after_start_without({0}), "npp");
+  EXPECT_EQ(standard_descriptors_after_start_without({1}), "pnp");
+  EXPECT_EQ(standard_descriptors_after_start_without({2}), "ppn");
+  EXPECT_EQ(standard_descriptors_after_start_without({0, 2}), "npn");
+  EXPECT_EQ(standard_descriptors_after_start_without({0, 1, 2}), "nnn");
+}
+
+TEST(StandardDescriptors, Missing_IsNotLogged) {
+  const log_capture log;
+  const int kept = fcntl(0, F_DUPFD_CLOEXEC, 10);
+  close(0);
+  pub_util_fill_standard_descriptors();
+  EXPECT_TRUE(is_null_device(0));
+  EXPECT_TRUE(log.lines().empty());
+  if (kept >= 0) dup2(kept, 0);
+  close(kept);
+}
 
 // --- command lines
 

@@ -1,7 +1,14 @@
 // Opening a pseudo-terminal under a name of its own.
+#include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <filesystem>
+#include <thread>
 #include <tuple>
 
 #include "pub/pty/pty.h"
@@ -9,6 +16,24 @@
 #include "tests/unit/application.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/temp-folder.h"
+
+namespace {
+
+std::string g_slave_name;  // empty: the system's
+
+}  // namespace
+
+// Takes the C library's place: the names that a system gives are short.
+extern "C" int ptsname_r(int master, char* name, size_t size) noexcept {
+  unsigned number = 0;
+  if (ioctl(master, TIOCGPTN, &number) != 0) return errno;
+  if (g_slave_name.empty()) {
+    std::snprintf(name, size, "/dev/pts/%u", number);
+  } else {
+    std::snprintf(name, size, "%s", g_slave_name.c_str());
+  }
+  return 0;
+}
 
 namespace {
 
@@ -25,6 +50,7 @@ class PtyOpen : public testing::Test {
   std::string mapping() const { return m_pty.m_pts_mapping_name_a; }
   void expect_closed() {
     EXPECT_EQ(m_pty.m_ptm_fd, -1);
+    EXPECT_STREQ(m_pty.m_pts_name_a, "");
     EXPECT_FALSE(std::filesystem::is_symlink(mapping()));
   }
   termios attributes() const {
@@ -130,6 +156,78 @@ TEST_F(PtyOpen, FolderInTheLinksPlace_FailsAndIsLeftThere) {
   std::filesystem::create_directories(mapping() + "/content");
   EXPECT_EQ(pub_pty_open(&m_pty), ERR_SYSTEM);
   EXPECT_TRUE(std::filesystem::is_directory(mapping()));
+  expect_closed();
+}
+
+TEST_F(PtyOpen, FolderBelowAFile_FailsAndLeavesNothingOpen) {
+  map_to(m_folder.write("file", "") + "/app");
+  EXPECT_EQ(pub_pty_open(&m_pty), ERR_SYSTEM);
+  expect_closed();
+}
+
+// An open record whose link has become a folder, opened anew when the process has no descriptor left.
+TEST_F(PtyOpen, NoMaster_ForgetsTheEarlierOne) {
+  ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
+  const int master = m_pty.m_ptm_fd;
+  std::filesystem::remove(mapping());
+  std::filesystem::create_directory(mapping());
+  rlimit before = {};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit none = {0, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+  const result_code_en result = pub_pty_open(&m_pty);
+  setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_EQ(result, ERR_SYSTEM);
+  EXPECT_TRUE(m_log.contains("sys call: open() failed! errno = 24"));
+  expect_closed();
+  EXPECT_EQ(fcntl(master, F_GETFD), -1);
+}
+
+// A tear-down on another thread may come while the record's own fields are being written.
+TEST_F(PtyOpen, DeleteMapping_KnowsItsLinkByTheMasterAlone) {
+  ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
+  std::strcpy(m_pty.m_pts_name_a, "/dev/pts/");
+  EXPECT_EQ(pub_pty_delete_mapping(&m_pty), ERR_NONE);
+  EXPECT_FALSE(std::filesystem::is_symlink(mapping()));
+}
+
+TEST_F(PtyOpen, DeleteMappingWithALinkElsewhere_LeavesIt) {
+  ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
+  std::filesystem::remove(mapping());
+  std::filesystem::create_symlink("/dev/null", mapping());
+  EXPECT_EQ(pub_pty_delete_mapping(&m_pty), ERR_NONE);
+  EXPECT_TRUE(std::filesystem::is_symlink(mapping()));
+  EXPECT_TRUE(m_log.has("pub_pty_delete_mapping \"" + mapping() + "\" is another process's"));
+}
+
+TEST_F(PtyOpen, LongSlaveName_IsCutAndTheLinkIsStillItsOwn) {
+  const std::string file = m_folder.write("f", "");
+  ASSERT_LT(file.size(), 39u);
+  const std::string cut = file.substr(0, file.size() - 1) + std::string(39 - file.size(), '/') + "f";
+  g_slave_name = cut + "-and-more";
+  EXPECT_EQ(pub_pty_open(&m_pty), ERR_NONE);
+  EXPECT_EQ(m_pty.m_pts_name_a, cut);
+  EXPECT_TRUE(m_log.has_in_a_row({"WARNING !", "[PTY]48 > 39"}));
+  EXPECT_EQ(pub_pty_close(&m_pty), ERR_NONE);
+  EXPECT_FALSE(std::filesystem::is_symlink(mapping()));
+  g_slave_name.clear();
+}
+
+// For the thread sanitizer. No line is logged: the log's lock would put the threads in order.
+TEST_F(PtyOpen, DeleteMappingDuringReopening_TouchesNothingUnprotected) {
+  const int priority = __android_log_set_minimum_priority(ANDROID_LOG_FATAL);
+  std::atomic<bool> is_over = false;
+  std::thread reader([this, &is_over] {
+    for (int i = 0; i < 200; ++i) {
+      std::ignore = pub_pty_open(&m_pty);
+      std::ignore = pub_pty_close(&m_pty);
+    }
+    is_over = true;
+  });
+  while (!is_over) std::ignore = pub_pty_delete_mapping(&m_pty);
+  reader.join();
+  __android_log_set_minimum_priority(priority);
+  EXPECT_EQ(pub_pty_delete_mapping(&m_pty), ERR_NONE);
 }
 
 TEST_F(PtyOpen, EmptyMapping_IsRefusedAndLeavesNothingOpen) {

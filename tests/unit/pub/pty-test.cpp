@@ -120,6 +120,16 @@ TEST_F(Pty, DeleteMappingThatCannotBeRemoved_IsASystemFailure) {
                                          failure_line("pty/pty", "pub_pty_delete_mapping", -1, "21")));
 }
 
+TEST_F(Pty, DeleteMappingBelowAFile_IsASystemFailure) {
+  m_folder.write("file", "");
+  std::strcpy(m_pty.m_pts_mapping_name_a, "file/map");
+  EXPECT_EQ(pub_pty_delete_mapping(&m_pty), ERR_SYSTEM);
+  EXPECT_THAT(m_log.texts(),
+              ElementsAre("pub_pty_delete_mapping()", "pub_pty_delete_mapping unlink(file/map) ret_val[-1]",
+                          "sys call: unlink() failed! errno = 20",
+                          failure_line("pty/pty", "pub_pty_delete_mapping", -1, "20")));
+}
+
 TEST_F(Pty, DeleteMappingOfNull_IsABadArgument) {
   EXPECT_EQ(pub_pty_delete_mapping(nullptr), ERR_ARGUMENT);
   EXPECT_THAT(m_log.texts(), ElementsAre("pub_pty_delete_mapping()",

@@ -46,6 +46,12 @@ TEST_F(LoadImage, WholeMember_FailsAndDropsTheEarlierImage) {
   EXPECT_EQ(g_screen.m_width, 720u);
 }
 
+TEST_F(LoadImage, EntryLine_CarriesThePicturesTag) {
+  ASSERT_EQ(screen_load_image(720, 1280), 0);
+  EXPECT_EQ(said(), "CHARGE_ONLY_MODE: screen_load_image()");
+  EXPECT_EQ(m_log.lines().size(), 1u);
+}
+
 TEST_F(LoadImage, NoData_Fails) {
   g_screen_image.m_length = 0;
   EXPECT_EQ(screen_load_image(720, 1280), -1);
