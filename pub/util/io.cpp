@@ -2,8 +2,8 @@
 
 #include <fcntl.h>
 #include <paths.h>
-#include <spawn.h>
 #include <poll.h>
+#include <spawn.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>

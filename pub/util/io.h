@@ -1,5 +1,5 @@
-// Opening, reading, writing, sleeping: the one place of each. Every blocking read, write and wait and every sleep of the
-// service goes through here, because these are its only points at which a signal acts (see wait.cpp).
+// Opening, reading, writing, sleeping: the one place of each. Every blocking read, write and wait and every sleep of
+// the service goes through here, because these are its only points at which a signal acts (see wait.cpp).
 #pragma once
 
 #include <sys/types.h>

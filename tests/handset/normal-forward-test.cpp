@@ -234,9 +234,10 @@ TEST_F(ForwardRaw, ErrorAfterAnAnswer_GivesBoth) {
   expect(result_frame(14, "01000000"));
 }
 
-TEST_F(ForwardRaw, NoFinalResultIn4096Bytes_IsAnErrorAnswerAndALine) {
+TEST_F(ForwardRaw, NoFinalResultIn4096Bytes_IsAnErrorAnswerAtTheFinalResultAndALine) {
   request(frame(13, ""), "AT^DTTEST=0D\r");
   answer(std::string(4096, 'x'));
+  answer("\r\nOK\r\n");
   expect(result_frame(14, "01000000"));
   expect_log(m_phone, "LINE-1045, FUNC-read_at(), error_code=-101");
   end_with(m_phone, SIGTERM);

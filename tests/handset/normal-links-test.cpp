@@ -192,12 +192,12 @@ TEST(AtLink, UnsolicitedLinesAroundAnAnswer_AreReadOver) {
   EXPECT_EQ(to_hex(phone.app().read_exactly(22)), to_hex(frame(86, "EE 26 02 0200 4237  EE 01 01 0400 00000000")));
 }
 
-TEST(AtLink, AnswerWithoutEnd_IsAnErrorAnswerAtTheEndOfTheRecord) {
+TEST(AtLink, AnswerLongerThanTheRecord_IsAnErrorAnswerAtItsEnd) {
   handset::phone phone(platform_with_raw_modem());
   start_app_with_raw_modem(phone);
   ASSERT_TRUE(phone.app().write_all(frame(7, "")));
   ASSERT_EQ(phone.at_end().read_exactly(9), "AT^DGSN?\r");
-  ASSERT_TRUE(phone.at_end().write_all(std::string(4096, 'x')));
+  ASSERT_TRUE(phone.at_end().write_all(std::string(4096, 'x') + "\r\nOK\r\n"));
   EXPECT_EQ(to_hex(phone.app().read_exactly(15)), to_hex(result_frame(8, "0A000000")));
   expect_log(phone, "LINE-1045, FUNC-read_at(), error_code=-101");
 }

@@ -35,11 +35,13 @@ struct amt_at_text_st {
   std::string_view view() const { return {m_buf_a.data(), m_buf_len}; }
 };
 
-// What the AT link still owes: the final result of the last command, which may come in several reads.
-struct amt_at_debt_st {
-  bool m_is_owed;
+// The last command on the AT link, and whether its final result, which may come in several reads, has come.
+struct amt_at_exchange_st {
+  bool m_is_owed;            // the final result is still to come
+  bool m_is_silence_logged;  // the modem has been silent for long
   std::uint32_t m_tail_len;
-  std::array<char, 16> m_tail_a;  // the end of what was read since the command: longer than any final result
+  std::array<char, 16> m_tail_a;     // the end of what was read since the command: longer than any final result
+  std::array<char, 61> m_command_a;  // its begin, for the log; zero-terminated
 };
 
 struct handle_context_st {
@@ -60,9 +62,8 @@ struct handle_context_st {
   amt_at_text_st m_at_command;     // sent to the modem's AT link
   amt_at_text_st m_at_receive;     // read from it since the command
   bool m_is_at_receive_cut;        // the answer did not fit: only its end is there
-  bool m_is_at_wait_logged;        // the modem has been silent for long since the command
-  amt_at_debt_st m_at_debt;
-  amt_message_st m_at_response;    // a radio response as AT data
+  amt_at_exchange_st m_at_exchange;
+  amt_message_st m_at_response;  // a radio response as AT data
   std::array<amt_handle_func, AMT_HANDLER_COUNT> m_handle_pc_func_a;
   std::array<amt_pre_response_en, AMT_HANDLER_COUNT> m_pc_pre_response_a;
   std::array<amt_handle_func, AMT_HANDLER_COUNT> m_handle_app_func_a;

@@ -1,6 +1,5 @@
 // The text of a received AT command, and the fields in it. One set of rules for every command; one answer of the modem
-// has fields of its own. Pure functions on what
-// was received; the text ends at the first NUL byte of that.
+// has fields of its own. Pure functions on what was received; the text ends at the first NUL byte of that.
 #pragma once
 
 #include <cstdint>

@@ -26,7 +26,7 @@ constexpr std::uint32_t MAIN_THREAD_MS = 900;  // for the main thread to reach a
 constexpr unsigned EXIT_SECONDS = 1;           // for the process to be gone after the tear-down
 
 enum class phase { RUNNING, FORKING, ENDING };
-std::atomic<phase> g_phase;          // of the process; a fork and an end exclude each other
+std::atomic<phase> g_phase;  // of the process; a fork and an end exclude each other
 std::atomic<int> g_exit_status;
 pub_thread_st g_signal_thread;
 std::atomic<bool> g_is_deinit_done;  // the tear-down has run, or is running

@@ -23,8 +23,8 @@ using amt_timer_action = void (*)(union sigval);
 
 // All of these hold the timer lock.
 
-// Creates the timer, deleting an existing one first. False, logged, when the system has none: it may then never have one
-// again in this process, because its thread for timers could not be made.
+// Creates the timer, deleting an existing one first. False, logged, when the system has none: it may then never have
+// one again in this process, because its thread for timers could not be made.
 bool amt_timer_create(amt_timer_st& timer, amt_timer_action action);
 // Arms it once. False, logged, when there is no such timer or it could not be armed.
 bool amt_timer_set(amt_timer_st& timer, std::int32_t milliseconds);

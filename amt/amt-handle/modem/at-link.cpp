@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <span>
 #include <string_view>
+#include <utility>
 
 #include "amt/amt-cfg.h"
 #include "amt/amt-handle/context/handle-context.h"
@@ -28,7 +29,10 @@ constexpr int ANSWER_TRIES = 5;
 constexpr std::uint32_t REOPEN_TRIES = 30;
 constexpr std::uint32_t REOPEN_PAUSE_MS = 1000;
 constexpr std::uint32_t LOG_LIMIT = 1023;
-constexpr std::uint32_t DEBT_MS = 1000;
+constexpr std::uint32_t OWED_MS = 1000;           // for the rest of an answer, before the next command
+constexpr std::uint32_t SILENCE_SECONDS = 10;     // of the modem, until the log says so
+constexpr std::uint32_t LEFT_MS = 500;            // for the answer to an application that has left
+constexpr std::uint32_t FOREVER_MS = UINT32_MAX;  // long enough, and asked again then
 constexpr std::uint32_t DROP_MS = 200;
 constexpr std::size_t DROP_LIMIT = std::size_t{64} * 1024;
 
@@ -44,26 +48,31 @@ int whole(std::uint32_t length) {
 }
 
 // Takes a piece of an answer. Gives it with the end of what came before it, valid until the next piece.
-std::string_view append_to_tail(amt_at_debt_st& debt, std::string_view piece, std::span<char> joined) {
-  const auto end = std::copy_n(debt.m_tail_a.begin(), debt.m_tail_len, joined.begin());
+std::string_view append_to_tail(amt_at_exchange_st& exchange, std::string_view piece, std::span<char> joined) {
+  const auto end = std::copy_n(exchange.m_tail_a.begin(), exchange.m_tail_len, joined.begin());
   const std::string_view text(joined.begin(), std::copy(piece.begin(), piece.end(), end));
-  const std::string_view tail = text.substr(text.size() - std::min(text.size(), debt.m_tail_a.size()));
-  std::copy(tail.begin(), tail.end(), debt.m_tail_a.begin());
-  debt.m_tail_len = static_cast<std::uint32_t>(tail.size());
+  const std::string_view tail = text.substr(text.size() - std::min(text.size(), exchange.m_tail_a.size()));
+  std::copy(tail.begin(), tail.end(), exchange.m_tail_a.begin());
+  exchange.m_tail_len = static_cast<std::uint32_t>(tail.size());
   return text;
 }
 
-void start_debt() {
-  g_handle_context.m_at_debt = {.m_is_owed = true, .m_tail_len = 0, .m_tail_a = {}};
+// A command is about to be written.
+void start_exchange(std::string_view command) {
+  auto& exchange = g_handle_context.m_at_exchange;
+  exchange = {};
+  exchange.m_is_owed = true;
+  command = command.substr(0, std::min(command.find('\r'), exchange.m_command_a.size() - 1));
+  std::copy(command.begin(), command.end(), exchange.m_command_a.begin());
 }
 
 // What was read may end the answer to the last command. Long answers are looked at piece by piece.
 void pay(std::string_view received) {
   constexpr std::size_t PIECE = 256;
-  char joined[PIECE + sizeof amt_at_debt_st::m_tail_a];
-  for (auto& debt = g_handle_context.m_at_debt; debt.m_is_owed && !received.empty();) {
-    const std::string_view text = append_to_tail(debt, received.substr(0, PIECE), joined);
-    if (amt_answer_has_ok(text) || amt_answer_is_error(text)) debt.m_is_owed = false;
+  char joined[PIECE + sizeof amt_at_exchange_st::m_tail_a];
+  for (auto& exchange = g_handle_context.m_at_exchange; exchange.m_is_owed && !received.empty();) {
+    const std::string_view text = append_to_tail(exchange, received.substr(0, PIECE), joined);
+    if (amt_answer_has_ok(text) || amt_answer_is_error(text)) exchange.m_is_owed = false;
     received.remove_prefix(std::min(received.size(), PIECE));
   }
 }
@@ -90,13 +99,13 @@ std::uint32_t left_until(steady::time_point end) {
 // Whatever comes now was not asked for by the next command.
 void drop_waiting(int fd) {
   std::size_t dropped = 0;
-  const auto debt_end = steady::now() + std::chrono::milliseconds(DEBT_MS);
-  while (g_handle_context.m_at_debt.m_is_owed && dropped < DROP_LIMIT) {
-    const std::size_t count = drop_once(fd, left_until(debt_end));
+  const auto owed_end = steady::now() + std::chrono::milliseconds(OWED_MS);
+  while (g_handle_context.m_at_exchange.m_is_owed && dropped < DROP_LIMIT) {
+    const std::size_t count = drop_once(fd, left_until(owed_end));
     if (count == 0) break;
     dropped += count;
   }
-  g_handle_context.m_at_debt.m_is_owed = false;
+  g_handle_context.m_at_exchange.m_is_owed = false;
   const auto drop_end = steady::now() + std::chrono::milliseconds(DROP_MS);
   while (dropped < DROP_LIMIT && left_until(drop_end) > 0) {
     const std::size_t count = drop_once(fd, 0);
@@ -128,7 +137,7 @@ result_code_en write_link_status_off(int fd) {
 // One wait and read of the answer. ERR_NOT_HANDLED: nothing final yet.
 result_code_en read_confirmation(int fd, int index) {
   char answer[20] = {};
-  char joined[sizeof answer + sizeof amt_at_debt_st::m_tail_a];
+  char joined[sizeof answer + sizeof amt_at_exchange_st::m_tail_a];
   timeval begin = {};
   timeval end = {};
   gettimeofday(&begin, nullptr);
@@ -138,7 +147,7 @@ result_code_en read_confirmation(int fd, int index) {
   if (ready < 0 || count < 0) {
     return pub_fail_sys_call({k_log, "disable_unsolicited_code"}, ERR_SYSTEM, ready < 0 ? "select" : "read");
   }
-  const std::string_view text = append_to_tail(g_handle_context.m_at_debt, answer, joined);
+  const std::string_view text = append_to_tail(g_handle_context.m_at_exchange, answer, joined);
   if (amt_answer_is_ok(text)) return ERR_NONE;
   if (amt_answer_is_silencing_error(text)) return pub_fail({k_log, "disable_unsolicited_code"}, ERR_FAIL);
   if (ready == 0) {
@@ -181,9 +190,9 @@ result_code_en fail_again(const char* function, const char* call, ssize_t count)
 ssize_t write_link(const char* text, std::uint32_t length) {
   const int fd = g_handle_context.m_fd_at;
   drop_waiting(fd);
-  start_debt();
+  start_exchange({text, length});
   const ssize_t written = pub_util_write(fd, text, length);
-  if (written < 0) g_handle_context.m_at_debt.m_is_owed = false;
+  if (written < 0) g_handle_context.m_at_exchange.m_is_owed = false;
   return written;
 }
 
@@ -191,6 +200,37 @@ ssize_t read_link(char* buffer, std::uint32_t length) {
   const ssize_t count = pub_util_read(g_handle_context.m_fd_at, buffer, length);
   if (count > 0) pay({buffer, static_cast<std::size_t>(count)});
   return count;
+}
+
+void log_silence() {
+  auto& exchange = g_handle_context.m_at_exchange;
+  if (std::exchange(exchange.m_is_silence_logged, true)) return;
+  LOG_WARNING("no answer from modem to \"%s\" for %d seconds, waiting on", exchange.m_command_a.data(),
+              static_cast<int>(SILENCE_SECONDS));
+}
+
+// Waits until there is something to read: however long that takes, but an application that closes its terminal is not
+// waited for.
+result_code_en await_answer() {
+  auto& context = g_handle_context;
+  for (;;) {
+    const bool has_left = context.m_has_app_left;
+    const int app_fd = has_left ? -1 : int{context.m_pty_app.m_ptm_fd};
+    // A link that has failed is ready at once: the read says what is wrong with it. No events of the application's: a
+    // hang-up is always reported.
+    pollfd wanted[] = {{context.m_fd_at, POLLIN, 0}, {app_fd > 0 ? app_fd : -1, 0, 0}};
+    if (wanted[0].fd <= 0) return ERR_NONE;
+    const std::uint32_t patience = context.m_at_exchange.m_is_silence_logged ? FOREVER_MS : SILENCE_SECONDS * 1000;
+    const int ready = pub_util_wait_any(wanted, has_left ? LEFT_MS : patience);
+    if (ready < 0 || wanted[0].revents != 0) return ERR_NONE;
+    if (ready > 0) {
+      context.m_has_app_left = true;
+    } else if (has_left) {
+      return pub_fail({k_log, "read_at"}, ERR_FAIL, "the application has left, the modem is silent");
+    } else {
+      log_silence();
+    }
+  }
 }
 
 result_code_en finish_read(const char* buffer, ssize_t count, std::uint32_t* read_length) {
@@ -207,11 +247,11 @@ result_code_en disable_unsolicited_code(int fd) {
   if (pub_log_bad_arguments({k_log, 636}, {fd < 1})) return ERR_ARGUMENT;
   const result_code_en sent = write_link_status_off(fd);
   if (sent != ERR_NONE) return sent;
-  start_debt();
+  start_exchange(LINK_STATUS_OFF);
   for (int index = 0; index < ANSWER_TRIES; ++index) {
     const result_code_en result = read_confirmation(fd, index);
     if (result == ERR_NOT_HANDLED) continue;
-    g_handle_context.m_at_debt.m_is_owed = false;
+    g_handle_context.m_at_exchange.m_is_owed = false;
     return result;
   }
   return pub_fail(k_log, ERR_TIMEOUT);
@@ -246,6 +286,8 @@ result_code_en read_at(char* buffer, std::uint32_t length, std::uint32_t* read_l
     return ERR_ARGUMENT;
   *read_length = 0;
   std::printf("[%s]read_at\n", __func__);
+  const result_code_en awaited = await_answer();
+  if (awaited != ERR_NONE) return awaited;
   const ssize_t count = read_link(buffer, length);
   const int error = errno;
   const auto shown = static_cast<std::uint32_t>(std::max(count, ssize_t{0}));

@@ -18,5 +18,7 @@ result_code_en disable_unsolicited_code(int fd);
 result_code_en write_at(const char* text, std::uint32_t length);
 
 // One read of at most length bytes, with the same repair; after it, an answer has 5 seconds to come (else ERR_FAIL).
+// Before that it may take its time, after 10 seconds with a log line that says what is being waited for; but an
+// application that closes its terminal meanwhile is not waited for (ERR_FAIL, half a second later; it gets no answer).
 // *read_length may be 0. Codes as for write_at.
 result_code_en read_at(char* buffer, std::uint32_t length, std::uint32_t* read_length);

@@ -1,7 +1,5 @@
 #include "amt/amt-handle/modem/at-query.h"
 
-#include <poll.h>
-
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
@@ -15,30 +13,18 @@
 namespace {
 
 constexpr std::uint32_t EMPTY_READ_PAUSE_MS = 100;
-constexpr std::uint32_t SILENCE_SECONDS = 10;    // of the modem, until the log says so
-constexpr std::uint32_t LEFT_MS = 500;           // for the answer to an application that has left
-constexpr std::uint32_t FOREVER_MS = UINT32_MAX;  // long enough, and asked again then
-constexpr std::size_t SHOWN_OF_COMMAND = 60;
 constexpr std::size_t KEPT_OF_LONG_ANSWER = 16;  // longer than any final result
-
-void log_silence(std::string_view command) {
-  if (g_handle_context.m_is_at_wait_logged) return;
-  g_handle_context.m_is_at_wait_logged = true;
-  command = command.substr(0, std::min(command.find('\r'), SHOWN_OF_COMMAND));
-  LOG_WARNING("no answer from modem to \"%.*s\" for %d seconds, waiting on", static_cast<int>(command.size()),
-              command.data(), static_cast<int>(SILENCE_SECONDS));
-}
 
 // Keeps the end of a full record, which may be the begin of a final result.
 void make_room() {
   auto& receive = g_handle_context.m_at_receive;
   if (receive.m_buf_len < receive.m_buf_a.size()) return;
   if (!std::exchange(g_handle_context.m_is_at_receive_cut, true)) {
-    pub_log_failure({k_log, "read_at"}, ERR_ARGUMENT, "the modem's answer is longer than %d",
+    pub_log_failure({k_log, 1045, "read_at"}, ERR_ARGUMENT, "the modem's answer is longer than %d",
                     static_cast<int>(receive.m_buf_a.size()));
   }
-  const auto rest = std::copy(receive.m_buf_a.end() - KEPT_OF_LONG_ANSWER, receive.m_buf_a.end(),
-                              receive.m_buf_a.begin());
+  const auto rest =
+      std::copy(receive.m_buf_a.end() - KEPT_OF_LONG_ANSWER, receive.m_buf_a.end(), receive.m_buf_a.begin());
   std::fill(rest, receive.m_buf_a.end(), '\0');
   receive.m_buf_len = KEPT_OF_LONG_ANSWER;
 }
@@ -81,35 +67,11 @@ bool amt_modem_can_carry(std::string_view text) {
 result_code_en amt_modem_send() {
   const auto& command = g_handle_context.m_at_command;
   g_handle_context.m_is_at_receive_cut = false;
-  g_handle_context.m_is_at_wait_logged = false;
   return write_at(command.m_buf_a.data(), command.m_buf_len);
-}
-
-result_code_en amt_modem_await(std::string_view command) {
-  auto& context = g_handle_context;
-  for (;;) {
-    const bool has_left = context.m_has_app_left;
-    const int app_fd = has_left ? -1 : int{context.m_pty_app.m_ptm_fd};
-    // A closed link is ready at once: the read says what is wrong with it. No events: a hang-up is always reported.
-    pollfd wanted[] = {{context.m_fd_at, POLLIN, 0}, {app_fd > 0 ? app_fd : -1, 0, 0}};
-    if (wanted[0].fd <= 0) return ERR_NONE;
-    const std::uint32_t patience = context.m_is_at_wait_logged ? FOREVER_MS : SILENCE_SECONDS * 1000;
-    const int ready = pub_util_wait_any(wanted, has_left ? LEFT_MS : patience);
-    if (ready < 0 || wanted[0].revents != 0) return ERR_NONE;
-    if (ready > 0) {
-      context.m_has_app_left = true;
-    } else if (has_left) {
-      return pub_fail({k_log, "read_at"}, ERR_FAIL, "the application has left, the modem is silent");
-    } else {
-      log_silence(command);
-    }
-  }
 }
 
 result_code_en amt_modem_receive() {
   make_room();
-  const result_code_en awaited = amt_modem_await(g_handle_context.m_at_command.view());
-  if (awaited != ERR_NONE) return awaited;
   auto& receive = g_handle_context.m_at_receive;
   const auto room = static_cast<std::uint32_t>(receive.m_buf_a.size() - receive.m_buf_len);
   std::uint32_t count = 0;

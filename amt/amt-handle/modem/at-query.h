@@ -27,12 +27,8 @@ result_code_en amt_modem_send();
 // Whether a text can be a part of a command: a control character would end the command, or make two of it.
 bool amt_modem_can_carry(std::string_view text);
 
-// Waits until the modem answers: however long that takes, but an application that closes its terminal is not waited for
-// (ERR_FAIL, half a second later; it gets no answer). After 10 seconds the log says once what is being waited for.
-result_code_en amt_modem_await(std::string_view command);
-
-// Waits, reads once and appends to what was received. Codes of amt_modem_await and read_at. An answer that does not fit
-// the record is read on, and only its end is kept: see amt_modem_is_answer_cut.
+// Reads once and appends to what was received. Codes of read_at. An answer that does not fit the record is read on, and
+// only its end is kept: see amt_modem_is_answer_cut.
 result_code_en amt_modem_receive();
 
 // Whether the answer did not fit: it counts as failed (ERR_ARGUMENT) at its final result.

@@ -147,11 +147,7 @@ result_code_en amt_channel_switch(std::uint8_t link, amt_message_st* request, am
   const auto channel = static_cast<std::int32_t>(amt_frame_get_int(&request->m_buf_a, AMT_ATOM_MODEM_CHANNEL));
   std::array<char, CHANNEL_TEXT_SIZE> text{};
   std::snprintf(text.data(), text.size(), "AT^DMPCHN=%d\r", channel);
-  g_handle_context.m_is_at_wait_logged = false;
   result_code_en result = write_at(text.data(), CHANNEL_COMMAND_LENGTH);
-  if (result != ERR_NONE) return result;
-
-  result = amt_modem_await({text.data(), CHANNEL_COMMAND_LENGTH});
   if (result != ERR_NONE) return result;
 
   text = {};

@@ -22,7 +22,8 @@ class Response : public context_test {
   // The bytes at a sink from `offset` on, as far as they were written.
   static std::string sunk(int fd, long offset, std::size_t count) {
     std::string bytes(count, '?');
-    EXPECT_EQ(pread(fd, bytes.data(), count, offset), static_cast<ssize_t>(count));
+    const pub_fd file(open(("/proc/self/fd/" + std::to_string(fd)).c_str(), O_RDONLY | O_CLOEXEC));
+    EXPECT_EQ(pread(file.get(), bytes.data(), count, offset), static_cast<ssize_t>(count));
     return bytes;
   }
 

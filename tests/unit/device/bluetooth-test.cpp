@@ -1,5 +1,6 @@
 #include <dlfcn.h>
-#include <sys/wait.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include "tests/unit/device/device-test.h"
 
@@ -33,17 +34,25 @@ class Bluetooth : public device_test {
  protected:
   Bluetooth() { g_fork_fails = false; }
 
-  // Asks for Bluetooth on and lets the child end where it would go on as a service. The parent's result; the child's
-  // is its exit status, given as a positive number.
-  std::int32_t switch_on(amt_link_en link, int& child_result) {
+  // Asks for Bluetooth on and lets the child end where it would go on as a service, after `judge` has turned its result
+  // into a number. The parent's result; the child's comes through a pipe, for the service itself takes note of its end.
+  template <typename Judge>
+  std::int32_t switch_on(amt_link_en link, int& child_result, Judge judge) {
+    int answer[2];
+    EXPECT_EQ(pipe2(answer, O_CLOEXEC), 0);
     const pid_t self = getpid();
     const std::int32_t result = ask(link, 170);
-    if (getpid() != self) _exit(-result);
-    int status = 0;
-    EXPECT_GT(wait(&status), 0);
-    EXPECT_TRUE(WIFEXITED(status));
-    child_result = WEXITSTATUS(status);
+    if (getpid() != self) {
+      child_result = judge(result);
+      _exit(write(answer[1], &child_result, sizeof child_result) > 0 ? 0 : 1);
+    }
+    close(answer[1]);
+    EXPECT_EQ(read(answer[0], &child_result, sizeof child_result), static_cast<ssize_t>(sizeof child_result));
+    close(answer[0]);
     return result;
+  }
+  std::int32_t switch_on(amt_link_en link, int& child_result) {
+    return switch_on(link, child_result, [](std::int32_t result) { return result; });
   }
 };
 
@@ -62,10 +71,10 @@ TEST_F(Bluetooth, On_LibraryFails_OnlyTheParentAnswers) {
   g_hwt_fake.m_results = {{"hwt_btCtrl(1)", 9}};
   int child_result = -1;
   EXPECT_EQ(switch_on(AMT_LINK_PC, child_result), 0);
-  EXPECT_EQ(child_result, -ERR_SYSTEM);
+  EXPECT_EQ(child_result, ERR_SYSTEM);
   EXPECT_EQ(to_pc(), PC_ON);
   EXPECT_EQ(switch_on(AMT_LINK_APP, child_result), 0);
-  EXPECT_EQ(child_result, -ERR_SYSTEM);
+  EXPECT_EQ(child_result, ERR_SYSTEM);
   EXPECT_EQ(to_app(), APP_ON);
 }
 
@@ -80,31 +89,25 @@ TEST_F(Bluetooth, On_ForkFails_IsASystemError) {
 
 TEST_F(Bluetooth, On_InTheChild_LogsItsSteps) {
   g_hwt_fake.m_results = {{"hwt_btCtrl(1)", 9}};
-  const pid_t self = getpid();
-  pc(170);
-  if (getpid() != self) {
+  int is_logged = 0;
+  switch_on(AMT_LINK_PC, is_logged, [this](std::int32_t) {
     const auto lines = log();
     const auto begin = std::find(lines.begin(), lines.end(), "BT-start start");
-    const bool is_logged =
-        testing::Value(std::vector(begin, lines.end()),
-                       ElementsAre("BT-start start", "BT-start end. return:9.", device_failure("amt_device_bt", -100),
-                                   "BT-start error. call hwt_btCtrl fail: 9", device_failure("amt_device_bt", -118),
-                                   "error to exec: hciattach"));
-    _exit(is_logged ? 0 : 1);
-  }
-  int status = 0;
-  wait(&status);
-  EXPECT_EQ(status, 0);
+    return testing::Value(std::vector(begin, lines.end()),
+                          ElementsAre("BT-start start", "BT-start end. return:9.",
+                                      device_failure("amt_device_bt", -100), "BT-start error. call hwt_btCtrl fail: 9",
+                                      device_failure("amt_device_bt", -118), "error to exec: hciattach"))
+               ? 1
+               : 0;
+  });
+  EXPECT_EQ(is_logged, 1);
 }
 
 TEST_F(Bluetooth, On_InTheChild_ForgetsTheParentsThreads) {
-  const pid_t self = getpid();
   g_handle_context.m_modem_thread.m_tid = 1111;
-  pc(170);
-  if (getpid() != self) _exit(g_handle_context.m_modem_thread.m_tid == 0 ? 0 : 1);
-  int status = 0;
-  wait(&status);
-  EXPECT_EQ(status, 0);
+  int child_thread = -1;
+  switch_on(AMT_LINK_PC, child_thread, [](std::int32_t) { return int{g_handle_context.m_modem_thread.m_tid}; });
+  EXPECT_EQ(child_thread, 0);
   EXPECT_EQ(g_handle_context.m_modem_thread.m_tid, 1111);
 }
 

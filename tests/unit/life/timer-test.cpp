@@ -126,10 +126,9 @@ TEST_F(Timer, Set_ThatTheSystemRefuses_LogsTheFailureAndTheSuccessLine) {
   const std::string number = number_of(m_timer);
   m_log.clear();
   EXPECT_FALSE(amt_timer_set(m_timer, -1));
-  EXPECT_THAT(m_log.texts(),
-              testing::ElementsAre(failure_line("amt/amt-handle", "amt_timer_set", -118, "22"),
-                                   "timer_settime errorr: 22 - Invalid argument",
-                                   "setTimer success, timerId[" + number + "], timeMSec:-1. "));
+  EXPECT_THAT(m_log.texts(), testing::ElementsAre(failure_line("amt/amt-handle", "amt_timer_set", -118, "22"),
+                                                  "timer_settime errorr: 22 - Invalid argument",
+                                                  "setTimer success, timerId[" + number + "], timeMSec:-1. "));
 }
 
 // A process without room for a queued signal has no timer.

@@ -347,7 +347,7 @@ TEST_F(AtLink, Write_AfterAWholeAnswer_WaitsForNothing) {
     EXPECT_EQ(write_text("AT\r"), 0);
     m_at.send(answer);
     EXPECT_EQ(read_at(m_buffer, sizeof m_buffer, &m_length), 0);
-    EXPECT_FALSE(g_handle_context.m_at_debt.m_is_owed) << answer;
+    EXPECT_FALSE(g_handle_context.m_at_exchange.m_is_owed) << answer;
   }
 }
 

@@ -138,7 +138,7 @@ TEST_F(Identity, ApplicationThatHasLeft_GetsNoAnswerThoughTheModemGivesOne) {
   modem.join();
   EXPECT_FALSE(m_log.contains("the modem is silent"));
   EXPECT_TRUE(m_log.has("invalid fd"));
-  EXPECT_FALSE(g_handle_context.m_at_debt.m_is_owed);
+  EXPECT_FALSE(g_handle_context.m_at_exchange.m_is_owed);
 }
 
 // Ten seconds, as long as it takes; a modem that is silent again is not logged again.

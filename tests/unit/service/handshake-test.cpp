@@ -4,7 +4,6 @@
 #include <sys/resource.h>
 
 #include <csignal>
-
 #include <thread>
 
 #include "amt/amt-handle/life/timer.h"
