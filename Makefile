@@ -36,8 +36,9 @@ test: build/.test
 asan: build/.asan
 	cd build/asan && $(CTEST)
 
-# Signals act at wait points only, where a handler may call anything; the sanitizer cannot know that.
-tsan: export TSAN_OPTIONS = report_signal_unsafe=0
+# Signals act at wait points only, where a handler may call anything; the sanitizer cannot know that. The second process
+# of Bluetooth-on starts a thread of its own.
+tsan: export TSAN_OPTIONS = report_signal_unsafe=0 die_after_fork=0
 tsan: build/.tsan
 	cd build/tsan && $(CTEST)
 

@@ -114,8 +114,8 @@ int main(int argc, char* argv[]) {
   LOG_LINE("config file[%s], pid file[%s]", g_cfg_path_a, g_pid_path_a);
   pub_util_install_handler(SIGTERM, signal_treatment);
   pub_util_install_handler(SIGUSR2, signal_treatment);
-  amt_handle_watch_signals();
   pub_util_raise_process_priority();
+  amt_handle_watch_signals();
 
   const result_code_en result = start_service(normal_mode);
   if (result == ERR_NONE) pub_util_sleep_forever();

@@ -7,6 +7,7 @@
 struct fuzz_outside_st {
   std::uint8_t m_faults;  // fuzz_fault_en of phone.h
   fuzz_bytes m_file;
+  bool (*m_answer_on)() = nullptr;  // has the modem answer on; false when it has nothing more
 };
 extern fuzz_outside_st g_fuzz_outside;
 

@@ -28,7 +28,8 @@ class fuzz_phone {
   fuzz_phone(const fuzz_phone&) = delete;
   fuzz_phone& operator=(const fuzz_phone&) = delete;
 
-  // Has the modem answer on its AT link, in pieces; then the link is as if reset.
+  // Has the modem answer on its AT link, in pieces, as they are read, and now and then one too many at a time; then the
+  // link is as if reset.
   void answer(fuzz_bytes text, std::size_t piece);
   // What the service has sent.
   std::vector<std::uint8_t> sent_to_pc();

@@ -182,5 +182,7 @@ void amt_handle_exit_refused() {
   amt_timer_delete(g_usbEnumTimer);
   amt_timer_delete(g_handShakeTimer);
   kill(getpid(), SIGTERM);
-  pub_util_sleep_ms(0);  // the signal acts here, before the caller goes on as if its start had only failed
+  // The signal acts here, before the caller goes on as if its start had only failed. The main thread may get it by way
+  // of the thread that waits for signals.
+  pub_util_sleep_ms(MAIN_THREAD_MS);
 }
