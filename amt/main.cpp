@@ -105,6 +105,9 @@ int main(int argc, char* argv[]) {
     std::printf("%s already run.\n", PROGRAM_NAME);
     return EXIT_SUCCESS;
   }
+  // Before the first wait point.
+  pub_util_install_handler(SIGTERM, signal_treatment);
+  pub_util_install_handler(SIGUSR2, signal_treatment);
   LOG_LINE("\n    %s, version %s\n", PROGRAM_NAME, PROGRAM_VERSION);
   LOG_LINE("    Build time: %s %s\n", __DATE__, __TIME__);
   // The pid file is always made under /tmp, on purpose: also in simplified mode, where the one that is checked lies
@@ -112,8 +115,6 @@ int main(int argc, char* argv[]) {
   pub_util_create_pid_file(PROGRAM_NAME);
   LOG_LINE("run under %s", normal_mode != 0 ? NORMAL_MODE : SIMPLIFIED_MODE);
   LOG_LINE("config file[%s], pid file[%s]", g_cfg_path_a, g_pid_path_a);
-  pub_util_install_handler(SIGTERM, signal_treatment);
-  pub_util_install_handler(SIGUSR2, signal_treatment);
   pub_util_raise_process_priority();
   amt_handle_watch_signals();
 

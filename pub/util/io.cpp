@@ -27,13 +27,17 @@ pub_fd watch_child(pid_t child) {
 #endif
 }
 
-// Gives the wait status, or -1 and errno.
+// Gives the wait status, with errno as it was, or -1 and errno.
 int wait_for_child(pid_t child) {
+  const int error = errno;
   const pub_fd end = watch_child(child);
   for (;;) {
     int status = 0;
     const pid_t ended = waitpid(child, &status, WNOHANG);
-    if (ended == child) return status;
+    if (ended == child) {
+      errno = error;
+      return status;
+    }
     if (ended < 0 && errno != EINTR) return -1;
     if (!end || pub_util_wait(end.get(), POLLIN, CHILD_WAIT_MS) < 0) pub_util_sleep_ms(CHILD_LOOK_MS);
   }

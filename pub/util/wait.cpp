@@ -1,6 +1,6 @@
-// The wait points. ppoll(2) opens the signal mask for as long as it waits and not an instant longer: a signal that came
-// before acts at once, one that comes after waits for the next wait point. A worker may leave from here (SIGUSR1), so
-// nothing here may be called from a destructor or a noexcept function.
+// The wait points. The signal mask is open for as long as a call may wait and no longer: a signal that came before acts
+// at once, one that comes after waits for the next wait point. A worker may leave from here (SIGUSR1), so nothing here
+// may be called from a destructor or a noexcept function.
 #include <poll.h>
 #include <unistd.h>
 
@@ -44,6 +44,8 @@ ssize_t as_wait_point(const sigset_t& mask, Call call) {
 
 }  // namespace
 
+// The read itself blocks, with nothing in front of it: what arrives is given at once. Only a read that gave nothing
+// asks why.
 ssize_t pub_util_read(int fd, void* buffer, std::size_t size) {
   if (size == 0) return 0;
   if (fd < 1) {  // closed; never the standard input
@@ -51,20 +53,18 @@ ssize_t pub_util_read(int fd, void* buffer, std::size_t size) {
     return -1;
   }
   for (;;) {
-    pollfd wanted = {fd, POLLIN, 0};
-    if (ppoll(&wanted, 1, nullptr, pub_util_wait_mask()) < 0) {
-      if (errno == EINTR) continue;
-      return -1;
-    }
-    // The read itself may block, too: after a fork two processes read one terminal, and the other one may have been
-    // faster.
     const ssize_t count = as_wait_point(*pub_util_wait_mask(), [&] { return read(fd, buffer, size); });
-    if (count < 0 && (errno == EAGAIN || errno == EINTR)) continue;
-    if (count == 0 && (wanted.revents & (POLLHUP | POLLERR)) != 0) {
-      errno = EIO;
-      return -1;
-    }
-    return count;
+    if (count > 0) return count;
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0 && errno != EAGAIN) return count;
+    const bool is_end = count == 0;  // else a descriptor that does not block
+    const timespec no_wait = {};
+    pollfd wanted = {fd, POLLIN, 0};
+    if (ppoll(&wanted, 1, is_end ? &no_wait : nullptr, pub_util_wait_mask()) < 0 && errno != EINTR) return -1;
+    if (!is_end) continue;
+    if ((wanted.revents & (POLLHUP | POLLERR)) == 0) return 0;
+    errno = EIO;
+    return -1;
   }
 }
 

@@ -30,6 +30,11 @@ TEST(ModemLink, BackAfterSomeTries_IsReopenedAndTheReaderGoesOn) {
   ASSERT_TRUE(phone.pc().write_all("AT+LOST\r"));
   ASSERT_TRUE(phone.wait_log("(3/60)try to open device \"/dev/ttyMODEM\""));
   EXPECT_TRUE(phone.service().running());
+  // The old device is given back first, and its reader waits in silence.
+  const auto& log = phone.log().text();
+  EXPECT_LT(log.find("pub_util_park_device()"),
+            log.find("(0/60)try to open device \"/dev/ttyMODEM\"", log.find("write error 1")));
+  EXPECT_LT(phone.log().count("modem read empty data"), 15u);
   phone.plug_modem();
   ASSERT_TRUE(phone.wait_log("write to modem: : (data_len = -1) -- "));
   ASSERT_TRUE(phone.pc().write_all("AT+NEXT\r"));

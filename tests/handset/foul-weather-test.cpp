@@ -200,6 +200,19 @@ TEST(PcThatDoesNotRead, ModemGone_EndsNothing) {
   end_with(phone, SIGTERM);
 }
 
+// The PC reader is held up in a write to a modem that does not read, and the cable's state is not looked at.
+TEST(PcThatHangsUp, WhileItsReaderIsHeldUp_EndsTheServiceInAUsbStartToo) {
+  auto options = raw_modem();
+  options.mode = handset::run_mode::usb;
+  handset::phone phone(options);
+  start_serving(phone);
+  const std::string block(4000, 'p');
+  while (phone.pc().write_all(block, 300ms)) {
+  }
+  phone.unplug_pc();
+  expect_clean_end(phone);
+}
+
 // --- an end that has to wait for nobody
 
 constexpr std::chrono::seconds SOON{6};  // two seconds, and what a loaded machine adds

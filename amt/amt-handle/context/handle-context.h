@@ -40,7 +40,7 @@ struct amt_at_exchange_st {
   bool m_is_owed;            // the final result is still to come
   bool m_is_silence_logged;  // the modem has been silent for long
   std::uint32_t m_tail_len;
-  std::array<char, 16> m_tail_a;     // the end of what was read since the command: longer than any final result
+  std::array<char, 48> m_tail_a;     // the end of what was read since the command: longer than any final result
   std::array<char, 61> m_command_a;  // its begin, for the log; zero-terminated
 };
 

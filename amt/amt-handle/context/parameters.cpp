@@ -38,11 +38,11 @@ std::optional<std::string_view> handle_amt_next_field(std::string_view& rest) {
   return field;
 }
 
-std::optional<std::string_view> handle_amt_next_field_or_empty(std::string_view& rest) {
-  if (rest.empty()) return std::nullopt;
-  const std::size_t end = std::min(rest.find(','), rest.size());
-  const std::string_view field = rest.substr(0, end);
-  rest.remove_prefix(std::min(end + 1, rest.size()));
+std::optional<std::string_view> handle_amt_next_field_or_empty(std::optional<std::string_view>& rest) {
+  if (!rest) return std::nullopt;
+  const std::size_t end = rest->find(',');
+  const std::string_view field = rest->substr(0, end);
+  rest = end == std::string_view::npos ? std::nullopt : std::optional(rest->substr(end + 1));
   return field;
 }
 

@@ -17,9 +17,8 @@ std::optional<std::string_view> handle_amt_text_after(std::string_view received,
 std::optional<std::string_view> handle_amt_next_field(std::string_view& rest);
 
 // Takes the field up to the next comma off a text that is split at every comma, for a value whose fields are known by
-// their place: a field that a comma follows may be empty. None when nothing is left, so that nothing behind a last
-// comma is no field. The text itself is not changed.
-std::optional<std::string_view> handle_amt_next_field_or_empty(std::string_view& rest);
+// their place: any field may be empty, also the one after a last comma. None, like the rest, after the last field.
+std::optional<std::string_view> handle_amt_next_field_or_empty(std::optional<std::string_view>& rest);
 
 // The decimal value of a field, by the rules of atoi: blanks skipped, a sign, digits up to the first other character;
 // 0 when there are none.

@@ -23,7 +23,7 @@
 namespace {
 
 constexpr std::uint32_t MAIN_THREAD_MS = 900;  // for the main thread to reach a wait point
-constexpr unsigned EXIT_SECONDS = 1;           // for the process to be gone after the tear-down
+constexpr unsigned END_SECONDS = 1;            // from the begin of an end until the process is gone
 
 enum class phase { RUNNING, FORKING, ENDING };
 std::atomic<phase> g_phase;  // of the process; a fork and an end exclude each other
@@ -78,12 +78,16 @@ void leave_now(int) {
   _exit(g_exit_status);
 }
 
-// exit(3) waits for a lock that a thread may hold inside a library, and runs what libraries have registered.
-[[noreturn]] void leave(int status) {
+// The closing of a tty waits for output that nobody reads; exit(3) waits for a lock that a thread may hold inside a
+// library, and runs what libraries have registered.
+void limit_the_end(int status) {
   g_exit_status = status;
   std::signal(SIGALRM, leave_now);
-  alarm(EXIT_SECONDS);
-  std::exit(status);
+  sigset_t limit;
+  sigemptyset(&limit);
+  sigaddset(&limit, SIGALRM);
+  pthread_sigmask(SIG_UNBLOCK, &limit, nullptr);
+  alarm(END_SECONDS);
 }
 
 // Gets a signal of the process only while the main thread does not wait: the system asks that one first.
@@ -98,6 +102,7 @@ void treat_signals() {
   }
   syscall(SYS_tgkill, getpid(), getpid(), signo);  // the main thread has the number of the process
   pub_util_sleep_ms(MAIN_THREAD_MS);
+  if (g_phase == phase::ENDING) pub_util_sleep_forever();
   signal_treatment(signo);
 }
 
@@ -130,19 +135,21 @@ result_code_en amt_handle_deinit() {
   const bool app_has_left = stop_thread(context.m_app_thread);
   const result_code_en result =
       app_has_left ? pub_pty_close(&context.m_pty_app) : pub_pty_delete_mapping(&context.m_pty_app);
-  close_link(context.m_fd_pc, modem_has_left && pc_has_left);
-  close_link(context.m_fd_at, app_has_left && pc_has_left);
-  close_link(context.m_fd_modem, modem_has_left && pc_has_left);
   amt_timer_delete(g_usbEnumTimer);
   amt_timer_delete(g_handShakeTimer);
   if (g_usb_activate != 0) report_refusal_once();
+  // Last: the closing of a tty may take long.
+  close_link(context.m_fd_pc, modem_has_left && pc_has_left);
+  close_link(context.m_fd_at, app_has_left && pc_has_left);
+  close_link(context.m_fd_modem, modem_has_left && pc_has_left);
   return result;
 }
 
 void amt_handle_end_service(int status) {
   take_the_end();
+  limit_the_end(status);
   amt_deinit_resource();
-  leave(status);
+  std::exit(status);
 }
 
 void signal_treatment(int signo) {

@@ -21,7 +21,7 @@ void amt_deinit_resource();
 // of a -u start. Gives the result of closing the APP link.
 result_code_en amt_handle_deinit();
 
-// Ends the process from any thread, after the tear-down; what libraries do at the end has a second for it. When two
+// Ends the process from any thread, after the tear-down; both together have a second. When two
 // threads come here, the second waits for the first to end the process.
 [[noreturn]] void amt_handle_end_service(int status);
 

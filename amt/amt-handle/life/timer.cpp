@@ -66,10 +66,7 @@ bool delete_locked(amt_timer_st& timer) {
   return is_timer;
 }
 
-}  // namespace
-
-bool amt_timer_create(amt_timer_st& timer, amt_timer_action action) {
-  const timer_lock_guard guard;
+bool create_locked(amt_timer_st& timer, amt_timer_action action) {
   if (timer.m_id != AMT_NO_TIMER) delete_locked(timer);
   sigevent event = {};
   event.sigev_notify = SIGEV_THREAD;
@@ -78,7 +75,8 @@ bool amt_timer_create(amt_timer_st& timer, amt_timer_action action) {
   event.sigev_notify_function = action;
   timer_t id;
   if (timer_create(CLOCK_REALTIME, &event, &id) != 0) {
-    pub_log_failure(k_log, ERR_SYSTEM, "timer_create, error: %d - %s", errno, std::strerror(errno));
+    pub_log_failure({k_log, "amt_timer_create"}, ERR_SYSTEM, "timer_create, error: %d - %s", errno,
+                    std::strerror(errno));
     return false;
   }
   timer.m_is_expired = false;
@@ -87,8 +85,7 @@ bool amt_timer_create(amt_timer_st& timer, amt_timer_action action) {
   return true;
 }
 
-bool amt_timer_set(amt_timer_st& timer, std::int32_t milliseconds) {
-  const timer_lock_guard guard;
+bool set_locked(amt_timer_st& timer, std::int32_t milliseconds) {
   const std::int64_t handle = timer.m_id;
   if (handle == AMT_NO_TIMER) {
     LOG_LINE("invalid parameter.timerId:%d; timeMSec:%d.", printable(handle), milliseconds);
@@ -97,9 +94,27 @@ bool amt_timer_set(amt_timer_st& timer, std::int32_t milliseconds) {
   itimerspec once = {};
   once.it_value = {milliseconds / 1000, (milliseconds % 1000) * 1000000L};
   const bool is_set = timer_settime(to_id(handle), 0, &once, nullptr) == 0;
-  if (!is_set) pub_log_failure(k_log, ERR_SYSTEM, "timer_settime errorr: %d - %s", errno, std::strerror(errno));
+  if (!is_set)
+    pub_log_failure({k_log, "amt_timer_set"}, ERR_SYSTEM, "timer_settime errorr: %d - %s", errno, std::strerror(errno));
   LOG_LINE("setTimer success, timerId[%d], timeMSec:%d. ", printable(handle), milliseconds);  // in any case
   return is_set;
+}
+
+}  // namespace
+
+bool amt_timer_create(amt_timer_st& timer, amt_timer_action action) {
+  const timer_lock_guard guard;
+  return create_locked(timer, action);
+}
+
+bool amt_timer_set(amt_timer_st& timer, std::int32_t milliseconds) {
+  const timer_lock_guard guard;
+  return set_locked(timer, milliseconds);
+}
+
+bool amt_timer_start(amt_timer_st& timer, amt_timer_action action, std::int32_t milliseconds) {
+  const timer_lock_guard guard;
+  return create_locked(timer, action) && set_locked(timer, milliseconds);
 }
 
 bool amt_timer_delete(amt_timer_st& timer) {

@@ -28,6 +28,8 @@ using amt_timer_action = void (*)(union sigval);
 bool amt_timer_create(amt_timer_st& timer, amt_timer_action action);
 // Arms it once. False, logged, when there is no such timer or it could not be armed.
 bool amt_timer_set(amt_timer_st& timer, std::int32_t milliseconds);
+// Both in one step: a thread that finds the timer finds it armed.
+bool amt_timer_start(amt_timer_st& timer, amt_timer_action action, std::int32_t milliseconds);
 // Deletes it. True when that came before its expiry: the action then does nothing.
 bool amt_timer_delete(amt_timer_st& timer);
 // What an action asks first: false when the timer was deleted just as it expired.

@@ -59,6 +59,14 @@ bool amt_answer_is_error(std::string_view answer) {
   return has_any(answer, FINAL_ERRORS);
 }
 
+bool amt_answer_is_whole_error(std::string_view answer) {
+  return std::any_of(std::begin(FINAL_ERRORS), std::end(FINAL_ERRORS), [answer](std::string_view error) {
+    const std::size_t at = answer.find(error);
+    return at != std::string_view::npos &&
+           answer.find(AMT_LINE_END, at + AMT_LINE_END.size()) != std::string_view::npos;
+  });
+}
+
 bool amt_answer_is_silencing_error(std::string_view answer) {
   return has_any(answer, SILENCING_ERRORS);
 }

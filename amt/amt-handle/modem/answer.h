@@ -18,6 +18,7 @@ inline constexpr std::string_view AMT_LINE_END = "\r\n";
 bool amt_answer_is_ok(std::string_view answer);               // "\r\nOK\r\n"
 bool amt_answer_has_ok(std::string_view answer);              // "OK"
 bool amt_answer_is_error(std::string_view answer);            // "\r\n+CME ERROR", "\r\n+CMS ERROR" or "\r\nERROR\r\n"
+bool amt_answer_is_whole_error(std::string_view answer);      // one of these up to its line end
 bool amt_answer_is_silencing_error(std::string_view answer);  // "\r\n+CME ERROR: ", "\r\n+CMS ERROR: " or the third
 
 // What follows a prefix and any blanks after it; none when the prefix is not in the text.

@@ -72,7 +72,7 @@ void pay(std::string_view received) {
   char joined[PIECE + sizeof amt_at_exchange_st::m_tail_a];
   for (auto& exchange = g_handle_context.m_at_exchange; exchange.m_is_owed && !received.empty();) {
     const std::string_view text = append_to_tail(exchange, received.substr(0, PIECE), joined);
-    if (amt_answer_has_ok(text) || amt_answer_is_error(text)) exchange.m_is_owed = false;
+    if (amt_answer_is_ok(text) || amt_answer_is_whole_error(text)) exchange.m_is_owed = false;
     received.remove_prefix(std::min(received.size(), PIECE));
   }
 }
@@ -242,6 +242,10 @@ result_code_en finish_read(const char* buffer, ssize_t count, std::uint32_t* rea
 
 }  // namespace
 
+void amt_at_take_final_result() {
+  g_handle_context.m_at_exchange.m_is_owed = false;
+}
+
 result_code_en disable_unsolicited_code(int fd) {
   pub_log_entry(k_log);
   if (pub_log_bad_arguments({k_log, 636}, {fd < 1})) return ERR_ARGUMENT;
@@ -296,8 +300,11 @@ result_code_en read_at(char* buffer, std::uint32_t length, std::uint32_t* read_l
   if (count >= 0) return finish_read(buffer, count, read_length);
 
   if (!judge_failure(__func__, "read", error)) return ERR_FAIL;
+  auto exchange = g_handle_context.m_at_exchange;
   const result_code_en repaired = repair_link();
   if (repaired != ERR_NONE) return repaired;
+  exchange.m_tail_len = 0;  // the new link knows nothing of the old one's answer, but of the command it may
+  g_handle_context.m_at_exchange = exchange;
   const int ready = pub_util_wait(g_handle_context.m_fd_at, POLLIN, ANSWER_SECONDS * 1000);
   if (ready == 0) {
     return pub_fail(k_log, ERR_FAIL, "wait %d seconds to read time out", static_cast<int>(ANSWER_SECONDS));

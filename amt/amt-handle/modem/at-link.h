@@ -12,6 +12,9 @@
 // silent; ERR_SYSTEM, ERR_INCOMPLETE when the link failed.
 result_code_en disable_unsolicited_code(int fd);
 
+// The caller takes something else than the usual final results for one: nothing more is owed to the last command.
+void amt_at_take_final_result();
+
 // Sends AT text in one write. A result that is not negative counts as sent, even for a part: the driver takes what it
 // can. A link that was reset (EIO) is reopened and silenced, and the text sent once more. 0; ERR_ARGUMENT for a null or
 // empty text; ERR_FAIL when the write failed; ERR_TIMEOUT or ERR_SYSTEM when the link could not be repaired.

@@ -8,6 +8,7 @@
 #include "amt/amt-handle/context/log-module.h"
 #include "amt/amt-handle/context/response.h"
 #include "amt/amt-handle/modem/answer.h"
+#include "amt/amt-handle/modem/at-link.h"
 #include "amt/amt-handle/modem/at-query.h"
 #include "pub/result.h"
 
@@ -99,7 +100,10 @@ result_code_en forward_answer(std::uint8_t link, amt_message_st* response) {
     if (received != ERR_NONE) return received;
     const result_code_en forwarded = amt_modem_is_answer_cut() ? ERR_ARGUMENT : forward_line(link, response);
     if (result == ERR_NONE) result = forwarded;
-    if (amt_answer_has_ok(amt_modem_answer())) return result;
+    if (amt_answer_has_ok(amt_modem_answer())) {
+      amt_at_take_final_result();
+      return result;
+    }
     if (amt_answer_is_error(amt_modem_answer())) return pub_fail({k_log, "amt_modem_handle_req"}, ERR_FAIL);
   }
 }

@@ -81,10 +81,11 @@ std::nullopt_t miss(const char* name) {
 
 // The last field of a value "<SIMs>,<standbys>,<RF sets>,<radio technology of standby 0>". Any other one may be empty.
 std::optional<std::int32_t> find_radio_technology(std::string_view value) {
+  auto rest = value.empty() ? std::nullopt : std::optional(value);
   for (const char* name : {"sim_num", "standby_num", "rf_set_num"}) {
-    if (!handle_amt_next_field_or_empty(value)) return miss(name);
+    if (!handle_amt_next_field_or_empty(rest)) return miss(name);
   }
-  const auto technology = handle_amt_next_field_or_empty(value);
+  const auto technology = handle_amt_next_field_or_empty(rest);
   if (!technology || technology->empty()) return miss("standby0_rat");
   return handle_amt_field_value(*technology);
 }
@@ -155,7 +156,10 @@ result_code_en amt_channel_switch(std::uint8_t link, amt_message_st* request, am
   result = read_at(text.data(), static_cast<std::uint32_t>(text.size()), &count);
   if (result != ERR_NONE) return result;
   const std::string_view answer(text.data(), count);
-  if (amt_answer_has_ok(answer)) return amt_handle_finish_rsp(link, response);
+  if (amt_answer_has_ok(answer)) {
+    amt_at_take_final_result();
+    return amt_handle_finish_rsp(link, response);
+  }
   return pub_fail(k_log, ERR_FAIL, "%.*s", static_cast<int>(answer.size()), answer.data());
 }
 

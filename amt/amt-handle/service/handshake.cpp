@@ -41,7 +41,7 @@ void handshake_timed_out(union sigval) {
 
 // A handshake without its timer would wait for ever: it is refused.
 bool start_timer(amt_timer_st& timer, amt_timer_action action, std::int32_t seconds) {
-  if (amt_timer_create(timer, action) && amt_timer_set(timer, seconds * 1000)) return true;
+  if (amt_timer_start(timer, action, seconds * 1000)) return true;
   pub_log_failure(k_log, ERR_SYSTEM, "no timer, the handshake is refused");
   return false;
 }

@@ -137,12 +137,36 @@ void take_state_from_file() {
   take_usb_state(status);
 }
 
+// A PC that has hung up is noticed by its reader, unless that one is held up in a write to the modem.
+class pc_watch {
+ public:
+  bool is_gone() {
+    pollfd pc = {g_handle_context.m_fd_pc, 0, 0};
+    const bool has_hung_up = pc.fd > 0 && poll(&pc, 1, 0) == 1 && (pc.revents & POLLHUP) != 0;
+    m_rounds = has_hung_up ? m_rounds + 1 : 0;
+    return m_rounds > READERS_ROUNDS;
+  }
+
+ private:
+  static constexpr int READERS_ROUNDS = 10;
+  int m_rounds = 0;
+};
+
+// Returns when the service is to end.
 void watch(int fd) {
   bool has_lost_events = false;
+  pc_watch pc;
   for (;;) {
+    if (pc.is_gone()) {
+      LOG_LINE("amt_handle_monitor_usb_loop PC link is gone, will exit amt service");
+      return;
+    }
     // After a loss a round is due even when no event follows.
     if (pub_util_wait(fd, POLLIN, WAIT_MS) <= 0 && !has_lost_events) continue;
-    if (amt_usb_take_events(fd, has_lost_events)) return;
+    if (amt_usb_take_events(fd, has_lost_events)) {
+      LOG_LINE("amt_handle_monitor_usb_loop get usb disconnect event, will exit amt service");
+      return;
+    }
   }
 }
 
@@ -181,7 +205,6 @@ void amt_handle_monitor_usb_loop() {
   {
     const pub_fd socket(open_event_socket());
     watch(socket.get());
-    LOG_LINE("amt_handle_monitor_usb_loop get usb disconnect event, will exit amt service");
   }
   pub_util_clear_thread(g_handle_context.m_usb_thread);
   amt_handle_end_service(EXIT_SUCCESS);

@@ -21,5 +21,6 @@ std::string_view amt_uevent_next_string(std::span<const char>& rest);
 // that is not treated.
 bool amt_usb_take_events(int fd, bool& has_lost_events);
 
-// Thread entry. Without -u a pulled cable ends the service.
+// Thread entry. Without -u a pulled cable ends the service; with or without, so does a PC link that has hung up and
+// whose reader cannot see it for a second.
 void amt_handle_monitor_usb_loop();

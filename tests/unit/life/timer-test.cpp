@@ -14,6 +14,7 @@
 #include <iterator>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -129,6 +130,19 @@ TEST_F(Timer, Set_ThatTheSystemRefuses_LogsTheFailureAndTheSuccessLine) {
   EXPECT_THAT(m_log.texts(), testing::ElementsAre(failure_line("amt/amt-handle", "amt_timer_set", -118, "22"),
                                                   "timer_settime errorr: 22 - Invalid argument",
                                                   "setTimer success, timerId[" + number + "], timeMSec:-1. "));
+}
+
+// A thread that finds the timer's handle must not find it without its time.
+TEST_F(Timer, Start_NobodySeesItUnarmed) {
+  for (int round = 0; round < 300; ++round) {
+    std::thread other([this] {
+      while (m_timer.m_id == AMT_NO_TIMER) {
+      }
+      amt_timer_delete(m_timer);
+    });
+    EXPECT_TRUE(amt_timer_start(m_timer, never, 20000));
+    other.join();
+  }
 }
 
 // A process without room for a queued signal has no timer.

@@ -132,4 +132,14 @@ INSTANTIATE_TEST_SUITE_P(
                     station_row{"Nothing", "", 77, 0, ""}),
     [](const auto& row) { return row.param.m_name; });
 
+TEST(WholeError, UpToItsLineEnd_IsOne) {
+  EXPECT_TRUE(amt_answer_is_whole_error("\r\nERROR\r\n"));
+  EXPECT_TRUE(amt_answer_is_whole_error("\r\n^X\r\n\r\n+CME ERROR: 100\r\n"));
+  EXPECT_TRUE(amt_answer_is_whole_error("\r\n+CMS ERROR: 3\r\nrest"));
+  EXPECT_FALSE(amt_answer_is_whole_error("\r\n+CME ERROR: 100"));
+  EXPECT_FALSE(amt_answer_is_whole_error("\r\n+CME ERROR: 100\r"));
+  EXPECT_FALSE(amt_answer_is_whole_error("\r\nERROR\r"));
+  EXPECT_FALSE(amt_answer_is_whole_error("\r\nOK\r\n"));
+}
+
 }  // namespace

@@ -278,6 +278,30 @@ TEST_F(AtLink, Read_NothingMoreAfterTheRepair_FailsAfterFiveSeconds) {
   EXPECT_EQ(m_log.last(), "wait 5 seconds to read time out");
 }
 
+// The repair is no exchange of the caller's: half an answer after it is half an answer to the caller's command.
+TEST_F(AtLink, Read_HalfAnAnswerAfterTheRepair_LeavesTheRestOwed) {
+  reset_link();
+  g_handle_context.m_at_exchange.m_is_owed = true;
+  confirms("123456789012\r\nOK\r\n\r\nO");  // 18 characters, then the half
+  EXPECT_EQ(read_at(m_buffer, sizeof m_buffer, &m_length), 0);
+  EXPECT_EQ(std::string(m_buffer, m_length), "\r\nO");
+  EXPECT_TRUE(g_handle_context.m_at_exchange.m_is_owed);
+  m_at.send("K\r\n");
+  EXPECT_EQ(write_text("AT^DGSN?\r"), 0);
+  EXPECT_TRUE(m_log.has("drop from AT link: : (data_len = 3) -- 4B0D0A"));
+}
+
+// Not before its line end.
+TEST_F(AtLink, Write_AfterHalfAnError_WaitsForItsEnd) {
+  EXPECT_EQ(write_text("AT\r"), 0);
+  m_at.send("\r\n+CME ERROR: 1");
+  EXPECT_EQ(read_at(m_buffer, sizeof m_buffer, &m_length), 0);
+  EXPECT_TRUE(g_handle_context.m_at_exchange.m_is_owed);
+  m_at.send("00\r\n");
+  EXPECT_EQ(write_text("AT\r"), 0);
+  EXPECT_TRUE(m_log.has("drop from AT link: : (data_len = 4) -- 30300D0A"));
+}
+
 TEST_F(AtLink, Silence_Confirmed_Succeeds) {
   confirms("\r\nOK\r\n");
   EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), 0);

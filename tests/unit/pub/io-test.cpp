@@ -18,6 +18,7 @@
 #include <thread>
 
 #include "pub/util/signals.h"
+#include "pub/util/thread.h"
 #include "tests/unit/pub/terminals.h"
 #include "tests/unit/signal-scope.h"
 #include "tests/unit/temp-folder.h"
@@ -227,20 +228,25 @@ TEST_F(Signals, StopSignalInAWorker_ActsInAWait) {
   }).join();
 }
 
-// Fills a terminal that nobody reads, with one write.
+int g_full_terminal;
+
+void fill_terminal() {
+  static const std::string much(1 << 20, 'x');
+  pub_util_write(g_full_terminal, much.data(), much.size());
+  ADD_FAILURE() << "the write came back";
+}
+
+// A terminal that nobody reads, filled with one write.
 TEST_F(Signals, StopSignalInAWorker_ActsInAWriteWithoutRoom) {
   const terminal_pair terminal;
-  const std::string much(1 << 20, 'x');
-  std::atomic<pid_t> writer = 0;
-  std::thread worker([&] {
-    pub_util_let_thread_signal_in();
-    writer = gettid();
-    EXPECT_LT(pub_util_write(terminal.master(), much.data(), much.size()), static_cast<ssize_t>(much.size()));
-  });
-  EXPECT_TRUE(wait_for([&writer] { return writer != 0 && state_of_thread(writer) == 'S'; }));
-  EXPECT_EQ(syscall(SYS_tgkill, getpid(), writer.load(), SIGUSR1), 0);
-  worker.join();
-  EXPECT_EQ(g_handled, 1);
+  g_full_terminal = terminal.master();
+  pub_util_install_handler(SIGUSR1, pub_util_handle_thread_signal);
+  pub_thread_st writer = {};
+  ASSERT_EQ(pub_util_start_thread(writer, fill_terminal), 0);
+  const pid_t tid = writer.m_tid;
+  EXPECT_TRUE(wait_for([tid] { return state_of_thread(tid) == 'S'; }));
+  EXPECT_EQ(syscall(SYS_tgkill, getpid(), tid, SIGUSR1), 0);
+  EXPECT_TRUE(wait_for([&writer] { return bool{writer.m_is_ended}; }));
 }
 
 // It tells a thread to look again, not to leave a part of its bytes unwritten.

@@ -80,14 +80,12 @@ std::FILE* __real_fopen(const char* path, const char* mode);
 int __real_fsync(int fd);
 int __real_rename(const char* from, const char* to);
 char* __real_fgets(char* line, int size, std::FILE* file);
-int __real__Z20pub_util_run_commandPKc(const char* command);
 
 int __wrap_access(const char* path, int mode);
 std::FILE* __wrap_fopen(const char* path, const char* mode);
 int __wrap_fsync(int fd);
 int __wrap_rename(const char* from, const char* to);
 char* __wrap_fgets(char* line, int size, std::FILE* file);
-int __wrap__Z20pub_util_run_commandPKc(const char* command);
 
 int __wrap_access(const char* path, int mode) {
   return fails("access", path) ? -1 : __real_access(path, mode);
@@ -110,14 +108,6 @@ char* __wrap_fgets(char* line, int size, std::FILE* file) {
   if (lines_to_come == 0) become_folder(file);
   if (lines_to_come >= 0) --lines_to_come;
   return __real_fgets(line, size, file);
-}
-
-// What a command needs is not the records' affair.
-int __wrap__Z20pub_util_run_commandPKc(const char* command) {
-  const bool had_memory = std::exchange(has_memory, true);
-  const int status = __real__Z20pub_util_run_commandPKc(command);
-  has_memory = had_memory;
-  return status;
 }
 }  // extern "C"
 
