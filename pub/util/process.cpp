@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 
@@ -56,8 +57,12 @@ bool runs_under_name(long pid, const char* name) {
   return std::strstr(word, name) != nullptr;
 }
 
-void* wait_for_child(void* child) {
-  waitpid(static_cast<pid_t>(reinterpret_cast<std::intptr_t>(child)), nullptr, 0);
+std::atomic<pid_t> g_new_child;  // on its way to the thread that waits for it
+
+void* wait_for_child(void*) {
+  const pid_t child = g_new_child.exchange(0);
+  g_new_child.notify_all();
+  waitpid(child, nullptr, 0);
   return nullptr;
 }
 
@@ -137,13 +142,15 @@ pid_t pub_util_fork() {
 }
 
 void pub_util_reap(pid_t child) {
+  g_new_child = child;
   pthread_t thread;
-  const int error = pthread_create(&thread, nullptr, wait_for_child, reinterpret_cast<void*>(std::intptr_t{child}));
-  if (error == 0) {
-    pthread_detach(thread);
-  } else {
+  const int error = pthread_create(&thread, nullptr, wait_for_child, nullptr);
+  if (error != 0) {
     pub_log_failure(k_log, ERR_SYSTEM, "pthread_create(): %d - %s", error, std::strerror(error));
+    return;
   }
+  pthread_detach(thread);
+  g_new_child.wait(child);
 }
 
 void pub_util_raise_process_priority() {

@@ -32,6 +32,7 @@ void pub_util_create_pid_file(const char* name);
 pid_t pub_util_fork();
 
 // Takes note of the end of a child, whenever that comes, so that it does not stay a zombie: a thread waits for it.
+// One call at a time.
 void pub_util_reap(pid_t child);
 
 // Real-time class, four below its maximum priority. A failure is only logged.
