@@ -3,6 +3,7 @@
 // with the thread sanitizer, before the C library's; does what the service needs of a timer: one expiry, one thread.
 #include <pthread.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <time.h>
 
 #include <cerrno>
@@ -63,6 +64,11 @@ void* run(void* argument) {
 }  // namespace
 
 extern "C" int timer_create(clockid_t, sigevent* event, timer_t* id) {
+  rlimit pending = {};  // the system has no timer for a process that may queue no signal
+  if (getrlimit(RLIMIT_SIGPENDING, &pending) == 0 && pending.rlim_cur == 0) {
+    errno = EAGAIN;
+    return -1;
+  }
   auto timer = std::make_shared<timer_st>();
   timer->m_action = event->sigev_notify_function;
   timer->m_value = event->sigev_value;

@@ -18,7 +18,7 @@
 // Answers commands as its script says, an entry for each command; a command without an entry stays unanswered.
 class scripted_modem : public packet_link {
  public:
-  scripted_modem() : m_thread([this] { serve(); }) {}
+  scripted_modem() : m_thread([this, link = m_test] { serve(link); }) {}
   ~scripted_modem() {
     eventfd_write(m_wake, 1);
     m_thread.join();
@@ -40,8 +40,8 @@ class scripted_modem : public packet_link {
   }
 
  private:
-  void serve() {
-    for (pollfd wanted[] = {{m_wake, POLLIN, 0}, {m_test, POLLIN, 0}};;) {
+  void serve(int link) {
+    for (pollfd wanted[] = {{m_wake, POLLIN, 0}, {link, POLLIN, 0}};;) {
       poll(wanted, 2, -1);
       if (wanted[0].revents != 0) return;
       const std::lock_guard lock(m_mutex);
