@@ -316,6 +316,12 @@ TEST_F(TryToReopen, NoSuccess_LeavesTheOldDeviceUnderItsNumber) {
   fd.close();
 }
 
+TEST_F(TryToReopen, NoSuccess_LeavesTheStandardInputOpen) {
+  pub_shared_fd fd;
+  EXPECT_EQ(pub_util_try_to_reopen_device(&fd, m_folder.path("missing").c_str(), O_RDWR, 1, 0), ERR_SYSTEM);
+  EXPECT_NE(fcntl(0, F_GETFD), -1);
+}
+
 TEST_F(TryToReopen, BadArguments_AreRefused) {
   pub_shared_fd fd;
   EXPECT_EQ(pub_util_try_to_reopen_device(nullptr, "/dev/null", O_RDWR, 1, 0), ERR_ARGUMENT);

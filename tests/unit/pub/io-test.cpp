@@ -21,6 +21,7 @@
 #include "tests/unit/pub/terminals.h"
 #include "tests/unit/signal-scope.h"
 #include "tests/unit/temp-folder.h"
+#include "tests/unit/thread-state.h"
 #include "tests/unit/wait-for.h"
 
 namespace {
@@ -76,6 +77,31 @@ TEST(Read, NonBlockingDescriptor_WaitsToo) {
   char byte = 0;
   EXPECT_EQ(pub_util_read(pipe.m_read, &byte, 1), 1);
   writer.join();
+}
+
+// Both are woken by one byte, which only one of them gets; as long as they do not block in the read itself.
+TEST(Read, TwoReadersOfOneNonBlockingPipe_TheOneThatGetsNothingWaitsOn) {
+  const pipe_st pipe;
+  ASSERT_EQ(fcntl(pipe.m_read, F_SETFL, O_NONBLOCK), 0);
+  for (int round = 0; round < 200; ++round) {
+    std::atomic<int> got = 0;
+    std::atomic<int> failed = 0;
+    std::atomic<pid_t> tids[2] = {0, 0};
+    std::thread readers[2];
+    for (int n = 0; n < 2; ++n) {
+      readers[n] = std::thread([&, n] {
+        tids[n] = gettid();
+        char byte = 0;
+        ++(pub_util_read(pipe.m_read, &byte, 1) == 1 ? got : failed);
+      });
+    }
+    for (const auto& tid : tids) EXPECT_TRUE(wait_for([&tid] { return tid != 0 && state_of_thread(tid) == 'S'; }));
+    EXPECT_EQ(write(pipe.m_write, "x", 1), 1);
+    EXPECT_TRUE(wait_for([&] { return got + failed > 0; }));
+    EXPECT_EQ(write(pipe.m_write, "y", 1), 1);
+    for (auto& reader : readers) reader.join();
+    ASSERT_EQ(got, 2) << "round " << round;
+  }
 }
 
 TEST(Read, NoRoom_IsZeroAtOnce) {
@@ -172,12 +198,6 @@ class Signals : public testing::Test {
 
 void raise_here(int signo) {
   ASSERT_EQ(syscall(SYS_tgkill, getpid(), gettid(), signo), 0);
-}
-
-char state_of_thread(pid_t tid) {
-  const std::string stat = read_whole_file("/proc/self/task/" + std::to_string(tid) + "/stat");
-  const auto bracket = stat.rfind(')');
-  return bracket == std::string::npos || bracket + 2 >= stat.size() ? '?' : stat[bracket + 2];
 }
 
 TEST_F(Signals, WhileCodeRuns_AreHeld) {
@@ -298,7 +318,9 @@ TEST_F(Signals, NewThread_InheritsTheBlock) {
   std::thread([] {
     sigset_t mask;
     ASSERT_EQ(pthread_sigmask(SIG_SETMASK, nullptr, &mask), 0);
-    for (const int signo : {SIGTERM, SIGUSR2, SIGUSR1}) EXPECT_EQ(sigismember(&mask, signo), 1) << signo;
+    for (const int signo : {SIGTERM, SIGUSR2, SIGUSR1, PUB_WAKE_SIGNAL}) {
+      EXPECT_EQ(sigismember(&mask, signo), 1) << signo;
+    }
     EXPECT_EQ(sigismember(&mask, SIGINT), 0);
   }).join();
 }
@@ -317,6 +339,30 @@ TEST_F(Signals, InAHandler_AllThreeAreHeld) {
   raise_here(SIGUSR2);
   EXPECT_EQ(pub_util_wait(-1, 0, 0), 0);
   EXPECT_EQ(g_held_in_handler, 3);
+}
+
+sigset_t mask_of_this_thread() {
+  sigset_t mask;
+  EXPECT_EQ(pthread_sigmask(SIG_SETMASK, nullptr, &mask), 0);
+  return mask;
+}
+
+testing::AssertionResult is_same_mask(const sigset_t& one, const sigset_t& other) {
+  for (int signo = 1; signo < SIGRTMIN; ++signo) {
+    if (sigismember(&one, signo) != sigismember(&other, signo)) return testing::AssertionFailure() << "signal " << signo;
+  }
+  return testing::AssertionSuccess();
+}
+
+// They are let in for the call alone.
+TEST_F(Signals, AfterAReadAndAWrite_AreHeldAgain) {
+  const pipe_st pipe;
+  const sigset_t before = mask_of_this_thread();
+  ASSERT_EQ(pub_util_write(pipe.m_write, "x", 1), 1);
+  EXPECT_TRUE(is_same_mask(mask_of_this_thread(), before));
+  char byte = 0;
+  ASSERT_EQ(pub_util_read(pipe.m_read, &byte, 1), 1);
+  EXPECT_TRUE(is_same_mask(mask_of_this_thread(), before));
 }
 
 // --- waiting and sleeping
