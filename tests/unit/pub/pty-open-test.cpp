@@ -8,8 +8,8 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <thread>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
