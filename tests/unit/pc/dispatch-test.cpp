@@ -6,7 +6,9 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <string>
+#include <thread>
 #include <tuple>
 
 #include "amt/amt-handle/context/registry.h"
@@ -19,6 +21,7 @@
 #include "tests/unit/failure-line.h"
 #include "tests/unit/links.h"
 #include "tests/unit/signal-scope.h"
+#include "tests/unit/temp-folder.h"
 #include "tests/unit/thread-state.h"
 #include "tests/unit/wait-for.h"
 
@@ -401,6 +404,7 @@ void read_one_byte_of_the_modem() {
 }
 
 // A pipe's end for reading: a write to it fails as one to a closed device does, and its reader is not woken by that.
+// The modem is away for a moment, so that the reader waits in between, too.
 TEST_F(Reopen, ReaderThatWaits_ReadsTheNewDevice) {
   const signal_scope signals;
   int ends[2];
@@ -412,7 +416,15 @@ TEST_F(Reopen, ReaderThatWaits_ReadsTheNewDevice) {
   pub_thread_st& reader = g_handle_context.m_modem_thread;
   ASSERT_EQ(pub_util_start_thread(reader, read_one_byte_of_the_modem), 0);
   EXPECT_TRUE(wait_for([&reader] { return state_of_thread(reader.m_tid) == 'S'; }));
+  const temp_folder folder;
+  set_device(g_amt_cfg.m_tty_modem_a, folder.path("modem"));
+  std::thread return_of_the_modem([this, &folder, &reader] {
+    EXPECT_TRUE(wait_for([this] { return m_log.contains("/modem\" fail: 2"); }));
+    EXPECT_TRUE(wait_for([&reader] { return state_of_thread(reader.m_tid) == 'S'; }));
+    std::filesystem::create_symlink(m_fresh.name(), folder.path("modem"));
+  });
   EXPECT_EQ(receive("ATI\r"), 0);
+  return_of_the_modem.join();
   m_fresh.send("x");
   EXPECT_TRUE(wait_for([] { return g_has_read.load(); }));
   if (!g_has_read) pub_util_kill_thread(&reader);
