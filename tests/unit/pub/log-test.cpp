@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdarg>
@@ -175,6 +177,27 @@ TEST_F(Log, EveryKind_KeepsErrno) {
   EXPECT_EQ(errno, 17);
   pub_log_dump(k_log, "x", bytes);
   EXPECT_EQ(errno, 17);
+}
+
+int g_status_of_the_child = -1;
+
+// Called inside the log, so that the child inherits a writer that it does not have.
+void logger_that_forks(const __android_logger_data*, const char*) {
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(10);
+    pub_log_resume(true);
+    pub_log_pause();
+    pub_log_resume(false);
+    _exit(0);
+  }
+  waitpid(child, &g_status_of_the_child, 0);
+}
+
+TEST_F(Log, ForkedWithAThreadInside_ChildDoesNotWaitForIt) {
+  __android_log_set_logger(logger_that_forks);
+  LOG_LINE("x");
+  EXPECT_EQ(g_status_of_the_child, 0);
 }
 
 TEST(LogBelowPriority, EveryKind_IsSilentAndFormatsNothing) {

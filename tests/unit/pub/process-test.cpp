@@ -11,14 +11,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <initializer_list>
 #include <string>
-#include <thread>
 
-#include "pub/log.h"
 #include "pub/result.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
@@ -438,40 +435,6 @@ TEST_F(Priority, NoMaximum_IsOnlyLogged) {
   EXPECT_THAT(m_log.texts(),
               ElementsAre("pub_util_raise_process_priority()", "sys call: sched_get_priority_max() failed! errno = 22",
                           failure_line("util/util", "pub_util_raise_process_priority", -118, "22")));
-}
-
-constexpr pub_log_module_st k_log{"a-tag", "a/module"};
-
-void log_to_nowhere(const __android_logger_data*, const char*) {}
-
-// The fork catches threads on their way into the log and out of it. A child that inherits one as a writer would wait
-// for it for ever.
-TEST(Fork, BesideThreadsThatLog_ChildMayPauseTheLog) {
-  const log_capture log;
-  __android_log_set_logger(log_to_nowhere);
-  std::atomic<bool> is_over = false;
-  std::thread loggers[3];
-  for (auto& logger : loggers) {
-    logger = std::thread([&is_over] {
-      while (!is_over) LOG_LINE("x");
-    });
-  }
-  for (int n = 0; n < 500 && !testing::Test::HasFailure(); ++n) {
-    const pid_t child = pub_util_fork();
-    if (child == 0) {
-      alarm(10);
-      pub_log_pause();
-      pub_log_resume(false);
-      LOG_LINE("x");
-      _exit(0);
-    }
-    ASSERT_GT(child, 0);
-    int status = -1;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0) << "child " << n;
-  }
-  is_over = true;
-  for (auto& logger : loggers) logger.join();
 }
 
 }  // namespace
