@@ -83,6 +83,12 @@ TEST_F(FdMode, Blocking_ClearsTheFlagAndOtherFlagsStay) {
   EXPECT_TRUE(m_log.contains("is_nonblock_mode[0]"));
 }
 
+TEST_F(FdMode, DescriptorZero_IsADescriptorLikeAnyOther) {
+  const int flags = fcntl(0, F_GETFL);
+  ASSERT_NE(flags, -1);
+  EXPECT_EQ(pub_util_set_fd_mode(0, (flags & O_NONBLOCK) != 0), ERR_NONE);
+}
+
 TEST_F(FdMode, NegativeDescriptor_IsABadArgument) {
   EXPECT_EQ(pub_util_set_fd_mode(-1, true), ERR_ARGUMENT);
   EXPECT_THAT(m_log.texts(),

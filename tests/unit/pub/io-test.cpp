@@ -15,6 +15,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <thread>
 
@@ -507,6 +508,17 @@ TEST(SharedDescriptor, Taken_ClosesTheOneBefore) {
   EXPECT_EQ(fcntl(first, F_GETFD), -1);
   EXPECT_NE(fcntl(second, F_GETFD), -1);
   fd.close();
+}
+
+// The program was started without its standard output, and its place was taken.
+TEST(SharedDescriptor, NumberOne_IsClosedToo) {
+  std::fflush(stdout);
+  const pub_fd kept(fcntl(1, F_DUPFD_CLOEXEC, 3));
+  pub_shared_fd fd(1);
+  fd.take(pub_fd());
+  const bool is_closed = fcntl(1, F_GETFD) == -1;
+  ASSERT_EQ(dup2(kept.get(), 1), 1);
+  EXPECT_TRUE(is_closed);
 }
 
 TEST(SharedDescriptor, Abandoned_CountsAsClosedButStaysOpen) {
