@@ -33,6 +33,13 @@ struct decode_row {
   const char* m_bytes;
 };
 
+// Digits behind the end of an even text are not its own.
+TEST(HexDecodeShort, EvenTextInALongerOne_EndsAtItsEnd) {
+  byte_string bytes(2, 0xCC);
+  amt_hex_decode(std::string_view("12FF").substr(0, 2), bytes);
+  EXPECT_EQ(to_hex(bytes), "12 00");
+}
+
 class HexDecode : public testing::TestWithParam<decode_row> {};
 
 TEST_P(HexDecode, Text_FillsTheBytesAskedFor) {

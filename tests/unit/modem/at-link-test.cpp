@@ -420,6 +420,17 @@ TEST_F(AtLink, Silence_HungUpLink_IsASystemFailure) {
   EXPECT_TRUE(m_log.contains("FUNC-disable_unsolicited_code(), error_code=-118, errno=5"));
 }
 
+TEST_F(AtLink, Silence_HungUpInsteadOfAnAnswer_IsASystemFailureAtOnce) {
+  std::thread modem([this] {
+    EXPECT_EQ(m_at.receive_once(10), "AT^DLKS=0\r");
+    m_at.hang_up();
+  });
+  EXPECT_EQ(disable_unsolicited_code(g_handle_context.m_fd_at), ERR_SYSTEM);
+  modem.join();
+  EXPECT_EQ(m_log.count("sys call: read() failed! errno = 5"), 1u);
+  EXPECT_FALSE(m_log.contains("tries."));
+}
+
 // Waits its five seconds.
 TEST_F(AtLink, Silence_LinkThatTakesNothing_IsATimeOut) {
   socket_link link;

@@ -1,4 +1,5 @@
 // From normal mode into factory test, and the AMT1 flag.
+#include <chrono>
 #include <csignal>
 
 #include "amt/amt-handle/modem/mode.h"
@@ -34,6 +35,16 @@ TEST_F(NormalToAmt, ModemSwitched_AnswersSetsThePropertiesAndEnds) {
   EXPECT_EQ(phone_root::get_property("sys.usb.config"), "serial,adb");
   EXPECT_EQ(phone_root::get_property("ctl.stop"), "vx-kro-mla0");
   EXPECT_EQ(g_ends, 1);
+}
+
+// The answer needs time to get out.
+TEST_F(NormalToAmt, End_ComesHalfASecondAfterTheAnswer) {
+  modem_says({"\r\nOK\r\n"});
+  modem_says({"\r\nOK\r\n"});
+  const auto begin = std::chrono::steady_clock::now();
+  run(amt_handle_normal_to_amt, TO_AMT_4);
+  EXPECT_EQ(g_ends, 1);
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(500));
 }
 
 TEST_F(NormalToAmt, Steps_ComeInTheirOrder) {

@@ -239,6 +239,28 @@ TEST_F(StationRead, LinkThatFails_IsAnsweredWithAnErrorResponse) {
   EXPECT_TRUE(m_log.has("amt_modem_read_test_result ret_val[-100] station_num[7] station_result[0]"));
 }
 
+TEST_F(StationRead, LineAndErrorInOneRead_TakesNothing) {
+  modem_says({"\r\n^DATOMR: 5,1\r\n\r\nERROR\r\n"});
+  EXPECT_EQ(run(amt_modem_read_test_result, READ_7), ERR_NONE);
+  EXPECT_EQ(to_app(), READ_FAILURE);
+  EXPECT_TRUE(m_log.has("amt_modem_read_test_result ret_val[-100] station_num[7] station_result[0]"));
+}
+
+// The line is still in the record when the next read fails.
+TEST_F(StationRead, LinkThatFailsAfterTheLine_TakesTheLineOnce) {
+  packet_link link;
+  set_link(g_handle_context.m_fd_at, link.service_end());
+  std::thread modem([&link] {
+    EXPECT_EQ(link.receive_once(64), "AT^DATOMR=1,7\r");
+    link.send("\r\n^DATOMR: 5,1\r\n");
+    link.hang_up();
+  });
+  EXPECT_EQ(run(amt_modem_read_test_result, READ_7), ERR_NONE);
+  modem.join();
+  EXPECT_EQ(to_app(), READ_FAILURE);
+  EXPECT_EQ(m_log.count("amt_modem_read_test_result station_num[5]"), 1u);
+}
+
 TEST_F(StationRead, BadArgumentsAndNoModem_AreRefused) {
   expect_refusals(amt_modem_read_test_result, "amt_modem_read_test_result");
   expect_refusal_without_modem(amt_modem_read_test_result);

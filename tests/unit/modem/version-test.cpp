@@ -124,6 +124,23 @@ TEST_F(AppVersion, ModemsPartWithAnotherModule_IsRefused) {
   EXPECT_EQ(to_modem(), "");
 }
 
+TEST_F(AppVersion, ModemsPartWithABadArgument_IsRefused) {
+  auto& request = g_handle_context.m_request;
+  auto& response = g_handle_context.m_response;
+  const auto part = handle_amt_req_l1_hls_version;
+  set_message(request, "x");
+  EXPECT_EQ(part(255, 17, &request, &response), ERR_ARGUMENT);
+  EXPECT_TRUE(has_failure("handle_amt_req_l1_hls_version", ERR_ARGUMENT, "1, module_en:17, 0, 0, 0"));
+  EXPECT_EQ(part(AMT_LINK_APP, 17, nullptr, &response), ERR_ARGUMENT);
+  EXPECT_TRUE(has_failure("handle_amt_req_l1_hls_version", ERR_ARGUMENT, "0, module_en:17, 1, 0, 0"));
+  EXPECT_EQ(part(AMT_LINK_APP, 17, &request, nullptr), ERR_ARGUMENT);
+  EXPECT_TRUE(has_failure("handle_amt_req_l1_hls_version", ERR_ARGUMENT, "0, module_en:17, 0, 0, 1"));
+  request.m_buf_len = 0;
+  EXPECT_EQ(part(AMT_LINK_APP, 18, &request, &response), ERR_ARGUMENT);
+  EXPECT_TRUE(has_failure("handle_amt_req_l1_hls_version", ERR_ARGUMENT, "0, module_en:18, 0, 1, 0"));
+  EXPECT_EQ(to_modem() + to_app(), "");
+}
+
 TEST(ModuleName, EveryCode_HasItsName) {
   EXPECT_STREQ(amt_get_module_name(1), "AMT_PRODUCT_MODULE");
   EXPECT_STREQ(amt_get_module_name(16), "AMT_SOFTWARE_MODULE");

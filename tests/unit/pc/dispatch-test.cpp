@@ -1,9 +1,14 @@
 #include "amt/amt-handle/pc/dispatch.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
+#include <csignal>
+#include <filesystem>
 #include <string>
+#include <thread>
 #include <tuple>
 
 #include "amt/amt-handle/context/registry.h"
@@ -11,8 +16,14 @@
 #include "amt/amt-handle/modem/version.h"
 #include "amt/amt-handle/pc/version.h"
 #include "pub/result.h"
+#include "pub/util/io.h"
+#include "pub/util/thread.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/links.h"
+#include "tests/unit/signal-scope.h"
+#include "tests/unit/temp-folder.h"
+#include "tests/unit/thread-state.h"
+#include "tests/unit/wait-for.h"
 
 namespace {
 
@@ -237,6 +248,13 @@ TEST_F(Dispatch, FrameOfId255_IsHandledLikeTextButForTheMode) {
   EXPECT_TRUE(m_log.contains("handle_context_st.m_handle_pc_func_a[255] ="));
 }
 
+// Text has the id 255, which no handler can have; and what lies behind the handlers is none.
+TEST_F(Dispatch, Text_WhateverLiesBehindTheHandlers_GoesToTheModem) {
+  g_handle_context.m_pc_pre_response_a.fill(amt_pre_response_en::BY_HANDLER);
+  EXPECT_EQ(receive("ATI\r"), 0);
+  EXPECT_EQ(m_modem.received(), "ATI\r");
+}
+
 TEST_F(Dispatch, FrameOfId254_IsTheLastWithAHandler) {
   serve(254);
   EXPECT_EQ(receive(request_frame(254)), 0);
@@ -374,6 +392,43 @@ TEST_F(Reopen, ClosedModem_IsOpenedAnew) {
   EXPECT_TRUE(m_log.has(reopened_line()));
   EXPECT_EQ(receive("ATI\r"), 0);
   EXPECT_EQ(m_fresh.received(), "ATI\r");
+}
+
+std::atomic<bool> g_has_read;
+
+void read_one_byte_of_the_modem() {
+  char byte = 0;
+  while (pub_util_read(g_handle_context.m_fd_modem, &byte, 1) != 1) {
+  }
+  g_has_read = true;
+}
+
+// A pipe's end for reading: a write to it fails as one to a closed device does, and its reader is not woken by that.
+// The modem is away for a moment, so that the reader waits in between, too.
+TEST_F(Reopen, ReaderThatWaits_ReadsTheNewDevice) {
+  const signal_scope signals;
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  set_link(g_handle_context.m_fd_modem, ends[0]);
+  const pub_fd writing_end(ends[1]);
+  pub_util_install_handler(SIGUSR1, pub_util_handle_thread_signal);
+  g_has_read = false;
+  pub_thread_st& reader = g_handle_context.m_modem_thread;
+  ASSERT_EQ(pub_util_start_thread(reader, read_one_byte_of_the_modem), 0);
+  EXPECT_TRUE(wait_for([&reader] { return state_of_thread(reader.m_tid) == 'S'; }));
+  const temp_folder folder;
+  set_device(g_amt_cfg.m_tty_modem_a, folder.path("modem"));
+  std::thread return_of_the_modem([this, &folder, &reader] {
+    EXPECT_TRUE(wait_for([this] { return m_log.contains("/modem\" fail: 2"); }));
+    EXPECT_TRUE(wait_for([&reader] { return state_of_thread(reader.m_tid) == 'S'; }));
+    std::filesystem::create_symlink(m_fresh.name(), folder.path("modem"));
+  });
+  EXPECT_EQ(receive("ATI\r"), 0);
+  return_of_the_modem.join();
+  m_fresh.send("x");
+  EXPECT_TRUE(wait_for([] { return g_has_read.load(); }));
+  if (!g_has_read) pub_util_kill_thread(&reader);
+  EXPECT_TRUE(wait_for([&reader] { return reader.m_is_ended.load(); }));
 }
 
 TEST_F(Reopen, DeviceThatIsNoUart_KeepsItsSpeed) {

@@ -83,6 +83,12 @@ TEST_F(FdMode, Blocking_ClearsTheFlagAndOtherFlagsStay) {
   EXPECT_TRUE(m_log.contains("is_nonblock_mode[0]"));
 }
 
+TEST_F(FdMode, DescriptorZero_IsADescriptorLikeAnyOther) {
+  const int flags = fcntl(0, F_GETFL);
+  ASSERT_NE(flags, -1);
+  EXPECT_EQ(pub_util_set_fd_mode(0, (flags & O_NONBLOCK) != 0), ERR_NONE);
+}
+
 TEST_F(FdMode, NegativeDescriptor_IsABadArgument) {
   EXPECT_EQ(pub_util_set_fd_mode(-1, true), ERR_ARGUMENT);
   EXPECT_THAT(m_log.texts(),
@@ -314,6 +320,12 @@ TEST_F(TryToReopen, NoSuccess_LeavesTheOldDeviceUnderItsNumber) {
   EXPECT_EQ(fd, number);
   EXPECT_EQ(read_all(number), "old");
   fd.close();
+}
+
+TEST_F(TryToReopen, NoSuccess_LeavesTheStandardInputOpen) {
+  pub_shared_fd fd;
+  EXPECT_EQ(pub_util_try_to_reopen_device(&fd, m_folder.path("missing").c_str(), O_RDWR, 1, 0), ERR_SYSTEM);
+  EXPECT_NE(fcntl(0, F_GETFD), -1);
 }
 
 TEST_F(TryToReopen, BadArguments_AreRefused) {

@@ -1,5 +1,6 @@
 #include "pub/util/io.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,6 +15,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <thread>
 
@@ -22,7 +24,25 @@
 #include "tests/unit/pub/terminals.h"
 #include "tests/unit/signal-scope.h"
 #include "tests/unit/temp-folder.h"
+#include "tests/unit/thread-state.h"
 #include "tests/unit/wait-for.h"
+
+namespace {
+
+std::atomic<int> g_promises = 0;  // how often a wait is to say that a byte is there, without looking
+
+}  // namespace
+
+// Takes the C library's place: when another process takes a byte first is up to the system.
+extern "C" int ppoll(pollfd* wanted, nfds_t count, const timespec* timeout, const sigset_t* mask) {
+  if (g_promises > 0) {
+    --g_promises;
+    wanted[0].revents = POLLIN;
+    return 1;
+  }
+  static const auto real = reinterpret_cast<decltype(&ppoll)>(dlsym(RTLD_NEXT, "ppoll"));
+  return real(wanted, count, timeout, mask);
+}
 
 namespace {
 
@@ -175,12 +195,6 @@ void raise_here(int signo) {
   ASSERT_EQ(syscall(SYS_tgkill, getpid(), gettid(), signo), 0);
 }
 
-char state_of_thread(pid_t tid) {
-  const std::string stat = read_whole_file("/proc/self/task/" + std::to_string(tid) + "/stat");
-  const auto bracket = stat.rfind(')');
-  return bracket == std::string::npos || bracket + 2 >= stat.size() ? '?' : stat[bracket + 2];
-}
-
 TEST_F(Signals, WhileCodeRuns_AreHeld) {
   raise_here(SIGTERM);
   raise_here(SIGUSR2);
@@ -304,7 +318,9 @@ TEST_F(Signals, NewThread_InheritsTheBlock) {
   std::thread([] {
     sigset_t mask;
     ASSERT_EQ(pthread_sigmask(SIG_SETMASK, nullptr, &mask), 0);
-    for (const int signo : {SIGTERM, SIGUSR2, SIGUSR1}) EXPECT_EQ(sigismember(&mask, signo), 1) << signo;
+    for (const int signo : {SIGTERM, SIGUSR2, SIGUSR1, PUB_WAKE_SIGNAL}) {
+      EXPECT_EQ(sigismember(&mask, signo), 1) << signo;
+    }
     EXPECT_EQ(sigismember(&mask, SIGINT), 0);
   }).join();
 }
@@ -323,6 +339,94 @@ TEST_F(Signals, InAHandler_AllThreeAreHeld) {
   raise_here(SIGUSR2);
   EXPECT_EQ(pub_util_wait(-1, 0, 0), 0);
   EXPECT_EQ(g_held_in_handler, 3);
+}
+
+// Two threads that wait for one byte each. One byte wakes both: the one that gets nothing has to wait on, whether that
+// is in the read itself (where a signal may interrupt it) or, on a descriptor that does not block, again before it.
+class two_readers {
+ public:
+  explicit two_readers(int fd) {
+    for (int n = 0; n < 2; ++n) {
+      m_threads[n] = std::thread([this, fd, n] {
+        m_tids[n] = gettid();
+        char byte = 0;
+        m_results[n] = static_cast<int>(pub_util_read(fd, &byte, 1));
+      });
+    }
+    for (int n = 0; n < 2; ++n) EXPECT_TRUE(wait_for([this, n] { return is_waiting(n); }));
+  }
+  ~two_readers() {
+    for (auto& thread : m_threads) thread.join();
+    EXPECT_EQ(m_results[0], 1);
+    EXPECT_EQ(m_results[1], 1);
+  }
+  two_readers(const two_readers&) = delete;
+  two_readers& operator=(const two_readers&) = delete;
+
+  bool has_one_read() const { return m_results[0] != RUNNING || m_results[1] != RUNNING; }
+
+ private:
+  static constexpr int RUNNING = 99;
+  bool is_waiting(int n) const { return m_tids[n] != 0 && state_of_thread(m_tids[n]) == 'S'; }
+
+  std::atomic<pid_t> m_tids[2] = {0, 0};
+  std::atomic<int> m_results[2] = {RUNNING, RUNNING};
+  std::thread m_threads[2];
+};
+
+constexpr int RACES = 200;  // whether both have looked before one of them reads is up to the system
+
+TEST_F(Signals, TwoReadersOfAPipeThatDoesNotBlock_TheSlowerWaitsOn) {
+  const pipe_st pipe;
+  ASSERT_EQ(fcntl(pipe.m_read, F_SETFL, O_NONBLOCK), 0);
+  for (int race = 0; race < RACES && !HasFailure(); ++race) {
+    two_readers readers(pipe.m_read);
+    EXPECT_EQ(write(pipe.m_write, "x", 1), 1);
+    EXPECT_TRUE(wait_for([&readers] { return readers.has_one_read(); }));
+    EXPECT_EQ(write(pipe.m_write, "y", 1), 1);
+  }
+}
+
+// As after a fork: the other process was faster, and this one blocks in the read.
+TEST_F(Signals, DuringAReadThatWasPromisedAByte_ActAndTheReadGoesOn) {
+  const pipe_st pipe;
+  g_answer_fd = pipe.m_write;
+  const pid_t reader = gettid();
+  g_promises = 1;
+  std::thread sender([reader] {
+    EXPECT_TRUE(wait_for([reader] { return g_promises == 0 && state_of_thread(reader) == 'S'; }));
+    EXPECT_EQ(syscall(SYS_tgkill, getpid(), reader, SIGTERM), 0);
+  });
+  char byte = 0;
+  EXPECT_EQ(pub_util_read(pipe.m_read, &byte, 1), 1);
+  EXPECT_EQ(byte, 's');  // what the handler wrote
+  EXPECT_EQ(g_handled, 1);
+  sender.join();
+}
+
+sigset_t mask_of_this_thread() {
+  sigset_t mask;
+  EXPECT_EQ(pthread_sigmask(SIG_SETMASK, nullptr, &mask), 0);
+  return mask;
+}
+
+testing::AssertionResult is_same_mask(const sigset_t& one, const sigset_t& other) {
+  for (int signo = 1; signo < SIGRTMIN; ++signo) {
+    if (sigismember(&one, signo) != sigismember(&other, signo))
+      return testing::AssertionFailure() << "signal " << signo;
+  }
+  return testing::AssertionSuccess();
+}
+
+// They are let in for the call alone.
+TEST_F(Signals, AfterAReadAndAWrite_AreHeldAgain) {
+  const pipe_st pipe;
+  const sigset_t before = mask_of_this_thread();
+  ASSERT_EQ(pub_util_write(pipe.m_write, "x", 1), 1);
+  EXPECT_TRUE(is_same_mask(mask_of_this_thread(), before));
+  char byte = 0;
+  ASSERT_EQ(pub_util_read(pipe.m_read, &byte, 1), 1);
+  EXPECT_TRUE(is_same_mask(mask_of_this_thread(), before));
 }
 
 // --- waiting and sleeping
@@ -410,6 +514,17 @@ TEST(SharedDescriptor, Taken_ClosesTheOneBefore) {
   EXPECT_EQ(fcntl(first, F_GETFD), -1);
   EXPECT_NE(fcntl(second, F_GETFD), -1);
   fd.close();
+}
+
+// The program was started without its standard output, and its place was taken.
+TEST(SharedDescriptor, NumberOne_IsClosedToo) {
+  std::fflush(stdout);
+  const pub_fd kept(fcntl(1, F_DUPFD_CLOEXEC, 3));
+  pub_shared_fd fd(1);
+  fd.take(pub_fd());
+  const bool is_closed = fcntl(1, F_GETFD) == -1;
+  ASSERT_EQ(dup2(kept.get(), 1), 1);
+  EXPECT_TRUE(is_closed);
 }
 
 TEST(SharedDescriptor, Abandoned_CountsAsClosedButStaysOpen) {

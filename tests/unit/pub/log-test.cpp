@@ -4,8 +4,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <cstdarg>
 #include <string>
 #include <vector>
 
@@ -14,7 +17,7 @@
 
 namespace {
 
-bool g_is_errno_broken_by_the_question = false;
+bool g_is_errno_broken_by_the_library = false;
 
 }  // namespace
 
@@ -23,8 +26,16 @@ extern "C" int __android_log_is_loggable(int priority, const char* tag, int defa
   static const auto real =
       reinterpret_cast<decltype(&__android_log_is_loggable)>(dlsym(RTLD_NEXT, "__android_log_is_loggable"));
   const int answer = real(priority, tag, default_priority);
-  if (g_is_errno_broken_by_the_question) errno = 98;
+  if (g_is_errno_broken_by_the_library) errno = 98;
   return answer;
+}
+
+// The same for the line itself: not every library keeps errno.
+extern "C" int __android_log_vprint(int priority, const char* tag, const char* format, va_list arguments) {
+  static const auto real = reinterpret_cast<decltype(&__android_log_vprint)>(dlsym(RTLD_NEXT, "__android_log_vprint"));
+  const int result = real(priority, tag, format, arguments);
+  if (g_is_errno_broken_by_the_library) errno = 97;
+  return result;
 }
 
 namespace {
@@ -131,14 +142,14 @@ TEST_F(Log, DumpOfAFullRecord_IsCutAndMarked) {
   EXPECT_THAT(m_log.texts(), ElementsAre("x: (data_len = 4096) -- " + repeated("01", 250) + "..."));
 }
 
-TEST_F(Log, QuestionWhetherToLogBreaksErrno_LinesShowItAsItWas) {
-  g_is_errno_broken_by_the_question = true;
+TEST_F(Log, LibraryThatBreaksErrno_LinesShowItAsItWas) {
+  g_is_errno_broken_by_the_library = true;
   errno = 13;
   LOG_LINE("x");
   pub_log_sys_call(k_log, "open");
   pub_log_failure({k_log, 7}, -1);
   const int error = errno;
-  g_is_errno_broken_by_the_question = false;
+  g_is_errno_broken_by_the_library = false;
   EXPECT_EQ(error, 13);
   EXPECT_THAT(m_log.texts(), ElementsAre("x", "sys call: open() failed! errno = 13",
                                          "FILE-a/module, LINE-7, FUNC-TestBody(), error_code=-1, errno=13"));
@@ -166,6 +177,27 @@ TEST_F(Log, EveryKind_KeepsErrno) {
   EXPECT_EQ(errno, 17);
   pub_log_dump(k_log, "x", bytes);
   EXPECT_EQ(errno, 17);
+}
+
+int g_status_of_the_child = -1;
+
+// Called inside the log, so that the child inherits a writer that it does not have.
+void logger_that_forks(const __android_logger_data*, const char*) {
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(10);
+    pub_log_resume(true);
+    pub_log_pause();
+    pub_log_resume(false);
+    _exit(0);
+  }
+  waitpid(child, &g_status_of_the_child, 0);
+}
+
+TEST_F(Log, ForkedWithAThreadInside_ChildDoesNotWaitForIt) {
+  __android_log_set_logger(logger_that_forks);
+  LOG_LINE("x");
+  EXPECT_EQ(g_status_of_the_child, 0);
 }
 
 TEST(LogBelowPriority, EveryKind_IsSilentAndFormatsNothing) {

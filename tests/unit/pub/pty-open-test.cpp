@@ -8,8 +8,10 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <string>
 #include <thread>
 #include <tuple>
+#include <vector>
 
 #include "pub/pty/pty.h"
 #include "pub/result.h"
@@ -19,9 +21,23 @@
 
 namespace {
 
-std::string g_slave_name;  // empty: the system's
+struct owner_st {
+  std::string m_path;
+  uid_t m_user;
+  gid_t m_group;
+  bool operator==(const owner_st&) const = default;
+};
+
+std::string g_slave_name;        // empty: the system's
+std::vector<owner_st> g_owners;  // what was to be given away, and to whom
 
 }  // namespace
+
+// Takes the C library's place: only root may give a file away.
+extern "C" int chown(const char* path, uid_t user, gid_t group) noexcept {
+  g_owners.push_back({path, user, group});
+  return 0;
+}
 
 // Takes the C library's place: the names that a system gives are short.
 extern "C" int ptsname_r(int master, char* name, size_t size) noexcept {
@@ -73,6 +89,20 @@ TEST_F(PtyOpen, Mapping_LeadsToTheSlave) {
   ASSERT_EQ(stat(mapping().c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 0777, 0660u);
   EXPECT_EQ(fcntl(m_pty.m_ptm_fd, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+}
+
+TEST_F(PtyOpen, Mapping_IsGivenToTheApplicationsUserAndGroup) {
+  g_owners.clear();
+  ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
+  EXPECT_EQ(g_owners, (std::vector<owner_st>{{mapping(), 1000, 1001}}));
+}
+
+TEST_F(PtyOpen, LongerNameBefore_LeavesNothingInTheLink) {
+  std::fill_n(m_pty.m_pts_name_a, sizeof m_pty.m_pts_name_a - 1, 'x');
+  ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
+  char name[64] = "";
+  ASSERT_EQ(ptsname_r(m_pty.m_ptm_fd, name, sizeof name), 0);
+  EXPECT_EQ(std::filesystem::read_symlink(mapping()), name);
 }
 
 TEST_F(PtyOpen, Bytes_PassBothWaysUnchanged) {

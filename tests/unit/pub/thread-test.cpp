@@ -16,6 +16,7 @@
 #include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
 #include "tests/unit/signal-scope.h"
+#include "tests/unit/thread-state.h"
 #include "tests/unit/wait-for.h"
 
 namespace {
@@ -207,6 +208,37 @@ TEST_F(Thread, SignalThatCannotBeSent_GivesItsErrorNumber) {
   EXPECT_THAT(m_log.texts(),
               ElementsAre("pub_util_kill_thread()", failure_line("util/util", "pub_util_kill_thread", -118),
                           "pthread_kill(): 22 - Invalid argument"));
+}
+
+// A poll goes on watching the file that it has begun with.
+TEST_F(Thread, WakeReadingThreadWhosePipeWasReplaced_ReadsTheNewOne) {
+  const pid_t tid = start(read_for_ever);
+  EXPECT_TRUE(wait_for([tid] { return state_of_thread(tid) == 'S'; }));
+  int other[2];
+  ASSERT_EQ(pipe2(other, O_CLOEXEC), 0);
+  const int old = fcntl(g_pipe[0], F_DUPFD_CLOEXEC, 0);  // the old one is not closed, which would wake the thread
+  EXPECT_EQ(dup3(other[0], g_pipe[0], O_CLOEXEC), g_pipe[0]);
+  pub_util_wake_thread(g_thread);
+  EXPECT_EQ(write(other[1], "x", 1), 1);
+  const bool is_read = has_left();
+  EXPECT_TRUE(is_read);
+  if (!is_read) pub_util_kill_thread(&g_thread);
+  EXPECT_TRUE(is_gone(tid));
+  for (const int fd : {old, other[0], other[1]}) close(fd);
+}
+
+bool is_wake_pending() {
+  sigset_t pending;
+  EXPECT_EQ(sigpending(&pending), 0);
+  return sigismember(&pending, PUB_WAKE_SIGNAL) == 1;
+}
+
+TEST_F(Thread, WakeThreadThatHasEnded_SparesTheNextOwnerOfItsId) {
+  pub_thread_st old = {};
+  old.m_tid = gettid();
+  old.m_is_ended = true;
+  pub_util_wake_thread(old);
+  EXPECT_FALSE(is_wake_pending());
 }
 
 TEST_F(Thread, ClearedByItself_IsNotMarkedAsEnded) {

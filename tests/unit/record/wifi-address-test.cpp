@@ -146,6 +146,13 @@ TEST_F(WifiAddress, ReadOfALongLine_LogsTheLengthThatWasCopied) {
   }
 }
 
+TEST_F(WifiAddress, ReadIntoNoByte_IsRefusedAndWritesNothing) {
+  write(RECORD, "AA\n");
+  char byte = 'x';
+  EXPECT_EQ(amt_read_wifi_address(&byte, 0), ERR_FAIL);
+  EXPECT_EQ(byte, 'x');
+}
+
 TEST_F(WifiAddress, ReadIntoOneByte_GivesNothing) {
   write(RECORD, "AA\n");
   char byte = 'x';

@@ -6,10 +6,25 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
 #include "tests/unit/phone-root.h"
+
+namespace {
+
+std::vector<std::string> g_commands;  // of the shell
+
+}  // namespace
+
+// The linker sends the service's shell commands here: in the sandbox there is one group only, so chgrp changes nothing.
+extern "C" int __real__Z20pub_util_run_commandPKc(const char* command);
+extern "C" int __wrap__Z20pub_util_run_commandPKc(const char* command);
+extern "C" int __wrap__Z20pub_util_run_commandPKc(const char* command) {
+  g_commands.emplace_back(command);
+  return __real__Z20pub_util_run_commandPKc(command);
+}
 
 namespace {
 
@@ -18,6 +33,7 @@ namespace fs = std::filesystem;
 class MakeFolder : public testing::Test {
  protected:
   MakeFolder() {
+    g_commands.clear();
     phone_root::remove("/amt/new");
     fs::create_directories("/amt");
   }
@@ -35,6 +51,7 @@ TEST_F(MakeFolder, Missing_IsMadeAndOpenedToItsUsers) {
   EXPECT_EQ(amt_make_folder("/amt/new"), 0);
   EXPECT_TRUE(fs::is_directory("/amt/new"));
   EXPECT_EQ(mode_of("/amt/new"), 0766u);
+  EXPECT_THAT(g_commands, testing::ElementsAre("chgrp -R radio /amt/new", "chmod 766 /amt/new"));
   EXPECT_TRUE(m_log.has("amt_make_folder: /amt/new does not exist.\r\n"));
   EXPECT_TRUE(m_log.has("amt_make_folder mkdir(/amt/new) successfully"));
 }

@@ -1,37 +1,28 @@
-// The reader of the modem data link. Its end is the end of the process: it runs in a child, which reports its log.
+// The reader of the modem data link.
 #include "amt/amt-handle/service/modem-link.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cstdio>
-#include <cstdlib>
-
-#include "tests/unit/links.h"
+#include "tests/unit/service/ending-link.h"
 
 namespace {
 
+using std::chrono::milliseconds;
 using testing::AllOf;
 using testing::ContainsRegex;
 using testing::ExitedWithCode;
 using testing::HasSubstr;
 using testing::Not;
 
-const log_capture* g_log = nullptr;
-
-void tell_log() {
-  for (const auto& line : g_log->texts()) std::fprintf(stderr, "%s\n", line.c_str());
-}
-
-class ModemLink : public context_test {
+class ModemLink : public ending_link_test {
  protected:
-  ModemLink() { g_log = &m_log; }
-  static void read_to_the_end() {
-    alarm(20);  // a reader that goes on would keep the test waiting for ever
-    std::atexit(tell_log);
-    amt_handle_read_modem_loop();
-  }
+  static void read_to_the_end() { ending_link_test::read_to_the_end(amt_handle_read_modem_loop); }
 };
+
+// A device that is always ready and gives nothing.
+TEST_F(ModemLink, EmptyReads_ArePausedAndNothingGoesToThePc) {
+  set_link(g_handle_context.m_fd_modem, open("/dev/null", O_RDWR | O_CLOEXEC));
+  EXPECT_EXIT(read_emptiness(amt_handle_read_modem_loop, "modem read empty data", milliseconds(100)),
+              ExitedWithCode(PATIENT), Not(HasSubstr("write to pc")));
+}
 
 TEST_F(ModemLink, PcThatFails_EndsTheServiceAfterTheBlock) {
   set_link(g_handle_context.m_fd_pc, open_full_device());

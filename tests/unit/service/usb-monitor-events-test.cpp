@@ -106,6 +106,17 @@ TEST_F(UsbEvents, DisconnectedInAUsbStart_TheRestIsTreatedToo) {
   EXPECT_EQ(g_usb_state, AMT_USB_CONFIGURED);
 }
 
+TEST_F(UsbEvents, DisconnectedInAUsbStart_ModemThatSpeaksThenArmsNothing) {
+  g_usb_activate = 1;
+  state("CONFIGURED");
+  state("DISCONNECTED");
+  EXPECT_FALSE(round());
+  EXPECT_EQ(g_usb_enumerated, 0);
+  phone_root::write(STATE_FILE, "DISCONNECTED\n");
+  amt_handshake_modem_spoke();
+  EXPECT_FALSE(m_log.has("will create timer."));
+}
+
 TEST_F(UsbEvents, MoreThanARoundHolds_AreTakenInTheNext) {
   noise(1, 39);
   state("DISCONNECTED");
