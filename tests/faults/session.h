@@ -1,0 +1,82 @@
+// One session of a service of which one call fails: what is asked, and what may come of it. Everything that may not is
+// written down as a finding.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "handset/phone/phone.h"
+
+namespace faults {
+
+enum class outcome {
+  done,     // the answer of success
+  refused,  // an answer of failure, also to a second try
+  silent,   // no answer, also to further tries
+  ended,    // the service has ended instead
+};
+
+// What the tries at one request came to.
+struct trial {
+  outcome result = outcome::silent;
+  int repeats_of_silence = 0;
+  int repeats_of_refusal = 0;
+};
+
+struct request {
+  std::string name;
+  std::string bytes;
+  std::string answer;  // of success, whole
+};
+
+class session {
+ public:
+  explicit session(handset::phone& phone) : m_phone(phone) {}
+
+  handset::phone& phone() { return m_phone; }
+  const std::vector<std::string>& findings() const { return m_findings; }
+  const std::vector<trial>& trials() const { return m_trials; }
+  bool was_silent() const { return m_was_silent; }
+  bool has_ended();
+  void find(const std::string& what) { m_findings.push_back(what); }
+
+  // Waits for something the service does. False when it has ended, or the time is over, which is a finding.
+  bool await(const std::string& what, const std::function<bool()>& is_there,
+             std::chrono::milliseconds within = std::chrono::seconds(20));
+  // The same, but the thing need not come.
+  bool hope(const std::function<bool()>& is_there, std::chrono::milliseconds within);
+
+  // Sends a request as a station does: again when no answer comes, and again when it is refused. `look` is called after
+  // each answer, with whether it reported success.
+  outcome ask(handset::tty_end& tty, const request& wanted, const std::function<void(bool)>& look = {});
+  // The same for a request that writes a record, which is the old one, the new one or empty, and the new one once
+  // success was answered. Several contents can be as good as the old one; "" is no file or an empty one.
+  outcome write(handset::tty_end& tty, const request& wanted, const std::string& path, const std::string& content,
+                std::vector<std::string> others = {});
+
+  // SIGTERM, when the service still runs.
+  void end();
+
+ private:
+  std::optional<outcome> listen(handset::tty_end& tty, const request& wanted, std::chrono::milliseconds within);
+
+  handset::phone& m_phone;
+  std::vector<std::string> m_findings;
+  std::vector<trial> m_trials;
+  bool m_was_silent = false;
+};
+
+struct session_plan {
+  const char* name;
+  handset::phone_options (*options)();
+  void (*play)(session&);
+};
+
+// Every session, in the order in which they are played.
+const std::vector<session_plan>& sessions();
+
+}  // namespace faults
