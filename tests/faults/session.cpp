@@ -39,8 +39,7 @@ std::string visible(std::string_view bytes) {
 
 // The error frame for AT text, less its checksum.
 const std::string& error_frame() {
-  static const std::string frame =
-      from_hex("AABBCCDD 17000000 02000000 0F00 BB 00 0900 EE 01 01 0400 01000000");
+  static const std::string frame = from_hex("AABBCCDD 17000000 02000000 0F00 BB 00 0900 EE 01 01 0400 01000000");
   return frame;
 }
 
@@ -79,8 +78,7 @@ bool session::await(const std::string& what, const std::function<bool()>& is_the
 }
 
 // None: nothing final came in time.
-std::optional<outcome> session::listen(handset::tty_end& tty, const request& wanted,
-                                       std::chrono::milliseconds within) {
+std::optional<outcome> session::listen(handset::tty_end& tty, const request& wanted, std::chrono::milliseconds within) {
   std::string got;
   const auto deadline = steady::now() + within;
   for (;;) {

@@ -66,13 +66,12 @@ constexpr record_row RECORDS[] = {
     {"the flag", FLAG_RECORD, "AT^DAMT1=1\r", "1", "AT^DAMT1=2\r", "\r\n^DAMT1: 1\r\n\r\nOK\r\n"},
 };
 
-const request VERSION = {
-    "the version", from_hex("AABBCCDD 17000000 02000000 0F00 BB 2D 0900 EE 13 01 0400 40000000 22B9BEBE"),
-    from_hex(
-        "AABBCCDD 65000000 02000000 5D00 BB 2E 5700 EE 13 01 0400 40000000 EE 12 03 4000 0D"
-        "416E64726F6964342E322C323031332D30312D3231"
-        "0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A"
-        "EE 01 01 0400 00000000 916B9D05")};
+const request VERSION = {"the version",
+                         from_hex("AABBCCDD 17000000 02000000 0F00 BB 2D 0900 EE 13 01 0400 40000000 22B9BEBE"),
+                         from_hex("AABBCCDD 65000000 02000000 5D00 BB 2E 5700 EE 13 01 0400 40000000 EE 12 03 4000 0D"
+                                  "416E64726F6964342E322C323031332D30312D3231"
+                                  "0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A0A"
+                                  "EE 01 01 0400 00000000 916B9D05")};
 
 void ask_record(session& played, const record_row& row) {
   handset::tty_end& pc = played.phone().pc();
@@ -117,7 +116,8 @@ void play_usb(session& played) {
     played.hope([&] { return phone.log().count(", timeMSec:5000. ") > 0; }, 3s);
     played.ask(phone.pc(), {"the handshake", "AT^DLKS=0\r", OK});
     // Without a handshake the service ends by itself.
-    played.await("the handshake's success", [&] { return phone.log().count(" handshake success.") > 0; }, 24s);
+    played.await(
+        "the handshake's success", [&] { return phone.log().count(" handshake success.") > 0; }, 24s);
     played.hope([&] { return shows_banner(phone); }, 1s);
     phone.uevent({"change@/devices/virtual/android_usb/android0", "USB_STATE=DISCONNECTED"});
     played.hope([&] { return phone.log().count("get usb disconnect event") > 0; }, 1s);
