@@ -56,29 +56,31 @@ handset::phone_options options_of(const session_plan& plan, const std::optional<
   return options;
 }
 
+// Words with which the service reports that something did not work.
+constexpr std::string_view COMPLAINTS[] = {"error",  "fail",      "warning",  "empty data", "can not",
+                                           "cannot", "ret_val[-", "return:-", "were lost"};
+
 bool is_complaint(std::string line) {
   std::transform(line.begin(), line.end(), line.begin(), [](unsigned char byte) { return std::tolower(byte); });
-  return line.find("error_code=") != line.npos || line.find("fail") != line.npos;
+  return std::any_of(std::begin(COMPLAINTS), std::end(COMPLAINTS),
+                     [&](std::string_view words) { return line.find(words) != line.npos; });
 }
 
-// Without its numbers, which change from run to run.
-std::string without_numbers(const std::string& line) {
+// Without the time, the process and the thread, which stand in front of the text: "vx-kro-amt D 11-22 06:37:35 4 11 ".
+std::string text_of(const std::string& line) {
+  std::istringstream words(line);
+  std::string word;
+  if (!(words >> word >> word) || word.size() != 1) return line;
+  for (int skipped = 0; skipped < 4; ++skipped) words >> word;
   std::string text;
-  for (const char byte : line) {
-    const bool is_digit = std::isdigit(static_cast<unsigned char>(byte)) != 0;
-    if (is_digit && text.ends_with('#')) continue;
-    if (byte == ' ' && text.ends_with(' ')) continue;
-    text += is_digit ? '#' : byte;
-  }
+  std::getline(words, text);
   return text;
 }
 
-complaints complaints_of(const std::vector<std::string>& lines) {
-  complaints found;
+void add_complaints(const std::vector<std::string>& lines, complaints& found) {
   for (const std::string& line : lines) {
-    if (is_complaint(line)) ++found[without_numbers(line)];
+    if (is_complaint(line)) ++found[text_of(line)];
   }
-  return found;
 }
 
 bool says_more(const complaints& said, const complaints& usual) {
@@ -161,17 +163,26 @@ report play(const session_plan& plan, const std::optional<fault>& wanted, const 
   judge_remains(played, phone, before, found.made);
   const std::string raw = phone.read_file(COUNTS_FILE).value_or("");
   if (raw.size() == sizeof found.called) std::memcpy(&found.called, raw.data(), raw.size());
-  found.said = complaints_of(phone.log().lines());
+  add_complaints(phone.log().lines(), found.said);
+  add_complaints(phone.out().lines(), found.said);
   found.log = phone.log().text();
   found.findings = played.findings();
   if (!found.made.empty() && usual != nullptr) {
     if (played.was_silent() && !may_lose_a_block(found.made)) {
       found.findings.emplace_back("no answer to the first try at a request");
     }
+    if (played.was_refused_twice() && !may_lose_a_block(found.made)) {
+      found.findings.emplace_back("refuses the second try, too");
+    }
     if (!says_more(found.said, *usual) && reason_for_silence(found.made) == nullptr) {
       found.findings.emplace_back("the log says nothing about it");
     }
   }
+  const auto known = std::partition(found.findings.begin(), found.findings.end(), [&](const std::string& what) {
+    return is_known(plan.name, found.made, what) == nullptr;
+  });
+  found.known.assign(known, found.findings.end());
+  found.findings.erase(known, found.findings.end());
   return found;
 }
 

@@ -26,12 +26,13 @@ struct failure_row {
 const std::vector<failure_row>& failures();
 std::string show(const fault& wanted);  // "read 3 errno 5"; "process 1, read 3 short"
 
-using complaints = std::map<std::string, int>;  // lines of the log that report a failure, without their numbers
+using complaints = std::map<std::string, int>;  // lines that report a failure, and how often
 
 struct report {
   counts called{};
   std::string made;  // the line that the library has written down; empty: the call never came
   std::vector<std::string> findings;
+  std::vector<std::string> known;  // findings that are on the list of harmless.h
   complaints said;
   bool has_ended_early = false;
   std::string log;

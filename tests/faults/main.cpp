@@ -46,6 +46,7 @@ struct function_facts {
   std::size_t failed = 0;
   std::size_t missed = 0;  // the call did not come this time
   std::size_t ended = 0;   // the service ended by itself
+  std::size_t known = 0;
   std::size_t findings = 0;
 };
 
@@ -114,12 +115,13 @@ class campaign {
 
   std::size_t print() const {
     function_facts all;
-    std::printf("%-20s %6s %6s %6s %8s\n", "function", "failed", "missed", "ended", "findings");
+    std::printf("%-20s %6s %6s %6s %6s %8s\n", "function", "failed", "missed", "ended", "known", "findings");
     for (const auto& [index, facts] : m_facts) {
       print_row(std::string(NAMES[index]).c_str(), facts);
       all.failed += facts.failed;
       all.missed += facts.missed;
       all.ended += facts.ended;
+      all.known += facts.known;
       all.findings += facts.findings;
     }
     print_row("all", all);
@@ -128,7 +130,8 @@ class campaign {
 
  private:
   static void print_row(const char* name, const function_facts& facts) {
-    std::printf("%-20s %6zu %6zu %6zu %8zu\n", name, facts.failed, facts.missed, facts.ended, facts.findings);
+    std::printf("%-20s %6zu %6zu %6zu %6zu %8zu\n", name, facts.failed, facts.missed, facts.ended, facts.known,
+                facts.findings);
   }
 
   void play_all(std::optional<std::chrono::steady_clock::time_point> end) {
@@ -152,6 +155,7 @@ class campaign {
     ++(found.made.empty() ? facts.missed : facts.failed);
     if (found.has_ended_early) ++facts.ended;
     facts.findings += found.findings.size();
+    facts.known += found.known.size();
     for (const auto& what : found.findings) {
       std::printf("%s, %s: %s\n    %s", each.plan->name, show(each.wanted).c_str(), what.c_str(),
                   found.made.empty() ? "(nothing was made to fail)\n" : found.made.c_str());
@@ -179,6 +183,7 @@ int play_one(const session_plan& plan, const std::string& text) {
   const report found = play(plan, read_fault(text), &known.usual);
   std::cout << found.log << "made to fail: " << found.made << "\n";
   for (const auto& what : found.findings) std::cout << "FINDING: " << what << "\n";
+  for (const auto& what : found.known) std::cout << "known: " << what << "\n";
   return found.findings.empty() ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 

@@ -171,11 +171,13 @@ int take_fault(function called, std::uintptr_t caller, const char* path = nullpt
 }
 
 // The same for a call that asks for memory.
-int take_memory_fault(function called) {
+int take_memory_fault(function called, std::size_t size) {
   if (!g_is_armed || t_is_inside) return NO_FAULT;
   t_is_inside = true;
+  char text[32];
+  std::snprintf(text, sizeof text, "%zu bytes", size);
   const std::uintptr_t asker = find_asker();
-  const int error = asker == 0 ? NO_FAULT : take_fault(called, asker);
+  const int error = asker == 0 ? NO_FAULT : take_fault(called, asker, text);
   t_is_inside = false;
   return error;
 }
@@ -634,13 +636,15 @@ TAKEN_OVER void* dlsym(void* library, const char* name) noexcept {
 // --- memory
 
 TAKEN_OVER void* malloc(std::size_t size) noexcept {
-  return call<void*>(take_memory_fault(function::malloc_call), nullptr, [=] { return __libc_malloc(size); });
+  return call<void*>(take_memory_fault(function::malloc_call, size), nullptr, [=] { return __libc_malloc(size); });
 }
 
 TAKEN_OVER void* calloc(std::size_t count, std::size_t size) noexcept {
-  return call<void*>(take_memory_fault(function::calloc_call), nullptr, [=] { return __libc_calloc(count, size); });
+  return call<void*>(take_memory_fault(function::calloc_call, count * size), nullptr,
+                     [=] { return __libc_calloc(count, size); });
 }
 
 TAKEN_OVER void* realloc(void* memory, std::size_t size) noexcept {
-  return call<void*>(take_memory_fault(function::realloc_call), nullptr, [=] { return __libc_realloc(memory, size); });
+  return call<void*>(take_memory_fault(function::realloc_call, size), nullptr,
+                     [=] { return __libc_realloc(memory, size); });
 }

@@ -16,6 +16,7 @@ using steady = std::chrono::steady_clock;
 
 constexpr auto ANSWER_WAIT = 4s;  // a station's patience; with all its tries 20 s
 constexpr int TRIES = 5;
+constexpr int MOST_REFUSALS = 3;  // half a block garbles the next one, too
 constexpr auto END_WAIT = 5s;
 constexpr auto LOOK = 20ms;
 
@@ -86,10 +87,7 @@ std::optional<outcome> session::listen(handset::tty_end& tty, const request& wan
     if (got.ends_with(wanted.answer)) return outcome::done;
     if (is_refusal(got)) return outcome::refused;
     if (has_ended()) return outcome::ended;
-    if (steady::now() > deadline) {
-      if (!got.empty()) m_phone.log();
-      return std::nullopt;
-    }
+    if (steady::now() > deadline) return std::nullopt;
     pollfd readable = {tty.fd(), POLLIN, 0};
     ::poll(&readable, 1, static_cast<int>(LOOK.count()));
     if ((readable.revents & POLLHUP) != 0) ::poll(nullptr, 0, static_cast<int>(LOOK.count()));
@@ -97,41 +95,38 @@ std::optional<outcome> session::listen(handset::tty_end& tty, const request& wan
 }
 
 outcome session::ask(handset::tty_end& tty, const request& wanted, const std::function<void(bool)>& look) {
-  trial tried;
-  for (int tries = 0; tries < TRIES; ++tries) {
-    if (has_ended()) {
-      tried.result = outcome::ended;
-      break;
-    }
+  int silences = 0;
+  int refusals = 0;
+  outcome result = outcome::silent;
+  while (silences + refusals < TRIES && refusals < MOST_REFUSALS && result != outcome::done) {
+    result = outcome::ended;
+    if (has_ended()) break;
     tty.read_pending();
     tty.write_all(wanted.bytes, ANSWER_WAIT);
-    const auto heard = listen(tty, wanted, ANSWER_WAIT);
-    if (!heard) {
-      ++tried.repeats_of_silence;
-      continue;
-    }
-    tried.result = *heard;
-    if (heard == outcome::ended) break;
-    if (look) look(heard == outcome::done);
-    if (heard == outcome::done) break;
-    ++tried.repeats_of_refusal;
-    if (tried.repeats_of_refusal == 2) break;
+    result = listen(tty, wanted, ANSWER_WAIT).value_or(outcome::silent);
+    if (result == outcome::ended) break;
+    silences += result == outcome::silent ? 1 : 0;
+    refusals += result == outcome::refused ? 1 : 0;
+    if (look && result != outcome::silent) look(result == outcome::done);
   }
-  m_trials.push_back(tried);
-  m_was_silent = m_was_silent || tried.repeats_of_silence > 0;
-  if (tried.result == outcome::silent) find("hangs: no answer to " + wanted.name + ", asked five times");
-  if (tried.result == outcome::refused) find("refuses " + wanted.name + " twice");
-  return tried.result;
+  m_was_smooth = silences + refusals == 0;
+  m_was_silent = m_was_silent || silences > 0;
+  m_was_refused_twice = m_was_refused_twice || refusals > 1;
+  if (result == outcome::silent) find("hangs: no answer to " + wanted.name + ", however often asked");
+  if (result == outcome::refused) find("refuses " + wanted.name + " for good");
+  return result;
 }
 
 outcome session::write(handset::tty_end& tty, const request& wanted, const std::string& path,
-                       const std::string& content, std::vector<std::string> others) {
+                       const std::string& content, std::vector<std::string> others, bool is_modems_answer) {
   const std::string before = m_phone.read_file(path).value_or("");
   others.push_back(before);
   others.emplace_back("");
   const auto judge = [&](bool is_done) {
     const std::string now = m_phone.read_file(path).value_or("");
-    if (now == content || (!is_done && std::find(others.begin(), others.end(), now) != others.end())) return;
+    if (now == content ||
+        ((!is_done || is_modems_answer) && std::find(others.begin(), others.end(), now) != others.end()))
+      return;
     find(wanted.name + (is_done ? " reports success, but " : " is refused, and ") + path + " holds \"" + visible(now) +
          "\"");
   };

@@ -15,16 +15,9 @@ namespace faults {
 
 enum class outcome {
   done,     // the answer of success
-  refused,  // an answer of failure, also to a second try
+  refused,  // an answer of failure, also to two more tries
   silent,   // no answer, also to further tries
   ended,    // the service has ended instead
-};
-
-// What the tries at one request came to.
-struct trial {
-  outcome result = outcome::silent;
-  int repeats_of_silence = 0;
-  int repeats_of_refusal = 0;
 };
 
 struct request {
@@ -39,8 +32,10 @@ class session {
 
   handset::phone& phone() { return m_phone; }
   const std::vector<std::string>& findings() const { return m_findings; }
-  const std::vector<trial>& trials() const { return m_trials; }
+  // Whether the last request was answered to its first try.
+  bool was_smooth() const { return m_was_smooth; }
   bool was_silent() const { return m_was_silent; }
+  bool was_refused_twice() const { return m_was_refused_twice; }
   bool has_ended();
   void find(const std::string& what) { m_findings.push_back(what); }
 
@@ -54,9 +49,10 @@ class session {
   // each answer, with whether it reported success.
   outcome ask(handset::tty_end& tty, const request& wanted, const std::function<void(bool)>& look = {});
   // The same for a request that writes a record, which is the old one, the new one or empty, and the new one once
-  // success was answered. Several contents can be as good as the old one; "" is no file or an empty one.
+  // success was answered. Several contents can be as good as the old one; "" is no file or an empty one. The modem's
+  // success is not about the record.
   outcome write(handset::tty_end& tty, const request& wanted, const std::string& path, const std::string& content,
-                std::vector<std::string> others = {});
+                std::vector<std::string> others = {}, bool is_modems_answer = false);
 
   // SIGTERM, when the service still runs.
   void end();
@@ -66,8 +62,9 @@ class session {
 
   handset::phone& m_phone;
   std::vector<std::string> m_findings;
-  std::vector<trial> m_trials;
+  bool m_was_smooth = true;
   bool m_was_silent = false;
+  bool m_was_refused_twice = false;
 };
 
 struct session_plan {
