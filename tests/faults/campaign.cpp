@@ -58,7 +58,7 @@ handset::phone_options options_of(const session_plan& plan, const std::optional<
 
 // Words with which the service reports that something did not work.
 constexpr std::string_view COMPLAINTS[] = {"error",  "fail",      "warning",  "empty data", "can not",
-                                           "cannot", "ret_val[-", "return:-", "were lost"};
+                                           "cannot", "ret_val[-", "return:-", "were lost",  "pty disconnect"};
 
 bool is_complaint(std::string line) {
   std::transform(line.begin(), line.end(), line.begin(), [](unsigned char byte) { return std::tolower(byte); });
@@ -178,11 +178,11 @@ report play(const session_plan& plan, const std::optional<fault>& wanted, const 
       found.findings.emplace_back("the log says nothing about it");
     }
   }
-  const auto known = std::partition(found.findings.begin(), found.findings.end(), [&](const std::string& what) {
-    return is_known(plan.name, found.made, what) == nullptr;
+  std::erase_if(found.findings, [&](const std::string& what) {
+    const char* weakness = weakness_of(found.made, what);
+    if (weakness != nullptr) found.known.emplace_back(weakness);
+    return weakness != nullptr;
   });
-  found.known.assign(known, found.findings.end());
-  found.findings.erase(known, found.findings.end());
   return found;
 }
 

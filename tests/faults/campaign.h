@@ -32,7 +32,7 @@ struct report {
   counts called{};
   std::string made;  // the line that the library has written down; empty: the call never came
   std::vector<std::string> findings;
-  std::vector<std::string> known;  // findings that are on the list of harmless.h
+  std::vector<std::string> known;  // in place of findings: the weaknesses of harmless.h that they show
   complaints said;
   bool has_ended_early = false;
   std::string log;

@@ -125,6 +125,7 @@ class campaign {
       all.findings += facts.findings;
     }
     print_row("all", all);
+    for (const auto& [weakness, times] : m_weaknesses) std::printf("known, %d times: %s\n", times, weakness.c_str());
     return all.findings;
   }
 
@@ -156,6 +157,7 @@ class campaign {
     if (found.has_ended_early) ++facts.ended;
     facts.findings += found.findings.size();
     facts.known += found.known.size();
+    for (const auto& weakness : found.known) ++m_weaknesses[weakness];
     for (const auto& what : found.findings) {
       std::printf("%s, %s: %s\n    %s", each.plan->name, show(each.wanted).c_str(), what.c_str(),
                   found.made.empty() ? "(nothing was made to fail)\n" : found.made.c_str());
@@ -167,6 +169,7 @@ class campaign {
   std::atomic<std::size_t> m_next{0};
   std::mutex m_mutex;
   std::map<std::size_t, function_facts> m_facts;
+  std::map<std::string, int> m_weaknesses;
 };
 
 fault read_fault(const std::string& text) {

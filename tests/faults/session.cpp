@@ -19,6 +19,7 @@ constexpr int TRIES = 5;
 constexpr int MOST_REFUSALS = 3;  // half a block garbles the next one, too
 constexpr auto END_WAIT = 5s;
 constexpr auto LOOK = 20ms;
+constexpr auto REOPEN_WAIT = 500ms;
 
 std::string visible(std::string_view bytes) {
   std::string text;
@@ -90,7 +91,10 @@ std::optional<outcome> session::listen(handset::tty_end& tty, const request& wan
     if (steady::now() > deadline) return std::nullopt;
     pollfd readable = {tty.fd(), POLLIN, 0};
     ::poll(&readable, 1, static_cast<int>(LOOK.count()));
-    if ((readable.revents & POLLHUP) != 0) ::poll(nullptr, 0, static_cast<int>(LOOK.count()));
+    if ((readable.revents & POLLHUP) == 0) continue;
+    // The application opens its link again; a station's cable stays where it is.
+    if (&tty == &m_phone.app() && m_phone.open_app(REOPEN_WAIT)) return std::nullopt;
+    ::poll(nullptr, 0, static_cast<int>(LOOK.count()));
   }
 }
 
