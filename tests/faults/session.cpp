@@ -74,8 +74,10 @@ bool session::hope(const std::function<bool()>& is_there, std::chrono::milliseco
 }
 
 bool session::await(const std::string& what, const std::function<bool()>& is_there, std::chrono::milliseconds within) {
-  if (hope(is_there, within)) return true;
-  if (!has_ended()) find("hangs: " + what + " does not come");
+  if (!m_is_hung && hope(is_there, within)) return true;
+  if (has_ended() || m_is_hung) return false;
+  find("hangs: " + what + " does not come");
+  m_is_hung = true;
   return false;
 }
 
@@ -99,6 +101,7 @@ std::optional<outcome> session::listen(handset::tty_end& tty, const request& wan
 }
 
 outcome session::ask(handset::tty_end& tty, const request& wanted, const std::function<void(bool)>& look) {
+  if (m_is_hung) return outcome::silent;
   int silences = 0;
   int refusals = 0;
   outcome result = outcome::silent;
@@ -116,7 +119,8 @@ outcome session::ask(handset::tty_end& tty, const request& wanted, const std::fu
   m_was_smooth = silences + refusals == 0;
   m_was_silent = m_was_silent || silences > 0;
   m_was_refused_twice = m_was_refused_twice || refusals > 1;
-  if (result == outcome::silent) find("hangs: no answer to " + wanted.name + ", however often asked");
+  m_is_hung = result == outcome::silent;
+  if (m_is_hung) find("hangs: no answer to " + wanted.name + ", however often asked");
   if (result == outcome::refused) find("refuses " + wanted.name + " for good");
   return result;
 }

@@ -63,6 +63,7 @@ class session {
   handset::phone& m_phone;
   std::vector<std::string> m_findings;
   bool m_was_smooth = true;
+  bool m_is_hung = false;  // then nothing more is tried
   bool m_was_silent = false;
   bool m_was_refused_twice = false;
 };
