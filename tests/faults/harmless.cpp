@@ -45,6 +45,7 @@ constexpr harmless_row HARMLESS[] = {
     {"ppoll", "errno 4 ", AGAIN},
     {"ppoll", "errno 12 ", "a wait or sleep is cut short; what it was for is tried at once"},
     {"ptsname_r", "/dev/pts/ptmx", OWN_LINK},
+    {"read", "/dev/pts/ptmx", "an application that closes its link shows by the same error"},
     {"read", "errno 0 ", "a terminal may split a block anywhere"},
     {"read", "errno 4 ", AGAIN},
     {"readlink", "/dev/ttyAPP", OWN_LINK},
