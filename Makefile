@@ -3,7 +3,7 @@ JOBS ?= $(shell nproc)
 TEST_JOBS ?= 8
 CTEST = ctest --output-on-failure --no-tests=error -j$(TEST_JOBS)
 
-.PHONY: all setup demo test handset bench fuzz fuzz-short asan tsan lint format clean
+.PHONY: all setup demo test handset bench fuzz fuzz-short faults faults-short asan tsan lint format clean
 all: programs
 
 # One tree for the programs and, once they were asked for, the tests; one for each sanitizer, the first with the fuzz targets.
@@ -56,6 +56,13 @@ fuzz: FUZZ_SECONDS ?= 300
 fuzz fuzz-short: TARGETS = --target fuzz-targets
 fuzz fuzz-short: build/.asan
 	@tools/fuzz $(FUZZ_SECONDS)
+
+# Every call of the service failed once; the short form is a sample that takes a minute at most.
+faults faults-short: TARGETS = --target faults-campaign
+faults: build/.test
+	@tools/faults
+faults-short: build/.test
+	@tools/faults --short
 
 # The static checks read only how each file is compiled, so the tree need not be built, only configured.
 lint:
