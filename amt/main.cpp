@@ -17,6 +17,7 @@
 #include "pub/util/io.h"
 #include "pub/util/process.h"
 #include "pub/util/signals.h"
+#include "pub/util/thread.h"
 
 namespace {
 
@@ -116,6 +117,7 @@ int main(int argc, char* argv[]) {
   LOG_LINE("run under %s", normal_mode != 0 ? NORMAL_MODE : SIMPLIFIED_MODE);
   LOG_LINE("config file[%s], pid file[%s]", g_cfg_path_a, g_pid_path_a);
   pub_util_raise_process_priority();
+  pub_util_prepare_thread_exit();
   amt_handle_watch_signals();
 
   const result_code_en result = start_service(normal_mode);

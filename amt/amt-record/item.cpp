@@ -187,7 +187,10 @@ std::int32_t updateTestItem(const char* path, std::int32_t index, std::int32_t r
     log_failure(__func__, "open file", path);
     return ITEM_UNREADABLE;
   }
-  seek_item(file.get(), index);
+  if (seek_item(file.get(), index) != 0 && index >= 0) {
+    log_failure(__func__, "call fseek failure", nullptr, ITEM_UNWRITABLE);
+    return ITEM_UNWRITABLE;
+  }
   const char* digit = digit_of(result);
   const bool is_written = amt_finish_record(std::move(file), digit, [=](bool is_done) {
     if (is_done) {

@@ -18,8 +18,8 @@ inline constexpr std::int32_t AMT_RESULT_ITEMS = 20;
 // than 36 items, or when it cannot be written.
 result_code_en initTestFile(const char* path, std::int32_t count);
 
-// Writes one item: result 1 is a pass, 2 a fail, any other unknown. A negative index writes item 0, on purpose: the
-// seek is not checked. 0; -1 when the file cannot be opened; -2 when it cannot be written.
+// Writes one item: result 1 is a pass, 2 a fail, any other unknown. A negative index writes item 0, on purpose: a seek
+// that fails for that reason is no failure. 0; -1 when the file cannot be opened; -2 when it cannot be written.
 std::int32_t updateTestItem(const char* path, std::int32_t index, std::int32_t result);
 
 // Write one item of a file, which is made when it is missing, and completed when it is not whole: digits in their

@@ -69,6 +69,12 @@ int pub_util_start_thread(pub_thread_st& handle, void (*entry)()) {
   return error;
 }
 
+void pub_util_prepare_thread_exit() {
+  const auto leave = [](void*) -> void* { pthread_exit(nullptr); };
+  pthread_t thread;
+  if (pthread_create(&thread, nullptr, leave, nullptr) == 0) pthread_join(thread, nullptr);
+}
+
 void pub_util_clear_thread(pub_thread_st& handle) {
   handle.m_tid = 0;
 }

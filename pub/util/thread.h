@@ -16,6 +16,9 @@ struct pub_thread_st {
 
 // Starts a detached thread and returns once the handle is filled in. 0 or the error number.
 int pub_util_start_thread(pub_thread_st& handle, void (*entry)());
+// Has the C library load what it needs for a thread to leave: the first to leave would end the process if there were no
+// memory for it then. Once, at the start.
+void pub_util_prepare_thread_exit();
 // Forgets the thread without stopping it; what a worker does with its own handle when it ends.
 void pub_util_clear_thread(pub_thread_st& handle);
 

@@ -69,11 +69,9 @@ struct weakness_row {
 };
 
 constexpr char NO_APP_READER[] = "the service stays without a link when a new terminal cannot be made or waited for";
-constexpr char NO_THREAD_EXIT[] = "a worker that is stopped asks for memory, and without any the process aborts";
 constexpr char PART_OF_A_VALUE[] = "a record of one value keeps the part that was written before the disk was full";
 constexpr char SHORT_CONFIG[] = "a configuration that cannot be read to its end is taken for a shorter one";
 constexpr char HALF_A_COMMAND[] = "half a command on the AT link counts as sent, and its answer is waited for";
-constexpr char WRONG_ITEM[] = "an item goes to where the file stands when its place cannot be found";
 constexpr char FOLDER_RIGHTS[] = "the rights of a new record folder are not checked";
 constexpr char OLD_WIFI_TEXT[] = "a WiFi driver's text without its source stays, unreported, when it cannot be opened";
 
@@ -87,11 +85,9 @@ constexpr weakness_row WEAKNESSES[] = {
     {"tcgetattr", "", "hangs", NO_APP_READER},
     {"tcsetattr", "", "hangs", NO_APP_READER},
     {"unlockpt", "", "hangs", NO_APP_READER},
-    {"malloc", " 56 bytes", "", NO_THREAD_EXIT},
     {"fputs", "errno 0 ", "holds", PART_OF_A_VALUE},
     {"fgets", ".cfg", "", SHORT_CONFIG},
     {"write", "errno 0 ", "hangs: no answer", HALF_A_COMMAND},
-    {"fseeko", "", "", WRONG_ITEM},
     {"posix_spawn", " /amt/", "the log says nothing", FOLDER_RIGHTS},
     {"waitpid", "errno 10 ", "the log says nothing", FOLDER_RIGHTS},
     {"fopen", "/data/misc/wifi/nvram.txt", "the log says nothing", OLD_WIFI_TEXT},
