@@ -1,6 +1,5 @@
 #include "pub/util/io.h"
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,23 +25,6 @@
 #include "tests/unit/temp-folder.h"
 #include "tests/unit/thread-state.h"
 #include "tests/unit/wait-for.h"
-
-namespace {
-
-std::atomic<int> g_promises = 0;  // how often a wait is to say that a byte is there, without looking
-
-}  // namespace
-
-// Takes the C library's place: when another process takes a byte first is up to the system.
-extern "C" int ppoll(pollfd* wanted, nfds_t count, const timespec* timeout, const sigset_t* mask) {
-  if (g_promises > 0) {
-    --g_promises;
-    wanted[0].revents = POLLIN;
-    return 1;
-  }
-  static const auto real = reinterpret_cast<decltype(&ppoll)>(dlsym(RTLD_NEXT, "ppoll"));
-  return real(wanted, count, timeout, mask);
-}
 
 namespace {
 
@@ -385,23 +367,6 @@ TEST_F(Signals, TwoReadersOfAPipeThatDoesNotBlock_TheSlowerWaitsOn) {
     EXPECT_TRUE(wait_for([&readers] { return readers.has_one_read(); }));
     EXPECT_EQ(write(pipe.m_write, "y", 1), 1);
   }
-}
-
-// As after a fork: the other process was faster, and this one blocks in the read.
-TEST_F(Signals, DuringAReadThatWasPromisedAByte_ActAndTheReadGoesOn) {
-  const pipe_st pipe;
-  g_answer_fd = pipe.m_write;
-  const pid_t reader = gettid();
-  g_promises = 1;
-  std::thread sender([reader] {
-    EXPECT_TRUE(wait_for([reader] { return g_promises == 0 && state_of_thread(reader) == 'S'; }));
-    EXPECT_EQ(syscall(SYS_tgkill, getpid(), reader, SIGTERM), 0);
-  });
-  char byte = 0;
-  EXPECT_EQ(pub_util_read(pipe.m_read, &byte, 1), 1);
-  EXPECT_EQ(byte, 's');  // what the handler wrote
-  EXPECT_EQ(g_handled, 1);
-  sender.join();
 }
 
 sigset_t mask_of_this_thread() {
