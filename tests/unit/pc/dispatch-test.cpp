@@ -415,12 +415,12 @@ TEST_F(Reopen, ReaderThatWaits_ReadsTheNewDevice) {
   g_has_read = false;
   pub_thread_st& reader = g_handle_context.m_modem_thread;
   ASSERT_EQ(pub_util_start_thread(reader, read_one_byte_of_the_modem), 0);
-  EXPECT_TRUE(wait_for([&reader] { return state_of_thread(reader.m_tid) == 'S'; }));
+  EXPECT_TRUE(wait_for([&] { return state_of_thread(reader.m_tid) == 'S'; }));
   const temp_folder folder;
   set_device(g_amt_cfg.m_tty_modem_a, folder.path("modem"));
-  std::thread return_of_the_modem([this, &folder, &reader] {
+  std::thread return_of_the_modem([&] {
     EXPECT_TRUE(wait_for([this] { return m_log.contains("/modem\" fail: 2"); }));
-    EXPECT_TRUE(wait_for([&reader] { return state_of_thread(reader.m_tid) == 'S'; }));
+    EXPECT_TRUE(wait_for([&] { return state_of_thread(reader.m_tid) == 'S'; }));
     std::filesystem::create_symlink(m_fresh.name(), folder.path("modem"));
   });
   EXPECT_EQ(receive("ATI\r"), 0);
@@ -428,7 +428,7 @@ TEST_F(Reopen, ReaderThatWaits_ReadsTheNewDevice) {
   m_fresh.send("x");
   EXPECT_TRUE(wait_for([] { return g_has_read.load(); }));
   if (!g_has_read) pub_util_kill_thread(&reader);
-  EXPECT_TRUE(wait_for([&reader] { return reader.m_is_ended.load(); }));
+  EXPECT_TRUE(wait_for([&] { return reader.m_is_ended.load(); }));
 }
 
 TEST_F(Reopen, DeviceThatIsNoUart_KeepsItsSpeed) {
