@@ -12,6 +12,7 @@
 #include "pub/util/thread.h"
 #include "tests/unit/application.h"
 #include "tests/unit/links.h"
+#include "tests/unit/signal-scope.h"
 #include "tests/unit/temp-folder.h"
 #include "tests/unit/wait-for.h"
 
@@ -184,6 +185,7 @@ class AppTerminal : public context_test {
     std::ignore = pub_pty_close(&g_handle_context.m_pty_app);
   }
   std::string mapping() const { return m_folder.path("app"); }
+  signal_scope m_scope;  // the reader is stopped at its wait points only, not inside the log
   temp_folder m_folder;
 };
 

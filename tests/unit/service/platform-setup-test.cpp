@@ -9,6 +9,7 @@
 #include "pub/result.h"
 #include "pub/util/io.h"
 #include "tests/unit/application.h"
+#include "tests/unit/signal-scope.h"
 #include "tests/unit/temp-folder.h"
 
 namespace {
@@ -43,6 +44,7 @@ class PlatformSetup : public context_test {
     app.send("06 00 BB 2C 00 00");
     EXPECT_EQ(app.receive(15), "0F 00 BB 2D 09 00 EE 01 01 04 00 01 00 00 00");
   }
+  signal_scope m_scope;  // a reader is stopped at its wait points only, not inside the log
   temp_folder m_folder;
   pty_link m_at;
 };
