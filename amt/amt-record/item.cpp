@@ -82,8 +82,8 @@ result_code_en replace_file(const char* function, const char* path, Fill fill) {
   return ERR_WRITE;
 }
 
-// Makes items of what was read, its first `count` bytes: what is no digit in a digit's place becomes '0'. Gives whether
-// anything was not as it should be.
+// Mends items of which the first `count` bytes were read: a digit's place that holds no digit gets a '0', a line end's
+// place its line end. Gives whether it changed anything.
 bool mend_items(std::span<char> items, std::size_t count) {
   bool is_mended = count < items.size();
   for (std::size_t at = 0; at < items.size(); ++at) {

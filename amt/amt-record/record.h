@@ -32,7 +32,7 @@ bool amt_finish_record(pub_file file, const char* text, Report report) {
 
 // A file that takes the place of another one whole or not at all. It is made beside the old one, under its name and
 // ".new"; until it is in place, the old one is as it was. What is not put in place is removed. A link keeps its place:
-// the file behind it is replaced. Mode and owner of the old file are kept where that is permitted.
+// the file that it leads to is replaced. Mode and owner of the old file stay where that is permitted.
 class amt_aside_file {
  public:
   amt_aside_file() = default;

@@ -1,11 +1,11 @@
 // The sessions: a station at the PC's tty, a start on USB insertion, the phone's own application, and Bluetooth-on.
 #include <csignal>
-#include <sstream>
 
 #include "handset/hardware/devices.h"
 #include "tests/faults/functions.h"
 #include "tests/faults/session.h"
 #include "tests/hex.h"
+#include "tests/services.h"
 
 namespace faults {
 
@@ -198,18 +198,6 @@ void play_app(session& played) {
 }
 
 // --- Bluetooth-on: two processes, one after the other asked to end
-
-constexpr char LIST_SERVICES[] =
-    "for process in /proc/[0-9]*; do"
-    "  grep -qx vx-kro-amt $process/comm && echo ${process#/proc/};"
-    "done 2>/dev/null | sort -n";
-
-std::vector<std::string> services(handset::phone& phone) {
-  std::istringstream found(phone.exec({"/bin/sh", "-c", LIST_SERVICES}).out);
-  std::vector<std::string> pids;
-  for (std::string pid; found >> pid;) pids.push_back(pid);
-  return pids;
-}
 
 void play_bluetooth(session& played) {
   handset::phone& phone = played.phone();

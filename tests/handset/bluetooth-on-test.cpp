@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/handset/device-phone.h"
+#include "tests/services.h"
 
 using namespace handset_test;
 
@@ -10,19 +11,6 @@ namespace {
 
 const std::string BLUETOOTH_ON = from_hex("AABBCCDD 0E000000 02000000 0600 BB AA 0000 D14E89A3");
 const std::string OK_ANSWER = from_hex("AABBCCDD 17000000 02000000 0F00 BB AB 0900 EE 01 01 0400 00000000 8F469038");
-
-constexpr char LIST_SERVICES[] =
-    "for process in /proc/[0-9]*; do"
-    "  grep -qx vx-kro-amt $process/comm && echo ${process#/proc/};"
-    "done 2>/dev/null | sort -n";
-
-// The service's processes in the phone, the oldest first; zombies, too.
-std::vector<std::string> services(handset::phone& phone) {
-  std::istringstream found(phone.exec({"/bin/sh", "-c", LIST_SERVICES}).out);
-  std::vector<std::string> pids;
-  for (std::string pid; found >> pid;) pids.push_back(pid);
-  return pids;
-}
 
 bool wait_services(handset::phone& phone, std::size_t count) {
   const auto deadline = std::chrono::steady_clock::now() + handset::DEFAULT_WAIT;

@@ -20,7 +20,6 @@ constexpr std::int32_t USB_ENUM_SECONDS = 20;
 constexpr std::int32_t HANDSHAKE_SECONDS = 5;
 constexpr int FORWARDING_POLLS = 1000;
 constexpr std::uint32_t FORWARDING_POLL_US = 20;
-constexpr char USB_STATE_FILE[] = "/sys/class/android_usb/android0/state";
 
 pub_thread_st g_banner_thread;
 
@@ -84,8 +83,8 @@ void complete() {
 
 void look_for_configured_usb() {
   char state[AMT_CONTENT_SIZE];
-  if (amt_read_data_from_file(state, USB_STATE_FILE) != ERR_NONE) return;
-  LOG_LINE("readed success from file(%s). value: %s.", USB_STATE_FILE, state);
+  if (amt_read_data_from_file(state, AMT_USB_STATE_FILE) != ERR_NONE) return;
+  LOG_LINE("readed success from file(%s). value: %s.", AMT_USB_STATE_FILE, state);
   if (std::strstr(state, "CONFIGURED") != nullptr) amt_handshake_usb_configured();
 }
 

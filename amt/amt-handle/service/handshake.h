@@ -2,6 +2,9 @@
 // of the first modem output that was forwarded to it over an enumerated USB link; else a timer ends the service.
 #pragma once
 
+// The USB gadget's state, a word and a line feed: DISCONNECTED, CONNECTED or CONFIGURED.
+inline constexpr char AMT_USB_STATE_FILE[] = "/sys/class/android_usb/android0/state";
+
 // Forgets everything: the start of an admission.
 void amt_handshake_reset();
 // Arms the 20 seconds within which the USB link must be enumerated. False when that does not work: the start would wait

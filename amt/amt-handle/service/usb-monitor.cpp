@@ -32,7 +32,6 @@ constexpr std::size_t EVENT_SIZE = 2048;
 constexpr std::size_t ROUND_SIZE = 32;
 constexpr int QUEUE_BYTES = 256 * 1024;
 constexpr std::uint32_t WAIT_MS = 100;
-constexpr char USB_STATE_FILE[] = "/sys/class/android_usb/android0/state";
 
 struct event_st {
   std::size_t m_count;  // bytes that count
@@ -126,12 +125,12 @@ bool is_cable_pulled() {
 // Events were lost, perhaps the one that counts: the state is taken from its file, as if its event had come.
 void take_state_from_file() {
   char content[AMT_CONTENT_SIZE];
-  if (amt_read_data_from_file(content, USB_STATE_FILE) != ERR_NONE) {
-    LOG_LINE("amt_handle_monitor_usb_loop kernel events were lost, file(%s) cannot be read", USB_STATE_FILE);
+  if (amt_read_data_from_file(content, AMT_USB_STATE_FILE) != ERR_NONE) {
+    LOG_LINE("amt_handle_monitor_usb_loop kernel events were lost, file(%s) cannot be read", AMT_USB_STATE_FILE);
     return;
   }
   content[std::strcspn(content, "\n")] = '\0';
-  LOG_LINE("amt_handle_monitor_usb_loop kernel events were lost, file(%s). value: %s", USB_STATE_FILE, content);
+  LOG_LINE("amt_handle_monitor_usb_loop kernel events were lost, file(%s). value: %s", AMT_USB_STATE_FILE, content);
   char status[AMT_CONTENT_SIZE + 16];
   std::snprintf(status, sizeof status, "USB_STATE=%s", content);
   take_usb_state(status);
