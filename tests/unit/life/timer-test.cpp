@@ -263,12 +263,13 @@ TEST_F(Timer, DeleteAgainstExpiry_HasExactlyOneWinner) {
 
 std::atomic<pid_t> g_other_thread;
 std::atomic<bool> g_has_expired;
+std::atomic<bool> g_is_other_started;
 bool g_was_kept_out = false;
 std::thread g_other;
 
 // Called inside the timers' lock.
 void logger_that_lets_another_expire(const __android_logger_data*, const char*) {
-  if (g_other.joinable()) return;
+  if (g_is_other_started.exchange(true)) return;
   g_other = std::thread([] {
     g_other_thread = gettid();
     amt_timer_expire(*g_asked_timer);
@@ -280,6 +281,7 @@ void logger_that_lets_another_expire(const __android_logger_data*, const char*) 
 TEST_F(Timer, ExpiryDuringItsCreation_WaitsForItsEnd) {
   g_other_thread = 0;
   g_has_expired = false;
+  g_is_other_started = false;
   __android_log_set_logger(logger_that_lets_another_expire);
   amt_timer_create(m_timer, never);
   g_other.join();
