@@ -72,7 +72,12 @@ int pub_util_start_thread(pub_thread_st& handle, void (*entry)()) {
 void pub_util_prepare_thread_exit() {
   const auto leave = [](void*) -> void* { pthread_exit(nullptr); };
   pthread_t thread;
-  if (pthread_create(&thread, nullptr, leave, nullptr) == 0) pthread_join(thread, nullptr);
+  const int error = pthread_create(&thread, nullptr, leave, nullptr);
+  if (error == 0) {
+    pthread_join(thread, nullptr);
+  } else {
+    pub_log_failure(k_log, ERR_SYSTEM, "pthread_create(): %d - %s", error, std::strerror(error));
+  }
 }
 
 void pub_util_clear_thread(pub_thread_st& handle) {

@@ -13,6 +13,7 @@
 #include "pub/result.h"
 #include "pub/util/io.h"
 #include "pub/util/signals.h"
+#include "tests/unit/failing-calls.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
 #include "tests/unit/signal-scope.h"
@@ -264,6 +265,12 @@ TEST_F(Thread, HandlerWithAnotherSignal_LogsItAndGoesOn) {
   EXPECT_THAT(m_log.texts(),
               ElementsAre("pub_util_handle_thread_signal()",
                           failure_line("util/util", "pub_util_handle_thread_signal", -101), "unknown signal: 12"));
+}
+
+TEST_F(Thread, PrepareExitWithoutAThread_IsLogged) {
+  const failing_call refused("pthread_create", EAGAIN);
+  pub_util_prepare_thread_exit();
+  EXPECT_EQ(m_log.last(), "pthread_create(): 11 - Resource temporarily unavailable");
 }
 
 }  // namespace
