@@ -62,7 +62,11 @@ std::atomic<pid_t> g_new_child;  // on its way to the thread that waits for it
 void* wait_for_child(void*) {
   const pid_t child = g_new_child.exchange(0);
   g_new_child.notify_all();
-  waitpid(child, nullptr, 0);
+  while (waitpid(child, nullptr, 0) < 0) {
+    if (errno == EINTR) continue;
+    pub_log_sys_call(k_log, "waitpid");
+    break;
+  }
   return nullptr;
 }
 

@@ -76,6 +76,7 @@ constexpr char NO_UNWINDER[] = "a process that has no memory for what its thread
 constexpr design_row BY_DESIGN[] = {
     {"malloc", " 56 bytes", "crash: signal 6", NO_UNWINDER},
     {"malloc", " 56 bytes", "the log says nothing", NO_UNWINDER},
+    {"malloc", " 56 bytes", "the property of the start's end", NO_UNWINDER},
     {"chmod", "/dev/ttyAPP", "hangs", NO_APP_READER},
     {"grantpt", "", "hangs", NO_APP_READER},
     {"open", "/dev/ptmx", "hangs", NO_APP_READER},

@@ -119,7 +119,8 @@ INSTANTIATE_TEST_SUITE_P(Contents, StalePidFile,
 TEST(LongProcessPath, ConfigurationAndPidFile_AreThoseOfTheCutPath) {
   handset::phone phone(raw_modem());
   const std::string folder = "/tmp/" + std::string(45, 'f');
-  const std::string script = "mkdir " + folder + " && cp /phone/bin/vx-kro-amt " + folder + " && exec " + folder;
+  const std::string script =
+      "mkdir " + folder + " && cp /phone/bin/vx-kro-amt " + folder + " && LD_LIBRARY_PATH=/phone/lib exec " + folder;
   const auto started = phone.exec({"/bin/sh", "-c", script + "/vx-kro-amt"});
   const std::string cut = folder + "/vx-kro-";
   ASSERT_EQ(cut.size(), 58u);
