@@ -67,7 +67,7 @@ TEST(HardwareFile, FailedTwice_TakesTheLastFault) {
   phone.parts().fail(KEY_LIGHT, file_fault::open);
   EXPECT_THAT(shell(phone, std::string("cat ") + KEY_LIGHT), HasSubstr("Permission denied"));
   phone.parts().heal(KEY_LIGHT);
-  phone.parts().heal(KEY_LIGHT);  // nothing to heal
+  EXPECT_THROW(phone.parts().heal(KEY_LIGHT), handset::error);  // nothing to heal
   EXPECT_EQ(shell(phone, std::string("cat ") + KEY_LIGHT), "0\n");
 }
 
