@@ -97,12 +97,13 @@ void hardware::install() {
   fs::resize_file(at(SOUND), SOUND_SIZE);
   std::error_code missing;  // a program copied out of its build tree may have no player beside it
   fs::copy_file(program_folder().parent_path() / "lib/phone/amt-audio", at(PLAYER), missing);
-  // As in procfs, no process may make files there.
-  fs::permissions(at(DRIVER_NODE).parent_path(), fs::perms(0555));
 }
 
 std::vector<bind_mount> hardware::binds() const {
-  return {{at(VIDEO), "/dev/video0", true}};
+  std::vector<bind_mount> binds = {{at(VIDEO), "/dev/video0", true}};
+  // As in procfs, nobody may make files in its folder, which is read-only.
+  if (fs::is_directory("/proc/driver")) binds.push_back({at(DRIVER_NODE), DRIVER_NODE, true});
+  return binds;
 }
 
 // The content lies aside meanwhile, and a link to a file of the kernel stands in its place.

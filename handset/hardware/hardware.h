@@ -33,11 +33,11 @@ class hardware {
 
   // Makes the files that a working phone has.
   void install();
-  // The mounts for those that belong under /dev.
+  // The mounts for those that belong under /dev and /proc.
   std::vector<bind_mount> binds() const;
 
-  // Makes a file of the phone fail from now on; heal() brings it back with its content. Both throw error for a path that
-  // cannot fail so, or does not fail.
+  // Makes a file of the phone fail from now on; heal() brings it back with its content. Both throw error for a path
+  // that cannot fail so, or does not fail.
   void fail(const std::filesystem::path& path, file_fault fault);
   void heal(const std::filesystem::path& path);
   // What the battery driver reads from its converter: a number, or any other text.

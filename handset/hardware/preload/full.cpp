@@ -1,5 +1,6 @@
 #include "handset/hardware/preload/full.h"
 
+#include <cerrno>
 #include <string_view>
 
 #include "handset/hardware/preload/files.h"
@@ -9,7 +10,10 @@ namespace preload {
 bool is_full(const char* path) {
   text_buffer buffer;
   const std::string_view wanted = path == nullptr ? "" : path;
-  for (std::string_view text = read_text("full", buffer); !text.empty();) {
+  const int error = errno;
+  std::string_view text = read_text("full", buffer);
+  errno = error;  // the opening itself has succeeded
+  while (!text.empty()) {
     const std::string_view place = take_line(text);
     if (place.empty() || !wanted.starts_with(place)) continue;
     if (wanted.size() == place.size() || wanted[place.size()] == '/') return true;
