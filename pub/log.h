@@ -3,7 +3,7 @@
 // call changes errno.
 #pragma once
 
-#include <android/log.h>
+#include <log/log.h>
 
 #include <cerrno>
 #include <cstdint>
