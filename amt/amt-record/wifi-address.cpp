@@ -119,8 +119,8 @@ pub_file open_source(const char* path, bool& is_missing) {
   return source;
 }
 
-// The copy stands in a folder of the WiFi driver's user. It is opened before the source is known to exist, and is emptied
-// when there is none, on purpose: a driver text without its source is no good.
+// The copy stands in a folder of the WiFi driver's user. It is opened before the source is known to exist, and is
+// emptied when there is none, on purpose: a driver text without its source is no good.
 bool open_files(nvram_files_st& files) {
   bool is_missing = true;
   files.m_source_path = NVRAM_SOURCE;
@@ -212,7 +212,7 @@ result_code_en patch(const nvram_files_st& files, const char* address) {
 
 // The WiFi driver's own user must be able to write the copy.
 void open_copy_to_all() {
-  const pub_fd copy(pub_util_open(NVRAM_COPY, O_RDONLY | O_NOFOLLOW | O_NONBLOCK));
+  const pub_fd copy(pub_util_open(NVRAM_COPY, pub_util_is_replaceable(NVRAM_COPY) ? O_RDONLY | O_NOFOLLOW : O_RDONLY));
   if (copy.get() < 0) {
     LOG_LINE("open %s failed", NVRAM_COPY);
   } else if (fchmod(copy.get(), 0666) == 0) {

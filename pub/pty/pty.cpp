@@ -114,15 +114,16 @@ result_code_en link_to_slave(const pub_pty_st& pty) {
 }
 
 // The application may run without root's rights: the slave is given to its user and group. The result of chown is
-// not checked. Both take the slave's own name: the link may stand where others can put another one in its place.
+// not checked. Where others may put another link in the place of this one, the slave is called by its own name.
 result_code_en give_to_application(const char* slave, const char* mapping) {
-  const int mode_result = chmod(slave, MAPPING_MODE);
+  const char* given = pub_util_is_replaceable(mapping) ? slave : mapping;
+  const int mode_result = chmod(given, MAPPING_MODE);
   LOG_LINE("create_pts_mapping chmod(%s, %d) ret_val[%d]", mapping, static_cast<int>(MAPPING_MODE), mode_result);
   if (mode_result != 0) {
     pub_log_sys_call(k_log, "chmod");
     pub_log_failure({k_log, "create_pts_mapping"}, ERR_SYSTEM);
   }
-  std::ignore = chown(slave, MAPPING_OWNER, MAPPING_GROUP);
+  std::ignore = chown(given, MAPPING_OWNER, MAPPING_GROUP);
   const result_code_en result = mode_result == 0 ? ERR_NONE : ERR_SYSTEM;
   LOG_LINE("create_pts_mapping chown(%s, %d, %d) ret_val[%d]", mapping, static_cast<int>(MAPPING_OWNER),
            static_cast<int>(MAPPING_GROUP), result);

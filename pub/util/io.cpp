@@ -5,13 +5,16 @@
 #include <poll.h>
 #include <sched.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cinttypes>
+#include <climits>
 #include <csignal>
+#include <cstring>
 #include <tuple>
 
 #include "pub/gate.h"
@@ -80,8 +83,20 @@ pub_file pub_util_fopen(const char* path, const char* mode) {
   return pub_file(std::fopen(path, closing_mode));
 }
 
+bool pub_util_is_replaceable(const char* path) {
+  const char* slash = std::strrchr(path, '/');
+  char folder[PATH_MAX];
+  const int length = slash == nullptr ? 0 : static_cast<int>(slash - path) + 1;
+  if (std::snprintf(folder, sizeof folder, "%.*s.", length, path) >= static_cast<int>(sizeof folder)) return true;
+  struct stat status = {};
+  if (stat(folder, &status) != 0) return true;
+  const bool is_ours = status.st_uid == 0 || status.st_uid == geteuid();
+  return !is_ours || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
+}
+
 pub_file pub_util_fopen_shared(const char* path, int flags) {
-  pub_fd fd(open(path, flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, NEW_FILE_MODE));
+  if (pub_util_is_replaceable(path)) flags |= O_NOFOLLOW | O_NONBLOCK;
+  pub_fd fd(open(path, flags | O_NOCTTY | O_CLOEXEC, NEW_FILE_MODE));
   if (!fd) return nullptr;
   const pub_gate_pass pass;
   pub_file file(fdopen(fd.get(), (flags & O_APPEND) != 0 ? "a+" : "r"));

@@ -51,11 +51,14 @@ int pub_util_open(const char* path, int flags);
 // fopen(3), closed on exec. Null and errno on failure.
 pub_file pub_util_fopen(const char* path, const char* mode);
 
-// The same for a file in a folder where others may put files, as under /tmp: what stands there under the name is opened
-// only when it is no link (ELOOP) and without waiting, also when it is a named pipe. flags as for open(2): O_RDONLY, or
+// Whether others may put another file in the place of this one: its folder is writable to them, as /tmp is, or belongs
+// to one who is neither root nor the service's user. True when that cannot be found out.
+bool pub_util_is_replaceable(const char* path);
+// The same for a file that others may replace: what stands there under the name is then opened only when it is no link
+// (ELOOP), and without waiting, also when it is a named pipe. flags as for open(2): O_RDONLY, or
 // O_RDWR | O_APPEND | O_CREAT.
 pub_file pub_util_fopen_shared(const char* path, int flags);
-// A new file of one's own there, writable: whatever stood under the name is taken away, not written to. An empty one
+// A new file of one's own, writable: whatever stood under the name is taken away, not written to. An empty one
 // and errno on failure.
 pub_fd pub_util_create_shared(const char* path);
 

@@ -141,7 +141,10 @@ void pub_util_create_pid_file(const char* name) {
 
 pid_t pub_util_fork() {
   pub_log_entry(k_log);
-  std::fflush(stdout);
+  if (ftrylockfile(stdout) == 0) {  // a library may be printing, for as long as nobody reads that
+    std::fflush(stdout);
+    funlockfile(stdout);
+  }
   pub_gate_close();
   const pid_t child = fork();
   pub_gate_open(child == 0);
