@@ -195,13 +195,14 @@ std::int32_t updateTestItem(const char* path, std::int32_t index, std::int32_t r
     return ITEM_UNWRITABLE;
   }
   const char* digit = digit_of(result);
-  const bool is_written = amt_finish_record(std::move(file), digit, [=](bool is_done) {
+  const auto report = [=](bool is_done) {
     if (is_done) {
       LOG_LINE("write item [%d], result= %s\n", index, digit);
     } else {
       log_failure("updateTestItem", "write file", path, ITEM_UNWRITABLE);
     }
-  });
+  };
+  const bool is_written = amt_finish_record(std::move(file), digit, report, amt_failed_write::keeps);
   return is_written ? std::int32_t{ERR_NONE} : ITEM_UNWRITABLE;
 }
 

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <optional>
 #include <string_view>
+#include <tuple>
 
 #include "amt/amt-record/record.h"
 #include "pub/log.h"
@@ -103,13 +104,6 @@ struct nvram_files_st {
   pub_file m_copy;
 };
 
-// What is no regular file has nothing to empty.
-bool make_empty(std::FILE* copy) {
-  if (ftruncate(fileno(copy), 0) == 0 || errno == EINVAL) return true;
-  pub_log_sys_call(k_log, "ftruncate");
-  return false;
-}
-
 pub_file open_source(const char* path, bool& is_missing) {
   pub_file source = pub_util_fopen(path, "r");
   if (!source && errno != ENOENT) {
@@ -136,12 +130,11 @@ bool open_files(nvram_files_st& files) {
     if (!is_missing) {
       log_kept();
     } else if (files.m_copy) {
-      make_empty(files.m_copy.get());
+      std::ignore = amt_empty_file(k_log, fileno(files.m_copy.get()));
     }
-    return false;
   }
   if (!files.m_copy) log_missing(NVRAM_COPY);
-  return files.m_copy != nullptr;
+  return files.m_source != nullptr && files.m_copy != nullptr;
 }
 
 // What follows the key in an address line; null for any other line. Blanks may precede the key; a comment sign or other
@@ -179,7 +172,7 @@ result_code_en take_lines(std::FILE* source, const char* address, bool& is_repla
 
 result_code_en write_copy(std::FILE* copy) {
   const std::string_view text = g_nvram_text.text();
-  if (!make_empty(copy)) return pub_fail({k_log, PATCH}, ERR_FAIL);
+  if (!amt_empty_file(k_log, fileno(copy))) return pub_fail({k_log, PATCH}, ERR_FAIL);
   std::fwrite(text.data(), 1, text.size(), copy);
   if (std::fflush(copy) == 0 && std::ferror(copy) == 0) return ERR_NONE;
   pub_log_sys_call(k_log, "fputs");

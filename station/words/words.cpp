@@ -2,16 +2,19 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 
 #include "amt/amt-convert/frame.h"
 #include "amt/amt-convert/ids.h"
 #include "station/words/arguments.h"
 #include "station/words/operations.h"
+#include "station/words/table.h"
 
 namespace {
 
 constexpr std::size_t MANY = 1000;
+constexpr station_part_st VERSION_VALUE[] = {{"version"}};
 
 std::string build_frame(const station_arguments_st& arguments, station_request_st* request) {
   const auto id = station_parse_command_id(arguments.m_words[0]);
@@ -25,9 +28,11 @@ std::string build_frame(const station_arguments_st& arguments, station_request_s
 }
 
 std::string build_at(const station_arguments_st& arguments, station_request_st* request) {
+  if (arguments.m_words[0].empty()) return "there is nothing to send";
   request->m_text = arguments.m_words[0];
   if (!arguments.m_is_raw && !request->m_text.ends_with('\r')) request->m_text += '\r';
-  return request->m_text.empty() ? "there is nothing to send" : "";
+  station_expect_text(request);
+  return {};
 }
 
 std::string build_version(const station_arguments_st& arguments, station_request_st* request) {
@@ -36,6 +41,7 @@ std::string build_version(const station_arguments_st& arguments, station_request
   station_start_frame(AMT_VERSION_CMD, request);
   amt_frame_add_int(&request->m_frame.m_buf_a, AMT_ATOM_MODULE, *module);
   request->m_value.m_atoms = {AMT_ATOM_VERSION};
+  request->m_value.m_parts = VERSION_VALUE;
   return {};
 }
 
@@ -70,6 +76,12 @@ const std::vector<station_word_st>& station_words() {
     return all;
   }();
   return words;
+}
+
+const station_word_st* station_find_word(std::string_view name) {
+  const auto& words = station_words();
+  const auto found = std::ranges::find(words, name, [](const auto& word) { return std::string_view(word.m_name); });
+  return found == words.end() ? nullptr : &*found;
 }
 
 std::string station_build(const station_word_st& word, const station_arguments_st& arguments,

@@ -187,7 +187,7 @@ TEST(ProgramSandbox, Refused_ReportsBubblewrapsMessage) {
 class ProgramRun : public testing::Test {
  protected:
   void start(const words& more = {}) {
-    words command = {HANDSET, "run", "--service", STAND_IN};
+    words command = {HANDSET, "run", "-v", "--service", STAND_IN};
     command.insert(command.end(), more.begin(), more.end());
     m_program.emplace(command);
     m_program->read_until("PC tty:  ");
@@ -249,9 +249,9 @@ TEST_F(ProgramRun, ControlCommands_ReachThePhone) {
   EXPECT_EQ(ctl({"file", "cat", "/amt/x"}).output, "y");
   EXPECT_EQ(ctl({"modem", "board", "B9"}).status, exited(0));
   EXPECT_THAT(ctl({"modem", "state"}).output, HasSubstr("board: B9\n"));
-  EXPECT_EQ(ctl({"modem", "silent", "perhaps"}).status, exited(1));
+  EXPECT_EQ(ctl({"modem", "silent", "perhaps"}).status, exited(2));
   EXPECT_EQ(ctl({"uevent"}).output, "usage: uevent STRING...\n");
-  EXPECT_EQ(ctl({"nonsense"}).status, exited(1));
+  EXPECT_EQ(ctl({"nonsense"}).status, exited(2));
   auto end = station();
   end.write_all("AT\r");
   EXPECT_EQ(end.read_exactly(6), "\r\nOK\r\n");
@@ -291,7 +291,7 @@ TEST_F(ProgramRun, DeviceCommands_SetWhatFailsAndTakeItBack) {
 
 // A shell in the service's place prints what is mounted.
 std::string cards_of_phone(const words& options) {
-  words command = {HANDSET, "run", "--service", "/bin/sh"};
+  words command = {HANDSET, "run", "-v", "--service", "/bin/sh"};
   command.insert(command.end(), options.begin(), options.end());
   command.insert(command.end(), {"--", "-c", "df -k --output=target,size | grep ^/storage | tr -s ' '"});
   const auto result = run(command).output;
