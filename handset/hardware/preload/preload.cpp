@@ -13,6 +13,8 @@
 
 #include "handset/hardware/preload/calls.h"
 #include "handset/hardware/preload/device.h"
+#include "handset/hardware/preload/full.h"
+#include "handset/hardware/preload/owners.h"
 
 namespace preload {
 
@@ -27,18 +29,21 @@ const device* device_at(const char* path) {
   return nullptr;
 }
 
-// Found by the name under which the descriptor was opened; which file lies under that name is the phone's business.
-const device* device_of(int fd) {
-  if (fd < 0) return nullptr;
+// The name under which a descriptor was opened, cut to the room; empty when there is none.
+call_text path_of(int fd) {
   const int error = errno;
   char link[32];
-  char path[64];
+  call_text path{};
   std::snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
-  const ssize_t length = ::readlink(link, path, sizeof path - 1);
+  const ssize_t length = fd < 0 ? -1 : ::readlink(link, path.data(), path.size() - 1);
   errno = error;
-  if (length < 0) return nullptr;
-  path[length] = '\0';
-  return device_at(path);
+  path[length < 0 ? 0 : static_cast<std::size_t>(length)] = '\0';
+  return path;
+}
+
+// Found by the name under which the descriptor was opened; which file lies under that name is the phone's business.
+const device* device_of(int fd) {
+  return device_at(path_of(fd).data());
 }
 
 const request* request_of(const device& played, unsigned long number) {
@@ -75,14 +80,32 @@ Function next(const char* name) {
   return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
 }
 
+// The real file is opened all the same: it is emptied or made, and its refusals count.
 template <typename Open>
-int open_device(const char* path, Open real) {
+int open_record(const char* path, int flags, Open real) {
+  const bool grows = (flags & O_ACCMODE) != O_RDONLY && (flags & (O_TRUNC | O_CREAT | O_APPEND)) != 0;
+  const int fd = real(path, flags);
+  if (fd < 0 || !grows || !is_full(path)) return fd;
+  ::close(fd);
+  return real(FULL_DEVICE, flags & ~(O_TRUNC | O_CREAT | O_EXCL));
+}
+
+template <typename Open>
+std::FILE* open_record_stream(const char* path, const char* mode, Open real) {
+  std::FILE* stream = real(path, mode);
+  if (stream == nullptr || (mode[0] != 'w' && mode[0] != 'a') || !is_full(path)) return stream;
+  std::fclose(stream);
+  return real(FULL_DEVICE, "r+e");
+}
+
+template <typename Open>
+int open_device(const char* path, int flags, Open real) {
   const device* played = path == nullptr ? nullptr : device_at(path);
-  if (played == nullptr) return real();
+  if (played == nullptr) return open_record(path, flags, real);
   const call_text text = named(*played, "open");
   const int error = fault_of(text.data());
   if (error != 0) return finish(text.data(), error);
-  const int fd = real();
+  const int fd = real(path, flags);
   finish(text.data(), fd < 0 ? errno : 0);
   return fd;
 }
@@ -90,12 +113,13 @@ int open_device(const char* path, Open real) {
 template <typename Open>
 std::FILE* open_stream(const char* path, const char* mode, Open real) {
   const device* played = path == nullptr || mode == nullptr ? nullptr : device_at(path);
-  if (played == nullptr) return real(path);
+  if (played == nullptr)
+    return path == nullptr || mode == nullptr ? real(path, mode) : open_record_stream(path, mode, real);
   const bool reads = mode[0] == 'r';
   const call_text text = named(*played, reads ? "read" : "write");
   const int error = fault_of(text.data());
   if (finish(text.data(), error) != 0) return nullptr;
-  return real(reads && played->answer != nullptr ? played->answer() : path);
+  return real(reads && played->answer != nullptr ? played->answer() : path, mode);
 }
 
 template <typename Map>
@@ -137,6 +161,9 @@ namespace {
 using open_function = int (*)(const char*, int, ...);
 using fopen_function = std::FILE* (*)(const char*, const char*);
 using ioctl_function = int (*)(int, unsigned long, ...);
+using chown_function = int (*)(const char*, uid_t, gid_t);
+using fchown_function = int (*)(int, uid_t, gid_t);
+using fchownat_function = int (*)(int, const char*, uid_t, gid_t, int);
 using mmap_function = void* (*)(void*, std::size_t, int, int, int, off_t);
 
 unsigned mode_of(int flags, va_list list) {
@@ -151,7 +178,7 @@ TAKEN_OVER int open(const char* path, int flags, ...) {
   va_start(list, flags);
   const unsigned mode = mode_of(flags, list);
   va_end(list);
-  return preload::open_device(path, [=] { return real(path, flags, mode); });
+  return preload::open_device(path, flags, [=](const char* place, int how) { return real(place, how, mode); });
 }
 
 TAKEN_OVER int open64(const char* path, int flags, ...) {
@@ -160,17 +187,17 @@ TAKEN_OVER int open64(const char* path, int flags, ...) {
   va_start(list, flags);
   const unsigned mode = mode_of(flags, list);
   va_end(list);
-  return preload::open_device(path, [=] { return real(path, flags, mode); });
+  return preload::open_device(path, flags, [=](const char* place, int how) { return real(place, how, mode); });
 }
 
 TAKEN_OVER std::FILE* fopen(const char* path, const char* mode) {
   static const auto real = preload::next<fopen_function>("fopen");
-  return preload::open_stream(path, mode, [=](const char* place) { return real(place, mode); });
+  return preload::open_stream(path, mode, real);
 }
 
 TAKEN_OVER std::FILE* fopen64(const char* path, const char* mode) {
   static const auto real = preload::next<fopen_function>("fopen64");
-  return preload::open_stream(path, mode, [=](const char* place) { return real(place, mode); });
+  return preload::open_stream(path, mode, real);
 }
 
 TAKEN_OVER int ioctl(int fd, unsigned long number, ...) noexcept {
@@ -192,4 +219,25 @@ TAKEN_OVER void* mmap(void* address, std::size_t length, int protection, int fla
 TAKEN_OVER void* mmap64(void* address, std::size_t length, int protection, int flags, int fd, off64_t offset) noexcept {
   static const auto real = preload::next<mmap_function>("mmap64");
   return preload::map_device(fd, length, [=] { return real(address, length, protection, flags, fd, offset); });
+}
+
+TAKEN_OVER int chown(const char* path, uid_t user, gid_t group) noexcept {
+  static const auto real = preload::next<chown_function>("chown");
+  return preload::give_away(path, user, group, real(path, user, group));
+}
+
+TAKEN_OVER int fchown(int fd, uid_t user, gid_t group) noexcept {
+  static const auto real = preload::next<fchown_function>("fchown");
+  const int result = real(fd, user, group);
+  return preload::give_away(preload::path_of(fd).data(), user, group, result);
+}
+
+// chgrp(1) asks so.
+TAKEN_OVER int fchownat(int folder, const char* path, uid_t user, gid_t group, int flags) noexcept {
+  static const auto real = preload::next<fchownat_function>("fchownat");
+  const int result = real(folder, path, user, group, flags);
+  if (folder == AT_FDCWD || path[0] == '/') return preload::give_away(path, user, group, result);
+  preload::call_text whole = preload::path_of(folder);
+  preload::append(whole, "/%s", path);
+  return preload::give_away(whole.data(), user, group, result);
 }
