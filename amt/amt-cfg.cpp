@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <span>
 #include <tuple>
@@ -12,6 +11,7 @@
 #include "pub/log.h"
 #include "pub/result.h"
 #include "pub/util/io.h"
+#include "pub/util/text.h"
 
 amt_cfg_st g_amt_cfg;
 
@@ -50,7 +50,7 @@ void store_text(const char* key, const char* value, std::span<char> field) {
 }
 
 void store_number(const char* key, const char* value, std::int32_t& field) {
-  field = static_cast<std::int32_t>(std::strtol(value, nullptr, 10));
+  field = pub_text_number(value);
   LOG_LINE("[cfg]%s = %d", key, field);
 }
 

@@ -113,13 +113,13 @@ pub_file open_source(const char* path, bool& is_missing) {
   return source;
 }
 
-// The copy is opened before the source is known to exist, and is emptied when there is none, on purpose: a driver text
-// without its source is no good.
+// The copy stands in a folder of the WiFi driver's user. It is opened before the source is known to exist, and is
+// emptied when there is none, on purpose: a driver text without its source is no good.
 bool open_files(nvram_files_st& files) {
   bool is_missing = true;
   files.m_source_path = NVRAM_SOURCE;
   files.m_source = open_source(NVRAM_SOURCE, is_missing);
-  files.m_copy = pub_util_fopen(NVRAM_COPY, "a+");
+  files.m_copy = pub_util_fopen_shared(NVRAM_COPY, O_RDWR | O_APPEND | O_CREAT);
   if (!files.m_source) {
     LOG_LINE("File \"%s\" not exist, so we try to open file \"%s\"", NVRAM_SOURCE, NVRAM_SECOND_SOURCE);
     files.m_source_path = NVRAM_SECOND_SOURCE;
@@ -205,7 +205,7 @@ result_code_en patch(const nvram_files_st& files, const char* address) {
 
 // The WiFi driver's own user must be able to write the copy.
 void open_copy_to_all() {
-  const pub_fd copy(pub_util_open(NVRAM_COPY, O_RDONLY));
+  const pub_fd copy(pub_util_open(NVRAM_COPY, pub_util_is_replaceable(NVRAM_COPY) ? O_RDONLY | O_NOFOLLOW : O_RDONLY));
   if (copy.get() < 0) {
     LOG_LINE("open %s failed", NVRAM_COPY);
   } else if (fchmod(copy.get(), 0666) == 0) {

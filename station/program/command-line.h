@@ -10,6 +10,7 @@ struct station_io_st {
   std::ostream* m_err;  // why a run failed
   bool m_color = false;
   int m_stop_fd = -1;  // readable means: end the run; borrowed
+  int m_in_fd = 0;     // the shell's lines; borrowed
 };
 
 // Runs one command; arguments without the program's name. Gives the exit status, one of STATION_EXITS.

@@ -2,16 +2,19 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 
 #include "amt/amt-convert/frame.h"
 #include "amt/amt-convert/ids.h"
 #include "station/words/arguments.h"
 #include "station/words/operations.h"
+#include "station/words/table.h"
 
 namespace {
 
 constexpr std::size_t MANY = 1000;
+constexpr station_part_st VERSION_VALUE[] = {{"version"}};
 
 std::string build_frame(const station_arguments_st& arguments, station_request_st* request) {
   const auto id = station_parse_command_id(arguments.m_words[0]);
@@ -25,9 +28,11 @@ std::string build_frame(const station_arguments_st& arguments, station_request_s
 }
 
 std::string build_at(const station_arguments_st& arguments, station_request_st* request) {
+  if (arguments.m_words[0].empty()) return "there is nothing to send";
   request->m_text = arguments.m_words[0];
   if (!arguments.m_is_raw && !request->m_text.ends_with('\r')) request->m_text += '\r';
-  return request->m_text.empty() ? "there is nothing to send" : "";
+  station_expect_text(request);
+  return {};
 }
 
 std::string build_version(const station_arguments_st& arguments, station_request_st* request) {
@@ -36,6 +41,7 @@ std::string build_version(const station_arguments_st& arguments, station_request
   station_start_frame(AMT_VERSION_CMD, request);
   amt_frame_add_int(&request->m_frame.m_buf_a, AMT_ATOM_MODULE, *module);
   request->m_value.m_atoms = {AMT_ATOM_VERSION};
+  request->m_value.m_parts = VERSION_VALUE;
   return {};
 }
 
@@ -72,10 +78,31 @@ const std::vector<station_word_st>& station_words() {
   return words;
 }
 
+const station_word_st* station_find_word(std::string_view name) {
+  const auto& words = station_words();
+  const auto found = std::ranges::find(words, name, [](const auto& word) { return std::string_view(word.m_name); });
+  return found == words.end() ? nullptr : &*found;
+}
+
+namespace {
+
+std::string check_count(const station_word_st& word, const station_arguments_st& arguments) {
+  const auto& words = arguments.m_words;
+  const std::string usage = fmt::format("usage: {} {}", word.m_name, word.m_usage);
+  if (words.size() > word.m_most) return fmt::format("{}: '{}' is too much; {}", word.m_name, words.back(), usage);
+  const std::string first = std::string(word.m_usage).substr(0, std::string_view(word.m_usage).find(' '));
+  return words.size() >= word.m_least ? "" : fmt::format("{}: {} is missing; {}", word.m_name, first, usage);
+}
+
+}  // namespace
+
 std::string station_build(const station_word_st& word, const station_arguments_st& arguments,
                           station_request_st* request) {
-  std::string wrong =
-      word.m_build != nullptr ? word.m_build(arguments, request) : station_build_operation(word, arguments, request);
+  if (!word.m_operations.empty()) return station_build_operation(word, arguments, request);
+  std::string wrong = check_count(word, arguments);
+  if (!wrong.empty() || word.m_build == nullptr) return wrong;
+  wrong = word.m_build(arguments, request);
   const bool is_lost = wrong.empty() && !request->m_is_frame && arguments.m_form == stream_form_en::BARE;
-  return is_lost ? "text goes to the PC link: use --port" : wrong;
+  if (is_lost) wrong = "text goes to the PC link: use --port";
+  return wrong.empty() ? wrong : fmt::format("{}: {}", word.m_name, wrong);
 }

@@ -14,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include "pub/gate.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
 #include "tests/unit/thread-state.h"
@@ -189,9 +190,9 @@ void logger_that_forks(const __android_logger_data*, const char*) {
   const pid_t child = fork();
   if (child == 0) {
     alarm(10);
-    pub_log_resume(true);
-    pub_log_pause();
-    pub_log_resume(false);
+    pub_gate_open(true);
+    pub_gate_close();
+    pub_gate_open(false);
     _exit(0);
   }
   waitpid(child, &g_status_of_the_child, 0);

@@ -1,0 +1,188 @@
+// packaging/sepolicy: it compiles, allows what the service does, and refuses what a tree must not add to it.
+#include "tests/packaging/policy.h"
+
+#include "tests/unit/docs/text.h"
+
+namespace {
+
+const policy& plain_policy() {
+  static const policy result;
+  return result;
+}
+
+std::set<std::string> types_in(const std::string& file) {
+  std::set<std::string> result;
+  for (auto& type : matches(project_text("packaging/sepolicy/" + file), "u:object_r:([a-z_]+):s0")) result.insert(type);
+  EXPECT_FALSE(result.empty()) << file;
+  return result;
+}
+
+struct access_st {
+  const char* m_what;
+  const char* m_type;
+  const char* m_access;
+};
+
+struct rule_st {
+  const char* m_what;
+  const char* m_rule;
+};
+
+class PolicyRefuses : public testing::TestWithParam<rule_st> {};
+
+}  // namespace
+
+TEST(Policy, ItselfAndBothForms_Compile) {
+  EXPECT_TRUE(plain_policy().compiles()) << plain_policy().messages();
+}
+
+// Each label of the context files names a type of the policy.
+TEST(Policy, LabelsOfAllContexts_AreValid) {
+  for (const char* file : {"file_contexts", "property_contexts", "genfs_contexts"}) {
+    for (const auto& type : types_in(file)) EXPECT_TRUE(plain_policy().knows("u:object_r:" + type + ":s0")) << type;
+  }
+}
+
+TEST(Policy, FileContexts_AreTakenByTheRealCompiler) {
+  const auto result = run_command("sefcontext_compile -p " + plain_policy().file() + " -o " +
+                                  plain_policy().path("file_contexts.bin") + " " + POLICY_FOLDER + "/file_contexts");
+  EXPECT_EQ(result.m_status, 0) << result.m_out;
+}
+
+TEST(Policy, PathsOfTheService_HaveTheirLabels) {
+  EXPECT_EQ(type_of_path("/system/bin/vx-kro-amt"), "vx_kro_amt_exec");
+  for (const char* path :
+       {"/amt", "/amt/imei.txt", "/amt/BT/BT_Address.txt", "/amt/product.txt.new", "/mnt/opl/nvm/BT_Address.txt"})
+    EXPECT_EQ(type_of_path(path), "vx_kro_amt_record_file") << path;
+  for (const char* path : {"/tmp", "/tmp/vx-kro-amt.pid", "/tmp/vx-kro-amt-app", "/tmp/amt-audio.pid"})
+    EXPECT_EQ(type_of_path(path), "vx_kro_amt_tmp_file") << path;
+  EXPECT_EQ(type_of_path("/data/local/wifi/gps_get_result.txt"), "vx_kro_amt_data_file");
+  for (const char* path : {"/system/bin/sh", "/tmpfile", "/amtx", "/dev/ttyACM2"})
+    EXPECT_EQ(type_of_path(path), "") << path;
+}
+
+// The ttys of the sample configuration, whose labels stand apart from it.
+TEST(Policy, TtysOfTheSampleConfiguration_HaveTheDevicesLabel) {
+  const auto ttys = matches(project_text("packaging/vx-kro-amt.cfg"), "\nvx\\.tty\\.(?:pc|modem|at\\.mux) = ([^\n]+)");
+  EXPECT_EQ(ttys.size(), 3u);
+  for (const auto& tty : ttys) EXPECT_EQ(type_of_path(tty), "vx_kro_amt_device") << tty;
+}
+
+// A comment line before it, or before the block of rules in which it stands.
+TEST(Policy, EachRule_HasItsReasonBeforeIt) {
+  for (const char* file : {"vx_kro_amt.te", "file_contexts", "property_contexts", "genfs_contexts"}) {
+    bool has_reason = false;
+    std::istringstream lines(project_text(std::string("packaging/sepolicy/") + file));
+    for (std::string line; std::getline(lines, line);) {
+      if (line.empty())
+        has_reason = false;
+      else if (line[0] == '#')
+        has_reason = true;
+      else
+        EXPECT_TRUE(has_reason) << file << ": " << line;
+    }
+  }
+}
+
+TEST(Policy, PropertiesOfTheSources_HaveAType) {
+  const auto contexts = project_text("packaging/sepolicy/property_contexts");
+  for (const char* name : {"amt.normal.amt.switch_status", "sys.vx.amt.failure.handshake", "vx.amt.insertion",
+                           "ctl.stop$vx-kro-mla0", "ro.build.customer", "ro.build.display.vx.id"}) {
+    EXPECT_NE(contexts.find("\n" + std::string(name) + " "), contexts.npos) << name;
+  }
+}
+
+// What the service does, with the type and the permission that it needs for it.
+TEST(Policy, WhatTheServiceDoes_IsAllowed) {
+  constexpr access_st ACCESSES[] = {{"makes a record", "vx_kro_amt_record_file", "file create"},
+                                    {"replaces a record", "vx_kro_amt_record_file", "file rename"},
+                                    {"makes a record folder", "vx_kro_amt_record_file", "dir create"},
+                                    {"gives a record folder a mode", "vx_kro_amt_record_file", "dir setattr"},
+                                    {"writes a pid file", "vx_kro_amt_tmp_file", "file create"},
+                                    {"makes the applications link", "vx_kro_amt_tmp_file", "lnk_file create"},
+                                    {"removes the applications link", "vx_kro_amt_tmp_file", "lnk_file unlink"},
+                                    {"opens a pseudo terminal", "ptmx_device", "chr_file open"},
+                                    {"gives the pseudo terminal away", "vx_kro_amt_devpts", "chr_file setattr"},
+                                    {"opens a link", "vx_kro_amt_device", "chr_file open"},
+                                    {"sets a link", "vx_kro_amt_device", "chr_file ioctl"},
+                                    {"opens a uart", "serial_device", "chr_file write"},
+                                    {"maps the framebuffer", "graphics_device", "chr_file map"},
+                                    {"switches the console", "tty_device", "chr_file ioctl"},
+                                    {"chooses a camera", "video_device", "chr_file ioctl"},
+                                    {"switches a backlight", "sysfs_leds", "file write"},
+                                    {"switches the vibrator", "sysfs_vibrator", "file write"},
+                                    {"reads the battery", "sysfs_batteryinfo", "file read"},
+                                    {"reads the usb state", "sysfs_android_usb", "file read"},
+                                    {"asks the battery driver", "proc_vx_kro_amt", "file write"},
+                                    {"writes the drivers text", "wifi_data_file", "file create"},
+                                    {"writes a note", "vx_kro_amt_data_file", "file append"},
+                                    {"reads which card", "system_data_file", "file open"},
+                                    {"reads the cards size", "vfat", "filesystem getattr"},
+                                    {"hears kernel events", "vx_kro_amt", "netlink_kobject_uevent_socket bind"},
+                                    {"logs a line", "vx_kro_amt", "unix_dgram_socket create"},
+                                    {"runs a shell", "shell_exec", "file execute_no_trans"},
+                                    {"runs chmod", "toolbox_exec", "file execute_no_trans"},
+                                    {"runs the player", "system_file", "file execute_no_trans"},
+                                    {"loads a library", "system_lib_file", "file execute"},
+                                    {"sets the verdict", "vx_kro_amt_prop", "property_service set"},
+                                    {"sets usb functions", "usb_control_prop", "property_service set"},
+                                    {"stops the modems holder", "ctl_vx_kro_amt_prop", "property_service set"},
+                                    {"reads the brand", "vx_kro_amt_build_prop", "file read"},
+                                    {"takes a priority", "vx_kro_amt", "capability sys_nice"},
+                                    {"switches off", "vx_kro_amt", "capability sys_boot"},
+                                    {"gives a folder away", "vx_kro_amt", "capability chown"},
+                                    {"stops the player", "vx_kro_amt", "process sigkill"}};
+  for (const auto& access : ACCESSES)
+    EXPECT_TRUE(plain_policy().allows("vx_kro_amt", access.m_type, access.m_access)) << access.m_what;
+}
+
+TEST(Policy, WhatTheServiceDoesNot_IsDenied) {
+  constexpr access_st ACCESSES[] = {{"runs a record", "vx_kro_amt_record_file", "file execute"},
+                                    {"writes the battery", "sysfs_batteryinfo", "file write"},
+                                    {"writes the system", "system_file", "file write"},
+                                    {"writes other data", "system_data_file", "file write"},
+                                    {"sets a build property", "vx_kro_amt_build_prop", "property_service set"},
+                                    {"looks into another process", "system_server", "process ptrace"},
+                                    {"takes another socket", "vx_kro_amt", "tcp_socket create"},
+                                    {"passes over modes", "vx_kro_amt", "capability dac_override"}};
+  ASSERT_TRUE(plain_policy().compiles()) << plain_policy().messages();
+  for (const auto& access : ACCESSES)
+    EXPECT_FALSE(plain_policy().allows("vx_kro_amt", access.m_type, access.m_access)) << access.m_what;
+}
+
+TEST(Policy, TestApplication_ReachesItsLinkAndNoRecord) {
+  EXPECT_TRUE(plain_policy().allows("system_app", "vx_kro_amt_tmp_file", "lnk_file read"));
+  EXPECT_TRUE(plain_policy().allows("system_app", "vx_kro_amt_devpts", "chr_file open"));
+  EXPECT_FALSE(plain_policy().allows("system_app", "vx_kro_amt_record_file", "file read"));
+  EXPECT_FALSE(plain_policy().allows("untrusted_app", "vx_kro_amt_devpts", "chr_file open"));
+}
+
+TEST_P(PolicyRefuses, TreeThatAllowsIt_DoesNotCompile) {
+  const policy changed(GetParam().m_rule);
+  EXPECT_FALSE(changed.compiles());
+  EXPECT_NE(changed.messages().find("neverallow"), std::string::npos) << changed.messages();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rules, PolicyRefuses,
+    testing::Values(rule_st{"AnotherWritesARecord", "allow system_server vx_kro_amt_record_file:file write;"},
+                    rule_st{"AnotherMakesARecord", "allow shell vx_kro_amt_record_file:dir add_name;"},
+                    rule_st{"ABoardsInitWritesARecord", "allow vendor_init vx_kro_amt_record_file:file create;"},
+                    rule_st{"AnotherReplacesAPidFile", "allow shell vx_kro_amt_tmp_file:dir remove_name;"},
+                    rule_st{"AnotherReplacesTheLink", "allow platform_app vx_kro_amt_tmp_file:lnk_file unlink;"},
+                    rule_st{"ServiceOpensANetworkSocket", "allow vx_kro_amt self:tcp_socket create;"},
+                    rule_st{"ServiceOpensAnotherNetlinkSocket", "allow vx_kro_amt self:netlink_route_socket create;"},
+                    rule_st{"ShellStartsIt", "allow shell vx_kro_amt:process transition;"},
+                    rule_st{"ApplicationLooksIntoIt", "allow untrusted_app vx_kro_amt:process ptrace;"},
+                    rule_st{"ServiceRunsData", "allow vx_kro_amt system_data_file:file execute;"},
+                    rule_st{"ServicePassesOverModes", "allow vx_kro_amt self:capability dac_override;"},
+                    rule_st{"ServiceLoadsAModule", "allow vx_kro_amt self:capability sys_module;"},
+                    rule_st{"ApplicationSpeaksOnTheLink", "allow untrusted_app vx_kro_amt_devpts:chr_file open;"},
+                    rule_st{"AnotherSetsTheVerdict", "allow shell vx_kro_amt_prop:property_service set;"}),
+    [](const auto& row) { return row.param.m_what; });
+
+// A rule that breaks nothing compiles: the tests above do not fail for another reason.
+TEST(Policy, HarmlessRuleOfATree_Compiles) {
+  const policy changed("allow system_server vx_kro_amt_record_file:file read;");
+  EXPECT_TRUE(changed.compiles()) << changed.messages();
+}
