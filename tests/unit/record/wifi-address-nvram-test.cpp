@@ -1,9 +1,8 @@
 // The WiFi driver's text with the recorded address in it, byte for byte.
 
-#include "amt/amt-record/wifi-address.h"
-
 #include <tuple>
 
+#include "amt/amt-record/wifi-address.h"
 #include "tests/unit/failing-calls.h"
 #include "tests/unit/record/record-test.h"
 
