@@ -3,7 +3,8 @@ JOBS ?= $(shell nproc)
 TEST_JOBS ?= 8
 CTEST = ctest --output-on-failure --no-tests=error -j$(TEST_JOBS)
 
-.PHONY: all setup demo test handset bench fuzz fuzz-short faults faults-short asan tsan phone-like arm64 armhf lint format clean
+.PHONY: all setup demo test handset bench fuzz fuzz-short faults faults-short kills asan tsan phone-like arm64 armhf
+.PHONY: lint format clean
 all: programs
 
 # One tree for the programs and, once they were asked for, the tests; one for each sanitizer, the first with the fuzz targets.
@@ -74,6 +75,12 @@ faults: build/.test
 	@tools/faults
 faults-short: build/.test
 	@tools/faults --short
+
+# The service killed while it writes records, COUNT times.
+kills: COUNT ?= 10000
+kills: TARGETS = --target kills-campaign
+kills: build/.test
+	@tools/kills $(COUNT)
 
 # The static checks read only how each file is compiled, so the tree need not be built, only configured.
 lint:

@@ -87,7 +87,9 @@ TEST_P(BluetoothAddress, WrittenTwice_HasTheSecondAddress) {
 }
 
 TEST_P(BluetoothAddress, WrittenTwiceWithFewerRights_FindsTheRecordLocked) {
-  start({.user = handset::phone_user::system});
+  handset::phone_options options;
+  options.user = handset::phone_user::system;
+  start(options);
   expect_ok(172, WRITE + ADDRESS, 173);
   expect_failure(172, WRITE + " EE 6F 02 0200 3132");
   EXPECT_EQ(content(RECORD), "AA:BB:CC:DD:EE:FF\n");

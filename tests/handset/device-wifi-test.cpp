@@ -95,7 +95,9 @@ TEST_P(WifiAddress, WrittenTwice_HasTheSecondAddress) {
 }
 
 TEST_P(WifiAddress, WrittenTwiceWithFewerRights_FindsTheRecordLocked) {
-  start({.user = handset::phone_user::system});
+  handset::phone_options options;
+  options.user = handset::phone_user::system;
+  start(options);
   expect_ok(185, WRITE + ADDRESS, 186);
   expect_failure(185, WRITE + " EE 99 02 0200 3132");
   EXPECT_EQ(content(RECORD), "00:11:22:33:44:55\n");
