@@ -54,7 +54,7 @@ int wait_for_child(pid_t child) {
 // A command needs none of the service's real-time priority. Nothing is asked of the system where there is none to give
 // up: a command must not fail for that.
 int leave_real_time(posix_spawnattr_t& attributes) {
-  if (sched_getscheduler(0) == SCHED_OTHER) return 0;
+  if (sched_getscheduler(0) <= SCHED_OTHER) return 0;  // or that is not known
   const sched_param ordinary = {};
   posix_spawnattr_setschedpolicy(&attributes, SCHED_OTHER);
   posix_spawnattr_setschedparam(&attributes, &ordinary);
