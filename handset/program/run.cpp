@@ -226,7 +226,11 @@ void phone_run::end() {
 }
 
 exit_status phone_run::wait_service_end() {
-  m_phone.send_signal(SIGTERM);
+  try {
+    m_phone.send_signal(SIGTERM);
+  } catch (const error&) {
+    // It has just ended by itself.
+  }
   auto status = m_phone.wait_exit(END_PATIENCE);
   if (!status) {
     m_phone.send_signal(SIGKILL);

@@ -2,8 +2,8 @@
 // agent in it with the link to it. Other rooms decide what lies in the tree and what runs there.
 //
 // The sandbox of a phone: bubblewrap with user, mount, process, network and IPC namespaces, whether root or somebody
-// else asks, and the agent as its process 1. Inside everything runs as one user: uid 0 (root), as the service on a phone,
-// or uid 1000 (system); gid 1001 (radio), the one group that a sandbox can have.
+// else asks, and the agent as its process 1. Inside everything runs as one user: uid 0 (root), as the service on a
+// phone, or uid 1000 (system); gid 1001 (radio), the one group that a sandbox can have.
 #pragma once
 
 #include <sys/types.h>

@@ -60,9 +60,7 @@ TEST_P(Document, PrintedCommands_Work) {
     }
     const auto result = reader.type(reader.prepare(command.text));
     EXPECT_EQ(result.exit, command.exit) << result.output;
-    if (command.output) {
-      EXPECT_EQ(result.output, *command.output);
-    }
+    EXPECT_EQ(result.output, command.output.value_or(result.output));
   }
 }
 

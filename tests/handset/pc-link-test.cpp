@@ -172,6 +172,30 @@ TEST_F(PcLink, Frame_WrongChecksum_IsAnsweredAllTheSame) {
   EXPECT_EQ(to_hex(pc_gets(PRE_RESPONSE.size() + VERSION_ANSWER.size())), to_hex(PRE_RESPONSE + VERSION_ANSWER));
 }
 
+TEST_F(PcLink, Block_TwoFrames_TheSecondIsDropped) {
+  start();
+  send(VERSION_REQUEST + VERSION_REQUEST);
+  EXPECT_EQ(to_hex(pc_gets(PRE_RESPONSE.size() + VERSION_ANSWER.size())), to_hex(PRE_RESPONSE + VERSION_ANSWER));
+  expect_passed("AT+AFTER\r");
+  EXPECT_EQ(phone().pc().read_pending(), "");
+}
+
+// The service sees half a request, which is for the modem, and then text.
+TEST_F(PcLink, Frame_InTwoReads_IsTwoBlocksForTheModem) {
+  start();
+  expect_passed(VERSION_REQUEST.substr(0, 20));
+  expect_passed(VERSION_REQUEST.substr(20));
+  EXPECT_EQ(phone().pc().read_pending(), "");
+}
+
+TEST_F(PcLink, Frame_AtomsInAnotherOrder_IsTheSameRequest) {
+  start();
+  send(from_hex("AABBCCDD1E000000020000001600BBAC1000EE6F0202003132EE6E0104000200000057628183"));
+  EXPECT_EQ(pc_gets(PRE_RESPONSE.size()), PRE_RESPONSE);
+  EXPECT_EQ(to_hex(pc_gets(31)).substr(36, 18), "EE0101040000000000");
+  EXPECT_EQ(phone().read_file("/amt/BT/BT_Address.txt"), "12\n");
+}
+
 TEST_F(PcLink, Block_SixteenBytesWithMagic_IsTextAndPassesRaw) {
   start();
   expect_passed(from_hex("AABBCCDD 08000000 02000000 00000000"));

@@ -67,6 +67,21 @@ TEST(ProtocolDocument, ForwardedRequests_AreTheRegisteredOnes) {
   EXPECT_EQ(forwarded_in_document(), expected);
 }
 
+// Each atom that the code knows is described: among those of the service's requests, or of the modem's.
+TEST(ProtocolDocument, Atoms_AreThoseOfTheCode) {
+  const std::string atoms = between(protocol(), "## The atoms of these requests\n", "\n## ");
+  std::set<int> known;
+  for (const auto& cell : matches(atoms, "\n\\| ([0-9]+(?:(?:, | to )[0-9]+)?)")) {
+    const auto ends = numbers(cell);
+    for (int id = *ends.begin(); id <= *ends.rbegin(); ++id) known.insert(id);
+  }
+  const std::string carried = between(protocol(), "## Requests carried to the modem\n", "\n## ");
+  for (const auto& cell : matches(carried, "([0-9]+) (?:int|bytes|flag)")) known.merge(numbers(cell));
+  for (const auto& id : matches(project_text("amt/amt-convert/ids.h"), "AMT_ATOM_[A-Z0-9_]+ = ([0-9]+),")) {
+    EXPECT_TRUE(known.contains(std::stoi(id))) << id;
+  }
+}
+
 TEST(ProtocolDocument, ChecksumExample_IsWhatTheCodeComputes) {
   auto covered = covered_bytes();
   ASSERT_EQ(covered.size(), 12u);
