@@ -16,7 +16,7 @@
 namespace {
 
 constexpr int HISTORY_LINES = 500;
-constexpr std::size_t LONGEST_LINE = 64 * 1024;
+constexpr std::size_t LONGEST_LINE = std::size_t{64} * 1024;
 
 // Waits for input; false on an interrupt.
 bool wait_for_input(int in_fd, int stop_fd) {

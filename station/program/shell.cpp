@@ -44,8 +44,7 @@ std::vector<std::string> complete_line(const std::string& before) {
     if (start.starts_with('-')) add_if_starts(&words, option, start);
   }
   std::ranges::sort(words);
-  const auto doubles = std::ranges::unique(words);
-  words.erase(doubles.begin(), doubles.end());
+  words.erase(std::unique(words.begin(), words.end()), words.end());
   return words;
 }
 

@@ -43,7 +43,7 @@ TEST_F(Answer, OkAloneToARead_IsWaitedOver) {
 }
 
 TEST_F(Answer, OkAloneToAReadAndNothingMore_IsStatusNine) {
-  const auto got = run({"imei", "--timeout", "100"}, {{"AT^DGSN?\r", "\r\nOK\r\n"}});
+  const auto got = run({"imei", "--timeout", "1000"}, {{"AT^DGSN?\r", "\r\nOK\r\n"}});
   EXPECT_EQ(got.m_status, 9);
   EXPECT_THAT(got.m_err, HasSubstr("answered without the value that was asked for"));
   EXPECT_THAT(got.m_out, Not(HasSubstr("imei:")));
@@ -94,7 +94,7 @@ TEST_F(Answer, FrameWithoutItsValue_IsWaitedOver) {
   const byte_string written = bytes_from_hex("AABBCCDD 17000000 02000000 0F00BBAD0900 EE0101040000000000 697E0503");
   const std::string request =
       text_of(bytes_from_hex("AABBCCDD 17000000 02000000 0F00BBAC0900 EE6E01040001000000 257E9949"));
-  const auto got = run({"bt-address", "--frame", "--timeout", "100"}, {{request, text_of(written)}});
+  const auto got = run({"bt-address", "--frame", "--timeout", "1000"}, {{request, text_of(written)}});
   EXPECT_EQ(got.m_status, 9) << got.m_out;
   const byte_string read =
       bytes_from_hex("AABBCCDD 1E000000 02000000 1600BBAD1000 EE6F0202004142 EE0101040000000000 AB50FD46");

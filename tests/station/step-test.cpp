@@ -79,7 +79,7 @@ TEST_F(Step, ModemThatStaysSilent_DoesNotKeepAReadBack) {
   const auto got = run({"sw-version"}, PROBES + script{{"AT^DSVER\r", "\r\n^DSVER: 7\r\n\r\nOK\r\n"}});
   EXPECT_EQ(got.m_status, 0);
   // The modem may still answer, so an OK alone cannot be trusted.
-  const auto check = run({"check", "bt", "--timeout", "200"}, PROBES + script{{"AT^DGSN?\r", ""}});
+  const auto check = run({"check", "bt", "--timeout", "2000"}, PROBES + script{{"AT^DGSN?\r", ""}});
   EXPECT_EQ(check.m_status, 5);
   EXPECT_THAT(check.m_err, HasSubstr("hint: the modem still owes the answer to an earlier request"));
   EXPECT_EQ(run({"check", "bt", "--force"}, PROBES + script{{CHECK_BT, OK}}).m_status, 0);
