@@ -17,6 +17,7 @@ constexpr char AGAIN[] = "an interrupted call is made again";
 constexpr char FLUSHED[] = "nothing was left to be written: a record is flushed before";
 constexpr char PROPERTY[] = "a file in place of the phone's own property service";
 constexpr char OWN_LINK[] = "only decides whether a link is another process's; then it is taken for the own";
+constexpr char PRINTED[] = "what is only printed is for whoever starts the service by hand";
 constexpr char BUFFER[] = "a stream without a buffer works byte by byte";
 
 constexpr harmless_row HARMLESS[] = {
@@ -51,9 +52,13 @@ constexpr harmless_row HARMLESS[] = {
     {"rename", "/data/property/", PROPERTY},
     {"sched_setscheduler", "", "needs a right that the virtual handset does not give, so it always fails there"},
     {"setsockopt", "", "the system's usual queue serves, too"},
+    {"stat", "/.", "others are then taken to be able to put files there"},
     {"stat", ".txt", "an item file whose mode is not known gets the usual one"},
     {"unlink", ".new", "there was none"},
+    {"unlink", "/tmp/vx-kro-amt.pid", "there was none, or the new one is refused in its place and that logged"},
     {"unlink", "/dev/ttyAPP", "there was none, or the link that is to come in its place is refused and that logged"},
+    {"write", "/dev/null", PRINTED},
+    {"write", "pipe:", PRINTED},
     {"write", "errno 0 ", "the log has what was to be written and what was"},
     {"waitpid", "errno 4 ", AGAIN},
 };

@@ -115,6 +115,20 @@ INSTANTIATE_TEST_SUITE_P(Contents, StalePidFile,
                                            std::string(5000, '7')),
                          [](const auto& content) { return "no" + std::to_string(content.index); });
 
+// 58 characters of a path are kept: what they name is what is read.
+TEST(LongProcessPath, ConfigurationAndPidFile_AreThoseOfTheCutPath) {
+  handset::phone phone(raw_modem());
+  const std::string folder = "/tmp/" + std::string(45, 'f');
+  const std::string script = "mkdir " + folder + " && cp /phone/bin/vx-kro-amt " + folder + " && exec " + folder;
+  const auto started = phone.exec({"/bin/sh", "-c", script + "/vx-kro-amt"});
+  const std::string cut = folder + "/vx-kro-";
+  ASSERT_EQ(cut.size(), 58u);
+  EXPECT_NE(started.out.find("config file is \"" + cut + "\"\n            pid file is \"" + cut + "\"\n"),
+            started.out.npos)
+      << started.out;
+  EXPECT_NE(started.err.find("fail to open file: " + cut + "\n"), started.err.npos) << started.err;
+}
+
 // Process numbers are small and come again: the old file may name the very process that reads it.
 TEST(StalePidFileOfItsOwn, Found_DoesNotStopTheStart) {
   auto options = raw_modem();

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cctype>
 
 #include "tests/unit/docs/text.h"
 
@@ -47,8 +48,14 @@ const std::string& all_texts() {
   return result;
 }
 
+// As a whole: what follows in the text does not go on with the name.
 bool is_known(const std::string& name) {
-  return all_texts().find(name) != std::string::npos;
+  const auto& texts = all_texts();
+  for (std::size_t at = texts.find(name); at != texts.npos; at = texts.find(name, at + 1)) {
+    const char next = at + name.size() < texts.size() ? texts[at + name.size()] : ' ';
+    if (std::isalnum(static_cast<unsigned char>(next)) == 0 && next != '_') return true;
+  }
+  return false;
 }
 
 bool is_property(const std::string& name) {

@@ -4,6 +4,9 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <deque>
+#include <map>
+#include <utility>
 
 #include "tests/unit/docs/text.h"
 
@@ -55,7 +58,127 @@ std::string name_of_mistake(const testing::TestParamInfo<mistake_st>& row) {
   return row.param.m_what;
 }
 
+// Init's property triggers, with the kit's files and services that run until a test ends them. As on a phone, a change
+// is an event of its own, which starts what it completes when its turn has come.
+class init {
+ public:
+  init() {
+    for (const char* file : INIT_FILES) {
+      for (auto& section : sections_of(file)) m_sections.push_back(std::move(section));
+    }
+    for (const auto& section : m_sections) {
+      if (section.m_head.m_words == std::vector<std::string>{"on", "post-fs-data"}) run(section);
+    }
+    run("vx-kro-amt", true);  // its class is started at the end
+    work();
+  }
+
+  void set(const std::string& name, const std::string& value) {
+    change(name, value);
+    work();
+  }
+  bool runs(const std::string& service) const { return m_running.count(service) != 0; }
+  int starts(const std::string& service) { return m_starts[service]; }
+  // The start on insertion reports and ends.
+  void end_with(const std::string& verdict) {
+    change("sys.vx.amt.failure.handshake", verdict);
+    run("vx-kro-amt-usb", false);
+    work();
+  }
+
+ private:
+  void change(const std::string& name, const std::string& value) {
+    m_properties[name] = value;
+    m_events.emplace_back(name, value);
+  }
+
+  void run(const std::string& service, bool is_on) {
+    if (is_on && m_running.insert(service).second) ++m_starts[service];
+    if (!is_on && m_running.erase(service) != 0) change("init.svc." + service, "stopped");
+  }
+
+  void run(const init_section_st& section) {
+    for (const auto& line : section.m_lines) {
+      const auto& words = line.m_words;
+      if (words[0] == "setprop") change(words[1], words[2]);
+      if (words[0] == "start" || words[0] == "stop") run(words[1], words[0] == "start");
+    }
+  }
+
+  bool is_due(const init_section_st& section, const std::pair<std::string, std::string>& event) {
+    bool names_it = false;
+    for (const auto& word : section.m_head.m_words) {
+      if (word == "on" || word == "&&") continue;
+      if (!word.starts_with("property:")) return false;
+      const std::string name = word.substr(9, word.find('=') - 9);
+      const std::string value = word.substr(word.find('=') + 1);
+      names_it = names_it || name == event.first;
+      if ((name == event.first ? event.second : m_properties[name]) != value) return false;
+    }
+    return names_it;
+  }
+
+  void work() {
+    for (int turn = 0; !m_events.empty(); ++turn) {
+      ASSERT_LT(turn, 100) << "the files start each other without end";
+      const auto event = m_events.front();
+      m_events.pop_front();
+      std::vector<const init_section_st*> due;
+      for (const auto& section : m_sections) {
+        if (section.m_head.m_words[0] == "on" && is_due(section, event)) due.push_back(&section);
+      }
+      for (const auto* section : due) run(*section);
+    }
+  }
+
+  std::vector<init_section_st> m_sections;
+  std::map<std::string, std::string> m_properties;
+  std::deque<std::pair<std::string, std::string>> m_events;
+  std::set<std::string> m_running;
+  std::map<std::string, int> m_starts;
+};
+
 }  // namespace
+
+TEST(InitTriggers, Start_RunsTheNormalServiceAlone) {
+  const init phone;
+  EXPECT_TRUE(phone.runs("vx-kro-amt"));
+  EXPECT_FALSE(phone.runs("vx-kro-amt-usb"));
+}
+
+TEST(InitTriggers, Insertion_PutsTheOtherServiceInItsPlace) {
+  init phone;
+  phone.set("sys.usb.state", "serial,adb");
+  EXPECT_FALSE(phone.runs("vx-kro-amt"));
+  EXPECT_TRUE(phone.runs("vx-kro-amt-usb"));
+}
+
+// Its verdict permits the next insertion, but the cable is still the same.
+TEST(InitTriggers, EndWithPermission_BringsTheNormalServiceBackAndWaits) {
+  init phone;
+  phone.set("sys.usb.state", "serial,adb");
+  phone.end_with("2");
+  EXPECT_TRUE(phone.runs("vx-kro-amt"));
+  EXPECT_FALSE(phone.runs("vx-kro-amt-usb"));
+  EXPECT_EQ(phone.starts("vx-kro-amt-usb"), 1);
+  phone.set("sys.usb.state", "adb");
+  phone.set("sys.usb.state", "serial,adb");
+  EXPECT_EQ(phone.starts("vx-kro-amt-usb"), 2);
+}
+
+TEST(InitTriggers, EndWithRefusal_KeepsTheNextInsertionOut) {
+  init phone;
+  phone.set("sys.usb.state", "serial,adb");
+  phone.end_with("1");
+  phone.set("sys.usb.state", "serial,adb");
+  EXPECT_EQ(phone.starts("vx-kro-amt-usb"), 1);
+  EXPECT_TRUE(phone.runs("vx-kro-amt"));
+  // Permission that comes later is for the insertion after it.
+  phone.set("sys.vx.amt.failure.handshake", "2");
+  EXPECT_EQ(phone.starts("vx-kro-amt-usb"), 1);
+  phone.set("sys.usb.state", "serial,adb");
+  EXPECT_EQ(phone.starts("vx-kro-amt-usb"), 2);
+}
 
 TEST(InitFile, FilesOfTheKit_AreInitsLanguage) {
   for (const char* file : INIT_FILES) EXPECT_THAT(check_init_file(project_text(file)), IsEmpty()) << file;

@@ -23,13 +23,6 @@ struct access_st {
   const char* m_access;
 };
 
-std::string name_of_access(const testing::TestParamInfo<access_st>& row) {
-  return row.param.m_what;
-}
-
-class PolicyAllows : public testing::TestWithParam<access_st> {};
-class PolicyDenies : public testing::TestWithParam<access_st> {};
-
 struct rule_st {
   const char* m_what;
   const char* m_rule;
@@ -99,68 +92,63 @@ TEST(Policy, PropertiesOfTheSources_HaveAType) {
   }
 }
 
-TEST_P(PolicyAllows, Service_MayDoIt) {
-  EXPECT_TRUE(plain_policy().allows("vx_kro_amt", GetParam().m_type, GetParam().m_access));
+// What the service does, with the type and the permission that it needs for it.
+TEST(Policy, WhatTheServiceDoes_IsAllowed) {
+  constexpr access_st ACCESSES[] = {{"makes a record", "vx_kro_amt_record_file", "file create"},
+                                    {"replaces a record", "vx_kro_amt_record_file", "file rename"},
+                                    {"makes a record folder", "vx_kro_amt_record_file", "dir create"},
+                                    {"gives a record folder a mode", "vx_kro_amt_record_file", "dir setattr"},
+                                    {"writes a pid file", "vx_kro_amt_tmp_file", "file create"},
+                                    {"makes the applications link", "vx_kro_amt_tmp_file", "lnk_file create"},
+                                    {"removes the applications link", "vx_kro_amt_tmp_file", "lnk_file unlink"},
+                                    {"opens a pseudo terminal", "ptmx_device", "chr_file open"},
+                                    {"gives the pseudo terminal away", "vx_kro_amt_devpts", "chr_file setattr"},
+                                    {"opens a link", "vx_kro_amt_device", "chr_file open"},
+                                    {"sets a link", "vx_kro_amt_device", "chr_file ioctl"},
+                                    {"opens a uart", "serial_device", "chr_file write"},
+                                    {"maps the framebuffer", "graphics_device", "chr_file map"},
+                                    {"switches the console", "tty_device", "chr_file ioctl"},
+                                    {"chooses a camera", "video_device", "chr_file ioctl"},
+                                    {"switches a backlight", "sysfs_leds", "file write"},
+                                    {"switches the vibrator", "sysfs_vibrator", "file write"},
+                                    {"reads the battery", "sysfs_batteryinfo", "file read"},
+                                    {"reads the usb state", "sysfs_android_usb", "file read"},
+                                    {"asks the battery driver", "proc_vx_kro_amt", "file write"},
+                                    {"writes the drivers text", "wifi_data_file", "file create"},
+                                    {"writes a note", "vx_kro_amt_data_file", "file append"},
+                                    {"reads which card", "system_data_file", "file open"},
+                                    {"reads the cards size", "vfat", "filesystem getattr"},
+                                    {"hears kernel events", "vx_kro_amt", "netlink_kobject_uevent_socket bind"},
+                                    {"logs a line", "vx_kro_amt", "unix_dgram_socket create"},
+                                    {"runs a shell", "shell_exec", "file execute_no_trans"},
+                                    {"runs chmod", "toolbox_exec", "file execute_no_trans"},
+                                    {"runs the player", "system_file", "file execute_no_trans"},
+                                    {"loads a library", "system_lib_file", "file execute"},
+                                    {"sets the verdict", "vx_kro_amt_prop", "property_service set"},
+                                    {"sets usb functions", "usb_control_prop", "property_service set"},
+                                    {"stops the modems holder", "ctl_vx_kro_amt_prop", "property_service set"},
+                                    {"reads the brand", "vx_kro_amt_build_prop", "file read"},
+                                    {"takes a priority", "vx_kro_amt", "capability sys_nice"},
+                                    {"switches off", "vx_kro_amt", "capability sys_boot"},
+                                    {"gives a folder away", "vx_kro_amt", "capability chown"},
+                                    {"stops the player", "vx_kro_amt", "process sigkill"}};
+  for (const auto& access : ACCESSES)
+    EXPECT_TRUE(plain_policy().allows("vx_kro_amt", access.m_type, access.m_access)) << access.m_what;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Accesses, PolicyAllows,
-    testing::Values(access_st{"MakesARecord", "vx_kro_amt_record_file", "file create"},
-                    access_st{"ReplacesARecord", "vx_kro_amt_record_file", "file rename"},
-                    access_st{"MakesARecordFolder", "vx_kro_amt_record_file", "dir create"},
-                    access_st{"GivesARecordFolderAMode", "vx_kro_amt_record_file", "dir setattr"},
-                    access_st{"WritesAPidFile", "vx_kro_amt_tmp_file", "file create"},
-                    access_st{"MakesTheApplicationsLink", "vx_kro_amt_tmp_file", "lnk_file create"},
-                    access_st{"RemovesTheApplicationsLink", "vx_kro_amt_tmp_file", "lnk_file unlink"},
-                    access_st{"OpensAPseudoTerminal", "ptmx_device", "chr_file open"},
-                    access_st{"GivesThePseudoTerminalAway", "vx_kro_amt_devpts", "chr_file setattr"},
-                    access_st{"OpensALink", "vx_kro_amt_device", "chr_file open"},
-                    access_st{"SetsALink", "vx_kro_amt_device", "chr_file ioctl"},
-                    access_st{"OpensAUart", "serial_device", "chr_file write"},
-                    access_st{"MapsTheFramebuffer", "graphics_device", "chr_file map"},
-                    access_st{"SwitchesTheConsole", "tty_device", "chr_file ioctl"},
-                    access_st{"ChoosesACamera", "video_device", "chr_file ioctl"},
-                    access_st{"SwitchesABacklight", "sysfs_leds", "file write"},
-                    access_st{"SwitchesTheVibrator", "sysfs_vibrator", "file write"},
-                    access_st{"ReadsTheBattery", "sysfs_batteryinfo", "file read"},
-                    access_st{"ReadsTheUsbState", "sysfs_android_usb", "file read"},
-                    access_st{"AsksTheBatteryDriver", "proc_vx_kro_amt", "file write"},
-                    access_st{"WritesTheDriversText", "wifi_data_file", "file create"},
-                    access_st{"WritesANote", "vx_kro_amt_data_file", "file append"},
-                    access_st{"ReadsWhichCard", "system_data_file", "file open"},
-                    access_st{"ReadsTheCardsSize", "vfat", "filesystem getattr"},
-                    access_st{"HearsKernelEvents", "vx_kro_amt", "netlink_kobject_uevent_socket bind"},
-                    access_st{"LogsALine", "vx_kro_amt", "unix_dgram_socket create"},
-                    access_st{"RunsAShell", "shell_exec", "file execute_no_trans"},
-                    access_st{"RunsChmod", "toolbox_exec", "file execute_no_trans"},
-                    access_st{"RunsThePlayer", "system_file", "file execute_no_trans"},
-                    access_st{"LoadsALibrary", "system_lib_file", "file execute"},
-                    access_st{"SetsTheVerdict", "vx_kro_amt_prop", "property_service set"},
-                    access_st{"SetsUsbFunctions", "usb_control_prop", "property_service set"},
-                    access_st{"StopsTheModemsHolder", "ctl_vx_kro_amt_prop", "property_service set"},
-                    access_st{"ReadsTheBrand", "vx_kro_amt_build_prop", "file read"},
-                    access_st{"TakesAPriority", "vx_kro_amt", "capability sys_nice"},
-                    access_st{"SwitchesOff", "vx_kro_amt", "capability sys_boot"},
-                    access_st{"GivesAFolderAway", "vx_kro_amt", "capability chown"},
-                    access_st{"StopsThePlayer", "vx_kro_amt", "process sigkill"}),
-    name_of_access);
-
-TEST_P(PolicyDenies, Service_MayNotDoIt) {
-  ASSERT_TRUE(plain_policy().compiles());
-  EXPECT_FALSE(plain_policy().allows("vx_kro_amt", GetParam().m_type, GetParam().m_access));
+TEST(Policy, WhatTheServiceDoesNot_IsDenied) {
+  constexpr access_st ACCESSES[] = {{"runs a record", "vx_kro_amt_record_file", "file execute"},
+                                    {"writes the battery", "sysfs_batteryinfo", "file write"},
+                                    {"writes the system", "system_file", "file write"},
+                                    {"writes other data", "system_data_file", "file write"},
+                                    {"sets a build property", "vx_kro_amt_build_prop", "property_service set"},
+                                    {"looks into another process", "system_server", "process ptrace"},
+                                    {"takes another socket", "vx_kro_amt", "tcp_socket create"},
+                                    {"passes over modes", "vx_kro_amt", "capability dac_override"}};
+  ASSERT_TRUE(plain_policy().compiles()) << plain_policy().messages();
+  for (const auto& access : ACCESSES)
+    EXPECT_FALSE(plain_policy().allows("vx_kro_amt", access.m_type, access.m_access)) << access.m_what;
 }
-
-INSTANTIATE_TEST_SUITE_P(Accesses, PolicyDenies,
-                         testing::Values(access_st{"RunsARecord", "vx_kro_amt_record_file", "file execute"},
-                                         access_st{"WritesTheBattery", "sysfs_batteryinfo", "file write"},
-                                         access_st{"WritesTheSystem", "system_file", "file write"},
-                                         access_st{"WritesOtherData", "system_data_file", "file write"},
-                                         access_st{"SetsABuildProperty", "vx_kro_amt_build_prop",
-                                                   "property_service set"},
-                                         access_st{"LooksIntoAnotherProcess", "system_server", "process ptrace"},
-                                         access_st{"TakesAnotherSocket", "vx_kro_amt", "tcp_socket create"},
-                                         access_st{"PassesOverModes", "vx_kro_amt", "capability dac_override"}),
-                         name_of_access);
 
 TEST(Policy, TestApplication_ReachesItsLinkAndNoRecord) {
   EXPECT_TRUE(plain_policy().allows("system_app", "vx_kro_amt_tmp_file", "lnk_file read"));

@@ -78,7 +78,7 @@ std::string text_of(const byte_string& bytes) {
 }
 
 const std::string VERSION_16_REQUEST =
-    text_of(bytes_from_hex("AABBCCDD 17000000 02000000 0F00BB2D0900 EE1301040010000000"));
+    text_of(bytes_from_hex("AABBCCDD 17000000 02000000 0F00BB2D0900 EE1301040010000000 BF5CE407"));
 
 TEST_F(Answer, VersionOfAnotherModule_IsForeign) {
   // VERSION_OK is the answer for module 64.
@@ -92,7 +92,8 @@ TEST_F(Answer, VersionOfAnotherModule_IsForeign) {
 TEST_F(Answer, FrameWithoutItsValue_IsWaitedOver) {
   // Answer 173 to a read of the address: atom 1 = 0 alone, as a write is answered; then with atom 111 = "AB".
   const byte_string written = bytes_from_hex("AABBCCDD 17000000 02000000 0F00BBAD0900 EE0101040000000000 697E0503");
-  const std::string request = text_of(bytes_from_hex("AABBCCDD 17000000 02000000 0F00BBAC0900 EE6E01040001000000"));
+  const std::string request =
+      text_of(bytes_from_hex("AABBCCDD 17000000 02000000 0F00BBAC0900 EE6E01040001000000 257E9949"));
   const auto got = run({"bt-address", "--frame", "--timeout", "100"}, {{request, text_of(written)}});
   EXPECT_EQ(got.m_status, 9) << got.m_out;
   const byte_string read =
@@ -105,7 +106,8 @@ TEST_F(Answer, FrameWithoutItsValue_IsWaitedOver) {
 TEST_F(Answer, FrameWithAValueThatWasNotAskedFor_IsForeign) {
   const byte_string read =
       bytes_from_hex("AABBCCDD 1E000000 02000000 1600BBAD1000 EE6F0202004142 EE0101040000000000 AB50FD46");
-  const std::string request = text_of(bytes_from_hex("AABBCCDD 17000000 02000000 0F00BBAC0900 EE6E01040003000000"));
+  const std::string request =
+      text_of(bytes_from_hex("AABBCCDD 17000000 02000000 0F00BBAC0900 EE6E01040003000000 DAD47A25"));
   EXPECT_EQ(run({"check", "bt", "--frame", "--timeout", "100"}, {{request, text_of(read)}}).m_status, 5);
 }
 

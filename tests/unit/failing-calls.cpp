@@ -14,6 +14,7 @@
 namespace {
 
 failing_call* the_failing_call = nullptr;
+noted_sleeps* the_noted_sleeps = nullptr;
 bool is_fsync_killing = false;
 int lines_to_come = -1;
 
@@ -45,6 +46,14 @@ bool failing_call::hits(const char* call, const char* path) {
   return true;
 }
 
+noted_sleeps::noted_sleeps() {
+  the_noted_sleeps = this;
+}
+
+noted_sleeps::~noted_sleeps() {
+  the_noted_sleeps = nullptr;
+}
+
 killing_fsync::killing_fsync() {
   is_fsync_killing = true;
 }
@@ -69,6 +78,7 @@ breaking_file::~breaking_file() {
   extern "C" int __wrap_##name parameters {                   \
     return fails(#name, path) ? -1 : __real_##name arguments; \
   }
+FAILING_CALL(unlockpt, (int fd), (fd), "")
 // A call that gives the errno.
 #define FAILING_CALL_BY_NUMBER(name, parameters, arguments) \
   extern "C" int __real_##name parameters;                  \
@@ -97,11 +107,13 @@ FAILING_CALL_BY_NUMBER(pthread_create,
 extern "C" {
 std::FILE* __real_fopen(const char* path, const char* mode);
 int __real_fsync(int fd);
+void __real__Z17pub_util_sleep_msj(std::uint32_t milliseconds);
 char* __real_fgets(char* line, int size, std::FILE* file);
 
 std::FILE* __wrap_fopen(const char* path, const char* mode);
 int __wrap_fsync(int fd);
 char* __wrap_fgets(char* line, int size, std::FILE* file);
+void __wrap__Z17pub_util_sleep_msj(std::uint32_t milliseconds);  // pub_util_sleep_ms, which is C++
 
 std::FILE* __wrap_fopen(const char* path, const char* mode) {
   return fails("fopen", path) ? nullptr : __real_fopen(path, mode);
@@ -116,5 +128,10 @@ char* __wrap_fgets(char* line, int size, std::FILE* file) {
   if (lines_to_come == 0) become_folder(file);
   if (lines_to_come >= 0) --lines_to_come;
   return __real_fgets(line, size, file);
+}
+
+void __wrap__Z17pub_util_sleep_msj(std::uint32_t milliseconds) {
+  if (the_noted_sleeps == nullptr) return __real__Z17pub_util_sleep_msj(milliseconds);
+  the_noted_sleeps->note(milliseconds);
 }
 }  // extern "C"

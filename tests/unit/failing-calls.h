@@ -2,10 +2,12 @@
 // (FAILING_CALLS in its folder's list).
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
-// While it lives, a call fails with `error`; on a file of its own only where a path is given (rename: the new name), and
-// not before it was made `spared` times. One at a time. The calls: those of tests/CMakeLists.txt.
+// While it lives, a call fails with `error`; on a file of its own only where a path is given (rename: the new name),
+// and not before it was made `spared` times. One at a time. The calls: those of tests/CMakeLists.txt.
 class failing_call {
  public:
   failing_call(std::string call, int error, std::string path = "", int spared = 0);
@@ -20,6 +22,21 @@ class failing_call {
   int m_error;
   std::string m_path;
   int m_spared;
+};
+
+// While it lives, the service's sleeps take no time, and their milliseconds are noted. One at a time.
+class noted_sleeps {
+ public:
+  noted_sleeps();
+  ~noted_sleeps();
+  noted_sleeps(const noted_sleeps&) = delete;
+  noted_sleeps& operator=(const noted_sleeps&) = delete;
+
+  const std::vector<std::uint32_t>& milliseconds() const { return m_milliseconds; }
+  void note(std::uint32_t milliseconds) { m_milliseconds.push_back(milliseconds); }
+
+ private:
+  std::vector<std::uint32_t> m_milliseconds;
 };
 
 // While it lives, the process ends with this status where it would call fsync, as if it were killed there.

@@ -151,7 +151,7 @@ TEST(FieldValue, AnyText_IsReadAsTheLibraryDoes) {
   std::mt19937 random(42);
   for (int round = 0; round < 20000; ++round) {
     const std::string text = random_text(random, "0123456789999-+ \rx", 24);
-    const long expected = std::strtol(text.c_str(), nullptr, 10);
+    const long long expected = std::strtoll(text.c_str(), nullptr, 10);
     ASSERT_EQ(handle_amt_field_value(text), static_cast<std::int32_t>(expected)) << '"' << text << '"';
   }
 }

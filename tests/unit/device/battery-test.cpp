@@ -8,6 +8,7 @@
 #include "amt/amt-handle/context/registry.h"
 #include "amt/amt-handle/pc/dispatch.h"
 #include "tests/unit/device/device-test.h"
+#include "tests/unit/failing-calls.h"
 
 namespace {
 
@@ -151,6 +152,15 @@ TEST_F(Battery, ReadAdc_NoNumber_Fails) {
                                  "system(echo \"amt_get_vbatt\" > /proc/driver/zelta_battery) OK", "ADC value: 0",
                                  testing::StartsWith("sys call: fscanf() failed! errno = "),
                                  device_failure("amt_read_adc", -1)));
+}
+
+// The driver measures meanwhile.
+TEST_F(Battery, ReadAdc_CommandTaken_IsFollowedByAPauseOfTwentyMilliseconds) {
+  write_file(NODE, "777\n");
+  const noted_sleeps sleeps;
+  std::uint32_t value = 0;
+  std::ignore = amt_read_adc(&value);
+  EXPECT_EQ(sleeps.milliseconds(), std::vector<std::uint32_t>{20});
 }
 
 TEST_F(Battery, ReadAdc_NullPointer_Fails) {

@@ -20,6 +20,7 @@
 
 #include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
+#include "tests/unit/thread-state.h"
 
 namespace {
 
@@ -258,6 +259,32 @@ TEST_F(Timer, DeleteAgainstExpiry_HasExactlyOneWinner) {
   for (std::size_t round = 0; round < ROUNDS; ++round) {
     EXPECT_EQ(g_race_expiries[round], is_deleted_first[round] ? 0 : 1) << round;
   }
+}
+
+std::atomic<pid_t> g_other_thread;
+std::atomic<bool> g_has_expired;
+bool g_was_kept_out = false;
+std::thread g_other;
+
+// Called inside the timers' lock.
+void logger_that_lets_another_expire(const __android_logger_data*, const char*) {
+  if (g_other.joinable()) return;
+  g_other = std::thread([] {
+    g_other_thread = gettid();
+    amt_timer_expire(*g_asked_timer);
+    g_has_expired = true;
+  });
+  g_was_kept_out = stays_asleep(g_other_thread) && !g_has_expired;
+}
+
+TEST_F(Timer, ExpiryDuringItsCreation_WaitsForItsEnd) {
+  g_other_thread = 0;
+  g_has_expired = false;
+  __android_log_set_logger(logger_that_lets_another_expire);
+  amt_timer_create(m_timer, never);
+  g_other.join();
+  EXPECT_TRUE(g_was_kept_out);
+  EXPECT_TRUE(g_has_expired);
 }
 
 }  // namespace

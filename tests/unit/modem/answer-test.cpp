@@ -132,6 +132,17 @@ INSTANTIATE_TEST_SUITE_P(
                     station_row{"Nothing", "", 77, 0, ""}),
     [](const auto& row) { return row.param.m_name; });
 
+// What stands behind a text in memory is no part of it.
+TEST(AnswerStationBounds, EmptyTextInFrontOfADigit_HoldsNone) {
+  amt_station_result_st result{77, 0, ""};
+  amt_answer_station_result(std::string_view("5,1", 0), result);
+  EXPECT_EQ(result.m_station, 77);
+  amt_answer_station_result(std::string_view("5,1", 1), result);
+  EXPECT_EQ(result.m_station, 5);
+  amt_answer_station_result(std::string_view("5,1", 2), result);
+  EXPECT_EQ(result.m_result, 0);
+}
+
 TEST(WholeError, UpToItsLineEnd_IsOne) {
   EXPECT_TRUE(amt_answer_is_whole_error("\r\nERROR\r\n"));
   EXPECT_TRUE(amt_answer_is_whole_error("\r\n^X\r\n\r\n+CME ERROR: 100\r\n"));

@@ -20,6 +20,13 @@ TEST_F(Support, FourFields_AnswerTheLast) {
                                   "amt_query_amt_support parameter=2,2,1,258", "getted nstandby0_rat:258."}));
 }
 
+// One more is too long.
+TEST_F(Support, ValueOf38Characters_IsTaken) {
+  modem_says({"\r\n^DMCC: 2,2,1,258," + std::string(28, '7') + "\r\n\r\nOK\r\n"});
+  EXPECT_EQ(run(amt_query_amt_support, QUERY_SUPPORT), ERR_NONE);
+  EXPECT_EQ(to_app(), "18 00 BB C6 12 00 EE CA 01 04 00 02 01 00 00 EE 01 01 04 00 00 00 00 00");
+}
+
 TEST_F(Support, MoreFields_AreLeftOut) {
   modem_says({"\r\n^DMCC: 1,1,1,3,9\r\n\r\nOK\r\n"});
   EXPECT_EQ(run(amt_query_amt_support, QUERY_SUPPORT), ERR_NONE);

@@ -35,6 +35,7 @@ TEST_F(NormalToAmt, ModemSwitched_AnswersSetsThePropertiesAndEnds) {
   EXPECT_EQ(phone_root::get_property("sys.usb.config"), "serial,adb");
   EXPECT_EQ(phone_root::get_property("ctl.stop"), "vx-kro-mla0");
   EXPECT_EQ(g_ends, 1);
+  EXPECT_FALSE(m_log.contains("sys call: property_set()"));
 }
 
 // The answer needs time to get out.

@@ -234,6 +234,7 @@ TEST_F(WifiAtAddress, WriteOfNothing_IsRefusedByTheRecord) {
   write(WIFI_FILE, "OLD\n");
   EXPECT_EQ(send("AT^DWIFIADDR=\"\"\r"), CME_ERROR);
   EXPECT_EQ(read(WIFI_FILE), "OLD\n");
+  EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-wifi", "amt_write_wifi_address", ERR_ARGUMENT)));
 }
 
 TEST_F(WifiAtAddress, WriteWithoutTheFolder_Fails) {

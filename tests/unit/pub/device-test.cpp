@@ -1,6 +1,5 @@
 #include "pub/util/device.h"
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,28 +17,12 @@
 
 #include "pub/result.h"
 #include "pub/util/io.h"
+#include "tests/unit/failing-calls.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
 #include "tests/unit/pub/terminals.h"
 #include "tests/unit/temp-folder.h"
 #include "tests/unit/wait-for.h"
-
-namespace {
-
-bool g_tcsetattr_fails = false;
-
-}  // namespace
-
-// Takes the C library's place: a terminal that refuses to be set is not to be had otherwise.
-extern "C" int tcsetattr(int fd, int when, const termios* attributes) noexcept;
-extern "C" int tcsetattr(int fd, int when, const termios* attributes) noexcept {
-  if (g_tcsetattr_fails) {
-    errno = EINVAL;
-    return -1;
-  }
-  static const auto real = reinterpret_cast<int (*)(int, int, const termios*)>(dlsym(RTLD_NEXT, "tcsetattr"));
-  return real(fd, when, attributes);
-}
 
 namespace {
 
@@ -424,12 +407,44 @@ TEST_F(SerialLine, NoTerminal_IsLoggedAndTheSpeedStillConverted) {
 
 TEST_F(SerialLine, TerminalThatRefuses_IsLogged) {
   const terminal_pair pair;
-  g_tcsetattr_fails = true;
+  const failing_call refused("tcsetattr", EINVAL);
   pub_util_set_serial_dev_attr(pair.slave(), 460800);
-  g_tcsetattr_fails = false;
   EXPECT_THAT(m_log.texts(), ElementsAre("pub_util_set_serial_dev_attr()", "convert speed 460800 -> B460800",
                                          "sys call: tcsetattr() failed! errno = 22",
                                          failure_line("util/util", "pub_util_set_serial_dev_attr", -1, "22")));
+}
+
+TEST_F(SerialLine, SpeedThatIsRefused_LeavesTheTerminalAsItIs) {
+  for (const std::string call : {"cfsetispeed", "cfsetospeed"}) {
+    const terminal_pair pair;
+    const termios before = pair.attributes();
+    m_log.clear();
+    const failing_call refused(call, EINVAL);
+    pub_util_set_serial_dev_attr(pair.slave(), 460800);
+    EXPECT_THAT(m_log.texts(), ElementsAre("pub_util_set_serial_dev_attr()", "convert speed 460800 -> B460800",
+                                           "sys call: " + call + "() failed! errno = 22",
+                                           failure_line("util/util", "pub_util_set_serial_dev_attr", -1, "22")));
+    EXPECT_EQ(pair.attributes().c_lflag, before.c_lflag);
+    EXPECT_EQ(pair.attributes().c_cflag, before.c_cflag);
+  }
+}
+
+TEST_F(TryToReopen, NumberThatCannotBeReplaced_KeepsTheOldDevice) {
+  const int number = open(m_folder.write("old", "old").c_str(), O_RDWR | O_CLOEXEC);
+  pub_shared_fd fd(number);
+  {
+    const failing_call refused("dup3", EBUSY);
+    EXPECT_EQ(pub_util_try_to_reopen_device(&fd, m_folder.write("new", "new").c_str(), O_RDWR, 1, 0), ERR_SYSTEM);
+    EXPECT_TRUE(m_log.has("sys call: dup3() failed! errno = 16"));
+    m_log.clear();
+    pub_util_park_device(&fd);
+    EXPECT_EQ(m_log.last(), "sys call: dup3() failed! errno = 16");
+  }
+  const failing_call none("socket", EMFILE);
+  pub_util_park_device(&fd);
+  EXPECT_EQ(m_log.last(), "sys call: socket() failed! errno = 24");
+  EXPECT_EQ(read_all(number), "old");
+  fd.close();
 }
 
 }  // namespace

@@ -7,14 +7,17 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "pub/gate.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
+#include "tests/unit/thread-state.h"
 
 namespace {
 
@@ -229,6 +232,49 @@ TEST(LogBelowPriority, BadArguments_AreStillFound) {
   EXPECT_TRUE(pub_log_bad_arguments(k_log, {false, true}));
   EXPECT_FALSE(pub_log_bad_arguments(k_log, {false, false}));
   EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+std::atomic<bool> g_may_leave_the_log;
+std::atomic<bool> g_is_in_the_log;
+
+void logger_that_stays(const __android_logger_data*, const char*) {
+  g_is_in_the_log = true;
+  wait_for([] { return g_may_leave_the_log.load(); });
+}
+
+// Whoever waits here sleeps: a thread that took turns instead would take the processor from whom it waits for.
+TEST(LogPause, ThreadsInsideAndOutside_AreWaitedForAsleep) {
+  const log_capture log;
+  __android_log_set_logger(logger_that_stays);
+  g_may_leave_the_log = false;
+  g_is_in_the_log = false;
+  std::thread writer([] { LOG_LINE("inside"); });
+  ASSERT_TRUE(wait_for([] { return g_is_in_the_log.load(); }));
+
+  std::atomic<pid_t> pausing = 0;
+  std::atomic<bool> is_paused = false;
+  std::thread pauser([&] {
+    pausing = gettid();
+    pub_log_pause();
+    is_paused = true;
+  });
+  EXPECT_TRUE(stays_asleep(pausing));
+  EXPECT_FALSE(is_paused);
+  g_may_leave_the_log = true;
+  writer.join();
+  pauser.join();
+
+  g_is_in_the_log = false;
+  std::atomic<pid_t> waiting = 0;
+  std::thread next([&] {
+    waiting = gettid();
+    LOG_LINE("outside");
+  });
+  EXPECT_TRUE(stays_asleep(waiting));
+  EXPECT_FALSE(g_is_in_the_log);
+  pub_log_resume(false);
+  next.join();
+  EXPECT_TRUE(g_is_in_the_log);
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 #include "pub/pty/pty.h"
 #include "pub/result.h"
 #include "tests/unit/application.h"
+#include "tests/unit/failing-calls.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/temp-folder.h"
 
@@ -282,5 +283,25 @@ TEST_F(PtyOpen, Null_IsRefused) {
   EXPECT_EQ(pub_pty_open(nullptr), ERR_ARGUMENT);
   EXPECT_THAT(m_log.texts().back(), failure_line("pty/pty", "pub_pty_open", ERR_ARGUMENT));
 }
+
+struct refusal_row {
+  const char* m_call;
+  const char* m_line;  // in the log
+};
+
+class PtyRefused : public PtyOpen, public testing::WithParamInterface<refusal_row> {};
+
+TEST_P(PtyRefused, OneCall_FailsAndLeavesNothingOpen) {
+  const failing_call refused(GetParam().m_call, EIO);
+  EXPECT_EQ(pub_pty_open(&m_pty), ERR_SYSTEM);
+  EXPECT_TRUE(m_log.has("sys call: " + std::string(GetParam().m_line) + "() failed! errno = 5"));
+  expect_closed();
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, PtyRefused,
+                         testing::Values(refusal_row{"ptsname_r", "ptsname"}, refusal_row{"chmod", "chmod"},
+                                         refusal_row{"tcgetattr", "tcgetattr"}, refusal_row{"tcsetattr", "tcsetattr"},
+                                         refusal_row{"grantpt", "grantpt"}, refusal_row{"unlockpt", "unlockpt"}),
+                         [](const auto& row) { return std::string(row.param.m_call); });
 
 }  // namespace

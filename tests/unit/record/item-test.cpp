@@ -153,6 +153,21 @@ TEST_F(ItemSave, WithoutTheFolder_Fails) {
   EXPECT_TRUE(m_log.has("Save fail: Directory access deny\n"));
 }
 
+// A save needs both rights, a read only the one to read.
+TEST_F(ItemSave, FolderWithoutRights_FailsAndKeepsTheFile) {
+  ASSERT_EQ(saveProductTestItem(0, 1), 0);
+  for (const mode_t mode : {0555u, 0333u, 0111u}) {
+    m_log.clear();
+    chmod("/amt", mode);
+    EXPECT_EQ(saveProductTestItem(0, 2), -1);
+    EXPECT_TRUE(m_log.has("Save fail: Directory access deny\n"));
+    EXPECT_EQ(readProductTestItem(0), mode == 0555 ? 1 : -1);
+    EXPECT_EQ(m_log.has("access folder(/amt) failure. errorr: 13 - Permission denied"), mode != 0555);
+    chmod("/amt", 0755);
+    EXPECT_EQ(readProductTestItem(0), 1);
+  }
+}
+
 TEST_F(ItemSave, FileThatCannotBeMade_Fails) {
   std::filesystem::create_symlink("/amt/no/file", PRODUCT_FILE);
   EXPECT_EQ(saveProductTestItem(0, 1), -2);

@@ -166,6 +166,14 @@ TEST_F(Nvram, NoSource_FailsAndLeavesTheCopyEmpty) {
   EXPECT_EQ(syncs(), 0);
 }
 
+TEST_F(Nvram, CopyThatCannotBeOpenedAgain_IsLogged) {
+  write(SOURCE, "a=1\n");
+  const mode_t mask = umask(0777);  // the new file may be written by who made it, and opened by nobody
+  amt_write_wifi_to_nvram_file();
+  umask(mask);
+  EXPECT_EQ(m_log.last(), "open /data/misc/wifi/nvram.txt failed");
+}
+
 TEST_F(Nvram, NoSourceAndNoCopy_NamesBoth) {
   fs::remove_all("/data/misc/wifi");
   EXPECT_EQ(amt_write_wifi_to_nvram_file(), -100);

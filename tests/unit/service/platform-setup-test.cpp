@@ -1,6 +1,7 @@
 // Bringing up the links to the test application and the modem.
 #include "amt/amt-handle/service/platform-setup.h"
 
+#include <cerrno>
 #include <filesystem>
 #include <thread>
 #include <tuple>
@@ -9,6 +10,7 @@
 #include "pub/result.h"
 #include "pub/util/io.h"
 #include "tests/unit/application.h"
+#include "tests/unit/failing-calls.h"
 #include "tests/unit/signal-scope.h"
 #include "tests/unit/temp-folder.h"
 
@@ -90,6 +92,17 @@ TEST_F(PlatformSetup, NoName_IsABadArgument) {
   set_device(g_handle_context.m_pty_app.m_pts_mapping_name_a, "");
   EXPECT_EQ(init_for_amt_2_3(), ERR_ARGUMENT);
   EXPECT_EQ(g_handle_context.m_pty_app.m_ptm_fd, -1);
+}
+
+TEST_F(PlatformSetup, ReaderThatCannotBeStarted_ClosesBothLinks) {
+  const failing_call refused("pthread_create", EAGAIN);
+  set_device(g_amt_cfg.m_tty_at_mux_a, "/dev/null");
+  EXPECT_EQ(init_for_amt_2_3(), ERR_SYSTEM);
+  EXPECT_TRUE(has_failure("init_for_amt_2_3", ERR_SYSTEM, "pthread_create() fail: 11"));
+  EXPECT_EQ(g_handle_context.m_fd_at, 0);
+  EXPECT_EQ(g_handle_context.m_pty_app.m_ptm_fd, -1);
+  EXPECT_FALSE(std::filesystem::is_symlink(m_folder.path("app")));
+  EXPECT_EQ(g_amt_mode, AMT_MODE_AMT1);
 }
 
 }  // namespace
