@@ -190,6 +190,7 @@ TEST(PhoneTty, BothEnds_AreConnectedThroughTheService) {
   options.simulated_modem = false;
   phone phone(options);
   phone.pc().write_all("early");  // before anybody has opened the other side
+  EXPECT_EQ(phone.pc().read_exactly(5), "early");  // a line that nobody has set up echoes
   phone.start();
   EXPECT_EQ(phone.modem_end().read_exactly(5), "early");
   std::string every;
