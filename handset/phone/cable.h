@@ -20,8 +20,8 @@ class cable {
   // Relays to this end of the phone's tty until disconnect(). Borrowed.
   void connect(const tty_end& phone_end);
   void disconnect();
-  // Bytes of a station wait until the phone's end is connected, instead of being lost.
-  void hold_station() { m_outside.hold_input(true); }
+  // Bytes of a station wait until the phone's end is connected; otherwise, while it is not, they are lost.
+  void hold_station(bool hold = true) { m_outside.hold_input(hold); }
   bool has_station() const { return !m_outside.hung_up(); }
 
   // Called when a station has closed its terminal, and when the phone's side was closed. No station is there at the

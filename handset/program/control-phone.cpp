@@ -79,6 +79,7 @@ std::string uevent(control_target& target, const words& rest) {
 std::string unplug_pc(control_target& target, const words&) {
   if (!target.the_phone.pc().plugged()) throw error("it is not plugged in");
   target.the_cable.disconnect();
+  target.the_cable.hold_station(false);
   target.the_phone.unplug_pc();
   return "";
 }
@@ -86,7 +87,7 @@ std::string unplug_pc(control_target& target, const words&) {
 std::string plug_pc(control_target& target, const words&) {
   if (target.the_phone.pc().plugged()) throw error("it is plugged in");
   target.the_phone.plug_pc();
-  target.the_cable.connect(target.the_phone.pc());
+  target.connect();
   return "";
 }
 

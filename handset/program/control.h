@@ -29,6 +29,7 @@ struct control_target {
   std::filesystem::path pc_tty;                           // where a station connects
   std::filesystem::path app_tty;                          // where a test application connects, in the mode app
   std::filesystem::path log;                              // empty: none is kept
+  std::function<void()> connect;                          // the cable to the phone\'s PC tty
   std::function<void()> stop;                             // ends the phone
   std::function<void()> start;                            // starts a service that has ended
   std::function<void(const std::string& mode)> set_mode;  // "pc" or "app": starts the service anew

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <signal.h>
 #include <stdio.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -29,6 +30,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::chrono::milliseconds END_PATIENCE{3000};   // how long a service that was asked to end may take
+constexpr std::chrono::milliseconds LINE_CHECK{10};       // no event reports that a line was set up
 constexpr std::chrono::milliseconds EARLY{1000};          // no service that serves anybody ends so soon
 constexpr std::chrono::milliseconds RESTART_PAUSE{1000};  // as init's: a service that fails at once is not a busy loop
 
@@ -117,6 +119,8 @@ class phone_run {
   void end_service();
   exit_status wait_service_end();
   void set_mode(const std::string& mode);
+  void connect_pc();
+  void wait_for_line();
   fs::path tty(const char* name) const { return m_phone.folder() / name; }
 
   const run_command& m_command;
@@ -133,6 +137,7 @@ class phone_run {
   control_server m_control;
   bool m_asked = false;  // the phone was asked to end
   unsigned m_starts = 0;
+  unsigned m_lines = 0;  // how often the PC's line was looked at
   std::chrono::steady_clock::time_point m_started;
   exit_status m_status = exited(0);  // of the service that ended last
 };
@@ -148,7 +153,7 @@ phone_run::phone_run(const run_command& command)
       m_cable(m_loop, tty("ttyPC")),
       m_app_cable(m_loop, m_phone, tty("ttyAPP")),
       m_control(m_loop, control_socket(m_phone.folder()), target()) {
-  m_cable.connect(m_phone.pc());
+  connect_pc();
   if (!command.bare) add_factory_identities(m_phone.simulated_modem());
   const auto log = [this](std::string_view bytes) { take_log(bytes); };
   m_phone.on_log(log);
@@ -162,6 +167,7 @@ control_target phone_run::target() {
           .pc_tty = tty("ttyPC"),
           .app_tty = tty("ttyAPP"),
           .log = m_log_path,
+          .connect = [this] { connect_pc(); },
           .stop = [this] { end(); },
           .start =
               [this] {
@@ -243,17 +249,35 @@ exit_status phone_run::wait_service_end() {
 void phone_run::set_mode(const std::string& mode) {
   ++m_starts;  // the end of this service is no news
   if (m_phone.service().running()) m_status = wait_service_end();
-  if (m_phone.pc().plugged()) {
-    m_cable.disconnect();
+  const bool is_plugged = m_phone.pc().plugged();
+  m_cable.disconnect();
+  if (is_plugged) {
     m_phone.unplug_pc();
     m_phone.plug_pc();
-    m_cable.connect(m_phone.pc());
   }
   if (mode == "app") m_phone.remove("/data/property/amt.normal.amt.switch_status");  // it would ask for the PC
   m_phone.set_mode(mode == "app" ? run_mode::normal : m_pc_mode);
+  if (is_plugged) connect_pc();
   start_service();
   fmt::print("mode: {}\n", mode);
   std::fflush(stdout);
+}
+
+// A fresh line echoes until the service has set it up, and a station's first request would come back to it: it waits
+// for that. In the mode app nobody opens the line, and what is sent to it is lost.
+void phone_run::connect_pc() {
+  const bool is_served = m_phone.options().mode != run_mode::normal;
+  m_cable.disconnect();
+  m_cable.hold_station(is_served);
+  if (is_served) wait_for_line();
+}
+
+void phone_run::wait_for_line() {
+  m_loop.after(LINE_CHECK, [this, number = ++m_lines] {
+    if (number != m_lines || !m_phone.pc().plugged()) return;
+    if ((m_phone.pc().attributes().c_lflag & ECHO) != 0) return wait_for_line();
+    m_cable.connect(m_phone.pc());
+  });
 }
 
 void phone_run::announce() const {

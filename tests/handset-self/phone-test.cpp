@@ -189,7 +189,8 @@ TEST(PhoneTty, BothEnds_AreConnectedThroughTheService) {
   auto options = stand_in();
   options.simulated_modem = false;
   phone phone(options);
-  phone.pc().write_all("early");  // before anybody has opened the other side
+  phone.pc().write_all("early");                   // before anybody has opened the other side
+  EXPECT_EQ(phone.pc().read_exactly(5), "early");  // a line that nobody has set up echoes
   phone.start();
   EXPECT_EQ(phone.modem_end().read_exactly(5), "early");
   std::string every;

@@ -25,6 +25,11 @@ namespace {
 int open_raw(const char* name) {
   const int fd = ::open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
   if (fd < 0) std::fprintf(stderr, "cannot open %s: %s\n", name, std::strerror(errno));
+  termios attributes{};
+  if (fd >= 0 && ::tcgetattr(fd, &attributes) == 0) {
+    ::cfmakeraw(&attributes);
+    ::tcsetattr(fd, TCSANOW, &attributes);
+  }
   return fd;
 }
 
