@@ -255,7 +255,7 @@ TEST(LogPause, ThreadsInsideAndOutside_AreWaitedForAsleep) {
   std::atomic<bool> is_paused = false;
   std::thread pauser([&] {
     pausing = gettid();
-    pub_log_pause();
+    pub_gate_close();
     is_paused = true;
   });
   EXPECT_TRUE(stays_asleep(pausing));
@@ -272,7 +272,7 @@ TEST(LogPause, ThreadsInsideAndOutside_AreWaitedForAsleep) {
   });
   EXPECT_TRUE(stays_asleep(waiting));
   EXPECT_FALSE(g_is_in_the_log);
-  pub_log_resume(false);
+  pub_gate_open(false);
   next.join();
   EXPECT_TRUE(g_is_in_the_log);
 }
