@@ -56,7 +56,7 @@ TEST(Platform, OwnersAndGroups_AreGivenToFoldersTerminalAndReplacedFiles) {
   EXPECT_THAT(handset::owner_changes(phone.devices()),
               testing::ElementsAre("/amt/BT -1 1001", "/amt/WIFI -1 1001", "/dev/ttyAPP 1000 1001"));
   expect_answer(phone, frame(230, "EE 27 01 0400 01000000  EE 24 01 0400 01000000"), result_frame(231, "00000000"));
-  EXPECT_EQ(handset::owner_changes(phone.devices()).back(), "/amt/product.txt.new 1000 1001");
+  EXPECT_EQ(handset::owner_changes(phone.devices()).back(), "/amt/product.txt.new 0 1001");
   phone.close_app();
   ASSERT_TRUE(phone.open_app());
   EXPECT_EQ(handset::owner_changes(phone.devices()).back(), "/dev/ttyAPP 1000 1001");
