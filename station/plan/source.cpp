@@ -17,6 +17,8 @@ class reader_st {
 
   plan_source_st read_plan(const toml::table& file) {
     plan_source_st source;
+    source.m_file = m_path;
+    std::optional<plan_place_st> plain;
     for (const auto& [key, node] : file) {
       const std::string_view name = key.str();
       if (name == "plan") {
@@ -24,7 +26,8 @@ class reader_st {
       } else if (name == "variables") {
         source.m_variables = read_variables(key, node);
       } else if (name == "step") {
-        add_group({}, read_steps(key, node), place_of(key), &source);
+        source.m_groups.push_back({{}, read_steps(key, node)});
+        plain = place_of(key);
       } else if (name == "group") {
         read_groups(key, node, &source);
       } else if (name == "teardown") {
@@ -33,11 +36,16 @@ class reader_st {
         report(place_of(key), std::string(name), "there is no such table; a plan has plan, variables, step, group and teardown");
       }
     }
+    // TOML keeps no order between the two, so a plan could not tell which comes first.
+    if (plain && source.m_groups.size() > 1) {
+      report(*plain, "step", "a plan has either steps or groups of steps; put all steps into groups");
+    }
     return source;
   }
 
   plan_source_st read_variant(const toml::table& file) {
     plan_source_st source;
+    source.m_file = m_path;
     for (const auto& [key, node] : file) {
       const std::string_view name = key.str();
       if (name == "variant") {
@@ -101,26 +109,12 @@ class reader_st {
     return steps;
   }
 
-  void add_group(plan_settings_st settings, std::vector<plan_settings_st> steps, const plan_place_st& place,
-                 plan_source_st* source) {
-    // TOML keeps no order between the two, so a plan could not say which comes first.
-    const bool is_plain = settings.m_keys.empty();
-    if (is_plain) m_has_plain_steps = true;
-    if (is_plain ? !source->m_groups.empty() : m_has_plain_steps) {
-      report(place, "group", "a plan has either steps or groups of steps; put all steps into groups");
-    }
-    source->m_groups.push_back({std::move(settings), std::move(steps)});
-  }
-
   void read_groups(const toml::key& key, const toml::node& node, plan_source_st* source) {
     for_each_table(key, node, [&](const toml::table& table, const plan_place_st& place) {
       plan_settings_st settings = read_table(table, plan_scope_en::GROUP, place);
       std::vector<plan_settings_st> steps;
       for (const auto& [name, inner] : table) {
         if (name.str() == "step") steps = read_steps(name, inner);
-      }
-      if (m_has_plain_steps) {
-        report(place, "group", "a plan has either steps or groups of steps; put all steps into groups");
       }
       source->m_groups.push_back({std::move(settings), std::move(steps)});
     });
@@ -143,6 +137,10 @@ class reader_st {
       }
       variables.emplace_back(name.str(), std::move(settings));
     }
+    // The table is sorted by name; an operator is asked in the order of the file.
+    std::ranges::stable_sort(variables, {}, [](const auto& variable) {
+      return std::pair(variable.second.m_place.m_line, variable.second.m_place.m_column);
+    });
     return variables;
   }
 
@@ -283,7 +281,6 @@ class reader_st {
   std::string m_path;
   plan_findings& m_findings;
   std::size_t m_step_count = 0;
-  bool m_has_plain_steps = false;
 };
 
 // An empty table after a text that is no TOML.
@@ -306,13 +303,11 @@ const plan_place_st& plan_settings_st::place(const std::string& key) const {
 }
 
 plan_source_st plan_read_source(const std::string& text, const std::string& path, plan_findings* findings) {
-  const std::size_t before = findings->size();
   const toml::table file = parse(text, path, findings);
-  return findings->size() != before ? plan_source_st{} : reader_st(path, findings).read_plan(file);
+  return reader_st(path, findings).read_plan(file);
 }
 
 plan_source_st plan_read_variant_source(const std::string& text, const std::string& path, plan_findings* findings) {
-  const std::size_t before = findings->size();
   const toml::table file = parse(text, path, findings);
-  return findings->size() != before ? plan_source_st{} : reader_st(path, findings).read_variant(file);
+  return reader_st(path, findings).read_variant(file);
 }
