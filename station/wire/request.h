@@ -10,11 +10,15 @@
 
 #include "amt/amt-convert/frame.h"
 #include "station/wire/stream.h"
+#include "station/wire/value.h"
 
-// Where the answer holds what was asked for.
+// Where the answer holds what was asked for, and how it looks.
 struct station_value_st {
-  const char* m_line = nullptr;           // the start of the text line that holds the value
-  std::array<std::uint8_t, 2> m_atoms{};  // the frame's atoms that hold the value; 0: none
+  const char* m_line = nullptr;               // the start of the text line that holds the value; null: OK alone answers
+  std::array<std::uint8_t, 2> m_atoms{};      // the frame's atoms that hold the value; 0: none
+  station_parts m_parts{};                    // what the value is made of
+  std::vector<std::uint8_t> m_foreign_atoms;  // a frame with one of these answers another request
+  bool m_is_known = false;                    // false: the user wrote the request, and its answer may be anything
 };
 
 struct station_request_st {
@@ -22,6 +26,7 @@ struct station_request_st {
   amt_message_st m_frame{};  // the bare frame, when it is one
   std::string m_text;        // otherwise AT text, as it goes out
   station_value_st m_value{};
+  bool m_is_modems = false;  // text that the modem answers, in its own time
 };
 
 // What came back for a request.

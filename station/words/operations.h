@@ -1,5 +1,4 @@
-// The words for what a factory does with a phone. Each operation of a word has its AT text and its frame, the links
-// that carry it, and the place of the value in the answer. Pure data and a few lines that fill it in.
+// The operations of the words: which one the arguments mean, what they lack, and the request that they make. Pure.
 #pragma once
 
 #include <span>
@@ -8,8 +7,16 @@
 #include "station/wire/request.h"
 #include "station/words/word.h"
 
-// The words, for the table of all words.
-std::span<const station_word_st> station_operation_words();
+// "[get] | set ADDRESS"; the words without operations have their usage in the table.
+std::string station_usage(const station_word_st& word);
+
+// One operation of it: "set ADDRESS", with the units of its numbers: "CHANNEL RATE (100 kbit/s) POWER (dBm)".
+std::string station_usage(const station_operation_st& operation);
+
+// The operation that the words mean; its name, if it has one, is taken off them. Without words: the first operation of
+// a word that may stand alone. Null and *wrong: which operation or argument is wrong or missing.
+const station_operation_st* station_find_operation(const station_word_st& word, std::span<const std::string>* words,
+                                                   std::string* wrong);
 
 // Makes the request that the arguments ask for. Returns what is wrong with them; empty when nothing is.
 std::string station_build_operation(const station_word_st& word, const station_arguments_st& arguments,

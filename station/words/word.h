@@ -11,6 +11,7 @@
 
 #include "station/wire/request.h"
 #include "station/wire/stream.h"
+#include "station/wire/value.h"
 
 // Which links have a handler for the frame. AT text is for the PC link alone.
 enum class station_links_en { NONE, PC, APP, BOTH };
@@ -23,12 +24,20 @@ struct station_parameter_st {
   std::int32_t m_least;  // of a number
   std::int32_t m_most;
   std::int32_t m_frame_most = std::numeric_limits<std::int32_t>::max();  // of text in a frame
+  const char* m_unit = "";                                               // of a number, as the phone takes it
+  std::string (*m_check)(const std::string& text) = nullptr;             // what is wrong with the text; empty: nothing
 };
 
 // An atom of a request: its id, and type and value as for station_add_atom ("int=1").
 struct station_atom_st {
   std::uint8_t m_id = 0;
   const char* m_value = nullptr;
+};
+
+// How a write is checked: the words that read it back, without the word's own, and what they must give.
+struct station_read_back_st {
+  std::vector<std::string> m_words;
+  std::string m_expected;
 };
 
 // {0} to {3} in m_at and m_atoms stand for the parameters.
@@ -41,13 +50,24 @@ struct station_operation_st {
   std::uint8_t m_frame_id;
   station_atom_st m_atoms[4];                  // those of the request
   std::array<std::uint8_t, 2> m_answer_atoms;  // the atoms that hold the value; 0: none
-  std::size_t m_most_together = 0;             // most characters of all parameters; 0: no limit
+  station_parts m_parts{};                     // of the value; none: what is asked for is done, and nothing given
+  station_read_back_st (*m_read_back)(std::span<const std::string> parameters) = nullptr;  // null: it cannot be
+  bool m_is_identity = false;       // a write of the phone's own: always read back, unless the user forbids it
+  std::size_t m_most_together = 0;  // most characters of all parameters; 0: no limit
+
+  station_kind_en kind() const {
+    if (m_parts.empty()) return station_kind_en::NONE;
+    return m_parts.size() == 1 ? m_parts[0].m_kind : station_kind_en::TEXT;
+  }
+  // Of a number, as the phone gives it.
+  const char* unit() const { return kind() == station_kind_en::NUMBER ? m_parts[0].m_unit.m_raw : ""; }
 };
 
 struct station_arguments_st {
   std::vector<std::string> m_words;  // as many as the row allows
   bool m_is_raw = false;
-  bool m_is_frame = false;  // send a frame even where there is AT text
+  bool m_is_frame = false;   // send a frame even where there is AT text
+  bool m_is_forced = false;  // send values that are known to be wrong
   stream_form_en m_form = stream_form_en::WRAPPED;
 };
 
@@ -61,6 +81,7 @@ struct station_word_st {
   // Makes the request. Returns what is wrong with the arguments; empty when nothing is. Null: the operations do it.
   std::string (*m_build)(const station_arguments_st& arguments, station_request_st* request);
   std::span<const station_operation_st> m_operations;  // without these either, the word only listens
+  const char* m_hint = "";                             // where to look when the phone refuses
 
   bool is_sending() const { return m_build != nullptr || !m_operations.empty(); }
 };

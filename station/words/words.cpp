@@ -8,10 +8,12 @@
 #include "amt/amt-convert/ids.h"
 #include "station/words/arguments.h"
 #include "station/words/operations.h"
+#include "station/words/table.h"
 
 namespace {
 
 constexpr std::size_t MANY = 1000;
+constexpr station_part_st VERSION_VALUE[] = {{"version"}};
 
 std::string build_frame(const station_arguments_st& arguments, station_request_st* request) {
   const auto id = station_parse_command_id(arguments.m_words[0]);
@@ -25,9 +27,11 @@ std::string build_frame(const station_arguments_st& arguments, station_request_s
 }
 
 std::string build_at(const station_arguments_st& arguments, station_request_st* request) {
+  if (arguments.m_words[0].empty()) return "there is nothing to send";
   request->m_text = arguments.m_words[0];
   if (!arguments.m_is_raw && !request->m_text.ends_with('\r')) request->m_text += '\r';
-  return request->m_text.empty() ? "there is nothing to send" : "";
+  request->m_is_modems = true;
+  return {};
 }
 
 std::string build_version(const station_arguments_st& arguments, station_request_st* request) {
@@ -36,6 +40,8 @@ std::string build_version(const station_arguments_st& arguments, station_request
   station_start_frame(AMT_VERSION_CMD, request);
   amt_frame_add_int(&request->m_frame.m_buf_a, AMT_ATOM_MODULE, *module);
   request->m_value.m_atoms = {AMT_ATOM_VERSION};
+  request->m_value.m_parts = VERSION_VALUE;
+  request->m_value.m_is_known = true;
   return {};
 }
 

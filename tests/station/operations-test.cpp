@@ -5,6 +5,7 @@
 
 #include <set>
 
+#include "station/words/table.h"
 #include "station/words/words.h"
 #include "tests/wire.h"
 
