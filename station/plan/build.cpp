@@ -21,7 +21,7 @@ struct action_st {
 };
 
 constexpr action_st ACTIONS[] = {
-    {"word", plan_action_en::WORD, " args as_frame link value pattern scale offset unit answered timeout_ms "},
+    {"word", plan_action_en::WORD, " args as_frame force link value pattern scale offset unit answered timeout_ms "},
     {"frame", plan_action_en::FRAME, " atoms link value_atom value pattern scale offset unit answered timeout_ms "},
     {"at", plan_action_en::AT, " raw link value_line value pattern scale offset unit answered timeout_ms "},
     {"operator", plan_action_en::OPERATOR, " prompt value pattern scale offset unit timeout_ms "},
@@ -238,6 +238,7 @@ class builder_st {
     step->m_action = action.m_action;
     step->m_link = text_of(settings, "link") == "app" ? plan_link_en::APP : plan_link_en::PC;
     step->m_is_frame = flag_of(settings, "as_frame");
+    step->m_is_forced = flag_of(settings, "force");
     step->m_is_raw = flag_of(settings, "raw");
     step->m_args = texts_of(settings, action.m_action == plan_action_en::FRAME ? "atoms" : "args");
     step->m_prompt = text_of(settings, "prompt");
@@ -276,6 +277,7 @@ class builder_st {
     limits.m_equals = optional_of<std::string>(settings, "equals");
     limits.m_matches = optional_of<std::string>(settings, "matches");
     limits.m_one_of = optional_of<std::vector<std::string>>(settings, "one_of");
+    step->m_is_answered = !settings.has("answered") || flag_of(settings, "answered");
     step->m_is_number = settings.has("value") ? text_of(settings, "value") == "number" : limits.has_number();
   }
 

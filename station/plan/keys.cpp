@@ -40,6 +40,7 @@ constexpr plan_key_st KEYS[] = {
     {STEP, "word", TEXT, "", "", "What is done: a word of the tool, such as `adc`"},
     {STEP, "args", TEXTS, "", "none", "The word's arguments"},
     {STEP, "as_frame", YES_NO, "", "false", "Send the word as a frame where AT text would do"},
+    {STEP, "force", YES_NO, "", "false", "Send arguments that are known to be wrong"},
     {STEP, "frame", SCALAR, "", "", "What is done: a raw frame, by id or name"},
     {STEP, "atoms", TEXTS, "", "none", "The raw frame's atoms, such as `19:int=16`"},
     {STEP, "at", TEXT, "", "", "What is done: AT text, sent with a CR"},

@@ -57,6 +57,7 @@ struct plan_step_st {
   std::vector<std::string> m_args;  // the word's arguments; for a raw frame its atoms
   bool m_is_frame = false;          // the word goes as a frame where AT text would do
   bool m_is_raw = false;            // AT text goes without a CR
+  bool m_is_forced = false;         // arguments that are known to be wrong are sent
   plan_ask_en m_ask = plan_ask_en::MESSAGE;
   std::string m_prompt;
 
@@ -76,6 +77,7 @@ struct plan_step_st {
   plan_on_fail_en m_on_fail = plan_on_fail_en::GO_ON;
   std::optional<plan_condition_st> m_skip_if;
   bool m_is_skipped = false;
+  bool m_is_answered = true;  // what the key "answered" says
   bool m_is_serial = false;
   std::string m_save;  // the variable that gets the value
 

@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <string_view>
 
@@ -80,4 +82,12 @@ bool plan_has_control_character(const std::string& text) {
     const auto byte = static_cast<std::uint8_t>(one);
     return byte < 0x20 || byte == 0x7F;
   });
+}
+
+std::optional<double> plan_read_number(const std::string& text) {
+  const bool is_positive = text.starts_with('+') && !text.starts_with("+-");
+  double value = 0;
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data() + static_cast<std::size_t>(is_positive), end, value);
+  return error == std::errc() && stop == end && std::isfinite(value) ? std::optional(value) : std::nullopt;
 }
