@@ -12,6 +12,9 @@ enum station_exit_en : int {
   STATION_DAMAGED = 6,
   STATION_ERROR_ANSWER = 7,
   STATION_PORT_GONE = 8,
+  STATION_NO_VALUE = 9,
+  STATION_NOT_AS_WRITTEN = 10,
+  STATION_NO_OUTPUT = 11,
   STATION_INTERRUPTED = 130,
 };
 
@@ -24,12 +27,15 @@ struct station_exit_st {
 inline constexpr station_exit_st STATION_EXITS[] = {
     {STATION_OK, "done: answered, or sent with --no-wait"},
     {STATION_USAGE, "wrong usage"},
-    {STATION_NO_PORT, "no such port, no permission, or not a terminal"},
+    {STATION_NO_PORT, "no such port at the start, no permission, or not a terminal"},
     {STATION_PORT_IN_USE, "port in use"},
     {STATION_NO_ANSWER, "no answer in the time given"},
     {STATION_DAMAGED, "damaged answer: bad checksum or bad length"},
     {STATION_ERROR_ANSWER, "error answer"},
-    {STATION_PORT_GONE, "port went away"},
+    {STATION_PORT_GONE, "unit gone: the port went away"},
+    {STATION_NO_VALUE, "answered without the value that was asked for"},
+    {STATION_NOT_AS_WRITTEN, "what was read back differs from what was written"},
+    {STATION_NO_OUTPUT, "standard output failed"},
     {STATION_INTERRUPTED, "interrupted"},
 };
 

@@ -25,8 +25,9 @@ station_exit_en result_of(const amt_frame_st& frame) {
 
 station_rule_st station_rule_for(const station_request_st& request, std::size_t expect) {
   if (expect != 0) return {station_wait_en::COUNT, {}, expect};
-  if (!request.m_is_frame) return {station_wait_en::AT_FINAL, {}, 0};
-  return {station_wait_en::FRAME, station_answer_ids(amt_frame_command_id(&request.m_frame.m_buf_a)), 0};
+  if (!request.m_is_frame) return {station_wait_en::AT_FINAL, {}, 0, request.m_value};
+  return {station_wait_en::FRAME, station_answer_ids(amt_frame_command_id(&request.m_frame.m_buf_a)), 0,
+          request.m_value, station_echo(request)};
 }
 
 std::optional<station_exit_en> station_at_final(const std::string& line) {
@@ -35,9 +36,20 @@ std::optional<station_exit_en> station_at_final(const std::string& line) {
   return is_error ? std::optional(STATION_ERROR_ANSWER) : std::nullopt;
 }
 
+station_exit_en station_judge_st::give_up() const {
+  if (m_has_damage) return STATION_DAMAGED;
+  return m_lacks_value ? STATION_NO_VALUE : STATION_NO_ANSWER;
+}
+
 std::optional<station_exit_en> station_judge_st::take(const stream_item_st& item) {
   if (item.m_kind == stream_kind_en::FRAME) return take_frame(item);
   return item.m_kind == stream_kind_en::TEXT ? take_text(item) : std::nullopt;
+}
+
+// What is another request's answer. The wait goes on.
+std::optional<station_exit_en> station_judge_st::pass_over() {
+  m_has_strangers = true;
+  return std::nullopt;
 }
 
 std::optional<station_exit_en> station_judge_st::take_frame(const stream_item_st& item) {
@@ -50,11 +62,14 @@ std::optional<station_exit_en> station_judge_st::take_frame(const stream_item_st
 
   switch (m_rule.m_wait) {
     case station_wait_en::FRAME:
-      if (!has_head || std::ranges::find(m_rule.m_ids, id) == m_rule.m_ids.end()) return std::nullopt;
+      if (!has_head || std::ranges::find(m_rule.m_ids, id) == m_rule.m_ids.end()) return pass_over();
+      if (verdict == STATION_OK) return judge_frame(frame);
       m_answer.m_frame = frame;
       return verdict;
     case station_wait_en::AT_FINAL:
-      return id == AT_ERROR_ID && verdict == STATION_ERROR_ANSWER ? std::optional(verdict) : std::nullopt;
+      if (id != AT_ERROR_ID || verdict != STATION_ERROR_ANSWER) return pass_over();
+      m_answer.m_frame = frame;
+      return verdict;
     case station_wait_en::COUNT:
       if (!is_damaged) m_answer.m_frame = frame;
       return count(verdict);
@@ -64,12 +79,42 @@ std::optional<station_exit_en> station_judge_st::take_frame(const stream_item_st
   return std::nullopt;
 }
 
+// A frame with the right id and a good result.
+std::optional<station_exit_en> station_judge_st::judge_frame(const amt_frame_st& frame) {
+  const auto echo = m_rule.m_echo.m_atom == 0 ? std::nullopt : amt_frame_find_atom(&frame, m_rule.m_echo.m_atom);
+  if (echo && !std::ranges::equal(echo->m_value, m_rule.m_echo.m_value)) return pass_over();
+  const auto is_there = [&frame](std::uint8_t atom) { return amt_frame_find_atom(&frame, atom).has_value(); };
+  if (std::ranges::any_of(m_rule.m_value.m_foreign_atoms, is_there)) return pass_over();
+  const auto value = station_frame_value(m_rule.m_value, frame);
+  if (!value && m_rule.m_value.m_atoms[0] != 0) {
+    m_lacks_value = true;
+    return pass_over();
+  }
+  m_answer.m_frame = frame;
+  return !value || station_split_value(m_rule.m_value.m_parts, *value) ? STATION_OK : STATION_NO_VALUE;
+}
+
 std::optional<station_exit_en> station_judge_st::take_text(const stream_item_st& item) {
   std::string line = stream_line(item.m_bytes);
   const auto final_result = station_at_final(line);
+  const auto starts = [&line](const char* start) { return line.starts_with(start); };
+  if (std::ranges::any_of(m_rule.m_value.m_foreign_lines, starts)) m_is_others_line = m_has_strangers = true;
   if (!line.empty() && m_answer.m_lines.size() < KEPT_LINES) m_answer.m_lines.push_back(std::move(line));
   if (m_rule.m_wait == station_wait_en::COUNT) return count(final_result.value_or(STATION_OK));
-  return m_rule.m_wait == station_wait_en::AT_FINAL ? final_result : std::nullopt;
+  if (m_rule.m_wait == station_wait_en::FRAME && final_result) m_has_strangers = true;
+  return m_rule.m_wait == station_wait_en::AT_FINAL && final_result ? take_final(*final_result) : std::nullopt;
+}
+
+std::optional<station_exit_en> station_judge_st::take_final(station_exit_en result) {
+  if (result != STATION_OK) return result;
+  if (std::exchange(m_is_others_line, false)) return pass_over();
+  if (m_rule.m_value.m_line == nullptr) return STATION_OK;
+  const auto value = station_line_value(m_rule.m_value, m_answer.m_lines);
+  if (!value) {
+    m_lacks_value = true;
+    return pass_over();
+  }
+  return station_split_value(m_rule.m_value.m_parts, *value) ? STATION_OK : STATION_NO_VALUE;
 }
 
 // Of several answers an error answer decides over a good one, and a damaged one over both.

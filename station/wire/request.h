@@ -18,7 +18,7 @@ struct station_value_st {
   std::array<std::uint8_t, 2> m_atoms{};      // the frame's atoms that hold the value; 0: none
   station_parts m_parts{};                    // what the value is made of
   std::vector<std::uint8_t> m_foreign_atoms;  // a frame with one of these answers another request
-  bool m_is_known = false;                    // false: the user wrote the request, and its answer may be anything
+  std::vector<const char*> m_foreign_lines;   // a line that starts so answers another command, and so does its OK
 };
 
 struct station_request_st {
@@ -35,11 +35,24 @@ struct station_answer_st {
   std::vector<std::string> m_lines;     // the lines of text, the final result included
 };
 
+// An atom that the answer repeats from the request, so that it can be told from the answer to a similar one.
+struct station_echo_st {
+  std::uint8_t m_atom = 0;  // 0: nothing is repeated
+  std::vector<std::uint8_t> m_value;
+};
+
 // Makes the request a frame without atoms.
 void station_start_frame(std::uint8_t command_id, station_request_st* request);
 
 // The ids of the frames that answer a request, the one of success first.
 std::array<std::uint8_t, 2> station_answer_ids(std::uint8_t request_id);
+
+station_echo_st station_echo(const station_request_st& request);
+
+// The value in a frame, and in the lines of a text: the first of the right form; where none is, what stands in its
+// place.
+std::optional<std::string> station_frame_value(const station_value_st& wanted, const amt_frame_st& frame);
+std::optional<std::string> station_line_value(const station_value_st& wanted, const std::vector<std::string>& lines);
 
 // The answer's value for the last line of the output, several values with commas between them. None when the answer
 // does not hold what was asked for. A value is empty when the phone never had one.

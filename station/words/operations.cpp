@@ -122,13 +122,33 @@ std::vector<std::uint8_t> atoms_of_others(const operation& row) {
   return atoms;
 }
 
+// The starts of the lines that answer other commands. An unknown line is the modem's own report and answers none.
+template <typename IS_OWN>
+std::vector<const char*> lines_of_others(const IS_OWN& is_own) {
+  std::vector<const char*> lines;
+  for (const auto& word : station_operation_words()) {
+    for (const auto& row : word.m_operations) {
+      if (row.m_line != nullptr && !is_own(row)) lines.push_back(row.m_line);
+    }
+  }
+  return lines;
+}
+
+// "AT^DGSN" of "AT^DGSN?".
+std::string_view command_name(const operation& row) {
+  const std::string_view text = row.m_at == nullptr ? "" : row.m_at;
+  return text.substr(0, text.find_first_of("=?\r"));
+}
+
 // What the answer must hold.
 station_value_st value_of(const operation& row, bool is_frame) {
   station_value_st value;
-  value.m_is_known = true;
   if (is_frame) value.m_foreign_atoms = atoms_of_others(row);
   if (is_frame && row.kind() != station_kind_en::NONE) value.m_atoms = row.m_answer_atoms;
-  if (!is_frame) value.m_line = row.m_line;
+  if (!is_frame) {
+    value.m_line = row.m_line;
+    value.m_foreign_lines = lines_of_others([&row](const operation& other) { return &other == &row; });
+  }
   if (is_frame || row.m_line != nullptr) value.m_parts = row.m_parts;
   return value;
 }
@@ -183,5 +203,18 @@ std::string station_build_operation(const station_word_st& word, const station_a
   if (!wrong.empty()) return fmt::format("{}: {}", word.m_name, wrong);
   if (!is_frame) request->m_text = fill_in(row->m_at, values);
   request->m_value = value_of(*row, is_frame);
+  request->m_is_modems = !is_frame && word.m_is_modems;
   return {};
+}
+
+void station_expect_text(station_request_st* request) {
+  const std::string& text = request->m_text;
+  const auto is_in_text = [&text](const operation& row) {
+    const std::string_view name = command_name(row);
+    return !name.empty() && text.find(name) != std::string::npos;
+  };
+  request->m_value.m_foreign_lines = lines_of_others(is_in_text);
+  request->m_is_modems = std::ranges::none_of(station_operation_words(), [&](const station_word_st& word) {
+    return !word.m_is_modems && std::ranges::any_of(word.m_operations, is_in_text);
+  });
 }

@@ -21,3 +21,6 @@ const station_operation_st* station_find_operation(const station_word_st& word, 
 // Makes the request that the arguments ask for. Returns what is wrong with them; empty when nothing is.
 std::string station_build_operation(const station_word_st& word, const station_arguments_st& arguments,
                                     station_request_st* request);
+
+// What answers a text that the user wrote, as far as the table knows its command.
+void station_expect_text(station_request_st* request);

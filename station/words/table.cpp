@@ -258,7 +258,7 @@ constexpr operation TEST_RESULT[] = {
 
 // How many arguments a word takes follows from its operations.
 constexpr station_word_st row(const char* name, const char* help, const char* hint,
-                              std::span<const operation> operations) {
+                              std::span<const operation> operations, bool is_modems = false) {
   std::size_t least = 10;
   std::size_t most = 0;
   for (const operation& one : operations) {
@@ -268,7 +268,7 @@ constexpr station_word_st row(const char* name, const char* help, const char* hi
     most = std::max(most, count);
   }
   const bool can_be_alone = operations[0].m_parameters[0] == nullptr && operations[0].kind() != station_kind_en::NONE;
-  return {name, "", help, can_be_alone ? 0 : least, most, false, nullptr, operations, hint};
+  return {name, "", help, can_be_alone ? 0 : least, most, false, nullptr, operations, hint, is_modems};
 }
 
 constexpr char RECORD_HINT[] = "the phone has no such record yet, or could not write it";
@@ -280,14 +280,12 @@ constexpr char RF_HINT[] = "the radio's test library reported a failure; as fram
 
 constexpr std::array WORDS = {
     row("bt-address", "The Bluetooth address",
-        "the phone has no address yet, or could not write its record; as text it only replaces an address, with "
-        "--frame "
-        "it makes the first one",
+        "the phone has no address yet, or could not write it; as text it only replaces one, --frame makes the first",
         BT_ADDRESS),
     row("wifi-address", "The WiFi address", RECORD_HINT, WIFI_ADDRESS),
     row("pcba-sn", "The serial number of the board's assembly", RECORD_HINT, PCBA_SN),
-    row("imei", "The modem's IMEI", MODEM_HINT, IMEI),
-    row("board-sn", "The modem's board number", MODEM_HINT, BOARD_SN),
+    row("imei", "The modem's IMEI", MODEM_HINT, IMEI, true),
+    row("board-sn", "The modem's board number", MODEM_HINT, BOARD_SN, true),
     row("amt1-flag", "Whether the phone may start by USB insertion", "the phone could not write its flag", AMT1_FLAG),
     row("sw-version", "The phone's software version", "the phone has no property with its version", SW_VERSION),
     row("check", "Check the hardware of a radio", RADIO_HINT, CHECK),

@@ -55,12 +55,12 @@ struct station_operation_st {
   bool m_is_identity = false;       // a write of the phone's own: always read back, unless the user forbids it
   std::size_t m_most_together = 0;  // most characters of all parameters; 0: no limit
 
-  station_kind_en kind() const {
+  constexpr station_kind_en kind() const {
     if (m_parts.empty()) return station_kind_en::NONE;
     return m_parts.size() == 1 ? m_parts[0].m_kind : station_kind_en::TEXT;
   }
   // Of a number, as the phone gives it.
-  const char* unit() const { return kind() == station_kind_en::NUMBER ? m_parts[0].m_unit.m_raw : ""; }
+  constexpr const char* unit() const { return kind() == station_kind_en::NUMBER ? m_parts[0].m_unit.m_raw : ""; }
 };
 
 struct station_arguments_st {
@@ -82,6 +82,7 @@ struct station_word_st {
   std::string (*m_build)(const station_arguments_st& arguments, station_request_st* request);
   std::span<const station_operation_st> m_operations;  // without these either, the word only listens
   const char* m_hint = "";                             // where to look when the phone refuses
+  bool m_is_modems = false;                            // its text goes on to the modem, which answers in its own time
 
   bool is_sending() const { return m_build != nullptr || !m_operations.empty(); }
 };

@@ -30,7 +30,7 @@ std::string build_at(const station_arguments_st& arguments, station_request_st* 
   if (arguments.m_words[0].empty()) return "there is nothing to send";
   request->m_text = arguments.m_words[0];
   if (!arguments.m_is_raw && !request->m_text.ends_with('\r')) request->m_text += '\r';
-  request->m_is_modems = true;
+  station_expect_text(request);
   return {};
 }
 
@@ -41,7 +41,6 @@ std::string build_version(const station_arguments_st& arguments, station_request
   amt_frame_add_int(&request->m_frame.m_buf_a, AMT_ATOM_MODULE, *module);
   request->m_value.m_atoms = {AMT_ATOM_VERSION};
   request->m_value.m_parts = VERSION_VALUE;
-  request->m_value.m_is_known = true;
   return {};
 }
 
