@@ -247,7 +247,7 @@ class unit_st {
     const run_answer_st answer = m_phone.exchange(step, request, deadline, m_stop_fd);
     attempt->m_exchange = record_exchange(answer.m_exchange);
     set(attempt, verdict_of(answer.m_code), answer.m_message);
-    m_is_gone = answer.m_code == STATION_PORT_GONE;
+    m_is_gone = answer.m_code == STATION_PORT_GONE || answer.m_code == STATION_NO_PORT;
     *raw = answer.m_value;
   }
 
