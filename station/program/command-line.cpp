@@ -7,6 +7,7 @@
 #include <iostream>
 #include <optional>
 
+#include "station/program/plan-commands.h"
 #include "station/wire/judge.h"
 #include "station/wire/link.h"
 #include "station/wire/session.h"
@@ -90,6 +91,7 @@ std::optional<int> parse(std::vector<std::string> arguments, const station_io_st
   app.footer(exit_code_help());
   add_common_options(&app, options);
   for (const auto& word : station_words()) add_word(&app, word, options);
+  for (const auto& command : station_plan_commands()) app.add_subcommand(command.m_name, command.m_help);
   try {
     std::ranges::reverse(arguments);  // the parser takes them from the back
     app.parse(std::move(arguments));
@@ -100,6 +102,8 @@ std::optional<int> parse(std::vector<std::string> arguments, const station_io_st
   std::string wrong;
   if (options->m_no_wait && options->m_expect != 0) wrong = "--no-wait and --expect exclude each other";
   if (options->m_port.empty() && options->m_app.empty()) wrong = "one of --port and --app is required";
+  // Here only when options stand before its name.
+  if (options->m_word == nullptr) wrong = fmt::format("{} takes its options after its name", app.get_subcommands()[0]->get_name());
   if (wrong.empty()) return std::nullopt;
   *io.m_err << "amt-station: " << wrong << std::endl;
   return STATION_USAGE;
@@ -187,6 +191,7 @@ class run_st {
 }  // namespace
 
 int station_run(const std::vector<std::string>& arguments, const station_io_st& io) {
+  if (const auto status = station_run_plan_command(arguments, io)) return *status;
   options_st options;
   if (const auto status = parse(arguments, io, &options)) return *status;
   return run_st(options, io).run();
