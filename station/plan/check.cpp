@@ -120,7 +120,7 @@ class checker_st {
     if (step->m_action == plan_action_en::WORD) {
       check_word(step);
     } else if (!has_references(*step)) {
-      station_request_st request;
+      plan_request_st request;
       const std::string wrong = plan_make_request(*step, no_values, &request);
       if (!wrong.empty()) report(*step, key, wrong);
     }
@@ -186,7 +186,7 @@ class checker_st {
 
   void check_arguments(const plan_step_st& step, const std::string& word) {
     if (has_references(step)) return;
-    station_request_st request;
+    plan_request_st request;
     std::string wrong = plan_make_request(step, no_values, &request);
     if (wrong.empty()) return;
     if (const auto hint = wrong.find("; --force"); hint != wrong.npos) {

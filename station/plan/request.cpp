@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "station/wire/render.h"
+#include "station/words/exchange.h"
 #include "station/words/words.h"
 
 namespace {
@@ -54,20 +55,23 @@ stream_form_en plan_form(const plan_step_st& step) {
   return step.m_link == plan_link_en::APP ? stream_form_en::BARE : stream_form_en::WRAPPED;
 }
 
-std::string plan_make_request(const plan_step_st& step, const plan_lookup& lookup, station_request_st* request) {
+std::string plan_make_request(const plan_step_st& step, const plan_lookup& lookup, plan_request_st* request) {
   const station_word_st* word = find_word(word_of(step));
   if (word == nullptr) return fmt::format("there is no word '{}'", step.m_word);
   if (!word->is_sending()) return fmt::format("{} sends nothing that could be answered", word->m_name);
   std::string wrong;
-  const auto arguments = arguments_of(step, lookup, &wrong);
+  auto arguments = arguments_of(step, lookup, &wrong);
   if (!arguments) return wrong;
   const std::size_t count = arguments->m_words.size();
   if (count < word->m_least) return fmt::format("{} needs {} arguments at least", word->m_name, word->m_least);
   if (count > word->m_most) return fmt::format("{} takes at most {} arguments", word->m_name, word->m_most);
-  wrong = station_build(*word, *arguments, request);
+  wrong = station_check_arguments(*word, *arguments, {});
   if (!wrong.empty()) return wrong;
-  place_value(step, request);
-  return station_wire_bytes(*request, arguments->m_form).empty() ? "the frame is too long to be sent" : "";
+  request->m_word = word;
+  request->m_arguments = std::move(*arguments);
+  station_build(*word, request->m_arguments, &request->m_request);
+  place_value(step, &request->m_request);
+  return {};
 }
 
 std::vector<std::string> plan_step_texts(const plan_step_st& step) {

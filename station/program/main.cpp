@@ -1,6 +1,8 @@
+#include <fcntl.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -34,9 +36,20 @@ int open_signal_fd() {
   return ::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
+// A program that starts without one of these would get the port on its number, and print to the phone. What is printed
+// on a standard output that was closed still fails, because here it can only be read.
+void fill_standard_descriptors() {
+  for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(fd, F_GETFD) >= 0 || errno != EBADF) continue;
+    ::open("/dev/null", fd == STDERR_FILENO ? O_WRONLY : O_RDONLY);  // gets this number, the lowest that is free
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  fill_standard_descriptors();
+  std::signal(SIGPIPE, SIG_IGN);  // a reader that is gone is a failed output, with its own exit status
   const station_io_st io{&std::cout, &std::cerr, wants_color(), open_signal_fd(), STDIN_FILENO, terminal()};
   return station_run({argv + 1, argv + argc}, io);
 }

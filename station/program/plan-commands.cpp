@@ -159,7 +159,7 @@ std::string read_options(const options_st& options, run_options_st* run) {
   run->m_work_order = options.m_work_order;
   run->m_records = options.m_records.empty() ? record_default_folder() : options.m_records;
   run->m_station = options.m_station.empty() ? host_name() : options.m_station;
-  run->m_version = STATION_VERSION;
+  run->m_version = VX_VERSION;
   run->m_baud = options.m_baud;
   run->m_is_loop = options.m_is_loop;
   if (wrong.empty() && run->m_records.empty()) wrong = "there is no HOME to keep records in: give --records DIR";
@@ -199,16 +199,23 @@ int run(const texts& arguments, const station_io_st& io) {
   run.m_plan = &loaded.m_plan;
   const std::string wrong = read_options(options, &run);
   if (!wrong.empty()) return fail(io, wrong);
-  const run_io_st run_io{io.m_out, io.m_err, io.m_input_fd, io.m_stop_fd, io.m_terminal_fd, io.m_color};
+  const run_io_st run_io{io.m_out, io.m_err, io.m_in_fd, io.m_stop_fd, io.m_terminal_fd, io.m_color};
   return options.m_is_dry ? run_dry(run, run_io) : run_plan(run, run_io);
 }
 
 constexpr station_plan_command_st COMMANDS[] = {
-    {"run", "Run a plan on phones and keep records"},
-    {"check", "Check a plan"},
-    {"plan-example", "Print a plan with comments"},
+    {"run", "PLAN [VARIANT] --phone NAME=PORT", "runs a plan on phones and keeps records"},
+    {"check", "PLAN [VARIANT]", "checks a plan"},
+    {"plan-example", "", "prints a plan with comments"},
 };
 constexpr int (*RUNNERS[])(const texts&, const station_io_st&) = {run, check, print_example};
+
+// "check" is a word of the tool, too: it needs a port and names a radio.
+bool is_word(const texts& arguments) {
+  const auto is_port = [](const std::string& text) { return text.starts_with("--port") || text.starts_with("--app"); };
+  const auto is_radio = [](const std::string& text) { return text == "wifi" || text == "gps" || text == "bt"; };
+  return arguments[0] == "check" && (std::ranges::any_of(arguments, is_port) || (arguments.size() > 1 && is_radio(arguments[1])));
+}
 
 }  // namespace
 
@@ -217,7 +224,7 @@ std::span<const station_plan_command_st> station_plan_commands() {
 }
 
 std::optional<int> station_run_plan_command(const texts& arguments, const station_io_st& io) {
-  if (arguments.empty()) return std::nullopt;
+  if (arguments.empty() || is_word(arguments)) return std::nullopt;
   const auto* row = std::ranges::find_if(COMMANDS, [&](const auto& one) { return arguments[0] == one.m_name; });
   return row == std::end(COMMANDS) ? std::nullopt : std::optional(RUNNERS[row - std::begin(COMMANDS)](arguments, io));
 }

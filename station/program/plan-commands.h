@@ -10,6 +10,7 @@
 
 struct station_plan_command_st {
   const char* m_name;
+  const char* m_usage;
   const char* m_help;
 };
 

@@ -33,12 +33,13 @@ class dry_st {
     m_out << fmt::format("  {:>3} {}: {}{}{}\n", ++m_number, step.m_name, plan_step_summary(step),
                          limits.empty() ? "" : "; " + limits, step.m_is_skipped ? "; left out" : "");
     if (step.m_action == plan_action_en::PAUSE || step.m_action == plan_action_en::OPERATOR) return;
-    station_request_st request;
-    const std::string wrong = plan_make_request(step, [this](const auto& name) { return m_values.find(name); }, &request);
+    plan_request_st made;
+    const std::string wrong = plan_make_request(step, [this](const auto& name) { return m_values.find(name); }, &made);
     if (!wrong.empty()) {
       m_out << fmt::format("      known when it runs: {}\n", wrong);
       return;
     }
+    const station_request_st& request = made.m_request;
     const auto bytes = station_wire_bytes(request, plan_form(step));
     const std::string text = request.m_is_frame ? fmt::format("{:02X}", fmt::join(bytes, ""))
                                                 : station_quote(std::string(bytes.begin(), bytes.end()));

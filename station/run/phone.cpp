@@ -3,12 +3,14 @@
 #include <fmt/format.h>
 #include <poll.h>
 
+#include <algorithm>
 #include <array>
 
 #include "station/plan/request.h"
 #include "station/wire/judge.h"
 #include "station/wire/render.h"
 #include "station/wire/session.h"
+#include "station/words/exchange.h"
 
 namespace {
 
@@ -42,7 +44,23 @@ struct run_phone_st::line_st {
   }
 
   void show(const station_entry_st& entry) {
-    if (m_shown != nullptr && m_shown->size() < MOST_SHOWN) m_shown->push_back(station_render_json(entry));
+    if (m_shown == nullptr) return;
+    if (m_shown->size() < MOST_SHOWN) m_shown->push_back(station_render_json(entry));
+    if (entry.m_is_sent) {
+      m_judge.emplace(station_rule_for(*m_request, 0));
+    } else if (m_judge) {
+      m_judge->take(entry.m_item);
+    }
+  }
+
+  // The plan knows where the answer to a raw request has its value; the words do not.
+  std::optional<std::string> raw_value() const {
+    if (!m_judge) return std::nullopt;
+    if (m_request->m_is_frame || m_request->m_value.m_line != nullptr) return station_value(*m_request, m_judge->answer());
+    const auto& lines = m_judge->answer().m_lines;
+    const auto is_information = [](const std::string& text) { return !station_at_final(text); };
+    const auto first = std::ranges::find_if(lines, is_information);
+    return first == lines.end() ? std::nullopt : std::optional(*first);
   }
 
   std::string m_path;
@@ -50,6 +68,8 @@ struct run_phone_st::line_st {
   station_link_st m_link;
   std::unique_ptr<station_session_st> m_session;
   std::vector<std::string>* m_shown = nullptr;
+  const station_request_st* m_request = nullptr;  // of the exchange that is going on
+  std::optional<station_judge_st> m_judge;        // of the latest request that was sent
 };
 
 run_phone_st::run_phone_st(std::string pc, std::string app, unsigned baud)
@@ -68,28 +88,28 @@ void run_phone_st::close() {
   m_app->close();
 }
 
-run_answer_st run_phone_st::exchange(const plan_step_st& step, const station_request_st& request, station_time deadline,
-                                     int stop_fd) {
+run_answer_st run_phone_st::exchange(const plan_step_st& step, const plan_request_st& request, int stop_fd) {
   run_answer_st answer;
   line_st& line = *line_of(step.m_link);
   line.m_link.set_stop_fd(stop_fd);
-  line.m_shown = &answer.m_exchange;
   answer.m_code = line.open(m_baud);
-  if (answer.m_code == STATION_OK) {
-    const auto bytes = station_wire_bytes(request, line.m_form);
-    answer.m_code = line.m_session->send(bytes, request.m_is_frame, deadline);
+  if (answer.m_code != STATION_OK) {
+    answer.m_message = line.m_link.error();
+    return answer;
   }
-  if (answer.m_code == STATION_OK) {
-    station_judge_st judge(station_rule_for(request, 0));
-    answer.m_code = line.m_session->receive(&judge, deadline, std::chrono::milliseconds::max());
-    if (answer.m_code == STATION_OK) answer.m_value = station_value(request, judge.answer());
-  }
+  line.m_shown = &answer.m_exchange;
+  line.m_request = &request.m_request;
+  station_wishes_st wishes;
+  wishes.m_timeout = std::chrono::milliseconds(step.m_timeout_ms);
+  station_exchange_st exchange(&line.m_link, line.m_session.get(), line.m_form);
+  const station_outcome_st outcome = exchange.run(*request.m_word, request.m_arguments, wishes);
   line.m_shown = nullptr;
-  if (answer.m_code == STATION_OK) return answer;
-  const bool is_links = answer.m_code == STATION_PORT_GONE || answer.m_code == STATION_NO_PORT ||
-                        answer.m_code == STATION_PORT_IN_USE;
-  answer.m_message = is_links ? line.m_link.error() : station_exit_meaning(answer.m_code);
-  if (is_links) line.close();
+  answer.m_code = outcome.m_exit;
+  answer.m_message = outcome.m_message;
+  answer.m_value = outcome.m_value;
+  const bool is_raw = step.m_action != plan_action_en::WORD;
+  if (is_raw && outcome.m_exit == STATION_OK) answer.m_value = line.raw_value();
+  if (answer.m_code == STATION_PORT_GONE) line.close();
   return answer;
 }
 

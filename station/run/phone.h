@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "station/plan/plan.h"
+#include "station/plan/request.h"
 #include "station/wire/exit-code.h"
 #include "station/wire/link.h"
-#include "station/wire/request.h"
 
 // What came of a request.
 struct run_answer_st {
@@ -27,8 +27,8 @@ class run_phone_st {
   run_phone_st(const run_phone_st&) = delete;
   run_phone_st& operator=(const run_phone_st&) = delete;
 
-  // Sends the request on the step's link and waits for its answer. stop_fd: readable ends the wait.
-  run_answer_st exchange(const plan_step_st& step, const station_request_st& request, station_time deadline, int stop_fd);
+  // Carries out the request on the step's link, in its time. stop_fd: readable ends the wait.
+  run_answer_st exchange(const plan_step_st& step, const plan_request_st& request, int stop_fd);
   void close();
 
   // For a station that waits for the next phone. Both return false when stop_fd became readable.

@@ -240,11 +240,10 @@ class unit_st {
   }
 
   void ask_phone(const plan_step_st& step, record_attempt_st* attempt, std::optional<std::string>* raw) {
-    station_request_st request;
+    plan_request_st request;
     const std::string wrong = plan_make_request(step, lookup(), &request);
     if (!wrong.empty()) return set_error(attempt, wrong);
-    const auto deadline = clock::now() + std::chrono::milliseconds(step.m_timeout_ms);
-    const run_answer_st answer = m_phone.exchange(step, request, deadline, m_stop_fd);
+    const run_answer_st answer = m_phone.exchange(step, request, m_stop_fd);
     attempt->m_exchange = record_exchange(answer.m_exchange);
     set(attempt, verdict_of(answer.m_code), answer.m_message);
     m_is_gone = answer.m_code == STATION_PORT_GONE || answer.m_code == STATION_NO_PORT;

@@ -42,6 +42,12 @@ station_exit_en station_judge_st::give_up() const {
 }
 
 std::optional<station_exit_en> station_judge_st::take(const stream_item_st& item) {
+  const auto decided = take_any(item);
+  m_is_answered = decided && *decided != STATION_DAMAGED;
+  return decided;
+}
+
+std::optional<station_exit_en> station_judge_st::take_any(const stream_item_st& item) {
   if (item.m_kind == stream_kind_en::FRAME) return take_frame(item);
   return item.m_kind == stream_kind_en::TEXT ? take_text(item) : std::nullopt;
 }

@@ -46,8 +46,11 @@ class station_judge_st {
   const station_answer_st& answer() const { return m_answer; }
   // Whether something came that answers another request.
   bool has_strangers() const { return m_has_strangers; }
+  // Whether an answer ended the wait, a whole one: the phone owes nothing more.
+  bool is_answered() const { return m_is_answered; }
 
  private:
+  std::optional<station_exit_en> take_any(const stream_item_st& item);
   std::optional<station_exit_en> take_frame(const stream_item_st& item);
   std::optional<station_exit_en> take_text(const stream_item_st& item);
   std::optional<station_exit_en> take_final(station_exit_en result);
@@ -61,6 +64,7 @@ class station_judge_st {
   std::size_t m_seen = 0;
   bool m_has_damage = false;
   bool m_has_strangers = false;
+  bool m_is_answered = false;
   bool m_is_others_line = false;  // the next OK belongs to another command's line
   bool m_lacks_value = false;     // an answer came that lacks the value
 };

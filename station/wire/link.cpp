@@ -39,6 +39,19 @@ int milliseconds_until(station_time deadline) {
   return static_cast<int>(std::min<std::int64_t>(std::chrono::ceil<std::chrono::milliseconds>(left).count(), INT_MAX));
 }
 
+// The mark is a control character that Linux has no use for and that every program leaves as it is. Any other value of
+// it is no mark.
+constexpr std::size_t MARK_PLACE = VDISCARD;
+constexpr cc_t MARK_BASE = 0xD0;
+constexpr cc_t UNMARKED = 0x0F;  // as a fresh terminal has it
+
+station_doubt_en doubt_of(const termios& line) {
+  const cc_t mark = line.c_cc[MARK_PLACE];
+  if (mark == MARK_BASE + static_cast<cc_t>(station_doubt_en::PHONE)) return station_doubt_en::PHONE;
+  const bool is_modem = mark == MARK_BASE + static_cast<cc_t>(station_doubt_en::MODEM);
+  return is_modem ? station_doubt_en::MODEM : station_doubt_en::NONE;
+}
+
 bool is_later(int error_number) {
   return error_number == EAGAIN || error_number == EINTR;
 }
@@ -101,6 +114,7 @@ station_exit_en station_link_st::take() {
 station_exit_en station_link_st::set_raw(unsigned baud) {
   termios line{};
   if (::tcgetattr(m_fd, &line) != 0) return fail(STATION_NO_PORT, fmt::format("tcgetattr: {}", strerror(errno)));
+  m_doubt = doubt_of(line);
   ::cfmakeraw(&line);
   line.c_cflag |= CLOCAL | CREAD;
   line.c_cc[VMIN] = 1;  // a read without bytes gives EAGAIN, so 0 means hung up
@@ -109,6 +123,17 @@ station_exit_en station_link_st::set_raw(unsigned baud) {
   if (::tcsetattr(m_fd, TCSANOW, &line) != 0)
     return fail(STATION_NO_PORT, fmt::format("tcsetattr: {}", strerror(errno)));
   return STATION_OK;
+}
+
+// A failure here is that of a port that is gone, which the next read or write reports.
+void station_link_st::set_doubt(station_doubt_en doubt) {
+  if (doubt == m_doubt) return;
+  m_doubt = doubt;
+  termios line{};
+  if (::tcgetattr(m_fd, &line) != 0) return;
+  const bool is_marked = doubt != station_doubt_en::NONE;
+  line.c_cc[MARK_PLACE] = is_marked ? static_cast<cc_t>(MARK_BASE + static_cast<cc_t>(doubt)) : UNMARKED;
+  ::tcsetattr(m_fd, TCSANOW, &line);
 }
 
 station_exit_en station_link_st::wait(short events, station_time deadline, bool* is_hung_up) {

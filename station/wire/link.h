@@ -11,6 +11,9 @@
 
 using station_time = std::chrono::steady_clock::time_point;
 
+// Whose answer may still come to a request that was given up.
+enum class station_doubt_en : std::uint8_t { NONE, PHONE, MODEM };
+
 class station_link_st {
  public:
   station_link_st() = default;
@@ -33,6 +36,11 @@ class station_link_st {
   // Waits for bytes and reads what there is, at least one byte; *count is their number. Results as of write_all.
   station_exit_en read_some(std::span<std::uint8_t> room, station_time deadline, std::size_t* count);
 
+  // The mark stays on the line when the port is closed or the program is killed, and goes when the phone is unplugged:
+  // the next program that opens the port knows that the phone may still owe an answer.
+  station_doubt_en doubt() const { return m_doubt; }
+  void set_doubt(station_doubt_en doubt);
+
   const std::string& error() const { return m_error; }
 
  private:
@@ -44,6 +52,7 @@ class station_link_st {
 
   std::string m_path;
   std::string m_error;
+  station_doubt_en m_doubt = station_doubt_en::NONE;
   int m_fd = -1;
   int m_stop_fd = -1;
   bool m_is_exclusive = false;

@@ -214,6 +214,27 @@ void add_frame_json(const stream_item_st& item, json* object) {
   if (decoded.m_rest != 0) (*object)["rest"] = decoded.m_rest;
 }
 
+json number_or_text(const station_part_st& part, const std::string& text) {
+  const auto number = part.m_kind == station_kind_en::NUMBER ? station_read_number(text) : std::nullopt;
+  return number ? json(*number) : json(text);
+}
+
+void add_value_json(const station_outcome_st& outcome, json* object) {
+  const auto texts = station_split_value(outcome.m_parts, *outcome.m_value);
+  if (!texts || texts->size() != 1) (*object)["value"] = *outcome.m_value;
+  if (!texts) return;
+  for (std::size_t n = 0; n < texts->size(); ++n) {
+    const station_part_st& part = outcome.m_parts[n];
+    json one = {{"value", number_or_text(part, (*texts)[n])}, {"unit", part.m_unit.m_raw}};
+    if (texts->size() == 1) {
+      object->update(one);
+    } else {
+      one["name"] = part.m_name;
+      (*object)["parts"].push_back(one);
+    }
+  }
+}
+
 const char* kind_name(stream_kind_en kind) {
   static constexpr const char* NAMES[] = {"frame", "pre-response", "text", "noise"};
   return NAMES[static_cast<std::size_t>(kind)];
@@ -261,10 +282,22 @@ std::string station_render_json(const station_entry_st& entry) {
   return one_line(object);
 }
 
-std::string station_render_json_result(station_exit_en code, const std::string& message, const char* value_name,
-                                       const std::optional<std::string>& value) {
-  json object = {{"kind", "result"}, {"exit", static_cast<int>(code)}};
-  if (code != STATION_OK) object["message"] = message;
-  if (value) object[value_name] = *value;
+std::string station_render_json_result(const std::string& word, const station_outcome_st& outcome) {
+  json object = {{"kind", "result"}, {"schema", STATION_JSON_SCHEMA}};
+  if (!word.empty()) object["word"] = word;
+  object["exit"] = static_cast<int>(outcome.m_exit);
+  if (outcome.m_exit != STATION_OK) object["message"] = outcome.m_message;
+  if (!outcome.m_hint.empty()) object["hint"] = outcome.m_hint;
+  if (outcome.m_result && *outcome.m_result != 0) object["result"] = *outcome.m_result;
+  if (outcome.m_value) add_value_json(outcome, &object);
+  if (outcome.m_is_verified) object["verified"] = true;
+  if (outcome.m_read_back) object["read_back"] = *outcome.m_read_back;
   return one_line(object);
+}
+
+std::string station_render_result(const std::string& word, const station_outcome_st& outcome) {
+  if (outcome.m_value) {
+    return fmt::format("{}: {}", word, station_escape(station_show_value(outcome.m_parts, *outcome.m_value)));
+  }
+  return outcome.m_is_verified ? fmt::format("{}: written and read back", word) : std::string();
 }

@@ -3,11 +3,10 @@
 #pragma once
 
 #include <chrono>
-#include <optional>
 #include <string>
 #include <string_view>
 
-#include "station/wire/exit-code.h"
+#include "station/wire/outcome.h"
 #include "station/wire/stream.h"
 
 struct station_entry_st {
@@ -29,10 +28,16 @@ std::string station_render_text(const station_entry_st& entry, const station_sty
 // A frame has id, name, atoms [{id, type, value}]; a damaged one has fault; text has text; every one has hex.
 std::string station_render_json(const station_entry_st& entry);
 
-// How the run ended: {"kind": "result", "exit": N, "message": why, VALUE_NAME: value}, no new-line. Without a message
-// when it ended well, without a value where there is none.
-std::string station_render_json_result(station_exit_en code, const std::string& message, const char* value_name,
-                                       const std::optional<std::string>& value);
+// The number of the form of the JSON objects. It grows when a reader has to change.
+inline constexpr int STATION_JSON_SCHEMA = 2;
+
+// How a word ended, no new-line: {"kind": "result", "schema": 2, "word": ..., "exit": N, "value": V, "unit": "uV"}. A
+// value of several parts is text, and has them in "parts". A failure has message, hint, and result, the code of a
+// frame.
+std::string station_render_json_result(const std::string& word, const station_outcome_st& outcome);
+
+// The same for people: "battery: 3.812 V (3812000 uV)"; empty when there is nothing to show.
+std::string station_render_result(const std::string& word, const station_outcome_st& outcome);
 
 // The text with what is not printable ASCII escaped (\r, \n, \x07), so that no terminal acts on it; the same in quotes.
 std::string station_escape(std::string_view text);

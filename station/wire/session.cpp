@@ -17,21 +17,27 @@ bool is_blank(const stream_item_st& item) {
 
 }  // namespace
 
-void station_session_st::show_earlier() {
-  const auto sink = [this](const stream_item_st& item) {
-    if (!is_blank(item)) m_show({std::chrono::system_clock::now(), false, item});
+bool station_session_st::drain() {
+  bool has_answer = false;
+  const auto sink = [&](const stream_item_st& item) {
+    if (is_blank(item)) return;
+    const bool is_text = item.m_kind == stream_kind_en::TEXT;
+    const bool is_final = is_text && station_at_final(stream_line(item.m_bytes)).has_value();
+    has_answer = has_answer || is_final || (!is_text && item.m_kind != stream_kind_en::NOISE);
+    m_show({std::chrono::system_clock::now(), false, item});
   };
   chunk_st chunk;
   std::size_t count = 0;
   for (int reads = 0; reads < EARLIER_READS; ++reads) {
     // A failure here also fails the write that follows, which reports it.
-    if (m_link->read_some(chunk, clock::now(), &count) != STATION_OK) return;
+    if (m_link->read_some(chunk, clock::now(), &count) != STATION_OK) break;
     m_splitter.feed(std::span(chunk).first(count), sink);
   }
+  return has_answer;
 }
 
 station_exit_en station_session_st::send(std::span<const std::uint8_t> bytes, bool is_frame, station_time deadline) {
-  show_earlier();
+  drain();
   const station_exit_en written = m_link->write_all(bytes, deadline);
   if (written != STATION_OK) return written;
   const stream_kind_en kind = is_frame ? stream_kind_en::FRAME : stream_kind_en::TEXT;
@@ -63,6 +69,7 @@ station_exit_en station_session_st::receive(station_judge_st* judge, station_tim
 
   chunk_st chunk;
   while (!decided) {
+    if (m_is_stopped) return STATION_NO_OUTPUT;
     std::size_t count = 0;
     const station_time until = std::min(deadline, quiet_end(part_wait));
     const station_exit_en result = m_link->read_some(chunk, until, &count);

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 
 namespace {
@@ -26,8 +27,20 @@ std::string show_number(const station_unit_st& unit, const std::string& text) {
   return fmt::format("{:.{}f} {} ({})", shown, unit.m_decimals, unit.m_shown, raw);
 }
 
+// "card" for 1 in "0 no card, 1 card"; empty where the number has no words of its own.
+std::string_view words_for(std::string_view meaning, const std::string& number) {
+  while (!meaning.empty()) {
+    const std::string_view one = meaning.substr(0, meaning.find(", "));
+    if (one.starts_with(number + ' ')) return one.substr(number.size() + 1);
+    meaning.remove_prefix(std::min(meaning.size(), one.size() + 2));
+  }
+  return {};
+}
+
 std::string show_part(const station_part_st& part, const std::string& text) {
-  return part.m_kind == station_kind_en::NUMBER ? show_number(part.m_unit, text) : text;
+  if (part.m_kind != station_kind_en::NUMBER) return text;
+  const std::string_view words = words_for(part.m_meaning, text);
+  return words.empty() ? show_number(part.m_unit, text) : fmt::format("{} ({})", text, words);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 
 #include "amt/amt-convert/frame.h"
@@ -75,6 +76,12 @@ const std::vector<station_word_st>& station_words() {
     return all;
   }();
   return words;
+}
+
+const station_word_st* station_find_word(std::string_view name) {
+  const auto& words = station_words();
+  const auto found = std::ranges::find(words, name, [](const auto& word) { return std::string_view(word.m_name); });
+  return found == words.end() ? nullptr : &*found;
 }
 
 std::string station_build(const station_word_st& word, const station_arguments_st& arguments,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "station/wire/request.h"
@@ -9,6 +10,9 @@
 
 // All of them, in the order of the help.
 const std::vector<station_word_st>& station_words();
+
+// The word with that name; null when there is none.
+const station_word_st* station_find_word(std::string_view name);
 
 // Makes a word's request. Returns what is wrong with the arguments; empty when nothing is.
 std::string station_build(const station_word_st& word, const station_arguments_st& arguments,
