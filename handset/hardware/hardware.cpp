@@ -27,12 +27,16 @@ constexpr char TEMPERATURE[] = "/sys/class/power_supply/battery/temp";
 constexpr char DRIVER_NODE[] = "/proc/driver/zelta_battery";
 constexpr char ADC[] = "/handset/devices/battery.adc";
 constexpr char VIDEO[] = "/handset/devices/video0";
+constexpr char RECORDS[] = "/amt";
+constexpr char FULL_PLACES[] = "/handset/devices/full";
 constexpr char PLAYER[] = "/system/bin/amt-audio";
 constexpr char PLAYED_SOUND[] = "/handset/audio";
 constexpr char SOUND[] = "/system/media/amt-loop.pcm";
 constexpr std::uintmax_t SOUND_SIZE = std::uintmax_t{44100} * 2 * 60;  // bytes: a minute of it
 // A file of the kernel whose reads and writes at its beginning give EIO.
 constexpr char FAILING_FILE[] = "/proc/self/mem";
+// One that nobody may open who could not trace the sandbox's first process (EACCES): not even the phone's root.
+constexpr char CLOSED_FILE[] = "/proc/1/mem";
 
 struct initial_file {
   const char* path;
@@ -93,34 +97,52 @@ void hardware::install() {
   fs::resize_file(at(SOUND), SOUND_SIZE);
   std::error_code missing;  // a program copied out of its build tree may have no player beside it
   fs::copy_file(program_folder().parent_path() / "lib/phone/amt-audio", at(PLAYER), missing);
-  // As in procfs, no process may make files there.
-  fs::permissions(at(DRIVER_NODE).parent_path(), fs::perms(0555));
 }
 
 std::vector<bind_mount> hardware::binds() const {
-  return {{at(VIDEO), "/dev/video0", true}};
+  std::vector<bind_mount> binds = {{at(VIDEO), "/dev/video0", true}};
+  // As in procfs, nobody may make files in its folder, which is read-only.
+  if (fs::is_directory("/proc/driver")) binds.push_back({at(DRIVER_NODE), DRIVER_NODE, true});
+  return binds;
 }
 
-void hardware::fail(const fs::path& path, file_fault fault) {
-  heal(path);
+// The content lies aside meanwhile, and a link to a file of the kernel stands in its place.
+void hardware::break_file(const fs::path& path, file_fault fault) const {
   if (!fs::is_regular_file(fs::symlink_status(at(path)))) throw error("there is no file " + path.string());
-  if (fault == file_fault::open) {
-    fs::permissions(at(path), fs::perms::none);
-  } else {
-    fs::rename(at(path), aside(at(path)));
-    fs::create_symlink(FAILING_FILE, at(path));
+  fs::rename(at(path), aside(at(path)));
+  fs::create_symlink(fault == file_fault::open ? CLOSED_FILE : FAILING_FILE, at(path));
+}
+
+// The preloaded library reads them at each opening.
+void hardware::write_full_places() const {
+  std::string places;
+  for (const auto& [path, fault] : m_faults) {
+    if (fault == file_fault::full) places += path.string() + "\n";
+  }
+  write_whole_file(at(FULL_PLACES), places);
+}
+
+void hardware::fail(const fs::path& wanted, file_fault fault) {
+  const fs::path path = wanted.lexically_normal();
+  if (m_faults.contains(path)) heal(path);
+  if (fault != file_fault::full) {
+    break_file(path, fault);
+  } else if (path.string() != RECORDS && !path.string().starts_with(std::string(RECORDS) + "/")) {
+    throw error("only " + std::string(RECORDS) + ", the file system of the records, and what is in it can be full");
+  } else if (!fs::exists(fs::symlink_status(at(path)))) {
+    throw error("there is no file or folder " + path.string());
   }
   m_faults[path] = fault;
+  write_full_places();
 }
 
-void hardware::heal(const fs::path& path) {
+void hardware::heal(const fs::path& wanted) {
+  const fs::path path = wanted.lexically_normal();
   const auto fault = m_faults.find(path);
-  if (fault == m_faults.end()) return;
-  if (fault->second == file_fault::open)
-    fs::permissions(at(path), fs::perms(0644));
-  else
-    fs::rename(aside(at(path)), at(path));
+  if (fault == m_faults.end()) throw error(path.string() + " does not fail");
+  if (fault->second != file_fault::full) fs::rename(aside(at(path)), at(path));
   m_faults.erase(fault);
+  write_full_places();
 }
 
 void hardware::set_adc(std::string_view text) {
@@ -130,7 +152,7 @@ void hardware::set_adc(std::string_view text) {
 // Where the file's content lies, also while the file fails.
 fs::path hardware::content(const fs::path& path) const {
   const auto fault = m_faults.find(path);
-  return fault != m_faults.end() && fault->second == file_fault::io ? aside(at(path)) : at(path);
+  return fault != m_faults.end() && fault->second != file_fault::full ? aside(at(path)) : at(path);
 }
 
 std::string hardware::text(const fs::path& path) const {

@@ -23,7 +23,9 @@ std::optional<storage_card> read_storage_card(std::string_view text);
 
 //   open  cannot be opened (EACCES)
 //   io    opens, but every read and write fails (EIO)
-enum class file_fault { open, io };
+//   full  a file or folder of /amt: its file system has no room left (ENOSPC), for the service and what it starts. The
+//         content stays as it is until somebody empties it.
+enum class file_fault { open, io, full };
 
 class hardware {
  public:
@@ -31,10 +33,11 @@ class hardware {
 
   // Makes the files that a working phone has.
   void install();
-  // The mounts for those that belong under /dev.
+  // The mounts for those that belong under /dev and /proc.
   std::vector<bind_mount> binds() const;
 
-  // Makes a file of the phone fail from now on; heal() brings it back with its content.
+  // Makes a file of the phone fail from now on; heal() brings it back with its content. Both throw error for a path
+  // that cannot fail so, or does not fail.
   void fail(const std::filesystem::path& path, file_fault fault);
   void heal(const std::filesystem::path& path);
   // What the battery driver reads from its converter: a number, or any other text.
@@ -48,6 +51,8 @@ class hardware {
 
  private:
   std::filesystem::path at(const std::filesystem::path& path) const { return m_root / path.relative_path(); }
+  void break_file(const std::filesystem::path& path, file_fault fault) const;
+  void write_full_places() const;
   std::filesystem::path content(const std::filesystem::path& path) const;
   std::string text(const std::filesystem::path& path) const;
   std::map<std::string, int> numbers(const std::filesystem::path& path, char separator) const;

@@ -45,6 +45,8 @@ struct phone_options {
   std::map<std::string, std::string> properties;  // name -> value, set before anything starts
   std::map<std::string, std::string> files;       // absolute path in the phone -> content, made before anything starts
   std::vector<bind_mount> binds;
+  phone_user user =
+      phone_user::root;  // system: a file's mode counts, as for a service that is started with fewer rights
   board_library board = board_library::present;
   bool has_hardware = true;  // false: a tree without the files of hardware.h
   std::vector<storage_card> cards = {{"/storage/sdcard0", 12'582'912}, {"/storage/sdcard1", 31'166'976}};

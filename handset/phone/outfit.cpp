@@ -12,8 +12,23 @@ namespace {
 
 constexpr const char* USB_STATE = "/sys/class/android_usb/android0/state";
 
-bool is_simplified(const phone_options& options) {
-  return options.mode == run_mode::simplified;
+struct place {
+  const char* program_folder;
+  const char* config_folder;
+};
+constexpr place SIMPLIFIED = {"/phone/bin", "/phone/bin"};
+constexpr place SYSTEM = {"/system/bin", "/system/etc"};
+
+const place& place_of(const phone_options& options) {
+  return options.mode == run_mode::simplified ? SIMPLIFIED : SYSTEM;
+}
+
+fs::path service_in(const place& where) {
+  return fs::path(where.program_folder) / SERVICE_NAME;
+}
+
+fs::path config_in(const place& where) {
+  return fs::path(where.config_folder) / (std::string(SERVICE_NAME) + ".cfg");
 }
 
 void install_board_library(const phone_options& options, const phone_tree& tree) {
@@ -33,18 +48,19 @@ void add(std::vector<bind_mount>& binds, const std::vector<bind_mount>& more) {
 }  // namespace
 
 fs::path service_path_of(const phone_options& options) {
-  return fs::path(is_simplified(options) ? "/phone/bin" : "/system/bin") / SERVICE_NAME;
+  return service_in(place_of(options));
 }
 
 fs::path config_path_of(const phone_options& options) {
-  return fs::path(is_simplified(options) ? "/phone/bin" : "/system/etc") / (std::string(SERVICE_NAME) + ".cfg");
+  return config_in(place_of(options));
 }
 
 void fit_out(const phone_options& options, const phone_tree& tree, hardware& parts) {
   install_board_library(options, tree);
   write_whole_file(tree.host_path(USB_STATE), "CONFIGURED\n");
-  if (options.has_config) {
-    write_whole_file(tree.host_path(config_path_of(options)), options.config.value_or(default_config(options)));
+  const std::string config = options.config.value_or(default_config(options));
+  for (const auto& where : {SIMPLIFIED, SYSTEM}) {
+    if (options.has_config) write_whole_file(tree.host_path(config_in(where)), config);
   }
   for (const auto& [name, value] : options.properties) {
     write_whole_file(tree.host_path(PROPERTIES) / name, value);
@@ -61,11 +77,13 @@ std::vector<bind_mount> binds_of(const phone_options& options, const phone_tree&
   std::error_code ignored;
   if (!fs::is_regular_file(options.service, ignored)) return binds;
   const fs::path binary = fs::canonical(options.service);
-  const fs::path inside = service_path_of(options);
-  binds.push_back({binary, inside});
   // The libraries that the service loads by name lie beside its folder, on the host as in the phone.
   const fs::path libraries = binary.parent_path().parent_path() / "lib";
-  if (fs::is_directory(libraries, ignored)) binds.push_back({libraries, inside.parent_path().parent_path() / "lib"});
+  for (const auto& where : {SIMPLIFIED, SYSTEM}) {
+    const fs::path inside = service_in(where);
+    binds.push_back({binary, inside});
+    if (fs::is_directory(libraries, ignored)) binds.push_back({libraries, inside.parent_path().parent_path() / "lib"});
+  }
   return binds;
 }
 

@@ -17,7 +17,8 @@ inline constexpr const char* SERVICE_NAME = "vx-kro-amt";
 inline constexpr const char* PROPERTIES = "/data/property";
 inline constexpr const char* DEVICES = "/handset/devices";
 
-// The service's argv[0] in the phone and the configuration file that it reads.
+// The service's argv[0] in the phone and the configuration file that it reads, in its mode. Both places have both: the
+// phone may go on in another mode.
 std::filesystem::path service_path_of(const phone_options& options);
 std::filesystem::path config_path_of(const phone_options& options);
 

@@ -85,7 +85,7 @@ void phone::inside::start_sandbox() {
   ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
   try {
     core->loop.call([this] {
-      box.start(tree, binds_of(options, tree, parts), options.cards);
+      box.start(tree, binds_of(options, tree, parts), options.cards, options.user);
       core->agent.open(core->loop, box.agent());
     });
     if (!core->agent.wait_hello(DEFAULT_WAIT)) throw sandbox_error(core->loop.ask([this] { return box.why_not(); }));
@@ -180,6 +180,10 @@ process& phone::start() {
   const std::vector<std::string> usual =
       m_inside->options.mode == run_mode::usb ? std::vector<std::string>{"-u"} : std::vector<std::string>{};
   return start_with(m_inside->options.arguments.value_or(usual));
+}
+
+void phone::set_mode(run_mode mode) {
+  m_inside->options.mode = mode;
 }
 
 process& phone::start_with(const std::vector<std::string>& arguments) {

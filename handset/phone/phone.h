@@ -53,6 +53,8 @@ class phone {
 
   // The service. start() may be called again when it has ended; log(), out() and wait_exit() are about the last start.
   process& start();
+  // The mode of the next start().
+  void set_mode(run_mode mode);
   process& start_with(const std::vector<std::string>& arguments);
   process& service();
   // One more copy of the service in this phone, beside the one that runs.

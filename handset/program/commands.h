@@ -12,7 +12,7 @@ namespace handset {
 
 enum program_status_en : int {
   STATUS_DONE = 0,
-  STATUS_FAILED = 1,  // ctl: the phone refused; run: something else went wrong
+  STATUS_FAILED = 1,  // ctl: it cannot be done, or there is no such phone; run: something else went wrong
   STATUS_USAGE = 2,
   STATUS_NO_SANDBOX = 3,  // this machine cannot make the sandbox; the message names what is missing
   STATUS_NOT_RUN = 127,   // exec: the command cannot be started
@@ -24,6 +24,12 @@ struct run_command {
   std::filesystem::path service;
   std::filesystem::path log;
   bool quiet = false;
+  bool verbose = false;  // the log goes to standard error, too
+  std::string name;      // empty: one that is free
+  bool bare = false;     // no records and properties of a factory image
+  bool keeps = false;    // the phone stays when the service has ended
+  bool restarts = false;
+  bool shows_tree = false;
   std::string modem_device = "/dev/ttyMODEM";
   std::string screen = "720x1280";       // or "none"
   std::string board = "present";         // or "absent", "empty"
@@ -44,6 +50,7 @@ int exec(const exec_command& command);
 
 struct ctl_command {
   std::filesystem::path socket;
+  std::string name;
   std::vector<std::string> words;
 };
 int ctl(const ctl_command& command);

@@ -30,7 +30,8 @@ words name_words(std::string_view name) {
 std::size_t number_of(const std::string& text) {
   std::size_t number = 0;
   const auto [end, failed] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (failed != std::errc{} || end != text.data() + text.size()) throw error(fmt::format("\"{}\" is no number", text));
+  if (failed != std::errc{} || end != text.data() + text.size())
+    throw usage_error(fmt::format("\"{}\" is no number", text));
   return number;
 }
 
@@ -40,9 +41,9 @@ std::string run_control(control_target& target, const words& all) {
     if (all.size() < name.size() || !std::equal(name.begin(), name.end(), all.begin())) continue;
     const words rest(all.begin() + static_cast<std::ptrdiff_t>(name.size()), all.end());
     if (rest.size() >= command.least && rest.size() <= command.most) return command.run(target, rest);
-    throw error(fmt::format("usage: {} {}", command.name, command.arguments));
+    throw usage_error(fmt::format("usage: {} {}", command.name, command.arguments));
   }
-  throw error(fmt::format("unknown command: {}", fmt::join(all, " ")));
+  throw usage_error(fmt::format("unknown command: {}", fmt::join(all, " ")));
 }
 
 std::string control_help() {

@@ -2,9 +2,12 @@
 #include <fmt/format.h>
 #include <string.h>
 
-#include <array>
+#include <algorithm>
+#include <charconv>
 #include <filesystem>
+#include <vector>
 
+#include "handset/hardware/call-names.h"
 #include "handset/hardware/devices.h"
 #include "handset/hardware/hardware.h"
 #include "handset/hardware/screenshot.h"
@@ -21,13 +24,20 @@ std::string joined(const words& rest, std::ptrdiff_t from) {
 }
 
 std::string fail_file(control_target& target, const words& rest) {
-  if (rest[1] != "open" && rest[1] != "io") throw error(fmt::format("\"{}\" is neither open nor io", rest[1]));
+  if (rest[1] != "open" && rest[1] != "io") throw usage_error(fmt::format("\"{}\" is neither open nor io", rest[1]));
   target.the_phone.parts().fail(rest[0], rest[1] == "open" ? file_fault::open : file_fault::io);
   return "";
 }
 
 std::string heal_file(control_target& target, const words& rest) {
   target.the_phone.parts().heal(rest[0]);
+  return "";
+}
+
+// The preloaded library is what makes a file system full.
+std::string fill_file(control_target& target, const words& rest) {
+  if (!target.the_phone.options().screen) throw error("a phone without a screen (--screen none) cannot do that");
+  target.the_phone.parts().fail(rest[0], file_fault::full);
   return "";
 }
 
@@ -45,7 +55,7 @@ std::string set_adc(control_target& target, const words& rest) {
 
 std::string screenshot(control_target& target, const words& rest) {
   const bool both = rest.size() > 1;
-  if (both && rest[1] != "both") throw error(fmt::format("\"{}\" is not \"both\"", rest[1]));
+  if (both && rest[1] != "both") throw usage_error(fmt::format("\"{}\" is not \"both\"", rest[1]));
   const auto devices = target.the_phone.devices();
   write_png(both ? look_at_both_halves(devices) : look_at_screen(devices), rest[0]);
   return "";
@@ -65,12 +75,35 @@ int errno_of(const std::string& name) {
   return static_cast<int>(number_of(name));
 }
 
+std::vector<std::string_view> device_names() {
+  std::vector<std::string_view> names;
+  for (const auto& device : PLAYED_DEVICES) names.push_back(device.name);
+  return names;
+}
+
+// A name that no device has would make a fault that never comes.
+void expect_device_call(const words& rest) {
+  const std::string_view device = rest[1];
+  const auto* played = std::find_if(std::begin(PLAYED_DEVICES), std::end(PLAYED_DEVICES),
+                                    [&](const auto& one) { return one.name == device; });
+  if (played == std::end(PLAYED_DEVICES)) {
+    throw usage_error(fmt::format("there is no device {}, but {}", device, fmt::join(device_names(), ", ")));
+  }
+  if (rest.size() == 2) return;  // every call of it
+  const auto calls = played->calls;
+  if (std::find(calls.begin(), calls.end(), rest[2]) == calls.end()) {
+    throw usage_error(fmt::format("{} has no call {}, but {}", device, rest[2], fmt::join(calls, ", ")));
+  }
+}
+
 std::string device_fail(control_target& target, const words& rest) {
+  expect_device_call(rest);
   fail_device_call(target.the_phone.devices(), joined(rest, 1), errno_of(rest[0]));
   return "";
 }
 
 std::string device_result(control_target& target, const words& rest) {
+  expect_device_call(rest);
   set_device_result(target.the_phone.devices(), joined(rest, 1), static_cast<int>(number_of(rest[0])));
   return "";
 }
@@ -82,7 +115,8 @@ std::string device_heal(control_target& target, const words&) {
 
 // The folder of a simulated library's files.
 std::filesystem::path library_folder(const std::string& library) {
-  if (library != "board" && library != "hwt") throw error(fmt::format("\"{}\" is neither board nor hwt", library));
+  if (library != "board" && library != "hwt")
+    throw usage_error(fmt::format("\"{}\" is neither board nor hwt", library));
   return "/data/" + library;
 }
 
@@ -92,7 +126,20 @@ std::string library_report(control_target& target, const words& rest) {
                      target.the_phone.read_file(folder / "calls").value_or(""));
 }
 
+// "wait hwt_wifiCtrl(1" is about hwt_wifiCtrl.
+void expect_library_call(const std::string& library, std::string_view text) {
+  if (text.starts_with("wait ")) text.remove_prefix(5);
+  const auto known = simulated_calls(library);
+  if (std::find(known.begin(), known.end(), text.substr(0, text.find('('))) != known.end()) return;
+  throw usage_error(fmt::format("{} has no {}, but {}", library, text, fmt::join(known, ", ")));
+}
+
 std::string library_set(control_target& target, const words& rest) {
+  expect_library_call(rest[0], rest[1]);
+  int result = 0;
+  const char* end = rest[2].data() + rest[2].size();
+  const auto [stop, failed] = std::from_chars(rest[2].data(), end, result);
+  if (failed != std::errc{} || stop != end) throw usage_error(fmt::format("\"{}\" is no number", rest[2]));
   const auto control = library_folder(rest[0]) / "control";
   const auto older = target.the_phone.read_file(control).value_or("");
   target.the_phone.write_file(control, fmt::format("{} = {}\n{}", rest[1], rest[2], older));
@@ -102,7 +149,8 @@ std::string library_set(control_target& target, const words& rest) {
 constexpr control_command COMMANDS[] = {
     {"file fail", "PATH open|io", "from now on it cannot be opened, or gives EIO when it is read or written", 2, 2,
      fail_file},
-    {"file heal", "PATH", "it is as before the failure", 1, 1, heal_file},
+    {"file full", "PATH", "/amt, or a file or folder in it: its file system has no room left", 1, 1, fill_file},
+    {"file heal", "PATH", "it is as before the failure, with its content", 1, 1, heal_file},
     {"state", "[PART]", "what lights, vibrator, sound, battery, camera and radios now do; e.g. state key light", 0, ANY,
      hardware_report},
     {"adc", "NUMBER", "what the battery driver reads from its converter", 1, 1, set_adc},

@@ -13,7 +13,7 @@ namespace handset {
 namespace {
 
 bool switch_of(const std::string& text) {
-  if (text != "on" && text != "off") throw error(fmt::format("\"{}\" is neither on nor off", text));
+  if (text != "on" && text != "off") throw usage_error(fmt::format("\"{}\" is neither on nor off", text));
   return text == "on";
 }
 
@@ -60,6 +60,7 @@ std::string modem_say(control_target& target, const words& rest) {
 }
 
 std::string modem_hang_up(control_target& target, const words&) {
+  if (!target.the_phone.simulated_modem().attached()) throw error("it is not plugged in");
   target.the_phone.unplug_modem();
   return "";
 }
@@ -76,6 +77,7 @@ std::string at_say(control_target& target, const words& rest) {
 }
 
 std::string unplug_at(control_target& target, const words&) {
+  if (!target.the_phone.simulated_modem().attached(modem_link::at)) throw error("it is not plugged in");
   target.the_phone.unplug_at();
   return "";
 }
@@ -120,7 +122,7 @@ std::string modem_set(control_target& target, const words& rest) {
         [&](auto& switches, auto& state) { known.set(switches, state, rest[1]); });
     return "";
   }
-  throw error("the modem has no " + rest[0]);
+  throw usage_error("the modem has no " + rest[0]);
 }
 
 constexpr control_command COMMANDS[] = {

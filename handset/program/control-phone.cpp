@@ -3,8 +3,7 @@
 #include <signal.h>
 #include <string.h>
 
-#include <array>
-#include <cstdlib>
+#include <charconv>
 #include <filesystem>
 
 #include "handset/phone/cable.h"
@@ -24,12 +23,39 @@ int signal_of(const std::string& text) {
   return static_cast<int>(number_of(name));
 }
 
+const char* mode_word(run_mode mode) {
+  static constexpr const char* WORDS[] = {"pc (simplified start)", "pc (start on USB insertion)", "app"};
+  return WORDS[static_cast<int>(mode)];
+}
+
 std::string status(control_target& target, const words&) {
   auto& service = target.the_phone.service();
   const auto state = service.running() ? fmt::format("running, process {} of the phone", service.pid()) : "ended";
-  const auto app = target.app_tty.empty() ? "" : fmt::format("APP tty: {}\n", target.app_tty.string());
-  return fmt::format("service: {}\nPC tty: {}\n{}tree: {}\n", state, target.pc_tty.string(), app,
-                     target.the_phone.host_path("/").string());
+  return fmt::format("service: {}\nmode: {}\nPC tty: {}\nAPP tty: {}\ntree: {}\nlog: {}\n", state,
+                     mode_word(target.the_phone.options().mode), target.pc_tty.string(), target.app_tty.string(),
+                     target.the_phone.host_path("/").string(), target.log.empty() ? "none" : target.log.string());
+}
+
+std::string print_tty(control_target& target, const words& rest) {
+  const std::string which = rest.empty() ? "pc" : rest[0];
+  if (which != "pc" && which != "app") throw usage_error(fmt::format("\"{}\" is neither pc nor app", which));
+  return (which == "pc" ? target.pc_tty : target.app_tty).string() + "\n";
+}
+
+std::string log_file(control_target& target, const words&) {
+  if (target.log.empty()) throw error("this phone keeps no log (it was started with --quiet)");
+  return target.log.string();
+}
+
+std::string set_mode(control_target& target, const words& rest) {
+  if (rest[0] != "pc" && rest[0] != "app") throw usage_error(fmt::format("\"{}\" is neither pc nor app", rest[0]));
+  target.set_mode(rest[0]);
+  return "";
+}
+
+std::string start(control_target& target, const words&) {
+  target.start();
+  return "";
 }
 
 std::string stop(control_target& target, const words&) {
@@ -48,6 +74,7 @@ std::string uevent(control_target& target, const words& rest) {
 }
 
 std::string unplug_pc(control_target& target, const words&) {
+  if (!target.the_phone.pc().plugged()) throw error("it is not plugged in");
   target.the_cable.disconnect();
   target.the_phone.unplug_pc();
   return "";
@@ -83,26 +110,27 @@ std::string write_file(control_target& target, const words& rest) {
 }
 
 std::string remove_file(control_target& target, const words& rest) {
+  if (!target.the_phone.exists(rest[0])) throw error("there is no file " + rest[0]);
   target.the_phone.remove(rest[0]);
   return "";
 }
 
 std::string set_file_mode(control_target& target, const words& rest) {
-  const auto mode = std::strtoul(rest[1].c_str(), nullptr, 8);
-  std::filesystem::permissions(target.the_phone.host_path(rest[0]), static_cast<std::filesystem::perms>(mode & 0777));
-  return "";
-}
-
-// Every write of the file fails as on a full file system.
-std::string fill_file(control_target& target, const words& rest) {
-  const auto path = target.the_phone.host_path(rest[0]);
-  std::filesystem::remove(path);
-  std::filesystem::create_symlink("/dev/full", path);
+  unsigned mode = 0;
+  const char* end = rest[1].data() + rest[1].size();
+  const auto [stop, failed] = std::from_chars(rest[1].data(), end, mode, 8);
+  if (failed != std::errc{} || stop != end || mode > 0777) throw usage_error(rest[1] + " is no mode, such as 644");
+  std::filesystem::permissions(target.the_phone.host_path(rest[0]), static_cast<std::filesystem::perms>(mode));
   return "";
 }
 
 constexpr control_command COMMANDS[] = {
     {"status", "", "what runs, and where", 0, 0, status},
+    {"tty", "[pc|app]", "where a station connects, or a test application", 0, 1, print_tty},
+    {"log", "[-f]", "the service's log; -f: and what it logs from now on", 0, 0, log_file},
+    {"mode", "pc|app", "serve the station or the test application: starts the service anew on the same phone", 1, 1,
+     set_mode},
+    {"start", "", "start a service that has ended (handset run --keep)", 0, 0, start},
     {"stop", "", "end the phone: the service gets SIGTERM first", 0, 0, stop},
     {"signal", "NAME", "send the service a signal (TERM, USR2, 9, ...)", 1, 1, send_signal},
     {"uevent", "STRING...", "send a kernel event, e.g. uevent USB_STATE=DISCONNECTED", 1, ANY, uevent},
@@ -113,8 +141,8 @@ constexpr control_command COMMANDS[] = {
     {"file cat", "PATH", "print a file of the phone", 1, 1, read_file},
     {"file write", "PATH TEXT", "make or replace a file of the phone", 2, 2, write_file},
     {"file remove", "PATH", "remove a file or folder of the phone", 1, 1, remove_file},
-    {"file mode", "PATH OCTAL", "the rights of a file or folder, e.g. file mode /amt/imei.txt 0", 2, 2, set_file_mode},
-    {"file full", "PATH", "from now on every write of the file fails as on a full file system", 1, 1, fill_file},
+    {"file mode", "PATH OCTAL", "the mode of a file or folder; the service is root and obeys none", 2, 2,
+     set_file_mode},
 };
 
 }  // namespace

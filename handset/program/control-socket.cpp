@@ -3,14 +3,13 @@
 #include <sys/time.h>
 #include <sys/un.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <optional>
 #include <utility>
 
 #include "handset/program/control.h"
-#include "handset/sandbox/tree.h"
+#include "handset/program/names.h"
 #include "handset/wire/error.h"
 #include "handset/wire/message.h"
 
@@ -20,7 +19,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr timeval PATIENCE{5, 0};  // how long either side of a connection waits for the other
+constexpr timeval PATIENCE{10, 0};  // how long either side waits for the other: a service takes a while to end
 
 // Whether `action` (bind or connect) works on the socket's name.
 template <typename Action>
@@ -48,29 +47,23 @@ std::optional<pub_fd> connect_to(const fs::path& name) {
   return socket;
 }
 
-// The control sockets of this user's phones, the youngest first; some may be left over from killed phones.
-std::vector<fs::path> sockets_of_user() {
-  std::vector<std::pair<fs::file_time_type, fs::path>> found;
-  std::error_code ignored;
-  for (const auto& entry : fs::directory_iterator(user_folder(), ignored)) {
-    const fs::path socket = entry.path() / "control";
-    const auto time = fs::last_write_time(socket, ignored);
-    if (!ignored) found.emplace_back(time, socket);
-  }
-  std::sort(found.rbegin(), found.rend());
-  std::vector<fs::path> sockets;
-  sockets.reserve(found.size());
-  for (auto& [time, socket] : found) sockets.push_back(std::move(socket));
-  return sockets;
+std::string names_of(const std::vector<named_phone>& phones) {
+  std::string names;
+  for (const auto& phone : phones) names += (names.empty() ? "" : ", ") + phone.name;
+  return names;
 }
 
-pub_fd connect_to_any(const fs::path& wanted) {
-  const auto sockets = wanted.empty() ? sockets_of_user() : std::vector<fs::path>{wanted};
-  for (const auto& socket : sockets) {
-    if (auto connection = connect_to(socket)) return std::move(*connection);
+// The folder of the wanted phone. A command never goes to another one by chance.
+fs::path folder_of(const std::string& wanted) {
+  const auto phones = running_phones();
+  if (phones.empty()) throw error("no phone of this user is running (start one: handset run)");
+  if (wanted.empty() && phones.size() > 1) {
+    throw usage_error("several phones are running: " + names_of(phones) + "; say which: handset ctl --name NAME ...");
   }
-  throw error(wanted.empty() ? "no phone of this user is running (start one: handset run)"
-                             : "no phone listens at " + wanted.string());
+  for (const auto& phone : phones) {
+    if (wanted.empty() || phone.name == wanted) return phone.folder;
+  }
+  throw error("no phone named " + wanted + " is running; there is " + names_of(phones));
 }
 
 }  // namespace
@@ -91,22 +84,31 @@ void control_server::serve() {
   if (!request) return;
   std::vector<std::string> answer;
   try {
-    answer = {"ok", run_control(m_target, request->fields)};
+    answer = {"ok", run_control(m_target, request->fields), m_target.name};
+  } catch (const usage_error& failure) {
+    answer = {"wrong", failure.what(), m_target.name};
   } catch (const std::exception& failure) {
-    answer = {"fail", failure.what()};
+    answer = {"fail", failure.what(), m_target.name};
   }
   if (!send_message(connection.get(), answer)) {
-    send_message(connection.get(), {"fail", std::string("the answer cannot be sent: ") + std::strerror(errno)});
+    send_message(connection.get(),
+                 {"fail", std::string("the answer cannot be sent: ") + std::strerror(errno), m_target.name});
   }
 }
 
-control_answer ask_control(const fs::path& socket, const std::vector<std::string>& words) {
-  const pub_fd connection = connect_to_any(socket);
-  if (!send_message(connection.get(), words)) throw error(std::string("cannot ask: ") + std::strerror(errno));
-  const auto answer = receive_message(connection.get());
+control_answer ask_control(const phone_choice& choice, const std::vector<std::string>& words) {
+  const fs::path socket = choice.socket.empty() ? control_socket(folder_of(choice.name)) : choice.socket;
+  const auto connection = connect_to(socket);
+  if (!connection) throw error("no phone listens at " + socket.string());
+  if (!send_message(connection->get(), words)) throw error(std::string("cannot ask: ") + std::strerror(errno));
+  const auto answer = receive_message(connection->get());
   // A phone that the command ends may be gone before it has answered.
-  if (!answer || answer->fields.size() != 2) throw error("the phone gave no answer");
-  return {answer->fields[0] == "ok", answer->fields[1]};
+  if (!answer || answer->fields.size() != 3) throw error("the phone gave no answer");
+  const auto& fields = answer->fields;
+  const auto result = fields[0] == "ok"      ? control_result::done
+                      : fields[0] == "wrong" ? control_result::wrong
+                                             : control_result::failed;
+  return {result, fields[1], fields[2]};
 }
 
 }  // namespace handset

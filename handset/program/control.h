@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "handset/wire/error.h"
 #include "handset/wire/event-loop.h"
 #include "pub/util/fd.h"
 
@@ -15,16 +16,26 @@ namespace handset {
 class cable;
 class phone;
 
+// A command, or a name in it, that does not exist: nothing was done.
+struct usage_error : error {
+  using error::error;
+};
+
 // What a command works on.
 struct control_target {
   phone& the_phone;
   cable& the_cable;
-  std::function<void()> stop;     // ends the phone
-  std::filesystem::path pc_tty;   // where a station connects
-  std::filesystem::path app_tty;  // where a test application connects; empty when the service has no APP link
+  std::string name;
+  std::filesystem::path pc_tty;                           // where a station connects
+  std::filesystem::path app_tty;                          // where a test application connects, in the mode app
+  std::filesystem::path log;                              // empty: none is kept
+  std::function<void()> stop;                             // ends the phone
+  std::function<void()> start;                            // starts a service that has ended
+  std::function<void(const std::string& mode)> set_mode;  // "pc" or "app": starts the service anew
 };
 
-// Runs one command and returns its output. Throws handset::error when the command cannot be done.
+// Runs one command and returns its output. Throws usage_error for a wrong one, handset::error for one that cannot be
+// done.
 std::string run_control(control_target& target, const std::vector<std::string>& words);
 // The commands and what they do, for --help.
 std::string control_help();
@@ -41,11 +52,18 @@ class control_server {
   control_target m_target;
 };
 
-// The client. An empty socket means the phone of this user that was started last.
-struct control_answer {
-  bool done;
-  std::string text;
+// The client. The phone is the one with that socket, or with that name; when both are empty, the only one of this user
+// that runs. Throws usage_error when several run.
+struct phone_choice {
+  std::filesystem::path socket;
+  std::string name;
 };
-control_answer ask_control(const std::filesystem::path& socket, const std::vector<std::string>& words);
+enum class control_result { done, failed, wrong };
+struct control_answer {
+  control_result result;
+  std::string text;
+  std::string phone;  // its name
+};
+control_answer ask_control(const phone_choice& choice, const std::vector<std::string>& words);
 
 }  // namespace handset

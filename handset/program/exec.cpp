@@ -23,6 +23,7 @@ phone_options options_of(const exec_command& command, const fs::path& program) {
   options.simulated_modem = false;
   options.has_hardware = false;
   options.cards = {};
+  options.user = phone_user::system;
   const fs::path build_tree = program_folder().parent_path();
   options.binds.push_back({build_tree, build_tree});
   if (!program.empty()) options.binds.push_back({program, program});

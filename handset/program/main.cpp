@@ -9,6 +9,7 @@
 #include "handset/hardware/hardware.h"
 #include "handset/program/commands.h"
 #include "handset/program/control.h"
+#include "handset/program/names.h"
 #include "handset/sandbox/sandbox.h"
 
 namespace {
@@ -21,13 +22,16 @@ constexpr const char* ABOUT =
 
 constexpr const char* FOOTER =
     "Try:\n"
-    "  handset run                             a phone; it prints the tty to connect a station to\n"
-    "  handset run --mode normal               one whose test application you play, with amt-station --app\n"
+    "  handset run                             a phone; it prints how to connect a station to it\n"
     "  handset ctl state                       what its hardware now does (from another terminal)\n"
+    "  handset ctl mode app                    it serves its test application now: amt-station --app\n"
+    "  handset ctl log -f                      what its service logs\n"
     "  handset ctl uevent USB_STATE=DISCONNECTED    pull its cable\n"
     "  handset exec -- ls /amt                 a command in a fresh phone\n"
-    "Exit status: that of the service (run) or command (exec), 128 + n when signal n ended it; 1 failed,\n"
-    "  2 wrong usage, 3 this machine cannot make the sandbox, 127 the command cannot be started (exec).";
+    "Exit status: that of the service (run) or command (exec), 128 + n when signal n ended it; 1 failed\n"
+    "  (ctl: it cannot be done, or no such phone runs),\n"
+    "  2 wrong usage (ctl: also an unknown name, or several phones and no --name), 3 this machine cannot make the "
+    "sandbox, 127 the command cannot be started (exec).";
 
 CLI::App* add_run(CLI::App& app, run_command& command) {
   auto* run =
@@ -39,8 +43,18 @@ CLI::App* add_run(CLI::App& app, run_command& command) {
       ->check(CLI::ExistingFile);
   run->add_option("--service", command.service, "The service's binary (usual: vx-kro-amt beside this program)")
       ->check(CLI::ExistingFile);
-  auto* quiet = run->add_flag("-q,--quiet", command.quiet, "Throw the service's log away");
-  run->add_option("--log", command.log, "Write the service's log and output to a file (usual: standard error)")
+  run->add_option("--name", command.name, "The phone's name, for handset ctl --name (usual: phone1, phone2 ...)")
+      ->check([](const std::string& text) {
+        return is_phone_name(text) ? "" : "not a name: at most 20 letters, digits, dots, dashes and underscores";
+      });
+  run->add_flag("--bare", command.bare, "An empty tree: without the records and properties of a factory image");
+  run->add_flag("--keep", command.keeps, "Keep the phone and its records when the service ends; handset ctl start");
+  run->add_flag("--restart", command.restarts, "The same, and start the service again");
+  run->add_flag("--tree", command.shows_tree, "Print where the phone's file tree is");
+  auto* quiet = run->add_flag("-q,--quiet", command.quiet, "Keep no log of the service");
+  run->add_flag("-v,--verbose", command.verbose, "Show the service's log and output as they come")->excludes(quiet);
+  run->add_option("--log", command.log,
+                  "The file for the service's log and output (usual: one that ends with the phone)")
       ->excludes(quiet);
   run->add_option("--modem-device", command.modem_device, "Name of the modem's tty; /dev/ttyS... makes it a UART")
       ->capture_default_str();
@@ -91,7 +105,8 @@ CLI::App* add_exec(CLI::App& app, exec_command& command) {
 
 CLI::App* add_ctl(CLI::App& app, ctl_command& command) {
   auto* ctl = app.add_subcommand("ctl", "Command a running phone");
-  ctl->add_option("--socket", command.socket, "Its control socket (usual: the phone of this user started last)");
+  ctl->add_option("--socket", command.socket, "Its control socket");
+  ctl->add_option("--name", command.name, "Its name (usual: the only phone of this user that runs)");
   ctl->add_option("command", command.words, "What to do")->required();
   ctl->positionals_at_end();
   ctl->footer(control_help());
@@ -123,6 +138,9 @@ int parse_and_run(int argc, char** argv) {
 int main(int argc, char** argv) {
   try {
     return parse_and_run(argc, argv);
+  } catch (const usage_error& failure) {
+    fmt::print(stderr, "handset: {}\n", failure.what());
+    return STATUS_USAGE;
   } catch (const sandbox_error& failure) {
     fmt::print(stderr, "handset: {}\n", failure.what());
     return STATUS_NO_SANDBOX;

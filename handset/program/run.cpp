@@ -13,9 +13,12 @@
 
 #include "handset/phone/app-cable.h"
 #include "handset/phone/cable.h"
+#include "handset/phone/factory-image.h"
 #include "handset/phone/phone.h"
 #include "handset/program/commands.h"
 #include "handset/program/control.h"
+#include "handset/program/names.h"
+#include "handset/program/usb-steps.h"
 #include "handset/wire/files.h"
 #include "handset/wire/signals.h"
 
@@ -25,7 +28,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::chrono::milliseconds END_PATIENCE{3000};  // how long a service that was asked to end may take
+constexpr std::chrono::milliseconds END_PATIENCE{3000};   // how long a service that was asked to end may take
+constexpr std::chrono::milliseconds EARLY{1000};          // no service that serves anybody ends so soon
+constexpr std::chrono::milliseconds RESTART_PAUSE{1000};  // as init's: a service that fails at once is not a busy loop
 
 const std::map<std::string, run_mode> MODES = {
     {"simplified", run_mode::simplified}, {"usb", run_mode::usb}, {"normal", run_mode::normal}};
@@ -66,16 +71,21 @@ phone_options options_of(const run_command& command) {
   choose_cards(command.cards, options);
   for (const auto& property : command.properties) options.properties.insert(split_at_equals(property));
   for (const auto& file : command.files) options.files.insert(split_at_equals(file));
+  if (!command.bare) add_factory_image(options);
   return options;
 }
 
-// The descriptor to which the service's log and output go; -1: nowhere.
-int log_descriptor(const run_command& command, pub_fd& file) {
-  if (command.quiet) return -1;
-  if (command.log.empty()) return STDERR_FILENO;
-  file.reset(::open(command.log.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666));
-  if (!file) throw error(fmt::format("cannot write {}: {}", command.log.string(), std::strerror(errno)));
-  return file.get();
+// Where the service's log and output are kept; empty: nowhere.
+fs::path log_path(const run_command& command, const phone& the_phone) {
+  if (command.quiet) return {};
+  return command.log.empty() ? the_phone.folder() / "log" : fs::absolute(command.log);
+}
+
+pub_fd open_log(const fs::path& path) {
+  if (path.empty()) return pub_fd();
+  pub_fd file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666));
+  if (!file) throw error(fmt::format("cannot write {}: {}", path.string(), std::strerror(errno)));
+  return file;
 }
 
 void write_to(int fd, std::string_view bytes) {
@@ -86,65 +96,186 @@ void write_to(int fd, std::string_view bytes) {
   }
 }
 
+// How to call a program of this build from where the user is.
+std::string program(const std::string& name) {
+  return fs::proximate(program_folder() / name).string();
+}
+
 class phone_run {
  public:
   explicit phone_run(const run_command& command);
   int run();
 
  private:
-  fs::path app_tty() const;
+  control_target target();
   void announce() const;
+  void take_log(std::string_view bytes);
+  void start_service();
+  void service_ended(exit_status status);
+  void report_early_end() const;
+  void end();
   void end_service();
+  exit_status wait_service_end();
+  void set_mode(const std::string& mode);
+  fs::path tty(const char* name) const { return m_phone.folder() / name; }
 
+  const run_command& m_command;
   event_loop m_loop;
   end_signals m_signals;
-  pub_fd m_log_file;
   phone m_phone;
+  phone_name m_name;
+  run_mode m_pc_mode;  // how the service serves the PC
+  fs::path m_log_path;
+  pub_fd m_log;
+  usb_steps m_steps;
   cable m_cable;
-  std::optional<app_cable> m_app_cable;  // in the normal mode
+  app_cable m_app_cable;
   control_server m_control;
-  bool m_asked = false;  // the service was asked to end
+  bool m_asked = false;  // the phone was asked to end
+  unsigned m_starts = 0;
+  std::chrono::steady_clock::time_point m_started;
+  exit_status m_status = exited(0);  // of the service that ended last
 };
 
 phone_run::phone_run(const run_command& command)
-    : m_signals(m_loop, [this](int) { end_service(); }),
+    : m_command(command),
+      m_signals(m_loop, [this](int) { end(); }),
       m_phone(options_of(command)),
-      m_cable(m_loop, m_phone.folder() / "ttyPC"),
-      m_control(m_loop, m_phone.folder() / "control",
-                {m_phone, m_cable, [this] { end_service(); }, m_phone.folder() / "ttyPC", app_tty()}) {
+      m_name(command.name, m_phone.folder()),
+      m_pc_mode(m_phone.options().mode == run_mode::normal ? run_mode::simplified : m_phone.options().mode),
+      m_log_path(log_path(command, m_phone)),
+      m_log(open_log(m_log_path)),
+      m_cable(m_loop, tty("ttyPC")),
+      m_app_cable(m_loop, m_phone, tty("ttyAPP")),
+      m_control(m_loop, control_socket(m_phone.folder()), target()) {
   m_cable.connect(m_phone.pc());
-  if (!app_tty().empty()) m_app_cable.emplace(m_loop, m_phone, app_tty());
-  const auto log = [fd = log_descriptor(command, m_log_file)](std::string_view bytes) { write_to(fd, bytes); };
+  if (!command.bare) add_factory_identities(m_phone.simulated_modem());
+  const auto log = [this](std::string_view bytes) { take_log(bytes); };
   m_phone.on_log(log);
   m_phone.on_out(log);
 }
 
+control_target phone_run::target() {
+  return {.the_phone = m_phone,
+          .the_cable = m_cable,
+          .name = m_name.text(),
+          .pc_tty = tty("ttyPC"),
+          .app_tty = tty("ttyAPP"),
+          .log = m_log_path,
+          .stop = [this] { end(); },
+          .start =
+              [this] {
+                if (m_phone.service().running()) throw error("the service runs already");
+                start_service();
+              },
+          .set_mode = [this](const std::string& mode) { set_mode(mode); }};
+}
+
+// On a thread of the phone.
+void phone_run::take_log(std::string_view bytes) {
+  write_to(m_log.get(), bytes);
+  if (m_command.verbose) write_to(STDERR_FILENO, bytes);
+  if (m_phone.options().mode == run_mode::usb) write_to(STDOUT_FILENO, m_steps.take(bytes));
+}
+
+void phone_run::start_service() {
+  m_started = std::chrono::steady_clock::now();
+  const unsigned number = ++m_starts;
+  m_phone.start().on_exit([this, number](exit_status status) {
+    // The end of a service that a later start has replaced is no news.
+    m_loop.post([this, number, status] {
+      if (number == m_starts) service_ended(status);
+    });
+  });
+}
+
+// Most often something is wrong with the program, and a test that only looks at the ttys would wait for nothing.
+void phone_run::report_early_end() const {
+  const auto age = std::chrono::steady_clock::now() - m_started;
+  if (m_asked || age >= EARLY) return;
+  fmt::print(stderr, "handset: the service ended {} ms after its start\n",
+             std::chrono::duration_cast<std::chrono::milliseconds>(age).count());
+}
+
+void phone_run::service_ended(exit_status status) {
+  m_status = status;
+  fmt::print("service: {}\n", to_string(status));
+  std::fflush(stdout);
+  report_early_end();
+  if (m_asked || (!m_command.keeps && !m_command.restarts)) return m_loop.stop();
+  if (m_command.restarts) {
+    m_loop.after(RESTART_PAUSE, [this, number = m_starts] {
+      if (number == m_starts && !m_asked) start_service();
+    });
+    return;
+  }
+  fmt::print("the phone stays: {} ctl start starts the service again, Ctrl-C ends the phone\n", program("handset"));
+  std::fflush(stdout);
+}
+
 // The first call ends the service in order, the second one kills it.
 void phone_run::end_service() {
-  m_phone.send_signal(m_asked ? SIGKILL : SIGTERM);
+  if (m_phone.service().running()) m_phone.send_signal(m_asked ? SIGKILL : SIGTERM);
+}
+
+void phone_run::end() {
+  if (!m_phone.service().running()) return m_loop.stop();
+  end_service();
   if (!m_asked) m_loop.after(END_PATIENCE, [this] { end_service(); });
   m_asked = true;
 }
 
-fs::path phone_run::app_tty() const {
-  return m_phone.options().mode == run_mode::normal ? m_phone.folder() / "ttyAPP" : fs::path();
+exit_status phone_run::wait_service_end() {
+  m_phone.send_signal(SIGTERM);
+  auto status = m_phone.wait_exit(END_PATIENCE);
+  if (!status) {
+    m_phone.send_signal(SIGKILL);
+    status = m_phone.wait_exit();
+  }
+  return status.value_or(killed(SIGKILL));
+}
+
+// The records stay, and both links keep their names. What a station sent to the old service is not for the new one.
+void phone_run::set_mode(const std::string& mode) {
+  ++m_starts;  // the end of this service is no news
+  if (m_phone.service().running()) m_status = wait_service_end();
+  if (m_phone.pc().plugged()) {
+    m_cable.disconnect();
+    m_phone.unplug_pc();
+    m_phone.plug_pc();
+    m_cable.connect(m_phone.pc());
+  }
+  if (mode == "app") m_phone.remove("/data/property/amt.normal.amt.switch_status");  // it would ask for the PC
+  m_phone.set_mode(mode == "app" ? run_mode::normal : m_pc_mode);
+  start_service();
+  fmt::print("mode: {}\n", mode);
+  std::fflush(stdout);
 }
 
 void phone_run::announce() const {
-  fmt::print("PC tty:  {}\n", (m_phone.folder() / "ttyPC").string());
-  if (m_app_cable) fmt::print("APP tty: {}\n", app_tty().string());
-  fmt::print("control: {}\n", (m_phone.folder() / "control").string());
+  const bool is_app = m_phone.options().mode == run_mode::normal;
+  fmt::print("Phone {} runs in the mode {}.\n\n", m_name.text(), is_app ? "app" : "pc");
+  fmt::print("PC tty:  {}\nAPP tty: {}\ncontrol: {}\n", tty("ttyPC").string(), tty("ttyAPP").string(),
+             control_socket(m_phone.folder()).string());
+  if (m_command.shows_tree) fmt::print("tree:    {}\n", m_phone.host_path("/").string());
+  fmt::print("log:     {}\n\n", m_log_path.empty() ? "none" : m_log_path.string());
+  const std::string handset = program("handset") + " ctl";
+  const std::string station = program("amt-station");
+  fmt::print("Try, in another terminal:\n");
+  if (is_app) {
+    fmt::print("  {} --app {} vibrate on\n  {} mode pc\n", station, tty("ttyAPP").string(), handset);
+  } else {
+    fmt::print("  {} --port {} version whole\n  {} mode app\n", station, tty("ttyPC").string(), handset);
+  }
+  fmt::print("  {} log -f\nCtrl-C ends the phone.\n", handset);
   std::fflush(stdout);
 }
 
 int phone_run::run() {
   announce();
-  auto& service = m_phone.start();
-  service.on_exit([this](exit_status) { m_loop.stop(); });
+  start_service();
   m_loop.run();
-  const exit_status status = service.wait_exit().value();
-  fmt::print("service: {}\n", to_string(status));
-  return shell_status(status);
+  return shell_status(m_status);
 }
 
 }  // namespace

@@ -19,6 +19,7 @@
 #include <linux/netlink.h>
 #include <poll.h>
 #include <sched.h>
+#include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -108,7 +109,29 @@ command read_command(const message& request) {
   return {request.fields.at(2), {first, split}, {split, request.fields.end()}};
 }
 
-// The child's side of a start: the command inherits neither the agent's signal settings nor its capability.
+// Keeps only those capabilities. Nothing is inheritable.
+bool keep_capabilities(std::uint32_t kept) {
+  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+  std::array<__user_cap_data_struct, 2> data{};
+  data[0].effective = kept;
+  data[0].permitted = kept;
+  return ::syscall(SYS_capset, &header, data.data()) == 0;
+}
+
+std::uint32_t permitted_capabilities() {
+  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+  std::array<__user_cap_data_struct, 2> data{};
+  return ::syscall(SYS_capget, &header, data.data()) == 0 ? data[0].permitted : 0;
+}
+
+// A program that root starts gets whatever the bounding set still holds. Other users get nothing.
+void give_up_own_rights() {
+  for (const int right : {CAP_SYS_ADMIN, CAP_NET_ADMIN, CAP_SETPCAP}) {
+    if (::getuid() == 0 && ::prctl(PR_CAPBSET_DROP, right, 0, 0, 0) != 0) ::_exit(126);
+  }
+}
+
+// The child's side of a start: the command inherits neither the agent's signal settings nor its own capabilities.
 [[noreturn]] void become(const message& request, int report) {
   command todo = read_command(request);
   sigset_t none;
@@ -116,6 +139,7 @@ command read_command(const message& request) {
   ::sigprocmask(SIG_SETMASK, &none, nullptr);
   for (int number = 1; number < NSIG; ++number) ::signal(number, SIG_DFL);  // a shell's "&" may have ignored some
   ::setsid();
+  give_up_own_rights();
   for (int stream = 0; stream < 3; ++stream) ::dup2(request.fds.at(static_cast<std::size_t>(stream)).get(), stream);
   if (::chdir(todo.folder.c_str()) != 0) ::chdir("/");
   auto arguments = handset::pointers_to(todo.arguments);
@@ -198,19 +222,10 @@ void reap() {
   }
 }
 
-// Leaves the agent with the given capabilities. The processes that it starts have none: nothing is inheritable.
-bool keep_capabilities(std::uint32_t kept) {
-  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
-  std::array<__user_cap_data_struct, 2> data{};
-  data[0].effective = kept;
-  data[0].permitted = kept;
-  return ::syscall(SYS_capset, &header, data.data()) == 0;
-}
-
 // A network of the phone's own, owned by this user namespace, so that CAP_NET_ADMIN counts in it. A kernel event can
 // only be sent with that capability.
 bool make_network() {
-  return ::unshare(CLONE_NEWNET) == 0 && keep_capabilities(1u << CAP_NET_ADMIN);
+  return ::unshare(CLONE_NEWNET) == 0 && keep_capabilities(permitted_capabilities() & ~(1u << CAP_SYS_ADMIN));
 }
 
 int watch_children() {

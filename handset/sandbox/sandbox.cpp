@@ -27,6 +27,7 @@ namespace {
 constexpr int AGENT_SOCKET = 3;  // as the agent expects it
 constexpr const char* AGENT_INSIDE = "/handset/agent";
 constexpr int STOP_WAIT_MS = 5000;
+constexpr const char* ROOT_RIGHTS[] = {"CAP_CHOWN", "CAP_DAC_OVERRIDE", "CAP_FOWNER", "CAP_FSETID", "CAP_SETPCAP"};
 
 void add(std::vector<std::string>& list, std::initializer_list<std::string> items) {
   list.insert(list.end(), items);
@@ -42,18 +43,22 @@ void add_system(std::vector<std::string>& arguments) {
 }
 
 std::vector<std::string> bwrap_arguments(const phone_tree& tree, const std::vector<bind_mount>& binds,
-                                         const std::vector<storage_card>& cards) {
+                                         const std::vector<storage_card>& cards, phone_user user) {
   std::vector<std::string> arguments = {
       "bwrap", "--unshare-user", "--unshare-pid", "--unshare-ipc", "--die-with-parent", "--as-pid-1", "--clearenv"};
-  add(arguments, {"--uid", "1000", "--gid", "1001"});
+  add(arguments, {"--uid", user == phone_user::root ? "0" : "1000", "--gid", "1001"});
   // For the agent alone, which makes the phone's network namespace and sends kernel events in it. The namespace of
   // bubblewrap's own --unshare-net would belong to a user namespace above the agent's, so it would not do.
   add(arguments, {"--cap-drop", "ALL", "--cap-add", "CAP_SYS_ADMIN", "--cap-add", "CAP_NET_ADMIN"});
+  // For the processes of root: the agent takes from them what is above.
+  if (user == phone_user::root) {
+    for (const char* right : ROOT_RIGHTS) add(arguments, {"--cap-add", right});
+  }
   add(arguments, {"--bind", tree.root().string(), "/"});
   add_system(arguments);
   add(arguments, {"--proc", "/proc", "--dev", "/dev"});
   if (fs::is_directory("/proc/driver")) {
-    add(arguments, {"--bind", tree.host_path("/proc/driver").string(), "/proc/driver"});
+    add(arguments, {"--ro-bind", tree.host_path("/proc/driver").string(), "/proc/driver"});
   }
   for (const auto& card : cards) add(arguments, {"--size", std::to_string(card.size * 1024), "--tmpfs", card.folder});
   for (const auto& bind : binds) {
@@ -110,7 +115,7 @@ sandbox::~sandbox() {
 }
 
 void sandbox::start(const phone_tree& tree, const std::vector<bind_mount>& binds,
-                    const std::vector<storage_card>& cards) {
+                    const std::vector<storage_card>& cards, phone_user user) {
   int sockets[2];
   int complaints[2];
   if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets) != 0) throw error("cannot make a socket pair");
@@ -133,7 +138,7 @@ void sandbox::start(const phone_tree& tree, const std::vector<bind_mount>& binds
   posix_spawnattr_setsigmask(&plan.attributes, &no_signals);
   posix_spawnattr_setsigdefault(&plan.attributes, &all_signals);
   posix_spawnattr_setflags(&plan.attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-  auto arguments = bwrap_arguments(tree, binds, cards);
+  auto arguments = bwrap_arguments(tree, binds, cards, user);
   const int failed =
       ::posix_spawnp(&m_bwrap, "bwrap", &plan.actions, &plan.attributes, pointers_to(arguments).data(), environ);
   if (failed == 0) return;

@@ -7,6 +7,10 @@
 
 namespace handset {
 
+// Who everything in a sandbox runs as. Root may read and write every file of the phone, whatever its mode says, give
+// files to the phone's group, and nothing more: no mounts, no network of the host.
+enum class phone_user { root, system };
+
 // A file or folder of the host, seen in the sandbox at `inside`.
 struct bind_mount {
   std::filesystem::path host;

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "handset/hardware/call-names.h"
 #include "handset/hardware/devices.h"
 #include "handset/hardware/screenshot.h"
 #include "handset/phone/phone.h"
@@ -159,6 +160,32 @@ TEST(DeviceScreenSize, Text_IsReadOrRefused) {
   for (const char* text : {"", "none", "480", "480x", "x800", "0x800", "480x0", "480x800x", "-1x800", "10001x1"}) {
     EXPECT_FALSE(handset::read_screen_size(text)) << text;
   }
+}
+
+// The functions that a library of the build gives out, with these beginnings.
+std::string exported(const std::string& library, const std::string& names) {
+  const auto folder = handset::program_folder().parent_path();
+  const std::string command = "nm -D --defined-only -f just-symbols " + (folder / library).string() + " | grep -E '" +
+                              names + "' | LC_ALL=C sort | tr '\\n' ' '";
+  std::FILE* pipe = ::popen(command.c_str(), "r");
+  std::string text;
+  for (int c; pipe != nullptr && (c = std::fgetc(pipe)) != EOF;) text += static_cast<char>(c);
+  EXPECT_EQ(::pclose(pipe), 0);
+  return text;
+}
+
+std::string listed(const std::string& library, std::size_t functions) {
+  const auto calls = handset::simulated_calls(library);
+  std::vector<std::string> names(calls.begin(), calls.begin() + static_cast<std::ptrdiff_t>(functions));
+  std::sort(names.begin(), names.end());
+  std::string text;
+  for (const auto& name : names) text += name + " ";
+  return text;
+}
+
+TEST(SimulatedCalls, Lists_AreThoseOfTheLibraries) {
+  EXPECT_EQ(listed("hwt", 8), exported("lib/libhwt.so", "^hwt_"));
+  EXPECT_EQ(listed("board", 6), exported("lib/board/amt.vx5210.misc.so", "^(IsCharge|amt_|enter_|codec_|create_)"));
 }
 
 }  // namespace

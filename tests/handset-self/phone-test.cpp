@@ -29,7 +29,7 @@ TEST(PhoneTree, Fresh_HasTheFoldersOfAPhone) {
       {"sh", "-c",
        "ls -d /amt /system/etc /system/bin/sync /sys/class /proc/driver /data/property /tmp && id -u && id -g"});
   EXPECT_EQ(result.out,
-            "/amt\n/data/property\n/proc/driver\n/sys/class\n/system/bin/sync\n/system/etc\n/tmp\n1000\n1001\n");
+            "/amt\n/data/property\n/proc/driver\n/sys/class\n/system/bin/sync\n/system/etc\n/tmp\n0\n1001\n");
   EXPECT_EQ(result.status, exited(0));
 }
 
@@ -96,12 +96,28 @@ TEST(PhoneExec, Output_IsComplete) {
   EXPECT_EQ(result.err, "end\n");
 }
 
-TEST(PhoneService, NoCapabilities_AndOwnIds) {
+// What root may do: change owners and modes, and read and write every file.
+TEST(PhoneService, Root_HasTheRightsOverFilesAlone) {
   phone phone(stand_in({"caps"}));
   phone.start();
   ASSERT_EQ(phone.wait_exit(), exited(0));
   EXPECT_EQ(phone.out().text(),
+            "CapInh:\t0000000000000000\nCapPrm:\t000000000000001b\nCapEff:\t000000000000001b\nuid 0 gid 1001\n");
+}
+
+TEST(PhoneService, System_HasNoCapabilities) {
+  auto options = stand_in({"caps"});
+  options.user = handset::phone_user::system;
+  phone phone(options);
+  phone.start();
+  ASSERT_EQ(phone.wait_exit(), exited(0));
+  EXPECT_EQ(phone.out().text(),
             "CapInh:\t0000000000000000\nCapPrm:\t0000000000000000\nCapEff:\t0000000000000000\nuid 1000 gid 1001\n");
+}
+
+TEST(PhoneTree, FolderOfMode555_TakesFilesOfRoot) {
+  phone phone;
+  EXPECT_EQ(phone.exec({"sh", "-c", "chmod -R 555 /amt && echo new >/amt/sn && cat /amt/sn"}).out, "new\n");
 }
 
 TEST(PhoneService, Modes_PlaceBinaryAndConfiguration) {

@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 
 #include "handset/wire/exit-status.h"
 #include "handset/wire/files.h"
@@ -187,7 +188,7 @@ TEST(ProgramSandbox, Refused_ReportsBubblewrapsMessage) {
 class ProgramRun : public testing::Test {
  protected:
   void start(const words& more = {}) {
-    words command = {HANDSET, "run", "--service", STAND_IN};
+    words command = {HANDSET, "run", "-v", "--service", STAND_IN};
     command.insert(command.end(), more.begin(), more.end());
     m_program.emplace(command);
     m_program->read_until("PC tty:  ");
@@ -249,9 +250,9 @@ TEST_F(ProgramRun, ControlCommands_ReachThePhone) {
   EXPECT_EQ(ctl({"file", "cat", "/amt/x"}).output, "y");
   EXPECT_EQ(ctl({"modem", "board", "B9"}).status, exited(0));
   EXPECT_THAT(ctl({"modem", "state"}).output, HasSubstr("board: B9\n"));
-  EXPECT_EQ(ctl({"modem", "silent", "perhaps"}).status, exited(1));
+  EXPECT_EQ(ctl({"modem", "silent", "perhaps"}).status, exited(2));
   EXPECT_EQ(ctl({"uevent"}).output, "usage: uevent STRING...\n");
-  EXPECT_EQ(ctl({"nonsense"}).status, exited(1));
+  EXPECT_EQ(ctl({"nonsense"}).status, exited(2));
   auto end = station();
   end.write_all("AT\r");
   EXPECT_EQ(end.read_exactly(6), "\r\nOK\r\n");
@@ -275,7 +276,7 @@ TEST_F(ProgramRun, Screenshot_IsWrittenWhereTheCallerIs) {
   EXPECT_EQ(ctl({"screenshot", folder / "two.png", "both"}).status, exited(0));
   EXPECT_TRUE(fs::exists(folder / "one.png"));
   EXPECT_TRUE(fs::exists(folder / "two.png"));
-  EXPECT_EQ(ctl({"screenshot", folder / "three.png", "all"}).status, exited(1));
+  EXPECT_EQ(ctl({"screenshot", folder / "three.png", "all"}).status, exited(2));
   fs::remove_all(folder);
 }
 
@@ -283,7 +284,7 @@ TEST_F(ProgramRun, DeviceCommands_SetWhatFailsAndTakeItBack) {
   start();
   EXPECT_EQ(ctl({"device", "fail", "EIO", "fb0", "FBIOGET_FSCREENINFO"}).status, exited(0));
   EXPECT_EQ(ctl({"file", "cat", "/handset/devices/faults"}).output, "5 fb0 FBIOGET_FSCREENINFO\n");
-  EXPECT_EQ(ctl({"device", "fail", "ENONSENSE", "fb0"}).status, exited(1));
+  EXPECT_EQ(ctl({"device", "fail", "ENONSENSE", "fb0"}).status, exited(2));
   EXPECT_EQ(ctl({"device", "heal"}).status, exited(0));
   EXPECT_EQ(ctl({"file", "cat", "/handset/devices/faults"}).status, exited(1));
   EXPECT_EQ(ctl({"device", "calls"}).output, "");
@@ -291,7 +292,7 @@ TEST_F(ProgramRun, DeviceCommands_SetWhatFailsAndTakeItBack) {
 
 // A shell in the service's place prints what is mounted.
 std::string cards_of_phone(const words& options) {
-  words command = {HANDSET, "run", "--service", "/bin/sh"};
+  words command = {HANDSET, "run", "-v", "--service", "/bin/sh"};
   command.insert(command.end(), options.begin(), options.end());
   command.insert(command.end(), {"--", "-c", "df -k --output=target,size | grep ^/storage | tr -s ' '"});
   const auto result = run(command).output;
@@ -321,7 +322,7 @@ TEST(ProgramCards, WrongText_IsWrongUsage) {
 TEST_F(ProgramRun, ModemHangup_EndsTheServiceAndTheProgram) {
   start();
   EXPECT_EQ(ctl({"modem", "hangup"}).status, exited(0));
-  EXPECT_EQ(m_program->rest(), "hung up MODEM\nservice: exit status 0\n");
+  EXPECT_THAT(m_program->rest(), StartsWith("hung up MODEM\nservice: exit status 0\n"));
   EXPECT_EQ(m_program->wait(), exited(0));
   EXPECT_EQ(ctl({"status"}).status, exited(1));
 }
@@ -338,8 +339,166 @@ TEST_F(ProgramRun, RecordFaults_AreMadeFromOutside) {
   EXPECT_EQ(ctl({"file", "mode", "/amt/imei.txt", "0"}).status, exited(0));
   EXPECT_EQ(ctl({"file", "mode", "/amt/imei.txt", "644"}).status, exited(0));
   EXPECT_EQ(ctl({"file", "cat", "/amt/imei.txt"}).output, "1");
-  EXPECT_EQ(ctl({"file", "full", "/amt/imei.txt"}).status, exited(0));
+  EXPECT_EQ(ctl({"file", "mode", "/amt/imei.txt", "9"}).status, exited(2));
   EXPECT_NE(ctl({"file", "mode", "/amt/none", "0"}).status, exited(0));
+}
+
+TEST_F(ProgramRun, FullFileSystem_KeepsTheContentUntilItIsHealed) {
+  start({"--", "wait"});
+  EXPECT_EQ(ctl({"file", "write", "/amt/imei.txt", "1"}).status, exited(0));
+  EXPECT_EQ(ctl({"file", "full", "/amt"}).status, exited(0));
+  EXPECT_EQ(ctl({"file", "cat", "/amt/imei.txt"}).output, "1");
+  EXPECT_EQ(ctl({"file", "heal", "/amt"}).status, exited(0));
+  EXPECT_EQ(ctl({"file", "cat", "/amt/imei.txt"}).output, "1");
+  EXPECT_EQ(ctl({"file", "heal", "/amt"}).output, "/amt does not fail\n");
+  EXPECT_EQ(ctl({"file", "full", "/system"}).status, exited(1));
+  EXPECT_EQ(ctl({"file", "full", "/amt/none"}).status, exited(1));
+}
+
+TEST_F(ProgramRun, UnknownNames_AreRefusedWithTheKnownOnes) {
+  start({"--", "wait"});
+  const words wrong[] = {{"library", "set", "hwt", "nosuch", "1"},
+                         {"library", "set", "hwt", "hwt_btCheck", "x"},
+                         {"library", "set", "nosuch", "hwt_btCheck", "1"},
+                         {"device", "fail", "EIO", "nosuch", "open"},
+                         {"device", "fail", "EIO", "fb0", "nosuch"},
+                         {"device", "result", "1", "video0", "nosuch"},
+                         {"modem", "nosuch", "1"},
+                         {"mode", "nosuch"},
+                         {"tty", "nosuch"},
+                         {"file", "fail", "/amt/x", "nosuch"}};
+  for (const auto& command : wrong) EXPECT_EQ(ctl(command).status, exited(2)) << command[1] << " " << command[2];
+  EXPECT_THAT(ctl(wrong[0]).output, HasSubstr("hwt_gpsCtrl"));
+  EXPECT_THAT(ctl(wrong[3]).output, HasSubstr("video0"));
+  EXPECT_EQ(ctl({"file", "remove", "/amt/none"}).status, exited(1));
+  EXPECT_EQ(ctl({"library", "set", "board", "wait create_devinfo(", "5"}).status, exited(0));
+}
+
+TEST_F(ProgramRun, Ended_StaysWithKeepAndStartsAgain) {
+  start({"--keep", "--", "wait"});
+  EXPECT_EQ(ctl({"file", "write", "/amt/x", "y"}).status, exited(0));
+  EXPECT_EQ(ctl({"start"}).status, exited(1));  // it runs
+  EXPECT_EQ(ctl({"signal", "TERM"}).status, exited(0));
+  m_program->read_until("the phone stays: ");
+  EXPECT_THAT(ctl({"status"}).output, StartsWith("service: ended"));
+  EXPECT_EQ(ctl({"file", "cat", "/amt/x"}).output, "y");
+  EXPECT_EQ(ctl({"start"}).status, exited(0));
+  m_program->read_until("ready\n");
+  EXPECT_THAT(ctl({"status"}).output, StartsWith("service: running"));
+}
+
+TEST_F(ProgramRun, Ended_IsStartedAgainWithRestart) {
+  start({"--restart", "--", "wait"});
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(ctl({"signal", "KILL"}).status, exited(0));
+    EXPECT_THAT(m_program->read_until("ready\n"), HasSubstr("service: signal 9"));
+  }
+  EXPECT_EQ(ctl({"stop"}).status, exited(0));
+  EXPECT_EQ(m_program->wait(), exited(128 + SIGTERM));
+}
+
+TEST_F(ProgramRun, OtherMode_KeepsRecordsAndTtys) {
+  start({"--", "wait"});
+  EXPECT_EQ(ctl({"file", "write", "/amt/x", "y"}).status, exited(0));
+  const auto ttys = ctl({"tty"}).output + ctl({"tty", "app"}).output;
+  EXPECT_EQ(ctl({"mode", "app"}).status, exited(0));
+  m_program->read_until("ready\n");
+  EXPECT_THAT(ctl({"status"}).output, HasSubstr("\nmode: app\n"));
+  EXPECT_EQ(ctl({"tty"}).output + ctl({"tty", "app"}).output, ttys);
+  EXPECT_EQ(ctl({"mode", "pc"}).status, exited(0));
+  m_program->read_until("ready\n");
+  EXPECT_THAT(ctl({"status"}).output, HasSubstr("\nmode: pc (simplified start)\n"));
+  EXPECT_EQ(ctl({"file", "cat", "/amt/x"}).output, "y");
+}
+
+TEST_F(ProgramRun, Log_IsReadFromOutside) {
+  start({"--", "wait"});
+  EXPECT_EQ(ctl({"log"}).output, "ready\n");
+  child follower({HANDSET, "ctl", "--socket", m_socket, "log", "-f"});
+  EXPECT_EQ(follower.read_until("ready\n"), "ready\n");
+  EXPECT_EQ(ctl({"stop"}).status, exited(0));
+  EXPECT_EQ(follower.wait(), exited(0));
+}
+
+TEST_F(ProgramRun, FactoryImage_IsThereUnlessBare) {
+  start({"--", "wait"});
+  EXPECT_EQ(ctl({"prop", "get", "ro.build.display.id"}).output, "VX5210-4.2.0\n");
+  EXPECT_THAT(ctl({"modem", "state"}).output, HasSubstr("imei: 490154203237518\n"));
+  start({"--bare", "--", "wait"});
+  EXPECT_EQ(ctl({"prop", "get", "ro.build.display.id"}).status, exited(1));
+  EXPECT_THAT(ctl({"modem", "state"}).output, HasSubstr("imei: \n"));
+  start({"--file", "/amt/usb_serial=mine", "--", "wait"});
+  EXPECT_EQ(ctl({"file", "cat", "/amt/usb_serial"}).output, "mine");
+}
+
+TEST(ProgramStart, ServiceThatEndsAtOnce_IsReported) {
+  const auto result = run({HANDSET, "run", "--service", "/bin/true"});
+  EXPECT_THAT(result.output, HasSubstr("handset: the service ended "));
+  EXPECT_THAT(result.output, HasSubstr(" ms after its start"));
+  EXPECT_EQ(result.status, exited(0));
+}
+
+// Phones in a folder of their own, so that only these run there.
+class ProgramNames : public testing::Test {
+ protected:
+  ~ProgramNames() override {
+    m_phones.clear();
+    fs::remove_all(m_folder);
+  }
+  words alone(const words& command) const {
+    words all = {"env", "XDG_RUNTIME_DIR=" + m_folder, HANDSET};
+    all.insert(all.end(), command.begin(), command.end());
+    return all;
+  }
+  void start(const words& options) {
+    words command = {"run", "-v", "--service", STAND_IN};
+    command.insert(command.end(), options.begin(), options.end());
+    command.insert(command.end(), {"--", "wait"});
+    m_phones.push_back(std::make_unique<child>(alone(command)));
+    m_phones.back()->read_until("ready\n");
+  }
+  outcome ctl(const words& command) const { return run(alone(command)); }
+
+  std::string m_folder = [] {
+    std::string name = "/tmp/names-XXXXXX";
+    EXPECT_NE(::mkdtemp(name.data()), nullptr);
+    return name;
+  }();
+  std::vector<std::unique_ptr<child>> m_phones;
+};
+
+TEST_F(ProgramNames, OnlyPhone_AnswersWithItsName) {
+  start({});
+  EXPECT_EQ(ctl({"ctl", "prop", "get", "ro.board.platform"}).output, "[phone1]\nvx5210\n");
+}
+
+TEST_F(ProgramNames, SeveralPhones_AreListedAndOneHasToBeNamed) {
+  start({"--name", "A"});
+  start({"--name", "B"});
+  const auto refused = ctl({"ctl", "status"});
+  EXPECT_THAT(refused.output, HasSubstr("several phones are running: A, B;"));
+  EXPECT_EQ(refused.status, exited(2));
+  EXPECT_THAT(ctl({"ctl", "--name", "B", "status"}).output, StartsWith("[B]\n"));
+  const auto missing = ctl({"ctl", "--name", "C", "status"});
+  EXPECT_THAT(missing.output, HasSubstr("no phone named C is running; there is A, B"));
+  EXPECT_EQ(missing.status, exited(1));
+  EXPECT_THAT(ctl({"run", "--name", "A"}).output, HasSubstr("a phone named A runs already"));
+}
+
+TEST_F(ProgramNames, NameOfAKilledPhone_IsFreeAgain) {
+  start({"--name", "A"});
+  m_phones.back()->send_signal(SIGKILL);
+  m_phones.back()->wait();
+  m_phones.clear();
+  EXPECT_THAT(ctl({"ctl", "status"}).output, HasSubstr("no phone of this user is running"));
+  start({"--name", "A"});
+  EXPECT_THAT(ctl({"ctl", "status"}).output, StartsWith("[A]\n"));
+}
+
+TEST_F(ProgramNames, WrongName_IsWrongUsage) {
+  for (const char* wrong : {"", "a/b", "a b", "abcdefghijklmnopqrstu"}) {
+    EXPECT_EQ(ctl({"run", "--name", wrong}).status, exited(2)) << wrong;
+  }
 }
 
 TEST_F(ProgramRun, StopOrInterrupt_EndsTheServiceByTerm) {

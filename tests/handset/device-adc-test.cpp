@@ -57,7 +57,7 @@ TEST_F(Adc, Read_NodeMissing_IsAnErrorAnswerAfterFiveTries) {
   for (const char count : "12345"s) expect_logged(PREPARE_FAILED + std::string(1, count) + "]: ");
   expect_logged(PREPARE_FAILED, 5);
   expect_logged("FUNC-amt_device_do_command(), error_code=-118", 5);
-  EXPECT_THAT(driver_calls(), Each("battery open failed 13"));
+  EXPECT_THAT(driver_calls(), Each("battery open failed 30"));
   EXPECT_THAT(driver_calls(), SizeIs(5));
 }
 
@@ -144,13 +144,13 @@ TEST_F(Adc, Calibrate_NumbersOf39Characters_AreCutFromTheCommandAndWholeInTheRec
 TEST_F(Adc, Calibrate_RecordLocked_WritesNothingToTheDriver) {
   start();
   phone().write_file(RECORD, "kept");
-  std::filesystem::permissions(phone().host_path(RECORD), std::filesystem::perms::none);
+  phone().parts().fail(RECORD, file_fault::open);
   expect_failure(226, "EE 92 01 0400 01000000");
   EXPECT_THAT(driver_calls(), IsEmpty());
   expect_logged("FUNC-amt_write_adc_diff_value(), error_code=-1,");
   expect_logged("sys call: fopen() failed! errno = 13");
   expect_not_logged("echo \"amt_set_vbatt");
-  std::filesystem::permissions(phone().host_path(RECORD), std::filesystem::perms::owner_all);
+  phone().parts().heal(RECORD);
   EXPECT_EQ(content(RECORD), "kept");
 }
 
@@ -168,7 +168,7 @@ TEST_F(Adc, Calibrate_NodeMissing_IsAnsweredAndTriedOnce) {
   phone().remove(NODE);
   expect_ok(226, "EE 92 01 0400 01000000", 227);
   EXPECT_EQ(content(RECORD), "amt_set_vbatt[1] [0] [0] [0]");
-  EXPECT_THAT(driver_calls(), ElementsAre("battery open failed 13"));
+  EXPECT_THAT(driver_calls(), ElementsAre("battery open failed 30"));
   expect_logged("echo \"amt_set_vbatt[1] [0] [0] [0]\"");
   expect_not_logged("FAIL[count");
 }

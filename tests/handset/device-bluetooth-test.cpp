@@ -56,7 +56,7 @@ TEST_P(BluetoothAddress, Read_EmptyRecord_IsAnErrorAnswer) {
 TEST_P(BluetoothAddress, Read_LockedRecord_IsAnErrorAnswer) {
   start();
   phone().write_file(RECORD, "AA\n");
-  fs::permissions(phone().host_path(RECORD), fs::perms::none);
+  phone().parts().fail(RECORD, handset::file_fault::open);
   expect_failure(172, READ);
   expect_logged("open(\"/amt/BT/BT_Address.txt\") fail: 13 - Permission denied");
 }
@@ -78,8 +78,18 @@ TEST_P(BluetoothAddress, Written_CanBeReadBack) {
   expect(172, READ, frame(173, ADDRESS + DONE));
 }
 
-TEST_P(BluetoothAddress, WrittenTwice_FindsTheRecordLocked) {
+// The mode 555 binds others than root.
+TEST_P(BluetoothAddress, WrittenTwice_HasTheSecondAddress) {
   start();
+  expect_ok(172, WRITE + ADDRESS, 173);
+  expect_ok(172, WRITE + " EE 6F 02 0200 3132", 173);
+  EXPECT_EQ(content(RECORD), "12\n");
+}
+
+TEST_P(BluetoothAddress, WrittenTwiceWithFewerRights_FindsTheRecordLocked) {
+  handset::phone_options options;
+  options.user = handset::phone_user::system;
+  start(options);
   expect_ok(172, WRITE + ADDRESS, 173);
   expect_failure(172, WRITE + " EE 6F 02 0200 3132");
   EXPECT_EQ(content(RECORD), "AA:BB:CC:DD:EE:FF\n");

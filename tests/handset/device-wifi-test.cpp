@@ -86,8 +86,18 @@ TEST_P(WifiAddress, Written_CanBeReadBack) {
   expect(185, READ, frame(186, ADDRESS + DONE));
 }
 
-TEST_P(WifiAddress, WrittenTwice_FindsTheRecordLocked) {
+// The mode 555 binds others than root.
+TEST_P(WifiAddress, WrittenTwice_HasTheSecondAddress) {
   start();
+  expect_ok(185, WRITE + ADDRESS, 186);
+  expect_ok(185, WRITE + " EE 99 02 0200 3132", 186);
+  EXPECT_EQ(content(RECORD), "12\n");
+}
+
+TEST_P(WifiAddress, WrittenTwiceWithFewerRights_FindsTheRecordLocked) {
+  handset::phone_options options;
+  options.user = handset::phone_user::system;
+  start(options);
   expect_ok(185, WRITE + ADDRESS, 186);
   expect_failure(185, WRITE + " EE 99 02 0200 3132");
   EXPECT_EQ(content(RECORD), "00:11:22:33:44:55\n");

@@ -138,16 +138,22 @@ TEST(AtLink, LostWhileTheAnswerIsAwaited_IsRepairedAndReadOn) {
   EXPECT_EQ(to_hex(phone.app().read_exactly(22)), to_hex(frame(86, "EE 26 02 0200 4237  EE 01 01 0400 00000000")));
 }
 
-TEST(AtLink, NeverBack_IsAnErrorAnswerAfterThirtyTriesAndTheServiceGoesOn) {
+TEST(AtLink, BackAfterThirtyTries_IsAnErrorAnswerUntilThenAndUsableAgain) {
   handset::phone phone(platform());
   start_app_serving(phone);
   phone.unplug_at();
   ASSERT_TRUE(phone.app().write_all(frame(7, "")));
   EXPECT_EQ(to_hex(phone.app().read_exactly(15, 60s)), to_hex(result_frame(8, "0A000000")));
   expect_log(phone, "(29/30)try to open device \"/dev/ttyAT\"");
-  // A closed link stays closed; only a reset link is opened again.
+  // From now on each request looks once, without waiting.
   expect_answer(phone, frame(13, ""), result_frame(14, "01000000"));
   expect_answer(phone, VERSION_TWO, VERSION_FAILED);
+  expect_log(phone, "(0/1)try to open device \"/dev/ttyAT\"");
+  EXPECT_EQ(phone.log().count("(1/1)try to open device"), 0u);
+  phone.simulated_modem().change_state([](auto& state) { state.board_number = "B7"; });
+  phone.plug_at();
+  expect_answer(phone, frame(85, ""), frame(86, "EE 26 02 0200 4237  EE 01 01 0400 00000000"));
+  expect_answer(phone, frame(13, ""), result_frame(14, "00000000"));
   end_with(phone, SIGTERM);
 }
 

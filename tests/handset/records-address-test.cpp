@@ -104,7 +104,7 @@ TEST_F(AddressRecord, Bluetooth_Locked_IsRefusedAndKept) {
   });
   expect_logged("open(\"/amt/BT/BT_Address.txt\") fail: 13 - Permission denied", 2);
   EXPECT_EQ(phone().log().count("FUNC-bt_addr_write(), error_code=-118, errno=13"), 1u) << phone().log().text();
-  std::filesystem::permissions(phone().host_path(BT_RECORD), std::filesystem::perms::owner_all);
+  unlock(BT_RECORD);
   EXPECT_EQ(record(BT_RECORD), OLD_ADDRESS);
 }
 
@@ -172,7 +172,7 @@ TEST_F(AddressRecord, Wifi_Locked_IsRefusedAndKept) {
   });
   expect_logged("open /amt/WIFI/WIFI_nvram.txt fail", 2);
   EXPECT_EQ(phone().log().count("FUNC-amt_write_wifi_address(), error_code=-100, errno=13"), 1u);
-  std::filesystem::permissions(phone().host_path(WIFI_RECORD), std::filesystem::perms::owner_all);
+  unlock(WIFI_RECORD);
   EXPECT_EQ(record(WIFI_RECORD), OLD_ADDRESS);
 }
 

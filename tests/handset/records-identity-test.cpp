@@ -238,7 +238,7 @@ TEST_F(IdentityRecord, Locked_AnswerPassesAndTheCaptureIsGone) {
   start();
   lock(IMEI_RECORD, "old");
   expect_flushed(false, [&] { expect_reply("AT^DCGSNW=123456789012345\r", REPLY_OK); });
-  std::filesystem::permissions(phone().host_path(IMEI_RECORD), std::filesystem::perms::owner_all);
+  unlock(IMEI_RECORD);
   EXPECT_EQ(record(IMEI_RECORD), "old");
   expect_reply("AT^DLKS=0\r", REPLY_OK);
   EXPECT_EQ(record(IMEI_RECORD), "old");

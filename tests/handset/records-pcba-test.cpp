@@ -69,7 +69,7 @@ TEST_F(PcbaRecord, Locked_IsRefusedAndKept) {
   expect_logged("open(\"/amt/sn-2.txt\") fail: 13 - Permission denied", 2);
   EXPECT_EQ(phone().log().count("write error."), 1u);
   EXPECT_EQ(phone().log().count("read error."), 1u);
-  std::filesystem::permissions(phone().host_path(SECOND_SN_RECORD), std::filesystem::perms::owner_all);
+  unlock(SECOND_SN_RECORD);
   EXPECT_EQ(record(SECOND_SN_RECORD), "old");
 }
 
@@ -132,7 +132,7 @@ TEST_F(FlagRecord, Locked_IsNotWrittenAndReadsAsOne) {
   });
   expect_logged("write error to do-not-permit-handshake file.");
   EXPECT_EQ(phone().log().count("open(\"/amt/power_usb_amt.txt\") fail: 13 - Permission denied"), 2u);
-  std::filesystem::permissions(phone().host_path(FLAG_RECORD), std::filesystem::perms::owner_all);
+  unlock(FLAG_RECORD);
   EXPECT_EQ(record(FLAG_RECORD), "0");
 }
 

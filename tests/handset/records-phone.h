@@ -70,8 +70,9 @@ class RecordPhone : public ::testing::Test {
   // The ways in which a record cannot be written.
   void lock(const char* path, std::string_view content) {
     phone().write_file(path, content);
-    std::filesystem::permissions(phone().host_path(path), std::filesystem::perms::none);
+    phone().parts().fail(path, handset::file_fault::open);
   }
+  void unlock(const char* path) { phone().parts().heal(path); }
   // Every write to it finds its file system full.
   void fill_up(const char* path) {
     phone().remove(path);

@@ -54,6 +54,7 @@ struct handle_context_st {
   pub_shared_fd m_fd_pc;     // PC link; 0 = closed, like the two below
   pub_shared_fd m_fd_at;     // modem AT command link
   pub_shared_fd m_fd_modem;  // modem data link
+  bool m_is_at_lost;         // the AT link is closed because it could not be reopened
   amt_message_st m_request;  // received and not yet handled
   amt_message_st m_response;
   amt_message_st m_request_copy;   // the PC's request, unwrapped; what frame handlers read

@@ -157,13 +157,24 @@ result_code_en read_confirmation(int fd, int index) {
   return ERR_NOT_HANDLED;
 }
 
-// Repairs a link that was reset. ERR_NONE when it can be used again, whatever the modem answered to the silencing.
-result_code_en repair_link() {
+// Opens the link anew. ERR_NONE when it can be used again, whatever the modem answered to the silencing.
+result_code_en reopen_link(std::uint32_t tries, std::uint32_t pause_ms) {
   auto& fd = g_handle_context.m_fd_at;
-  const result_code_en result =
-      pub_util_try_to_open_device(&fd, g_amt_cfg.m_tty_at_mux_a, O_RDWR, REOPEN_TRIES, REOPEN_PAUSE_MS);
+  const result_code_en result = pub_util_try_to_open_device(&fd, g_amt_cfg.m_tty_at_mux_a, O_RDWR, tries, pause_ms);
+  g_handle_context.m_is_at_lost = result != ERR_NONE;
   if (result != ERR_NONE) return result;
   return disable_unsolicited_code(fd) == ERR_TIMEOUT ? ERR_TIMEOUT : ERR_NONE;
+}
+
+// Repairs a link that was reset under a request: its device may need a while to come back.
+result_code_en repair_link() {
+  return reopen_link(REOPEN_TRIES, REOPEN_PAUSE_MS);
+}
+
+// A link that could not be repaired may have come back since. One look: a request does not wait for it again.
+result_code_en find_lost_link() {
+  if (!g_handle_context.m_is_at_lost) return ERR_NONE;
+  return reopen_link(1, 0) == ERR_TIMEOUT ? ERR_TIMEOUT : ERR_NONE;
 }
 
 // Whether a failed transfer may be repaired: only a reset link, and only when there is a modem behind it.
@@ -266,6 +277,8 @@ result_code_en write_at(const char* text, std::uint32_t length) {
   std::printf("[%s:L%d]write_at: %.*s\n", __func__, __LINE__, text == nullptr ? 0 : whole(length),
               text == nullptr ? "" : text);
   if (pub_log_bad_arguments({k_log, 931}, {text == nullptr, length == 0})) return ERR_ARGUMENT;
+  const result_code_en found = find_lost_link();
+  if (found != ERR_NONE) return found;
   const ssize_t written = write_link(text, length);
   const int error = errno;
   std::printf("[%s]write_at return:%d\n", __func__, static_cast<int>(written));

@@ -18,6 +18,7 @@ void amt_at_take_final_result();
 // Sends AT text in one write. A result that is not negative counts as sent, even for a part: the driver takes what it
 // can. A link that was reset (EIO) is reopened and silenced, and the text sent once more. 0; ERR_ARGUMENT for a null or
 // empty text; ERR_FAIL when the write failed; ERR_TIMEOUT or ERR_SYSTEM when the link could not be repaired.
+// A link that could not be repaired is looked for once at each later call, without waiting, and silenced when it is back.
 result_code_en write_at(const char* text, std::uint32_t length);
 
 // One read of at most length bytes, with the same repair; after it, an answer has 5 seconds to come (else ERR_FAIL).

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "handset/hardware/call-names.h"
 #include "handset/hardware/preload/device.h"
 #include "handset/hardware/preload/files.h"
 
@@ -20,6 +21,8 @@ int set_mode(unsigned long mode) {
 }
 
 constexpr request REQUESTS[] = {{KDSETMODE, "KDSETMODE", describe_number, set_mode}};
+
+static_assert(handset::are_listed(REQUESTS, handset::CONSOLE_CALLS));
 
 }  // namespace
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "handset/hardware/call-names.h"
 #include "handset/hardware/preload/device.h"
 #include "handset/hardware/preload/state-file.h"
 
@@ -105,6 +106,8 @@ constexpr request REQUESTS[] = {
     {0x40014309, "ZELTAFB_IOCTL_EN_LAYER", describe_number, enable_layer},
     {0x40014301, "ZELTAFB_IOCTL_SET_LAYER_INPUT_FORMAT", describe_number, set_format},
 };
+
+static_assert(handset::are_listed(REQUESTS, handset::FRAMEBUFFER_CALLS));
 
 }  // namespace
 

@@ -13,6 +13,7 @@
 
 #include "handset/hardware/preload/calls.h"
 #include "handset/hardware/preload/device.h"
+#include "handset/hardware/preload/full.h"
 
 namespace preload {
 
@@ -75,14 +76,32 @@ Function next(const char* name) {
   return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
 }
 
+// The real file is opened all the same: it is emptied or made, and its refusals count.
 template <typename Open>
-int open_device(const char* path, Open real) {
+int open_record(const char* path, int flags, Open real) {
+  const bool grows = (flags & O_ACCMODE) != O_RDONLY && (flags & (O_TRUNC | O_CREAT | O_APPEND)) != 0;
+  const int fd = real(path, flags);
+  if (fd < 0 || !grows || !is_full(path)) return fd;
+  ::close(fd);
+  return real(FULL_DEVICE, flags & ~(O_TRUNC | O_CREAT | O_EXCL));
+}
+
+template <typename Open>
+std::FILE* open_record_stream(const char* path, const char* mode, Open real) {
+  std::FILE* stream = real(path, mode);
+  if (stream == nullptr || (mode[0] != 'w' && mode[0] != 'a') || !is_full(path)) return stream;
+  std::fclose(stream);
+  return real(FULL_DEVICE, "r+e");
+}
+
+template <typename Open>
+int open_device(const char* path, int flags, Open real) {
   const device* played = path == nullptr ? nullptr : device_at(path);
-  if (played == nullptr) return real();
+  if (played == nullptr) return open_record(path, flags, real);
   const call_text text = named(*played, "open");
   const int error = fault_of(text.data());
   if (error != 0) return finish(text.data(), error);
-  const int fd = real();
+  const int fd = real(path, flags);
   finish(text.data(), fd < 0 ? errno : 0);
   return fd;
 }
@@ -90,12 +109,13 @@ int open_device(const char* path, Open real) {
 template <typename Open>
 std::FILE* open_stream(const char* path, const char* mode, Open real) {
   const device* played = path == nullptr || mode == nullptr ? nullptr : device_at(path);
-  if (played == nullptr) return real(path);
+  if (played == nullptr)
+    return path == nullptr || mode == nullptr ? real(path, mode) : open_record_stream(path, mode, real);
   const bool reads = mode[0] == 'r';
   const call_text text = named(*played, reads ? "read" : "write");
   const int error = fault_of(text.data());
   if (finish(text.data(), error) != 0) return nullptr;
-  return real(reads && played->answer != nullptr ? played->answer() : path);
+  return real(reads && played->answer != nullptr ? played->answer() : path, mode);
 }
 
 template <typename Map>
@@ -151,7 +171,7 @@ TAKEN_OVER int open(const char* path, int flags, ...) {
   va_start(list, flags);
   const unsigned mode = mode_of(flags, list);
   va_end(list);
-  return preload::open_device(path, [=] { return real(path, flags, mode); });
+  return preload::open_device(path, flags, [=](const char* place, int how) { return real(place, how, mode); });
 }
 
 TAKEN_OVER int open64(const char* path, int flags, ...) {
@@ -160,17 +180,17 @@ TAKEN_OVER int open64(const char* path, int flags, ...) {
   va_start(list, flags);
   const unsigned mode = mode_of(flags, list);
   va_end(list);
-  return preload::open_device(path, [=] { return real(path, flags, mode); });
+  return preload::open_device(path, flags, [=](const char* place, int how) { return real(place, how, mode); });
 }
 
 TAKEN_OVER std::FILE* fopen(const char* path, const char* mode) {
   static const auto real = preload::next<fopen_function>("fopen");
-  return preload::open_stream(path, mode, [=](const char* place) { return real(place, mode); });
+  return preload::open_stream(path, mode, real);
 }
 
 TAKEN_OVER std::FILE* fopen64(const char* path, const char* mode) {
   static const auto real = preload::next<fopen_function>("fopen64");
-  return preload::open_stream(path, mode, [=](const char* place) { return real(place, mode); });
+  return preload::open_stream(path, mode, real);
 }
 
 TAKEN_OVER int ioctl(int fd, unsigned long number, ...) noexcept {

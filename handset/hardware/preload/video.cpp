@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdint>
 
+#include "handset/hardware/call-names.h"
 #include "handset/hardware/preload/device.h"
 #include "handset/hardware/preload/state-file.h"
 
@@ -53,6 +54,8 @@ constexpr request REQUESTS[] = {
     {VIDIOC_S_INPUT, "VIDIOC_S_INPUT", describe, set_input},
     {_IOWR('V', 99, int), "CONTROL_CAMERA", describe, control_camera},
 };
+
+static_assert(handset::are_listed(REQUESTS, handset::VIDEO_CALLS));
 
 }  // namespace
 

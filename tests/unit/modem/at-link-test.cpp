@@ -44,6 +44,7 @@ class AtLink : public context_test {
     if (m_modem_side.joinable()) m_modem_side.join();
   }
   ~AtLink() override {
+    g_handle_context.m_is_at_lost = false;
     if (m_keeper > 0) close(m_keeper);
   }
   std::int32_t write_text(const std::string& text) {
@@ -129,6 +130,26 @@ TEST_F(AtLink, Write_OtherErrorThanEio_FailsAtOnce) {
 TEST_F(AtLink, Write_ClosedLink_FailsAtOnce) {
   set_link(g_handle_context.m_fd_at, 0);
   EXPECT_EQ(write_text("AT\r"), -100);
+}
+
+TEST_F(AtLink, Write_LostLinkThatIsBack_IsOpenedSilencedAndUsed) {
+  reset_link();
+  set_link(g_handle_context.m_fd_at, 0);
+  g_handle_context.m_is_at_lost = true;
+  confirms("\r\nOK\r\n");
+  EXPECT_EQ(write_text("AT^DMSN\r"), 0);
+  EXPECT_EQ(m_at.received(), "AT^DMSN\r");
+  EXPECT_TRUE(m_log.has("(0/1)try to open device \"" + m_at.name() + "\""));
+  EXPECT_FALSE(g_handle_context.m_is_at_lost);
+}
+
+TEST_F(AtLink, Write_LostLinkThatIsStillAway_IsLookedForOnceAndFails) {
+  set_link(g_handle_context.m_fd_at, 0);
+  g_handle_context.m_is_at_lost = true;
+  set_device(g_amt_cfg.m_tty_at_mux_a, "/dev/no-such-device");
+  EXPECT_EQ(write_text("AT\r"), -100);
+  EXPECT_FALSE(m_log.contains("(1/"));
+  EXPECT_TRUE(g_handle_context.m_is_at_lost);
 }
 
 TEST_F(AtLink, Write_ResetLinkWithoutModem_IsNotRepaired) {
