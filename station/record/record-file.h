@@ -1,5 +1,5 @@
-// The file of a record. It is written aside, brought to the disk, and put in place by a rename that is brought to the disk
-// too: at every moment the name leads to one whole version. A file that was there before is never replaced.
+// The file of a record. It is written aside, brought to the disk, and put in place by a rename that is brought to the
+// disk too: at every moment the name leads to one whole version. A file that was there before is never replaced.
 #pragma once
 
 #include <string>
