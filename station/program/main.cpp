@@ -20,6 +20,13 @@ bool wants_color() {
   return ::isatty(STDOUT_FILENO) != 0 && (terminal == nullptr || std::strcmp(terminal, "dumb") != 0);
 }
 
+// The descriptor of a terminal on which lines can be drawn again; -1: standard output is none.
+int terminal() {
+  const char* name = std::getenv("TERM");
+  const bool is_able = ::isatty(STDOUT_FILENO) != 0 && name != nullptr && std::strcmp(name, "dumb") != 0;
+  return is_able ? STDOUT_FILENO : -1;
+}
+
 // An interrupted run gives the port back before it ends, so the signals arrive on a descriptor.
 int open_signal_fd() {
   sigset_t signals;
@@ -43,6 +50,6 @@ void fill_standard_descriptors() {
 int main(int argc, char** argv) {
   fill_standard_descriptors();
   std::signal(SIGPIPE, SIG_IGN);  // a reader that is gone is a failed output, with its own exit status
-  const station_io_st io{&std::cout, &std::cerr, wants_color(), open_signal_fd()};
+  const station_io_st io{&std::cout, &std::cerr, wants_color(), open_signal_fd(), STDIN_FILENO, terminal()};
   return station_run({argv + 1, argv + argc}, io);
 }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <ostream>
 
+#include "station/program/plan-commands.h"
 #include "station/program/report.h"
 #include "station/wire/link.h"
 #include "station/words/explain.h"
@@ -125,6 +126,14 @@ void add_tasks(CLI::App* app, bool is_shell_line, station_options_st* options) {
            station_task_en::SHELL, options);
 }
 
+// The commands that have a parser of their own.
+std::string plan_help() {
+  std::string help = "With a plan (amt-station run --help):\n";
+  for (const auto& row : station_plan_commands())
+    help += fmt::format("  {} {}  {}\n", row.m_name, row.m_usage, row.m_help);
+  return help + "\n";
+}
+
 // Whether the parser would take the argument after it for this option's value.
 bool takes_value(const CLI::App& app, const std::string& argument) {
   const CLI::Option* option = app.get_option_no_throw(argument);
@@ -178,7 +187,7 @@ std::optional<int> station_parse(std::vector<std::string> arguments, const stati
                                  station_options_st* options) {
   CLI::App app{"Talks to a phone in factory test mode over its PC link", "amt-station"};
   app.require_subcommand(1);
-  app.footer(exit_code_help());
+  app.footer(is_shell_line ? exit_code_help() : plan_help() + exit_code_help());
   if (!is_shell_line) app.set_version_flag("--version", "amt-station " VX_VERSION);
   if (!is_shell_line) add_port_options(&app, options);
   add_common_options(&app, options);

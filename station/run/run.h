@@ -1,0 +1,71 @@
+// A run at a station: all phones at once, each in a thread of its own, until they are done or the run is ended from
+// outside.
+#pragma once
+
+#include <iosfwd>
+#include <map>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "station/plan/plan.h"
+#include "station/plan/verdict.h"
+#include "station/run/unit.h"
+
+struct run_options_st {
+  const plan_st* m_plan = nullptr;  // borrowed
+  std::vector<run_unit_phone_st> m_phones;
+  std::map<std::string, std::string> m_variables;
+  std::string m_work_order;  // a file; empty: none
+  std::string m_records;     // the folder
+  std::string m_station;
+  std::string m_version;
+  unsigned m_baud = 0;  // 0: the plan's
+  bool m_is_loop = false;
+};
+
+struct run_io_st {
+  std::ostream* m_out;
+  std::ostream* m_err;
+  int m_input_fd = 0;      // the operator's
+  int m_stop_fd = -1;      // readable: one wish to end the run, which is read off; a second one ends the teardown too
+  int m_terminal_fd = -1;  // of m_out; -1: it is no terminal
+  bool m_color = false;
+};
+
+// How `run` ends.
+enum run_exit_en : int {
+  RUN_PASS = 0,
+  RUN_FAIL = 1,
+  RUN_USAGE = 2,
+  RUN_TIMEOUT = 20,
+  RUN_ERROR = 21,
+  RUN_NOT_RUN = 22,
+  RUN_NO_RECORD = 23,
+  RUN_ABORTED = 130,
+};
+
+struct run_exit_row_st {
+  run_exit_en m_code;
+  const char* m_meaning;
+};
+
+// The help and the manual show these; a script relies on the numbers.
+inline constexpr run_exit_row_st RUN_EXITS[] = {
+    {RUN_PASS, "every unit has PASS or SKIPPED"},
+    {RUN_FAIL, "the worst verdict of a unit is FAIL"},
+    {RUN_USAGE, "wrong usage, or errors in the plan: no phone was touched"},
+    {RUN_TIMEOUT, "the worst verdict is TIMEOUT"},
+    {RUN_ERROR, "the worst verdict is ERROR"},
+    {RUN_NOT_RUN, "the worst verdict is NOT_RUN"},
+    {RUN_NO_RECORD, "a record could not be written; the units' verdicts are on the output"},
+    {RUN_ABORTED, "the worst verdict is ABORTED: the run was interrupted"},
+};
+
+run_exit_en run_exit_of(verdict_en verdict);
+
+// Runs the plan on all phones. Gives one of RUN_EXITS.
+int run_plan(const run_options_st& options, const run_io_st& io);
+
+// Prints what would be sent, step by step; touches no port.
+int run_dry(const run_options_st& options, const run_io_st& io);
