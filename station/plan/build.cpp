@@ -124,7 +124,8 @@ class builder_st {
       } else if (link == "app") {
         m_plan.m_links.push_back(plan_link_en::APP);
       } else {
-        report(head.place("links"), "plan.links", fmt::format("'{}' is no link of a phone; there are pc and app", link));
+        report(head.place("links"), "plan.links",
+               fmt::format("'{}' is no link of a phone; there are pc and app", link));
       }
     }
     if (!head.has("links")) m_plan.m_links = {plan_link_en::PC};
@@ -133,7 +134,8 @@ class builder_st {
 
   void build_variable(const std::string& name, const plan_settings_st& settings) {
     if (!plan_is_variable_name(name)) {
-      report(settings.m_place, "variables." + name, "a variable's name has letters, digits and _, and starts with no digit");
+      report(settings.m_place, "variables." + name,
+             "a variable's name has letters, digits and _, and starts with no digit");
     }
     plan_variable_st variable;
     variable.m_name = name;
@@ -176,9 +178,9 @@ class builder_st {
     const auto count = [&table](std::initializer_list<const char*> keys) {
       return std::ranges::count_if(keys, [&table](const char* key) { return table.has(key); });
     };
-    const bool is_right = is_step ? count({"variable", "equals", "not_equals", "one_of"}) == 0 && table.has("verdict")
-                                  : table.has("variable") && !table.has("verdict") &&
-                                        count({"equals", "not_equals", "one_of"}) == 1;
+    const bool is_right =
+        is_step ? count({"variable", "equals", "not_equals", "one_of"}) == 0 && table.has("verdict")
+                : table.has("variable") && !table.has("verdict") && count({"equals", "not_equals", "one_of"}) == 1;
     if (!is_right) {
       report(table.m_place, "skip_if",
              "needs a variable with one of equals, not_equals and one_of, or a step with verdict");
@@ -186,7 +188,8 @@ class builder_st {
     }
     for (const auto& value : condition.m_values) {
       if (is_step && !verdict_from_name(value)) {
-        report(table.place("verdict"), "skip_if.verdict", fmt::format("'{}' is no verdict: {}", value, verdict_names()));
+        report(table.place("verdict"), "skip_if.verdict",
+               fmt::format("'{}' is no verdict: {}", value, verdict_names()));
       }
     }
     return condition;
@@ -244,7 +247,8 @@ class builder_st {
     step->m_prompt = text_of(settings, "prompt");
     const bool is_operator = action.m_action == plan_action_en::OPERATOR;
     if (is_operator) {
-      step->m_ask = choose(settings.find<std::string>("operator"), MESSAGE, {MESSAGE, YES_NO, TEXT, SERIAL}, plan_ask_name);
+      step->m_ask =
+          choose(settings.find<std::string>("operator"), MESSAGE, {MESSAGE, YES_NO, TEXT, SERIAL}, plan_ask_name);
       if (step->m_prompt.empty()) report(settings.place("prompt"), "step.prompt", "an operator's step needs a prompt");
     } else {
       step->m_word = text_of(settings, action.m_key);
@@ -263,7 +267,8 @@ class builder_st {
 
   static void build_value(const plan_settings_st& settings, plan_step_st* step) {
     step->m_value_line = optional_of<std::string>(settings, "value_line");
-    for (const auto atom : optional_of<std::vector<std::int64_t>>(settings, "value_atom").value_or(std::vector<std::int64_t>{})) {
+    for (const auto atom :
+         optional_of<std::vector<std::int64_t>>(settings, "value_atom").value_or(std::vector<std::int64_t>{})) {
       step->m_value_atoms.push_back(static_cast<unsigned>(atom));
     }
     step->m_pattern = optional_of<std::string>(settings, "pattern");

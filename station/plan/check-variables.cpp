@@ -49,7 +49,8 @@ class variable_checker_st {
     for (const auto& value : {variable.m_variant, variable.m_default}) {
       if (!value || variable.m_matches.empty() || !wrong.empty()) continue;
       if (!plan_pattern_matches(variable.m_matches, *value)) {
-        m_findings.push_back({variable.m_place, key, fmt::format("'{}' does not match {}", *value, variable.m_matches)});
+        m_findings.push_back(
+            {variable.m_place, key, fmt::format("'{}' does not match {}", *value, variable.m_matches)});
       }
     }
   }

@@ -101,7 +101,8 @@ class checker_st {
     if (std::ranges::all_of(possible, is_named)) {
       m_findings.push_back({place, "skip_if", "is always true: what it stands at is never reached"});
     } else if (std::ranges::none_of(possible, is_named)) {
-      m_findings.push_back({place, "skip_if", fmt::format("is never true: the plan ends when '{}' does not pass", step.m_name), true});
+      m_findings.push_back(
+          {place, "skip_if", fmt::format("is never true: the plan ends when '{}' does not pass", step.m_name), true});
     }
   }
 
@@ -140,7 +141,8 @@ class checker_st {
   void check_frame_value(const plan_step_st& step) {
     if (step.m_value_atoms.size() > 2) report(step, "value_atom", "at most two atoms can be taken");
     const bool needs_value = !step.m_limits.is_empty() || step.m_pattern || !step.m_save.empty() || step.m_is_serial;
-    if (needs_value && step.m_value_atoms.empty()) report(step, "frame", "value_atom has to name the atom with the value");
+    if (needs_value && step.m_value_atoms.empty())
+      report(step, "frame", "value_atom has to name the atom with the value");
   }
 
   void check_word(plan_step_st* step) {
@@ -177,7 +179,10 @@ class checker_st {
     const bool has_text = !is_app && operation.m_at != nullptr && !step.m_is_frame;
     if (has_frame || has_text) return true;
     const bool is_form = !is_app && operation.m_at != nullptr;
-    report(step, is_form ? "as_frame" : step.m_places.contains("link") ? "link" : "word",
+    report(step,
+           is_form                          ? "as_frame"
+           : step.m_places.contains("link") ? "link"
+                                            : "word",
            is_form ? fmt::format("the pc link has no frame for {}", plan_step_summary(step))
                    : fmt::format("{} is not on the {} link; give link = \"{}\"", plan_step_summary(step),
                                  plan_link_name(step.m_link), is_app ? "pc" : "app"));
@@ -198,14 +203,15 @@ class checker_st {
   void check_value(plan_step_st* step, const station_operation_st& operation) {
     const bool needs_value = !step->m_limits.is_empty() || step->m_pattern || !step->m_save.empty() ||
                              step->m_is_serial || step->m_is_number;
-    const bool has_value = operation.kind() != station_kind_en::NONE &&
-                           (operation.m_line != nullptr || operation.m_at == nullptr || step->m_is_frame ||
-                            step->m_link == plan_link_en::APP);
+    const bool has_value =
+        operation.kind() != station_kind_en::NONE && (operation.m_line != nullptr || operation.m_at == nullptr ||
+                                                      step->m_is_frame || step->m_link == plan_link_en::APP);
     if (needs_value && !has_value) report(*step, "word", fmt::format("{} gives no value", plan_step_summary(*step)));
     if (operation.kind() == station_kind_en::NUMBER) take_unit(step, operation.m_parts[0].m_unit);
     if (operation.kind() == station_kind_en::TEXT && step->m_is_number && operation.m_parts.size() > 1 &&
         !step->m_pattern) {
-      report(*step, "value", fmt::format("{} gives several values; a pattern has to take one", plan_step_summary(*step)));
+      report(*step, "value",
+             fmt::format("{} gives several values; a pattern has to take one", plan_step_summary(*step)));
     }
   }
 
@@ -219,16 +225,17 @@ class checker_st {
       step->m_scale = unit.m_scale;
     } else {
       const std::string known = *unit.m_shown == '\0' ? unit.m_raw : fmt::format("{} or {}", unit.m_raw, unit.m_shown);
-      report(*step, "unit", known.empty() ? fmt::format("{} gives a number without a unit", step->m_word)
-                                          : fmt::format("{} gives {}; another unit needs scale", step->m_word, known));
+      report(*step, "unit",
+             known.empty() ? fmt::format("{} gives a number without a unit", step->m_word)
+                           : fmt::format("{} gives {}; another unit needs scale", step->m_word, known));
     }
   }
 
   void check_limits(const plan_step_st& step) {
     const plan_limits_st& limits = step.m_limits;
     if (limits.m_low && limits.m_high && *limits.m_low > *limits.m_high) {
-      report(step, "high", fmt::format("the limits are the wrong way round: low {} is above high {}", *limits.m_low,
-                                       *limits.m_high));
+      report(step, "high",
+             fmt::format("the limits are the wrong way round: low {} is above high {}", *limits.m_low, *limits.m_high));
     }
     check_marginal(step);
     for (const char* key : {"unit", "scale", "offset"}) {

@@ -81,7 +81,7 @@ struct plan_step_st {
   bool m_is_serial = false;
   std::string m_save;  // the variable that gets the value
 
-  plan_place_st m_place;                         // of the step itself
+  plan_place_st m_place;                          // of the step itself
   std::map<std::string, plan_place_st> m_places;  // of its keys
 };
 

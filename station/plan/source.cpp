@@ -1,11 +1,11 @@
 #include "station/plan/source.h"
 
 #include <fmt/format.h>
+#include <toml++/toml.h>
 
 #include <algorithm>
 #include <cmath>
 #include <string_view>
-#include <toml++/toml.h>
 
 namespace {
 
@@ -33,7 +33,8 @@ class reader_st {
       } else if (name == "teardown") {
         source.m_teardown = read_steps(key, node);
       } else {
-        report(place_of(key), std::string(name), "there is no such table; a plan has plan, variables, step, group and teardown");
+        report(place_of(key), std::string(name),
+               "there is no such table; a plan has plan, variables, step, group and teardown");
       }
     }
     // TOML keeps no order between the two, so a plan could not tell which comes first.
@@ -103,7 +104,8 @@ class reader_st {
   std::vector<plan_settings_st> read_steps(const toml::key& key, const toml::node& node) {
     std::vector<plan_settings_st> steps;
     for_each_table(key, node, [&](const toml::table& table, const plan_place_st& place) {
-      if (++m_step_count == MOST_STEPS + 1) report(place, "step", fmt::format("a plan has at most {} steps", MOST_STEPS));
+      if (++m_step_count == MOST_STEPS + 1)
+        report(place, "step", fmt::format("a plan has at most {} steps", MOST_STEPS));
       if (m_step_count <= MOST_STEPS) steps.push_back(read_table(table, plan_scope_en::STEP, place));
     });
     return steps;
@@ -160,7 +162,8 @@ class reader_st {
   void refuse_fixed_keys(const plan_settings_st& change) {
     for (const auto& [name, setting] : change.m_keys) {
       const auto* row = plan_find_key(plan_scope_en::STEP, name);
-      if (row != nullptr && !row->m_is_in_variant) report(setting.m_place, "step." + name, "a variant cannot change this");
+      if (row != nullptr && !row->m_is_in_variant)
+        report(setting.m_place, "step." + name, "a variant cannot change this");
     }
     for (const auto& [name, inner] : change.m_tables) {
       report(inner.m_place, "step." + name, "a variant cannot change this");
@@ -180,8 +183,9 @@ class reader_st {
     const plan_key_st* row = plan_find_key(scope, name);
     if (row == nullptr) {
       const plan_key_st* near = plan_nearest_key(scope, name);
-      report(place_of(key), full,
-             near == nullptr ? "there is no such key" : fmt::format("there is no such key; is {} meant?", near->m_name));
+      report(
+          place_of(key), full,
+          near == nullptr ? "there is no such key" : fmt::format("there is no such key; is {} meant?", near->m_name));
       return;
     }
     if (row->m_type == plan_type_en::TABLE) {

@@ -43,7 +43,7 @@ struct plan_group_source_st {
 
 struct plan_source_st {
   std::string m_file;
-  plan_settings_st m_plan;     // [plan]; of a variant [variant]
+  plan_settings_st m_plan;  // [plan]; of a variant [variant]
   bool m_has_head = false;
   std::vector<std::pair<std::string, plan_settings_st>> m_variables;
   std::vector<plan_group_source_st> m_groups;

@@ -9,8 +9,8 @@ struct station_io_st {
   std::ostream* m_out;  // what was sent and received
   std::ostream* m_err;  // why a run failed
   bool m_color = false;
-  int m_stop_fd = -1;  // readable means: end the run; borrowed
-  int m_in_fd = 0;     // the shell's lines, an operator's answers; borrowed
+  int m_stop_fd = -1;      // readable means: end the run; borrowed
+  int m_in_fd = 0;         // the shell's lines, an operator's answers; borrowed
   int m_terminal_fd = -1;  // that of m_out, where lines can be drawn again; borrowed
 };
 

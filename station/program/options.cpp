@@ -127,7 +127,8 @@ void add_tasks(CLI::App* app, bool is_shell_line, station_options_st* options) {
 // The commands that have a parser of their own.
 std::string plan_help() {
   std::string help = "With a plan (amt-station run --help):\n";
-  for (const auto& row : station_plan_commands()) help += fmt::format("  {} {}  {}\n", row.m_name, row.m_usage, row.m_help);
+  for (const auto& row : station_plan_commands())
+    help += fmt::format("  {} {}  {}\n", row.m_name, row.m_usage, row.m_help);
   return help + "\n";
 }
 

@@ -109,7 +109,8 @@ int print_example(const texts& arguments, const station_io_st& io) {
 std::string read_phone(const std::string& text, run_unit_phone_st* phone) {
   std::string ports;
   if (!split(text, &phone->m_name, &ports)) return fmt::format("--phone {}: must be NAME=PC-PORT[,app=APP-PORT]", text);
-  if (!is_phone_name(phone->m_name)) return fmt::format("--phone {}: a name has letters, digits, - and _, 64 at most", text);
+  if (!is_phone_name(phone->m_name))
+    return fmt::format("--phone {}: a name has letters, digits, - and _, 64 at most", text);
   static constexpr std::string_view APP = ",app=";
   const std::size_t app = ports.find(APP);
   phone->m_pc = ports.substr(0, app);
@@ -155,7 +156,8 @@ std::string read_options(const options_st& options, run_options_st* run) {
     if (!split(text, &name, &value)) return fmt::format("--var {}: must be NAME=VALUE", text);
     run->m_variables[name] = value;
   }
-  if (options.m_is_loop && !options.m_serials.empty()) return "--loop and --serial exclude each other: each unit has its own number";
+  if (options.m_is_loop && !options.m_serials.empty())
+    return "--loop and --serial exclude each other: each unit has its own number";
   run->m_work_order = options.m_work_order;
   run->m_records = options.m_records.empty() ? record_default_folder() : options.m_records;
   run->m_station = options.m_station.empty() ? host_name() : options.m_station;
@@ -172,7 +174,9 @@ void add_run_options(CLI::App* app, options_st* options) {
     return app->add_option(name, *value, help)->type_name(type);
   };
   add("--phone", &options->m_phones, "A phone; once for each. A port is a terminal's path or tcp://HOST:PORT",
-      "NAME=PC-PORT[,app=APP-PORT]")->required()->allow_extra_args(false);
+      "NAME=PC-PORT[,app=APP-PORT]")
+      ->required()
+      ->allow_extra_args(false);
   add("--serial", &options->m_serials, "A phone's serial number", "NAME=VALUE")->allow_extra_args(false);
   add("--var", &options->m_variables, "A variable of the plan", "NAME=VALUE")->allow_extra_args(false);
   add("--work-order", &options->m_work_order, "A CSV file with variables for each unit, by the column serial", "FILE");
@@ -214,7 +218,8 @@ constexpr int (*RUNNERS[])(const texts&, const station_io_st&) = {run, check, pr
 bool is_word(const texts& arguments) {
   const auto is_port = [](const std::string& text) { return text.starts_with("--port") || text.starts_with("--app"); };
   const auto is_radio = [](const std::string& text) { return text == "wifi" || text == "gps" || text == "bt"; };
-  return arguments[0] == "check" && (std::ranges::any_of(arguments, is_port) || (arguments.size() > 1 && is_radio(arguments[1])));
+  return arguments[0] == "check" &&
+         (std::ranges::any_of(arguments, is_port) || (arguments.size() > 1 && is_radio(arguments[1])));
 }
 
 }  // namespace

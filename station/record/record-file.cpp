@@ -29,7 +29,8 @@ bool write_all(int fd, const std::string& text) {
   return true;
 }
 
-// Not every file system can refuse to replace; the new id in the name makes a second file of that name impossible there.
+// Not every file system can refuse to replace; the new id in the name makes a second file of that name impossible
+// there.
 int rename_new(int folder, const char* from, const char* to) {
   if (::renameat2(folder, from, folder, to, RENAME_NOREPLACE) == 0) return 0;
   return errno == EINVAL || errno == ENOSYS ? ::renameat(folder, from, folder, to) : -1;

@@ -1,6 +1,7 @@
-// The file of a record. It is written aside, brought to the disk, and put in place by a rename that is brought to the disk
-// too: at every moment the name leads to one whole version. A file that was there before is never replaced. As long as this
-// object lives, the file is locked (flock): who gets the lock knows that the run has ended, in whatever way.
+// The file of a record. It is written aside, brought to the disk, and put in place by a rename that is brought to the
+// disk too: at every moment the name leads to one whole version. A file that was there before is never replaced.
+// As long as this object lives, the file is locked (flock): who gets the lock knows that the run has ended, in whatever
+// way.
 #pragma once
 
 #include <string>

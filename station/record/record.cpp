@@ -44,9 +44,12 @@ json optional_json(const std::optional<Value>& value) {
 }
 
 json limits_json(const plan_limits_st& limits) {
-  return {{"low", optional_json(limits.m_low)},       {"high", optional_json(limits.m_high)},
-          {"marginal", limits.m_marginal},            {"equals", optional_json(limits.m_equals)},
-          {"matches", optional_json(limits.m_matches)}, {"one_of", optional_json(limits.m_one_of)}};
+  return {{"low", optional_json(limits.m_low)},
+          {"high", optional_json(limits.m_high)},
+          {"marginal", limits.m_marginal},
+          {"equals", optional_json(limits.m_equals)},
+          {"matches", optional_json(limits.m_matches)},
+          {"one_of", optional_json(limits.m_one_of)}};
 }
 
 void add_value(const std::optional<record_value_st>& value, json* object) {
@@ -109,7 +112,8 @@ json step_json(const record_step_st& step) {
   object["message"] = text_or_null(step.m_message);
   object["action"] = action_json(step.m_step);
   object["parameters"] = parameters_json(step.m_step);
-  object["started"] = step.m_attempts.empty() ? json(nullptr) : json(record_time_text(step.m_attempts.front().m_started));
+  object["started"] =
+      step.m_attempts.empty() ? json(nullptr) : json(record_time_text(step.m_attempts.front().m_started));
   record_duration duration{};
   for (const auto& attempt : step.m_attempts) duration += attempt.m_duration;
   object["duration_ms"] = milliseconds(duration);
@@ -148,18 +152,19 @@ record_st record_start(const plan_st& plan) {
 }
 
 std::string record_text(const record_st& record) {
-  json object = {{"schema_version", RECORD_SCHEMA_VERSION},
-                 {"run_id", record.m_run_id},
-                 {"station", {{"name", record.m_station}, {"program", "amt-station"}, {"version", record.m_version}}},
-                 {"phone", {{"name", record.m_phone}, {"pc", record.m_pc_port}, {"app", text_or_null(record.m_app_port)}}},
-                 {"plan", plan_json(record)},
-                 {"serial", text_or_null(record.m_serial)},
-                 {"verdict", verdict_name(record.verdict())},
-                 {"complete", record.m_is_complete},
-                 {"message", text_or_null(record.m_message)},
-                 {"started", record_time_text(record.m_started)},
-                 {"ended", nullptr},
-                 {"duration_ms", milliseconds(record.m_duration)}};
+  json object = {
+      {"schema_version", RECORD_SCHEMA_VERSION},
+      {"run_id", record.m_run_id},
+      {"station", {{"name", record.m_station}, {"program", "amt-station"}, {"version", record.m_version}}},
+      {"phone", {{"name", record.m_phone}, {"pc", record.m_pc_port}, {"app", text_or_null(record.m_app_port)}}},
+      {"plan", plan_json(record)},
+      {"serial", text_or_null(record.m_serial)},
+      {"verdict", verdict_name(record.verdict())},
+      {"complete", record.m_is_complete},
+      {"message", text_or_null(record.m_message)},
+      {"started", record_time_text(record.m_started)},
+      {"ended", nullptr},
+      {"duration_ms", milliseconds(record.m_duration)}};
   if (record.m_is_complete) object["ended"] = record_time_text(record.m_started + record.m_duration);
   object["variables"] = json::object();
   for (const auto& [name, variable] : record.m_variables) {

@@ -42,8 +42,8 @@ struct record_attempt_st {
 struct record_step_st {
   std::string m_group;
   bool m_is_teardown = false;
-  plan_step_st m_step;           // its parameters
-  plan_limits_st m_limits;       // with the variables filled in, once they are known
+  plan_step_st m_step;      // its parameters
+  plan_limits_st m_limits;  // with the variables filled in, once they are known
   verdict_en m_verdict = verdict_en::NOT_RUN;
   std::optional<record_value_st> m_value;
   bool m_is_marginal = false;

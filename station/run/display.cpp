@@ -83,7 +83,9 @@ std::string run_display_st::colored(verdict_en verdict, const std::string& text)
   if (!m_style.m_color) return text;
   const bool is_good = verdict == verdict_en::PASS;
   const bool is_open = verdict == verdict_en::SKIPPED || verdict == verdict_en::NOT_RUN;
-  const auto color = is_good ? fmt::terminal_color::green : is_open ? fmt::terminal_color::yellow : fmt::terminal_color::red;
+  const auto color = is_good   ? fmt::terminal_color::green
+                     : is_open ? fmt::terminal_color::yellow
+                               : fmt::terminal_color::red;
   return fmt::format(fmt::fg(color) | fmt::emphasis::bold, "{}", text);
 }
 
@@ -137,7 +139,8 @@ void run_display_st::end_unit(std::size_t phone, const record_st& record, const 
   row.m_number = row.m_count;
   row.m_time = std::chrono::duration_cast<std::chrono::milliseconds>(record.m_duration);
   if (!m_style.m_is_terminal) {
-    say(fmt::format("{}: {}: {} in {}; {}", row.m_name, harmless(row.m_serial.empty() ? "no serial number" : row.m_serial),
+    say(fmt::format("{}: {}: {} in {}; {}", row.m_name,
+                    harmless(row.m_serial.empty() ? "no serial number" : row.m_serial),
                     colored(row.m_verdict, verdict_name(row.m_verdict)), time_text(row.m_time), path));
   }
   draw();
@@ -216,7 +219,8 @@ std::vector<std::string> run_display_st::lines(std::size_t width, std::size_t he
 std::string run_display_st::row_line(const row_st& row, std::size_t width) const {
   const std::string head = fmt::format("{:<{}}  {:<16}  ", row.m_name, m_name_width, cut(harmless(row.m_serial), 16));
   if (row.m_has_verdict) {
-    const std::string tail = fmt::format("  {}{}", time_text(row.m_time), row.m_is_waiting ? "  waiting for the next phone" : "");
+    const std::string tail =
+        fmt::format("  {}{}", time_text(row.m_time), row.m_is_waiting ? "  waiting for the next phone" : "");
     const std::string name = verdict_name(row.m_verdict);
     const std::string plain = cut(head + name + tail, width);
     if (plain.size() < head.size() + name.size()) return plain;
@@ -226,5 +230,6 @@ std::string run_display_st::row_line(const row_st& row, std::size_t width) const
   const auto time = std::chrono::duration_cast<std::chrono::milliseconds>(clock::now() - row.m_begin);
   const std::size_t done = row.m_number == 0 ? 0 : row.m_number - 1;
   return cut(fmt::format("{}{} {}/{}  {}  {}", head, bar(done, row.m_count), row.m_number, row.m_count, time_text(time),
-                         harmless(row.m_step)), width);
+                         harmless(row.m_step)),
+             width);
 }

@@ -34,7 +34,8 @@ class dry_st {
                          limits.empty() ? "" : "; " + limits, step.m_is_skipped ? "; left out" : "");
     if (step.m_action == plan_action_en::PAUSE || step.m_action == plan_action_en::OPERATOR) return;
     plan_request_st made;
-    const std::string wrong = plan_make_request(step, [this](const auto& name) { return m_values.find(name); }, &made);
+    const std::string wrong = plan_make_request(
+        step, [this](const auto& name) { return m_values.find(name); }, &made);
     if (!wrong.empty()) {
       m_out << fmt::format("      known when it runs: {}\n", wrong);
       return;

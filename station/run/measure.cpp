@@ -77,7 +77,8 @@ std::string run_limits_text(const plan_limits_st& limits, const std::string& uni
 
 run_measured_st run_measure(const plan_step_st& step, const plan_limits_st& limits,
                             const std::optional<std::string>& raw) {
-  const bool needs_value = !limits.is_empty() || step.m_pattern || step.m_is_number || step.m_is_serial || !step.m_save.empty();
+  const bool needs_value =
+      !limits.is_empty() || step.m_pattern || step.m_is_number || step.m_is_serial || !step.m_save.empty();
   run_measured_st measured;
   if (!raw && needs_value) {
     measured.m_verdict = verdict_en::FAIL;
@@ -94,7 +95,8 @@ run_measured_st run_measure(const plan_step_st& step, const plan_limits_st& limi
   }
   if (!is_good(limits, value)) {
     measured.m_verdict = verdict_en::FAIL;
-    measured.m_message = fmt::format("{} is not {}", run_value_text(value, step.m_unit), run_limits_text(limits, step.m_unit));
+    measured.m_message =
+        fmt::format("{} is not {}", run_value_text(value, step.m_unit), run_limits_text(limits, step.m_unit));
     return measured;
   }
   measured.m_is_marginal = is_marginal(limits, value);

@@ -14,7 +14,8 @@ struct run_measured_st {
 };
 
 // `raw`: the value as it came; none: the answer had none. The limits have their variables filled in.
-run_measured_st run_measure(const plan_step_st& step, const plan_limits_st& limits, const std::optional<std::string>& raw);
+run_measured_st run_measure(const plan_step_st& step, const plan_limits_st& limits,
+                            const std::optional<std::string>& raw);
 
 // "3.6 to 4.2 V", "at least 3 dB", "equals \"A\""; empty without limits.
 std::string run_limits_text(const plan_limits_st& limits, const std::string& unit);

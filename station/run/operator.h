@@ -1,5 +1,5 @@
-// The operator at the station: one for all phones, so that one question is asked at a time. Answers are lines of standard
-// input, from a terminal, a scanner or a pipe.
+// The operator at the station: one for all phones, so that one question is asked at a time. Answers are lines of
+// standard input, from a terminal, a scanner or a pipe.
 #pragma once
 
 #include <chrono>

@@ -16,9 +16,9 @@ namespace {
 
 using clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds TRY_STEP{200};   // between two looks for a port
+constexpr std::chrono::milliseconds TRY_STEP{200};     // between two looks for a port
 constexpr std::chrono::milliseconds SETTLE_TIME{300};  // a port that stays so long has a phone behind it
-constexpr std::size_t MOST_SHOWN = 2000;             // objects of one exchange; a line that never stops has more
+constexpr std::size_t MOST_SHOWN = 2000;               // objects of one exchange; a line that never stops has more
 
 bool is_stopped_within(std::chrono::milliseconds time, int stop_fd) {
   pollfd stop{stop_fd, POLLIN, 0};
@@ -34,7 +34,8 @@ struct run_phone_st::line_st {
     if (m_session) return STATION_OK;
     const station_exit_en opened = m_link.open(m_path, baud);
     if (opened != STATION_OK) return opened;
-    m_session = std::make_unique<station_session_st>(&m_link, [this](const auto& entry) { show(entry); }, m_form);
+    m_session = std::make_unique<station_session_st>(
+        &m_link, [this](const auto& entry) { show(entry); }, m_form);
     return STATION_OK;
   }
 
@@ -56,7 +57,8 @@ struct run_phone_st::line_st {
   // The plan knows where the answer to a raw request has its value; the words do not.
   std::optional<std::string> raw_value() const {
     if (!m_judge) return std::nullopt;
-    if (m_request->m_is_frame || m_request->m_value.m_line != nullptr) return station_value(*m_request, m_judge->answer());
+    if (m_request->m_is_frame || m_request->m_value.m_line != nullptr)
+      return station_value(*m_request, m_judge->answer());
     const auto& lines = m_judge->answer().m_lines;
     const auto is_information = [](const std::string& text) { return !station_at_final(text); };
     const auto first = std::ranges::find_if(lines, is_information);

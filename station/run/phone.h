@@ -14,8 +14,8 @@
 // What came of a request.
 struct run_answer_st {
   station_exit_en m_code = STATION_OK;
-  std::string m_message;               // why it is not STATION_OK
-  std::optional<std::string> m_value;  // as the phone gave it
+  std::string m_message;                // why it is not STATION_OK
+  std::optional<std::string> m_value;   // as the phone gave it
   std::vector<std::string> m_exchange;  // objects of station_render_json
 };
 

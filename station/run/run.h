@@ -27,8 +27,8 @@ struct run_options_st {
 struct run_io_st {
   std::ostream* m_out;
   std::ostream* m_err;
-  int m_input_fd = 0;     // the operator's
-  int m_stop_fd = -1;     // readable: one wish to end the run, which is read off; a second one ends the teardown too
+  int m_input_fd = 0;      // the operator's
+  int m_stop_fd = -1;      // readable: one wish to end the run, which is read off; a second one ends the teardown too
   int m_terminal_fd = -1;  // of m_out; -1: it is no terminal
   bool m_color = false;
 };

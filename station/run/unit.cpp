@@ -262,8 +262,8 @@ class unit_st {
       attempt->m_message = "given with the run";
       return;
     }
-    const auto deadline = step.m_timeout_ms == 0 ? clock::time_point::max()
-                                                 : clock::now() + std::chrono::milliseconds(step.m_timeout_ms);
+    const auto deadline =
+        step.m_timeout_ms == 0 ? clock::time_point::max() : clock::now() + std::chrono::milliseconds(step.m_timeout_ms);
     std::string line;
     const run_reply_en reply = ask_until_valid(step, *prompt, deadline, &line);
     judge_reply(step, reply, line, attempt);
@@ -337,9 +337,8 @@ class unit_st {
     if (condition.m_step.empty()) {
       value = m_values.find(condition.m_variable).value_or("");
     } else {
-      const auto row = std::ranges::find_if(m_record.m_steps, [&](const auto& step) {
-        return step.m_step.m_name == condition.m_step;
-      });
+      const auto row = std::ranges::find_if(m_record.m_steps,
+                                            [&](const auto& step) { return step.m_step.m_name == condition.m_step; });
       if (row != m_record.m_steps.end()) value = verdict_name(row->m_verdict);
     }
     const bool is_named = std::ranges::find(condition.m_values, value) != condition.m_values.end();

@@ -68,7 +68,8 @@ std::string run_check_given(const plan_st& plan, const std::map<std::string, std
   for (const auto& [name, value] : given) {
     const plan_variable_st* variable = plan.find_variable(name);
     if (variable == nullptr) return fmt::format("--var {}: the plan has no variable of this name", name);
-    if (!is_allowed(*variable, value)) return fmt::format("--var {}: the value does not match {}", name, variable->m_matches);
+    if (!is_allowed(*variable, value))
+      return fmt::format("--var {}: the value does not match {}", name, variable->m_matches);
     if (plan_has_control_character(value)) return fmt::format("--var {}: the value has a control character", name);
   }
   const auto saved = saved_by_steps(plan);

@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -13,6 +14,8 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+
+#include "station/wire/tcp.h"
 
 namespace {
 
@@ -75,6 +78,7 @@ void station_link_st::close() {
   ::close(m_fd);
   m_fd = -1;
   m_is_exclusive = false;
+  m_is_socket = false;
 }
 
 station_exit_en station_link_st::fail(station_exit_en code, const std::string& why) {
@@ -90,6 +94,7 @@ station_exit_en station_link_st::gone(int error_number) {
 station_exit_en station_link_st::open(const std::string& path, unsigned baud) {
   close();
   m_path = path;
+  if (station_is_tcp(path)) return connect();
   m_fd = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
   if (m_fd < 0 && errno == EBUSY) return fail(STATION_PORT_IN_USE, "another program uses the port");
   if (m_fd < 0) return fail(STATION_NO_PORT, strerror(errno));
@@ -97,6 +102,17 @@ station_exit_en station_link_st::open(const std::string& path, unsigned baud) {
   if (result == STATION_OK) result = set_raw(baud);
   if (result != STATION_OK) close();
   return result;
+}
+
+// The machine that serves the line keeps others out, and sets its speed. The line has no place for a mark there, so the
+// phone may always owe an answer.
+station_exit_en station_link_st::connect() {
+  std::string why;
+  const station_exit_en connected = station_connect(m_path, m_stop_fd, &m_fd, &why);
+  if (connected != STATION_OK) return fail(connected, why);
+  m_is_socket = true;
+  m_doubt = station_doubt_en::PHONE;
+  return STATION_OK;
 }
 
 // The lock keeps other stations out. The exclusive mark keeps out every program that does not know the lock.
@@ -158,7 +174,9 @@ station_exit_en station_link_st::write_all(std::span<const std::uint8_t> bytes, 
       return fail(waited, fmt::format("the port did not take the last {} bytes in the time given", bytes.size()));
     }
     if (waited != STATION_OK) return waited;
-    const ssize_t count = ::write(m_fd, bytes.data(), bytes.size());
+    // A socket that was closed would end the program with a signal.
+    const ssize_t count = m_is_socket ? ::send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL)
+                                      : ::write(m_fd, bytes.data(), bytes.size());
     if (count < 0 && (!is_later(errno) || is_hung_up)) return gone(errno);
     if (count > 0) bytes = bytes.subspan(static_cast<std::size_t>(count));
   }

@@ -21,7 +21,8 @@ class station_link_st {
   station_link_st(const station_link_st&) = delete;
   station_link_st& operator=(const station_link_st&) = delete;
 
-  // Opens the terminal at path and takes it for this process alone. baud 0 leaves the speed as it is.
+  // Opens the terminal at path and takes it for this process alone; or connects, where path is tcp://HOST:PORT. baud 0
+  // leaves the speed as it is; the other machine sets that of a connection.
   // STATION_OK, STATION_NO_PORT or STATION_PORT_IN_USE.
   station_exit_en open(const std::string& path, unsigned baud = 0);
   void close();
@@ -47,6 +48,7 @@ class station_link_st {
   station_exit_en fail(station_exit_en code, const std::string& why);
   station_exit_en gone(int error_number);
   station_exit_en wait(short events, station_time deadline, bool* is_hung_up);
+  station_exit_en connect();
   station_exit_en take();
   station_exit_en set_raw(unsigned baud);
 
@@ -56,6 +58,7 @@ class station_link_st {
   int m_fd = -1;
   int m_stop_fd = -1;
   bool m_is_exclusive = false;
+  bool m_is_socket = false;
 };
 
 // Whether the number is a speed that a serial line can have.
