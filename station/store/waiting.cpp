@@ -70,7 +70,11 @@ std::string store_waiting_st::open(const std::string& folder, const std::string&
   m_notes = fmt::format("{}/.sent-{}", folder, store_id);
   m_sent.clear();
   std::ifstream notes(m_notes, std::ios::binary);
-  for (std::string line; std::getline(notes, line);) m_sent.insert(line);
+  m_is_torn = false;
+  for (std::string line; std::getline(notes, line);) {
+    m_sent.insert(line);
+    m_is_torn = notes.eof();
+  }
   return notes.bad() ? reason(m_notes) : "";
 }
 
@@ -90,7 +94,9 @@ std::vector<std::string> store_waiting_st::list(std::string* wrong) const {
 
 std::string store_waiting_st::note(const std::string& name) {
   const file_st notes(m_notes, O_WRONLY | O_CREAT | O_APPEND);
-  const std::string line = name + '\n';
+  // Half a line, as a crash leaves it, must not become a part of this one.
+  const std::string line = (m_is_torn ? "\n" : "") + name + '\n';
+  m_is_torn = false;
   m_sent.insert(name);
   const bool is_noted = notes.fd() >= 0 && ::write(notes.fd(), line.data(), line.size()) == static_cast<ssize_t>(line.size());
   return is_noted ? "" : reason(m_notes);

@@ -23,6 +23,7 @@ class store_waiting_st {
   std::string m_folder;
   std::string m_notes;
   std::set<std::string> m_sent;
+  bool m_is_torn = false;  // the notes do not end with a line's end
 };
 
 enum class store_record_en { WHOLE, RUNNING, WRONG };
