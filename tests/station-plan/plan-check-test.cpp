@@ -18,7 +18,7 @@ struct row_st {
 class StepOfAPlan : public testing::TestWithParam<row_st> {};
 
 TEST_P(StepOfAPlan, WithoutMeaning_IsFound) {
-  EXPECT_THAT(findings_of_steps(step(GetParam().m_step)), ElementsAre(HasSubstr(GetParam().m_finding)));
+  EXPECT_THAT(findings_of_steps(step(GetParam().m_step)), Contains(HasSubstr(GetParam().m_finding)));
 }
 
 const row_st ROWS[] = {
@@ -36,7 +36,6 @@ const row_st ROWS[] = {
     {"frame = 45\natoms = [\"19\"]", "step.frame: atom '19' is not of the form"},
     {"at = \"\"", "step.at: "},
     // values
-    {"word = \"vibrate\"\nargs = \"on\"\nlow = 1", "step.word: vibrate on is not on the pc link"},
     {"frame = 45\natoms = [\"19:int=16\"]\nequals = \"x\"", "value_atom has to name the atom"},
     {"frame = 45\nvalue_atom = [1, 2, 3]", "at most two atoms"},
     {"word = \"gps\"\nargs = [\"read\", \"3\"]\nlow = 3", "step.value: gps read 3 gives several values"},

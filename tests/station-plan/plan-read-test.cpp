@@ -51,7 +51,7 @@ TEST(PlanReader, MissingHead_IsAFinding) {
 
 TEST(PlanReader, MissingNames_AreFindings) {
   EXPECT_THAT(findings_of("[plan]\n[[step]]\nword = \"adc\"\n"),
-              ElementsAre("p:1:1: error: plan.name: is missing", "p:1:1: error: plan.revision: is missing",
+              ElementsAre("p:1:2: error: plan.name: is missing", "p:1:2: error: plan.revision: is missing",
                           "p:2:1: error: step.name: is missing"));
 }
 

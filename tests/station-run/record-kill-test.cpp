@@ -1,0 +1,60 @@
+// A station that is killed at any moment leaves valid records, with each step that it reported as done.
+#include <signal.h>
+
+#include <cstdlib>
+#include <random>
+#include <thread>
+
+#include "tests/station-run/line-phone.h"
+
+namespace {
+
+using nlohmann::json;
+
+class RecordKill : public LineTest {
+ protected:
+  static std::size_t done_in(const json& record) {
+    std::size_t done = 0;
+    for (const auto& step : record["steps"]) done += step["verdict"] == "PASS" ? 1 : 0;
+    return done;
+  }
+};
+
+TEST_F(RecordKill, AnyMoment_LeavesAValidRecord) {
+  // VX_KILLS of them in the long form.
+  const char* wish = std::getenv("VX_KILLS");
+  const int kills = wish == nullptr ? 25 : std::atoi(wish);
+  const line_phone_st phone(m_folder, "kill");
+  std::string steps;
+  for (int n = 0; n < 30; ++n) steps += one_step("s" + std::to_string(n), "word = \"adc\"\nlow = 1");
+  const std::string plan = write_plan(steps);
+  auto command = run_arguments(plan, {"A=" + phone.port()});
+  command.insert(command.begin(), amt_station());
+  const auto seed = std::random_device{}();
+  std::mt19937 random(seed);
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::uniform_int_distribution<int> moment_us(0, 400'000);
+  std::size_t seen = 0;
+  for (int n = 0; n < kills; ++n) {
+    beside_st station(command, m_folder.path("station"));
+    std::this_thread::sleep_for(std::chrono::microseconds(moment_us(random)));
+    station.send_signal(SIGKILL);
+    station.wait();
+    const std::string output = station.output();
+    std::size_t reported = 0;
+    for (std::size_t at = 0; (at = output.find(": PASS ", at)) != output.npos; ++at) ++reported;
+    const auto all = records();
+    ASSERT_LE(seen, all.size());
+    // A line is printed before its record: the one step in between may be missing.
+    if (reported > 1) {
+      ASSERT_GT(all.size(), seen);
+      EXPECT_GE(done_in(all.back()) + 1, std::min<std::size_t>(reported, 30)) << output;
+    }
+    for (const auto& one : all) ASSERT_FALSE(one.is_discarded());
+    seen = all.size();
+  }
+  ASSERT_GT(seen, 0u);
+  expect_valid_records();
+}
+
+}  // namespace
