@@ -109,12 +109,6 @@ bool is_run_id(const std::string& text) {
   });
 }
 
-// A plan's revision may be a number or a text.
-std::string revision(const object_st& plan) {
-  const json& value = plan.at("revision");
-  return value.is_number_integer() ? value.dump() : plan.text_or_null("revision");
-}
-
 std::string expected(const object_st& limits) {
   if (const std::string text = limits.text_or_null("equals"); !text.empty()) return "equals " + text;
   if (const std::string text = limits.text_or_null("matches"); !text.empty()) return "matches " + text;
@@ -169,7 +163,7 @@ result_st read_record(const json& document) {
   read.m_phone = record.object("phone").text("name");
   const object_st plan = record.object("plan");
   read.m_plan = plan.text("name");
-  read.m_revision = revision(plan);
+  read.m_revision = plan.text("revision");
   read.m_serial = record.text_or_null("serial");
   read.m_verdict = record.verdict("verdict");
   read.m_is_complete = record.flag("complete");
