@@ -3,14 +3,15 @@ JOBS ?= $(shell nproc)
 TEST_JOBS ?= 8
 CTEST = ctest --output-on-failure --no-tests=error -j$(TEST_JOBS)
 
-.PHONY: all setup demo test handset bench fuzz fuzz-short faults faults-short asan tsan lint format clean
+.PHONY: all setup demo test handset bench fuzz fuzz-short faults faults-short kills asan tsan phone-like arm64 armhf
+.PHONY: lint format clean
 all: programs
 
 # One tree for the programs and, once they were asked for, the tests; one for each sanitizer, the first with the fuzz targets.
 # Each is configured once, then brought up to date by ninja at every call.
 configure = out=$$(cmake --preset $(1) 2>&1) || { echo "$$out"; exit 1; }
 
-.PHONY: programs build/.test build/.asan build/.tsan
+.PHONY: programs build/.test build/.asan build/.tsan build/.phone-like build/.arm64 build/.armhf
 programs:
 	@tools/setup build
 	@[ -f build/build.ninja ] || { $(call configure,release); }
@@ -21,6 +22,13 @@ build/.test:
 	@cmake --build build -j$(JOBS) $(TARGETS)
 build/.asan build/.tsan: build/.%:
 	@tools/setup build test check
+	@[ -f build/$*/build.ninja ] || { $(call configure,$*); }
+	@cmake --build build/$* -j$(JOBS) $(TARGETS)
+
+# Trees of the service alone. Their tests run in a virtual handset of this machine.
+build/.phone-like build/.arm64 build/.armhf: build/.%: programs
+	@tools/setup build test $(if $(filter phone-like,$*),phone,cross)
+	@[ $* = phone-like ] || tools/foreign-root $* build/$*/root
 	@[ -f build/$*/build.ninja ] || { $(call configure,$*); }
 	@cmake --build build/$* -j$(JOBS) $(TARGETS)
 
@@ -41,6 +49,10 @@ asan: build/.asan
 tsan: export TSAN_OPTIONS = report_signal_unsafe=0 die_after_fork=0
 tsan: build/.tsan
 	cd build/tsan && $(CTEST)
+
+# The service as a phone's compiler makes it, and for the phone's processors: all unit tests.
+phone-like arm64 armhf: %: build/.%
+	cd build/$* && $(CTEST)
 
 handset: programs
 	@build/bin/handset run
@@ -63,6 +75,12 @@ faults: build/.test
 	@tools/faults
 faults-short: build/.test
 	@tools/faults --short
+
+# The service killed while it writes records, COUNT times.
+kills: COUNT ?= 10000
+kills: TARGETS = --target kills-campaign
+kills: build/.test
+	@tools/kills $(COUNT)
 
 # The static checks read only how each file is compiled, so the tree need not be built, only configured.
 lint:

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <span>
 #include <tuple>
@@ -12,6 +11,7 @@
 #include "pub/log.h"
 #include "pub/result.h"
 #include "pub/util/io.h"
+#include "pub/util/text.h"
 
 amt_cfg_st g_amt_cfg;
 
@@ -50,7 +50,7 @@ void store_text(const char* key, const char* value, std::span<char> field) {
 }
 
 void store_number(const char* key, const char* value, std::int32_t& field) {
-  field = static_cast<std::int32_t>(std::strtol(value, nullptr, 10));
+  field = pub_text_number(value);
   LOG_LINE("[cfg]%s = %d", key, field);
 }
 
@@ -73,6 +73,12 @@ void parse_line(char* line) {
   if (key != std::end(CFG_KEYS)) store(*key, value);
 }
 
+void reset_amt_cfg() {
+  g_amt_cfg = {};
+  g_amt_cfg.m_modem_uart_at_baudrate = DEFAULT_BAUDRATE;
+  g_amt_cfg.m_modem_uart_amt_baudrate = DEFAULT_BAUDRATE;
+}
+
 result_code_en parse_amt_cfg(const char* path) {
   pub_log_entry(k_log);
   const pub_file file = pub_util_fopen(path, "r");
@@ -88,7 +94,9 @@ result_code_en parse_amt_cfg(const char* path) {
     std::ignore = pub_cfg_get_line(file.get(), line, sizeof line, &length, &is_eof);
     parse_line(line);
   }
-  return ERR_NONE;
+  if (std::ferror(file.get()) == 0) return ERR_NONE;
+  pub_log_sys_call(k_log, "fgets");
+  return pub_fail(k_log, ERR_SYSTEM, "fail to read file: %s", path);
 }
 
 }  // namespace
@@ -96,8 +104,8 @@ result_code_en parse_amt_cfg(const char* path) {
 result_code_en amt_cfg_init(const char* path) {
   pub_log_entry(k_log);
   if (pub_log_bad_arguments({k_log, 231}, {path == nullptr})) return ERR_ARGUMENT;
-  g_amt_cfg = {};
-  g_amt_cfg.m_modem_uart_at_baudrate = DEFAULT_BAUDRATE;
-  g_amt_cfg.m_modem_uart_amt_baudrate = DEFAULT_BAUDRATE;
-  return parse_amt_cfg(path);
+  reset_amt_cfg();
+  const result_code_en result = parse_amt_cfg(path);
+  if (result != ERR_NONE) reset_amt_cfg();  // half a file is none
+  return result;
 }

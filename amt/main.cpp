@@ -33,10 +33,10 @@ char g_pid_path_a[64];
 
 [[noreturn]] void prompt_usage(const char* name) {
   if (name == nullptr) {
-    std::printf("%s(L%d)invalid parameter\n", __func__, 238);
+    pub_print("%s(L%d)invalid parameter\n", __func__, 238);
     std::exit(-1);
   }
-  std::printf(
+  pub_print(
       "\nUsage: %s [OPTION]\n"
       "  -h                     Display this help and exit.\n"
       "  -u                     For usb-insert-enter-amt.\n\n",
@@ -57,7 +57,7 @@ void parse_options(int argc, char* argv[]) {
 void set_paths(const char* cfg_folder, const char* pid_folder) {
   std::snprintf(g_cfg_path_a, PATH_LIMIT, "%s/%s.cfg", cfg_folder, PROGRAM_NAME);
   std::snprintf(g_pid_path_a, PATH_LIMIT, "%s/%s.pid", pid_folder, PROGRAM_NAME);
-  std::printf("[%s]config file is \"%s\"\n            pid file is \"%s\"\n", PROGRAM_NAME, g_cfg_path_a, g_pid_path_a);
+  pub_print("[%s]config file is \"%s\"\n            pid file is \"%s\"\n", PROGRAM_NAME, g_cfg_path_a, g_pid_path_a);
 }
 
 // Chooses the run mode and its paths. 1 in normal mode, else 0.
@@ -68,9 +68,9 @@ std::int32_t choose_mode() {
   }
   char folder[256] = "";
   std::ignore = pub_util_get_process_path(folder, sizeof folder);
-  std::printf("[%s]command path is \"%s\"\n", PROGRAM_NAME, folder);
+  pub_print("[%s]command path is \"%s\"\n", PROGRAM_NAME, folder);
   const bool is_normal = std::strstr(folder, "/system/bin") != nullptr;
-  std::printf("[%s]run under %s \n", PROGRAM_NAME, is_normal ? NORMAL_MODE : SIMPLIFIED_MODE);
+  pub_print("[%s]run under %s \n", PROGRAM_NAME, is_normal ? NORMAL_MODE : SIMPLIFIED_MODE);
   set_paths(is_normal ? "/system/etc" : folder, is_normal ? "/tmp" : folder);
   return is_normal ? 1 : 0;
 }
@@ -85,32 +85,40 @@ bool is_another_running() {
 
 result_code_en start_service(std::int32_t normal_mode) {
   result_code_en result = amt_cfg_init(g_cfg_path_a);
-  std::printf("[%s]config over result=%d\n", PROGRAM_NAME, result);
+  pub_print("[%s]config over result=%d\n", PROGRAM_NAME, result);
   if (result != ERR_NONE) return result;
   result = amt_handle_init(normal_mode);
-  std::printf("[%s]init over result=%d\"\n", PROGRAM_NAME, result);
+  pub_print("[%s]init over result=%d\"\n", PROGRAM_NAME, result);
   return result;
 }
+
+// A phone's build warns of what makes two builds differ; this line is there to tell them apart.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdate-time"
+void log_version() {
+  LOG_LINE("\n    %s, version %s\n", PROGRAM_NAME, PROGRAM_VERSION);
+  LOG_LINE("    Build time: %s %s\n", __DATE__, __TIME__);
+}
+#pragma GCC diagnostic pop
 
 }  // namespace
 
 int main(int argc, char* argv[]) {
   pub_util_fill_standard_descriptors();
-  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // a fork must find nothing pending to print again
+  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);  // of what libraries print, a fork must find nothing pending
   platform_log_init();
   pub_util_block_signals();
   parse_options(argc, argv);
-  std::printf("g_usb_activate:%d.\n", std::int32_t{g_usb_activate});
+  pub_print("g_usb_activate:%d.\n", std::int32_t{g_usb_activate});
   const std::int32_t normal_mode = choose_mode();
   if (is_another_running()) {
-    std::printf("%s already run.\n", PROGRAM_NAME);
+    pub_print("%s already run.\n", PROGRAM_NAME);
     return EXIT_SUCCESS;
   }
   // Before the first wait point.
   pub_util_install_handler(SIGTERM, signal_treatment);
   pub_util_install_handler(SIGUSR2, signal_treatment);
-  LOG_LINE("\n    %s, version %s\n", PROGRAM_NAME, PROGRAM_VERSION);
-  LOG_LINE("    Build time: %s %s\n", __DATE__, __TIME__);
+  log_version();
   // The pid file is always made under /tmp, on purpose: also in simplified mode, where the one that is checked lies
   // elsewhere.
   pub_util_create_pid_file(PROGRAM_NAME);

@@ -1,12 +1,19 @@
 #include "pub/log.h"
 
+#include <unistd.h>
+
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstdarg>
+#include <cstdio>
+#include <tuple>
+
+#include "pub/gate.h"
+
 namespace {
 
-constexpr std::size_t DUMP_LIMIT = 250;  // keeps a line under the log's 1024 characters
+constexpr std::size_t PRINT_LIMIT = 4352;  // a whole AT text, and what is said about it
+constexpr std::size_t DUMP_LIMIT = 250;    // keeps a line under the log's 1024 characters
 
 class errno_keeper {
  public:
@@ -19,36 +26,10 @@ class errno_keeper {
   int m_errno;
 };
 
-// How many threads are in the platform's log, and whether they are to stay out of it. No thread is ever stopped inside:
-// there is no wait point.
-std::atomic<int> g_writers;
-std::atomic<bool> g_is_paused;
-
-class log_entrance {
- public:
-  log_entrance() {
-    while (!enter()) g_is_paused.wait(true);
-  }
-  ~log_entrance() { leave(); }
-  log_entrance(const log_entrance&) = delete;
-  log_entrance& operator=(const log_entrance&) = delete;
-
- private:
-  static bool enter() {
-    ++g_writers;
-    if (!g_is_paused) return true;
-    leave();
-    return false;
-  }
-  static void leave() {
-    if (--g_writers == 0 && g_is_paused) g_writers.notify_all();
-  }
-};
-
 __attribute__((format(printf, 2, 0))) void print_line(const pub_log_module_st& module, const char* format,
                                                       va_list arguments) {
   const errno_keeper keeper;
-  const log_entrance entrance;
+  const pub_gate_pass pass;
   __android_log_vprint(ANDROID_LOG_DEBUG, module.m_tag, format, arguments);
 }
 
@@ -60,15 +41,14 @@ __attribute__((format(printf, 3, 0))) void print_failure(const pub_log_site& sit
 
 }  // namespace
 
-void pub_log_pause() {
-  g_is_paused = true;
-  for (int writers = g_writers; writers != 0; writers = g_writers) g_writers.wait(writers);
-}
-
-void pub_log_resume(bool is_child) {
-  if (is_child) g_writers = 0;  // the fork may have caught a thread of the parent on its way out
-  g_is_paused = false;
-  g_is_paused.notify_all();
+void pub_print(const char* format, ...) {
+  const errno_keeper keeper;
+  char text[PRINT_LIMIT];
+  va_list arguments;
+  va_start(arguments, format);
+  const int length = std::vsnprintf(text, sizeof text, format, arguments);
+  va_end(arguments);
+  if (length > 0) std::ignore = write(STDOUT_FILENO, text, std::min(static_cast<std::size_t>(length), sizeof text - 1));
 }
 
 void pub_log_line(const pub_log_module_st& module, const char* format, ...) {

@@ -3,7 +3,7 @@
 // call changes errno.
 #pragma once
 
-#include <android/log.h>
+#include <log/log.h>
 
 #include <cerrno>
 #include <cstdint>
@@ -63,10 +63,9 @@ bool pub_log_bad_arguments(const pub_log_site& site, std::initializer_list<bool>
 // "%s: (data_len = %d) -- %s": at most 250 bytes as hexadecimal, then "..." when there are more.
 void pub_log_dump(const pub_log_module_st& module, const char* label, std::span<const std::uint8_t> bytes);
 
-// Between the two no other thread is in the platform's log: its locks are free in a child that is forked there. A
-// thread that has something to log waits; the caller must log nothing. The child has no other threads and passes true.
-void pub_log_pause();
-void pub_log_resume(bool is_child);
+// printf(3) to the standard output, at most 4351 bytes, without the C library's buffer: nothing is pending that a fork
+// would print again, and no lock is taken.
+void pub_print(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 // Macros, so that what a line would print is computed only when it is printed.
 #define LOG_LINE(...)                                             \

@@ -87,7 +87,7 @@ result_code_en amt_read_adc(std::uint32_t* value) {
   pub_util_sleep_ms(PREPARE_PAUSE_MS);
   const pub_file node = pub_util_fopen(DRIVER_NODE, "r");
   if (!node) return amt_device_fail_sys_call(k_log, "fopen");
-  const int count = std::fscanf(node.get(), "%u", value);
+  const int count = pub_util_scan_number(node.get(), value);
   LOG_LINE("ADC value: %u", *value);
   return count == 1 ? ERR_NONE : amt_device_fail_sys_call(k_log, "fscanf");
 }

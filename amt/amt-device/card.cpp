@@ -1,5 +1,6 @@
 #include "amt/amt-device/card.h"
 
+#include <cinttypes>
 #include <cstdio>
 
 #include "amt/amt-convert/ids.h"
@@ -20,9 +21,9 @@ constexpr char SECOND_STORAGE[] = "/storage/sdcard1";
 
 const char* find_card() {
   LOG_LINE("amt_device_tf_card--->will open storage config file: %s", STORAGE_CONFIG);
-  int choice = 0;
+  std::int32_t choice = 0;
   const pub_file config = pub_util_fopen(STORAGE_CONFIG, "r");
-  if (config && std::fscanf(config.get(), "%d", &choice) == 1) {
+  if (config && pub_util_scan_number(config.get(), &choice) == 1) {
     LOG_LINE("amt_device_tf_card--->getted storage config value: %d", choice);
   }
   LOG_LINE("amt_device_tf_card--->storage config value: %d", choice);
@@ -34,7 +35,7 @@ const char* find_card() {
 std::uint32_t capacity_kb(const char* path) {
   pub_fs_info_st info{};
   if (pub_util_get_mount_fs_info(path, &info) != ERR_NONE) return 0;
-  LOG_LINE("external tf card capability: %ld KB", static_cast<long>(info.m_total_kb));
+  LOG_LINE("external tf card capability: %" PRIu32 " KB", info.m_total_kb);
   return info.m_total_kb;
 }
 
@@ -44,7 +45,7 @@ result_code_en amt_device_tf_card(std::uint8_t link, amt_message_st* request, am
   pub_log_entry(k_log);
   if (amt_handle_is_bad_request(k_log, link, request, response)) return ERR_ARGUMENT;
   const std::uint32_t capacity = capacity_kb(find_card());
-  LOG_LINE("tf card capability: %ld KB", static_cast<long>(capacity));
+  LOG_LINE("tf card capability: %" PRIu32 " KB", capacity);
   amt_handle_start_rsp(response, AMT_READCAPABILITY_CARD_RSPCMD);
   amt_frame_add_int(&response->m_buf_a, AMT_ATOM_CAPACITY, capacity);
   return amt_handle_finish_rsp(link, response);

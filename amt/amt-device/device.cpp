@@ -35,7 +35,7 @@ result_code_en amt_device_finish_bare_rsp(std::uint8_t link, amt_message_st* res
 result_code_en amt_device_read_number(const pub_log_site& site, const char* path, std::int32_t* value) {
   const pub_file file = open_file(site, path, "r");
   if (!file) return ERR_SYSTEM;
-  const int count = std::fscanf(file.get(), "%d", value);
+  const int count = pub_util_scan_number(file.get(), value);
   return count == 1 ? ERR_NONE : fail_transfer(site, "fscanf", count);
 }
 

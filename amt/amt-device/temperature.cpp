@@ -14,10 +14,10 @@ namespace {
 // Relative on purpose: it is resolved against the folder that init starts the service in.
 constexpr char TEMPERATURE_FILE[] = "sys/class/power_supply/battery/temp";
 
-std::optional<unsigned> read_temperature() {
+std::optional<std::uint32_t> read_temperature() {
   const pub_file file = pub_util_fopen(TEMPERATURE_FILE, "r");
-  unsigned temperature = 0;
-  const char* failed = !file ? "fopen" : std::fscanf(file.get(), "%u", &temperature) != 1 ? "fscanf" : nullptr;
+  std::uint32_t temperature = 0;
+  const char* failed = !file ? "fopen" : pub_util_scan_number(file.get(), &temperature) != 1 ? "fscanf" : nullptr;
   if (failed != nullptr) {
     pub_log_failure({k_log, "amt_modem_handle_temperature"}, ERR_SYSTEM, "%s error: errno=%d", failed, errno);
     return std::nullopt;

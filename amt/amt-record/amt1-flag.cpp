@@ -1,11 +1,11 @@
 #include "amt/amt-record/amt1-flag.h"
 
 #include <cstdio>
-#include <cstdlib>
 
 #include "amt/amt-handle/context/state.h"
 #include "amt/amt-record/log-module.h"
 #include "platform/property.h"
+#include "pub/util/text.h"
 
 namespace {
 
@@ -36,7 +36,7 @@ std::int32_t read_flag() {
   }
   LOG_LINE("readed success from file(%s). flag: %s.", AMT_FLAG_FILE, content);
   content[1] = '\0';
-  return std::atoi(content);
+  return pub_text_number(content);
 }
 
 }  // namespace
@@ -50,7 +50,7 @@ bool amt_is_handshake_permitted_by_file() {
   char content[AMT_CONTENT_SIZE];
   if (amt_read_data_from_file(content, AMT_FLAG_FILE) != ERR_NONE) return true;
   LOG_LINE("readed success from file(%s). flag: %s.", AMT_FLAG_FILE, content);
-  return std::atoi(content) != 0;
+  return pub_text_number(content) != 0;
 }
 
 result_code_en handle_amt_damt1_operation(std::int32_t operation, std::int32_t* value) {

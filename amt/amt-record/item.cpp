@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <span>
 
@@ -14,6 +13,7 @@
 #include "pub/log.h"
 #include "pub/result.h"
 #include "pub/util/io.h"
+#include "pub/util/text.h"
 
 namespace {
 
@@ -37,13 +37,16 @@ void log_failure(const char* function, const char* what, const char* path, std::
   }
 }
 
+// A place before the file is refused here: where positions have 32 bits, a doubled index may come out as another one.
 int seek_item(std::FILE* file, std::int32_t index) {
-  return fseeko(file, static_cast<off_t>(std::int64_t{2} * index), SEEK_SET);
+  if (index >= 0) return fseeko(file, off_t{2} * index, SEEK_SET);
+  errno = EINVAL;
+  return -1;
 }
 
 const char* digit_of(std::int32_t result) {
   if (result == 1) return "1";
-  std::printf("[TEST_RESULT] update item for %s\n", result == 2 ? "TEST_FAIL" : "TEST_UNKNOWN");
+  pub_print("[TEST_RESULT] update item for %s\n", result == 2 ? "TEST_FAIL" : "TEST_UNKNOWN");
   return result == 2 ? "2" : "0";
 }
 
@@ -166,7 +169,7 @@ std::int32_t read_item(std::FILE* file, std::int32_t index) {
     log_failure("readProductTestItem", "call fgets error", nullptr);
     return ITEM_UNREADABLE;
   }
-  return std::atoi(digit);
+  return pub_text_number(digit);
 }
 
 }  // namespace
@@ -192,13 +195,14 @@ std::int32_t updateTestItem(const char* path, std::int32_t index, std::int32_t r
     return ITEM_UNWRITABLE;
   }
   const char* digit = digit_of(result);
-  const bool is_written = amt_finish_record(std::move(file), digit, [=](bool is_done) {
+  const auto report = [=](bool is_done) {
     if (is_done) {
       LOG_LINE("write item [%d], result= %s\n", index, digit);
     } else {
       log_failure("updateTestItem", "write file", path, ITEM_UNWRITABLE);
     }
-  });
+  };
+  const bool is_written = amt_finish_record(std::move(file), digit, report, amt_failed_write::keeps);
   return is_written ? std::int32_t{ERR_NONE} : ITEM_UNWRITABLE;
 }
 

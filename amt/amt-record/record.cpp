@@ -1,5 +1,6 @@
 #include "amt/amt-record/record.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -78,6 +79,19 @@ bool amt_aside_file::put_in_place() {
   if (std::rename(m_aside, m_path) != 0) return false;
   m_file.reset();
   return true;
+}
+
+bool amt_empty_file(const pub_log_module_st& module, int fd) {
+  if (ftruncate(fd, 0) == 0 || errno == EINVAL) return true;
+  pub_log_sys_call(module, "ftruncate");
+  return false;
+}
+
+// Closed first: a stream may write again what it could not write, and only then is gone.
+void amt_close_emptied(pub_file file) {
+  const pub_fd fd(fcntl(fileno(file.get()), F_DUPFD_CLOEXEC, 0));
+  file.reset();
+  std::ignore = amt_empty_file(k_log, fd.get());
 }
 
 void amt_flush_records() {

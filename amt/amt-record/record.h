@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstdint>
 #include <cstdio>
+#include <utility>
 
 #include "pub/log.h"
 #include "pub/util/io.h"
@@ -18,13 +19,27 @@ void amt_flush_records();
 pub_file amt_open_record(const pub_log_site& site, const char* path, const char* mode,
                          result_code_en code = ERR_SYSTEM);
 
+// Empties an open file. What is no regular file has nothing to empty. False, with the failure logged, when it stays.
+bool amt_empty_file(const pub_log_module_st& module, int fd);
+
+// Closes a record and empties it.
+void amt_close_emptied(pub_file file);
+
+// What a failed write leaves of a record.
+enum class amt_failed_write {
+  empties,  // the record is one value: a part of it would pass for one
+  keeps,    // the record holds more than what was written
+};
+
 // Writes text into a record that was just opened, closes it and flushes the records, also after a failed write.
 // `report` is called with the outcome before the file is closed, with the errno of a write that failed.
 template <typename Report>
-bool amt_finish_record(pub_file file, const char* text, Report report) {
+bool amt_finish_record(pub_file file, const char* text, Report report,
+                       amt_failed_write failed = amt_failed_write::empties) {
   // The text reaches the file with the flush: a full file system shows there.
   const bool is_written = std::fputs(text, file.get()) >= 0 && std::fflush(file.get()) == 0;
   report(is_written);
+  if (!is_written && failed == amt_failed_write::empties) amt_close_emptied(std::move(file));
   file.reset();
   amt_flush_records();
   return is_written;

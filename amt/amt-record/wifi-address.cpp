@@ -10,6 +10,7 @@
 #include <cstring>
 #include <optional>
 #include <string_view>
+#include <tuple>
 
 #include "amt/amt-record/record.h"
 #include "pub/log.h"
@@ -103,13 +104,6 @@ struct nvram_files_st {
   pub_file m_copy;
 };
 
-// What is no regular file has nothing to empty.
-bool make_empty(std::FILE* copy) {
-  if (ftruncate(fileno(copy), 0) == 0 || errno == EINVAL) return true;
-  pub_log_sys_call(k_log, "ftruncate");
-  return false;
-}
-
 pub_file open_source(const char* path, bool& is_missing) {
   pub_file source = pub_util_fopen(path, "r");
   if (!source && errno != ENOENT) {
@@ -119,13 +113,13 @@ pub_file open_source(const char* path, bool& is_missing) {
   return source;
 }
 
-// The copy is opened before the source is known to exist, and is emptied when there is none, on purpose: a driver text
-// without its source is no good.
+// The copy stands in a folder of the WiFi driver's user. It is opened before the source is known to exist, and is
+// emptied when there is none, on purpose: a driver text without its source is no good.
 bool open_files(nvram_files_st& files) {
   bool is_missing = true;
   files.m_source_path = NVRAM_SOURCE;
   files.m_source = open_source(NVRAM_SOURCE, is_missing);
-  files.m_copy = pub_util_fopen(NVRAM_COPY, "a+");
+  files.m_copy = pub_util_fopen_shared(NVRAM_COPY, O_RDWR | O_APPEND | O_CREAT);
   if (!files.m_source) {
     LOG_LINE("File \"%s\" not exist, so we try to open file \"%s\"", NVRAM_SOURCE, NVRAM_SECOND_SOURCE);
     files.m_source_path = NVRAM_SECOND_SOURCE;
@@ -136,12 +130,11 @@ bool open_files(nvram_files_st& files) {
     if (!is_missing) {
       log_kept();
     } else if (files.m_copy) {
-      make_empty(files.m_copy.get());
+      std::ignore = amt_empty_file(k_log, fileno(files.m_copy.get()));
     }
-    return false;
   }
   if (!files.m_copy) log_missing(NVRAM_COPY);
-  return files.m_copy != nullptr;
+  return files.m_source != nullptr && files.m_copy != nullptr;
 }
 
 // What follows the key in an address line; null for any other line. Blanks may precede the key; a comment sign or other
@@ -179,7 +172,7 @@ result_code_en take_lines(std::FILE* source, const char* address, bool& is_repla
 
 result_code_en write_copy(std::FILE* copy) {
   const std::string_view text = g_nvram_text.text();
-  if (!make_empty(copy)) return pub_fail({k_log, PATCH}, ERR_FAIL);
+  if (!amt_empty_file(k_log, fileno(copy))) return pub_fail({k_log, PATCH}, ERR_FAIL);
   std::fwrite(text.data(), 1, text.size(), copy);
   if (std::fflush(copy) == 0 && std::ferror(copy) == 0) return ERR_NONE;
   pub_log_sys_call(k_log, "fputs");
@@ -212,7 +205,7 @@ result_code_en patch(const nvram_files_st& files, const char* address) {
 
 // The WiFi driver's own user must be able to write the copy.
 void open_copy_to_all() {
-  const pub_fd copy(pub_util_open(NVRAM_COPY, O_RDONLY));
+  const pub_fd copy(pub_util_open(NVRAM_COPY, pub_util_is_replaceable(NVRAM_COPY) ? O_RDONLY | O_NOFOLLOW : O_RDONLY));
   if (copy.get() < 0) {
     LOG_LINE("open %s failed", NVRAM_COPY);
   } else if (fchmod(copy.get(), 0666) == 0) {

@@ -21,6 +21,13 @@ void append_line(const fs::path& path, const std::string& line) {
   if (!(stream << line << '\n').flush()) throw error("cannot write " + path.string());
 }
 
+std::vector<std::string> lines_of(const fs::path& path) {
+  std::vector<std::string> lines;
+  std::ifstream stream(path);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
 std::string screen_text(const screen_size& screen, std::uint64_t memory) {
   return "xres " + std::to_string(screen.width) + "\nyres " + std::to_string(screen.height) +
          "\nyoffset 0\nyres_virtual " + std::to_string(std::uint64_t{screen.height} * 2) +
@@ -61,10 +68,11 @@ std::string preload_inside() {
 }
 
 std::vector<std::string> device_calls(const fs::path& folder) {
-  std::vector<std::string> calls;
-  std::ifstream stream(folder / "calls");
-  for (std::string line; std::getline(stream, line);) calls.push_back(line);
-  return calls;
+  return lines_of(folder / "calls");
+}
+
+std::vector<std::string> owner_changes(const fs::path& folder) {
+  return lines_of(folder / "owners");
 }
 
 void fail_device_call(const fs::path& folder, const std::string& words, int error) {

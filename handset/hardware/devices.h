@@ -33,6 +33,9 @@ std::string preload_inside();
 // The names are those of handset/hardware/preload; besides requests there are "open" and "mmap SIZE", and "read" and
 // "write" for a stream that is opened.
 std::vector<std::string> device_calls(const std::filesystem::path& folder);
+// Which files the service and its commands gave away, one a line: "/dev/ttyAPP 1000 1001", the path, the user's number
+// and the group's; -1 for one that stays.
+std::vector<std::string> owner_changes(const std::filesystem::path& folder);
 // From now on calls that begin with these words ("fb0 open", "fb0 ZELTAFB_IOCTL_EN_LAYER 1") fail with that errno.
 void fail_device_call(const std::filesystem::path& folder, const std::string& words, int error);
 // From now on such calls return that number when they work, as a camera driver's control does.

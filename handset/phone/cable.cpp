@@ -29,7 +29,7 @@ void cable::carry(tty_pump& from, tty_pump& to, std::string_view bytes) {
 
 void cable::make_outside() {
   m_outside.detach();
-  auto made = open_pty();
+  auto made = open_pty(pty_line::raw);
   if (!made) throw error("cannot make a pseudo-terminal");
   m_master = std::move(made->master);
   m_slave = std::move(made->slave);

@@ -114,8 +114,10 @@ phone::inside::~inside() {
   stop();
 }
 
+// What is behind another device of the modem is no serial line, and nobody sets it up.
 pub_fd phone::inside::plug(const std::string& device) {
-  message answer = core->agent.request("plug", {device});
+  const bool is_serial_line = device == options.pc_device || device.starts_with("/dev/ttyS");
+  message answer = core->agent.request("plug", {device, is_serial_line ? "fresh" : "raw"});
   if (answer.fds.empty()) throw error("the phone gave no terminal for " + device);
   return std::move(answer.fds.front());
 }

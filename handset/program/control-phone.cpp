@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include <charconv>
+#include <chrono>
 #include <filesystem>
 
 #include "handset/phone/cable.h"
@@ -13,6 +14,8 @@
 namespace handset {
 
 namespace {
+
+constexpr std::chrono::seconds LONGEST_WAIT{5};
 
 int signal_of(const std::string& text) {
   const std::string name = text.starts_with("SIG") ? text.substr(3) : text;
@@ -124,12 +127,20 @@ std::string set_file_mode(control_target& target, const words& rest) {
   return "";
 }
 
+// The loop that serves the phone's links stands still meanwhile, but for a service that ends nobody is at them.
+std::string wait_end(control_target& target, const words&) {
+  const auto status = target.the_phone.wait_exit(LONGEST_WAIT);
+  if (!status) throw error("the service still runs");
+  return to_string(*status) + "\n";
+}
+
 constexpr control_command COMMANDS[] = {
     {"status", "", "what runs, and where", 0, 0, status},
     {"tty", "[pc|app]", "where a station connects, or a test application", 0, 1, print_tty},
     {"log", "[-f]", "the service's log; -f: and what it logs from now on", 0, 0, log_file},
     {"mode", "pc|app", "serve the station or the test application: starts the service anew on the same phone", 1, 1,
      set_mode},
+    {"wait", "", "until the service has ended, 5 s at most", 0, 0, wait_end},
     {"start", "", "start a service that has ended (handset run --keep)", 0, 0, start},
     {"stop", "", "end the phone: the service gets SIGTERM first", 0, 0, stop},
     {"signal", "NAME", "send the service a signal (TERM, USR2, 9, ...)", 1, 1, send_signal},

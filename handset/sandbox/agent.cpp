@@ -63,7 +63,8 @@ void fail(const message& request, const std::string& what) {
 
 void plug(const message& request) {
   const std::string& name = request.fields.at(2);
-  const auto terminal = handset::open_pty();
+  const bool is_fresh = request.fields.at(3) == "fresh";
+  const auto terminal = handset::open_pty(is_fresh ? handset::pty_line::fresh : handset::pty_line::raw);
   if (!terminal) return fail(request, "cannot make a pseudo-terminal");
   // Made under another name and then renamed: whoever opens the name gets the old device or the new one.
   const std::string aside = name + ".new";

@@ -9,7 +9,7 @@
 namespace handset {
 
 // The attributes are set through the master: if the slave were opened here, its closing would look like its user's.
-std::optional<pty> open_pty() {
+std::optional<pty> open_pty(pty_line line) {
   pty made;
   made.master.reset(::open("/dev/ptmx", O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
   const int master = made.master.get();
@@ -19,7 +19,7 @@ std::optional<pty> open_pty() {
       ptsname_r(master, name.data(), name.size()) != 0 || tcgetattr(master, &attributes) != 0) {
     return std::nullopt;
   }
-  cfmakeraw(&attributes);
+  if (line == pty_line::raw) cfmakeraw(&attributes);
   if (tcsetattr(master, TCSANOW, &attributes) != 0) return std::nullopt;
   made.slave = name.data();
   return made;

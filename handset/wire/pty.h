@@ -1,4 +1,4 @@
-// A new pseudo-terminal, raw from the start: nothing echoes or changes bytes before its user has set attributes.
+// A new pseudo-terminal.
 #pragma once
 
 #include <optional>
@@ -13,7 +13,12 @@ struct pty {
   std::string slave;  // its name
 };
 
+enum class pty_line {
+  raw,    // nothing echoes or changes bytes before its user has set attributes
+  fresh,  // as a system hands out a serial line: it echoes, waits for whole lines, and takes some bytes for itself
+};
+
 // None with errno set when no pseudo-terminal can be made.
-std::optional<pty> open_pty();
+std::optional<pty> open_pty(pty_line line);
 
 }  // namespace handset

@@ -114,15 +114,16 @@ result_code_en link_to_slave(const pub_pty_st& pty) {
 }
 
 // The application may run without root's rights: the slave is given to its user and group. The result of chown is
-// not checked.
-result_code_en give_to_application(const char* mapping) {
-  const int mode_result = chmod(mapping, MAPPING_MODE);
+// not checked. Where others may put another link in the place of this one, the slave is called by its own name.
+result_code_en give_to_application(const char* slave, const char* mapping) {
+  const char* given = pub_util_is_replaceable(mapping) ? slave : mapping;
+  const int mode_result = chmod(given, MAPPING_MODE);
   LOG_LINE("create_pts_mapping chmod(%s, %d) ret_val[%d]", mapping, static_cast<int>(MAPPING_MODE), mode_result);
   if (mode_result != 0) {
     pub_log_sys_call(k_log, "chmod");
     pub_log_failure({k_log, "create_pts_mapping"}, ERR_SYSTEM);
   }
-  std::ignore = chown(mapping, MAPPING_OWNER, MAPPING_GROUP);
+  std::ignore = chown(given, MAPPING_OWNER, MAPPING_GROUP);
   const result_code_en result = mode_result == 0 ? ERR_NONE : ERR_SYSTEM;
   LOG_LINE("create_pts_mapping chown(%s, %d, %d) ret_val[%d]", mapping, static_cast<int>(MAPPING_OWNER),
            static_cast<int>(MAPPING_GROUP), result);
@@ -139,7 +140,7 @@ result_code_en create_pts_mapping(pub_pty_st& pty) {
   }
   result_code_en result = find_slave_name(pty);
   if (result == ERR_NONE) result = link_to_slave(pty);
-  if (result == ERR_NONE) result = give_to_application(pty.m_pts_mapping_name_a);
+  if (result == ERR_NONE) result = give_to_application(pty.m_pts_name_a, pty.m_pts_mapping_name_a);
   if (result != ERR_NONE) return fail_mapping(pty);
   LOG_LINE("create_pts_mapping m_pts_mapping_name_a[%s] ret_val[%d]", pty.m_pts_mapping_name_a, ERR_NONE);
   return ERR_NONE;

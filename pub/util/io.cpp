@@ -3,19 +3,27 @@
 #include <fcntl.h>
 #include <paths.h>
 #include <poll.h>
+#include <sched.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cinttypes>
+#include <climits>
 #include <csignal>
+#include <cstring>
 #include <tuple>
+
+#include "pub/gate.h"
 
 namespace {
 
 constexpr std::uint32_t CHILD_WAIT_MS = 60'000;
 constexpr std::uint32_t CHILD_LOOK_MS = 10;
+constexpr mode_t NEW_FILE_MODE = 0666;  // less the process's mask
 
 // A descriptor that is ready when the child has ended; none before Linux 5.3.
 pub_fd watch_child(pid_t child) {
@@ -43,10 +51,25 @@ int wait_for_child(pid_t child) {
   }
 }
 
+// A command needs none of the service's real-time priority. Nothing is asked of the system where there is none to give
+// up: a command must not fail for that.
+int leave_real_time(posix_spawnattr_t& attributes) {
+  if (sched_getscheduler(0) == SCHED_OTHER) return 0;
+  const sched_param ordinary = {};
+  posix_spawnattr_setschedpolicy(&attributes, SCHED_OTHER);
+  posix_spawnattr_setschedparam(&attributes, &ordinary);
+  return POSIX_SPAWN_SETSCHEDULER;
+}
+
 }  // namespace
 
 int pub_util_open(const char* path, int flags) {
   return open(path, flags | O_NOCTTY | O_CLOEXEC);
+}
+
+void pub_file_closer::operator()(std::FILE* file) const {
+  const pub_gate_pass pass;
+  std::fclose(file);
 }
 
 pub_file pub_util_fopen(const char* path, const char* mode) {
@@ -56,7 +79,48 @@ pub_file pub_util_fopen(const char* path, const char* mode) {
     errno = EINVAL;
     return nullptr;
   }
+  const pub_gate_pass pass;
   return pub_file(std::fopen(path, closing_mode));
+}
+
+bool pub_util_is_replaceable(const char* path) {
+  const char* slash = std::strrchr(path, '/');
+  char folder[PATH_MAX];
+  const int length = slash == nullptr ? 0 : static_cast<int>(slash - path) + 1;
+  if (std::snprintf(folder, sizeof folder, "%.*s.", length, path) >= static_cast<int>(sizeof folder)) return true;
+  struct stat status = {};
+  if (stat(folder, &status) != 0) return true;
+  const bool is_ours = status.st_uid == 0 || status.st_uid == geteuid();
+  return !is_ours || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
+}
+
+pub_file pub_util_fopen_shared(const char* path, int flags) {
+  if (pub_util_is_replaceable(path)) flags |= O_NOFOLLOW | O_NONBLOCK;
+  pub_fd fd(open(path, flags | O_NOCTTY | O_CLOEXEC, NEW_FILE_MODE));
+  if (!fd) return nullptr;
+  const pub_gate_pass pass;
+  pub_file file(fdopen(fd.get(), (flags & O_APPEND) != 0 ? "a+" : "r"));
+  if (file) fd.release();
+  return file;
+}
+
+pub_fd pub_util_create_shared(const char* path) {
+  unlink(path);
+  return pub_fd(open(path, O_WRONLY | O_CREAT | O_EXCL | O_NOCTTY | O_CLOEXEC, NEW_FILE_MODE));
+}
+
+int pub_util_scan_number(std::FILE* file, std::int32_t* value) {
+  std::int64_t number = 0;
+  const int count = std::fscanf(file, "%" SCNd64, &number);
+  if (count == 1) *value = static_cast<std::int32_t>(number);
+  return count;
+}
+
+int pub_util_scan_number(std::FILE* file, std::uint32_t* value) {
+  std::uint64_t number = 0;
+  const int count = std::fscanf(file, "%" SCNu64, &number);
+  if (count == 1) *value = static_cast<std::uint32_t>(number);
+  return count;
 }
 
 void pub_shared_fd::take(pub_fd fd) {
@@ -75,7 +139,7 @@ int pub_util_run_command(const char* command) {
   sigset_t none;
   sigemptyset(&none);
   posix_spawnattr_setsigmask(&attributes, &none);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+  posix_spawnattr_setflags(&attributes, static_cast<short>(POSIX_SPAWN_SETSIGMASK | leave_real_time(attributes)));
 
   const char* const arguments[] = {"sh", "-c", command, nullptr};
   pid_t child = 0;

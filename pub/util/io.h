@@ -15,9 +15,14 @@
 
 // Owns a FILE; closes it at the end of its scope.
 struct pub_file_closer {
-  void operator()(std::FILE* file) const { std::fclose(file); }
+  void operator()(std::FILE* file) const;
 };
 using pub_file = std::unique_ptr<std::FILE, pub_file_closer>;
+
+// fscanf(3) of one decimal number, which stops at the ends of 64 bits and is cut to 32 then, on every processor. Gives
+// fscanf's result: 1 when there was one.
+int pub_util_scan_number(std::FILE* file, std::int32_t* value);
+int pub_util_scan_number(std::FILE* file, std::uint32_t* value);
 
 // Owns a descriptor that threads share, a link: any of them may look at its number, which is 0 or less when the link is
 // closed. Nothing is closed in a destructor: the process ends while threads are alive, and closes what is left then.
@@ -45,6 +50,17 @@ class pub_shared_fd {
 int pub_util_open(const char* path, int flags);
 // fopen(3), closed on exec. Null and errno on failure.
 pub_file pub_util_fopen(const char* path, const char* mode);
+
+// Whether others may put another file in the place of this one: its folder is writable to them, as /tmp is, or belongs
+// to one who is neither root nor the service's user. True when that cannot be found out.
+bool pub_util_is_replaceable(const char* path);
+// The same for a file that others may replace: what stands there under the name is then opened only when it is no link
+// (ELOOP), and without waiting, also when it is a named pipe. flags as for open(2): O_RDONLY, or
+// O_RDWR | O_APPEND | O_CREAT.
+pub_file pub_util_fopen_shared(const char* path, int flags);
+// A new file of one's own, writable: whatever stood under the name is taken away, not written to. An empty one
+// and errno on failure.
+pub_fd pub_util_create_shared(const char* path);
 
 // Waits for data, then reads once; a descriptor that is closed (below 1) gives EBADF. Gives the count read; 0 at once
 // when there is no room; -1 and errno on failure. A terminal whose other side has hung up gives -1 with EIO, as a

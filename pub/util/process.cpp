@@ -8,8 +8,10 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cinttypes>
 #include <cstring>
 
+#include "pub/gate.h"
 #include "pub/result.h"
 #include "pub/util/io.h"
 #include "pub/util/log-module.h"
@@ -22,24 +24,24 @@ void log_open_failure(const char* path) {
 }
 
 void cmd_line_path(char (&path)[40], std::int64_t pid) {
-  std::snprintf(path, sizeof path, "/proc/%ld/cmdline", static_cast<long>(pid));
+  std::snprintf(path, sizeof path, "/proc/%" PRId64 "/cmdline", pid);
 }
 
 // The pid in a pid file; false, logged, when there is none.
-bool read_pid(const char* pid_file, long& pid) {
-  const pub_file file = pub_util_fopen(pid_file, "r");
+bool read_pid(const char* pid_file, std::int64_t& pid) {
+  const pub_file file = pub_util_fopen_shared(pid_file, O_RDONLY);
   if (!file) {
     log_open_failure(pid_file);
     return false;
   }
-  const int count = std::fscanf(file.get(), "%ld", &pid);
+  const int count = std::fscanf(file.get(), "%" SCNd64, &pid);
   if (count == 1) return true;
   const int error = errno;
   LOG_LINE("fscanf() return: %d; %d - %s", count, error, std::strerror(error));
   return false;
 }
 
-bool runs_under_name(long pid, const char* name) {
+bool runs_under_name(std::int64_t pid, const char* name) {
   char path[40];
   cmd_line_path(path, pid);
   const pub_file file = pub_util_fopen(path, "r");
@@ -114,7 +116,7 @@ result_code_en pub_util_get_pid_and_check_run(const char* pid_file, const char* 
     return ERR_ARGUMENT;
   }
   LOG_LINE("pub_util_get_pid_and_check_run pid_file_ptr[%s] name_ptr[%s]", pid_file, name);
-  long found = 0;
+  std::int64_t found = 0;
   if (read_pid(pid_file, found) && runs_under_name(found, name)) {
     *is_run = 1;
     *pid = found;
@@ -126,18 +128,26 @@ result_code_en pub_util_get_pid_and_check_run(const char* pid_file, const char* 
 void pub_util_create_pid_file(const char* name) {
   pub_log_entry(k_log);
   if (pub_log_bad_arguments(k_log, {name == nullptr})) return;
-  char command[60];
+  char command[60];  // once a shell's, whose limit cuts a long name
   std::snprintf(command, 59, "echo %d > /tmp/%s.pid", getpid(), name);
-  if (pub_util_run_command(command) < 0) pub_log_sys_call(k_log, "system");
+  const pub_fd file = pub_util_create_shared(std::strchr(command, '/'));
+  if (!file) {
+    pub_log_sys_call(k_log, "open");
+  } else if (dprintf(file.get(), "%d\n", getpid()) < 0) {
+    pub_log_sys_call(k_log, "write");
+  }
   LOG_LINE("PID of %s: %d", name, getpid());
 }
 
 pid_t pub_util_fork() {
   pub_log_entry(k_log);
-  std::fflush(stdout);
-  pub_log_pause();
+  if (ftrylockfile(stdout) == 0) {  // a library may be printing, for as long as nobody reads that
+    std::fflush(stdout);
+    funlockfile(stdout);
+  }
+  pub_gate_close();
   const pid_t child = fork();
-  pub_log_resume(child == 0);
+  pub_gate_open(child == 0);
   return child;
 }
 

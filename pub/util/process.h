@@ -19,16 +19,18 @@ result_code_en pub_util_get_cmd_line(pid_t pid, char* buffer, std::uint32_t size
 // The folder of the running program, as its command line gives it. Codes as for pub_util_get_cmd_line.
 result_code_en pub_util_get_process_path(char* buffer, std::uint32_t size);
 
-// Whether the pid in a pid file belongs to a process whose command line's first word contains name: *is_run becomes 1
-// and *pid its number, else both 0. ERR_ARGUMENT for a null or empty argument, otherwise 0.
+// Whether the pid in a pid file, which may be no link, belongs to a process whose command line's first word contains
+// name: *is_run becomes 1 and *pid its number, else both 0. ERR_ARGUMENT for a null or empty argument, otherwise 0.
 result_code_en pub_util_get_pid_and_check_run(const char* pid_file, const char* name, std::int32_t* is_run,
                                               std::int64_t* pid);
 
-// Writes the pid of this process into "/tmp/<name>.pid". A failure is only logged.
+// Writes the pid of this process into "/tmp/<name>.pid", a new file: what others have put there under this name is
+// taken away. A failure is only logged.
 void pub_util_create_pid_file(const char* name);
 
-// fork(2) while no other thread writes a log line and no standard output is pending: the child, which has the calling
-// thread alone, can log, and prints nothing that the parent prints. Gives fork's result.
+// fork(2) while no other thread is in the platform's log or opens or closes a file, and no standard output is pending:
+// the child, which has the calling thread alone, can log and open files, and prints nothing that the parent prints.
+// Gives fork's result.
 pid_t pub_util_fork();
 
 // Takes note of the end of a child, whenever that comes, so that it does not stay a zombie: a thread waits for it.

@@ -17,35 +17,31 @@ namespace {
 
 constexpr std::uint32_t STOP_PAUSE_MS = 10;
 
-// Marks the handle when the thread leaves, by return or by SIGUSR1, unless somebody has cleared it before.
-class ended_marker {
- public:
-  explicit ended_marker(pub_thread_st& handle) : m_handle(handle), m_tid(gettid()) {
-    handle.m_is_ended = false;
-    handle.m_tid = m_tid;
-    handle.m_is_started = true;
-    handle.m_is_started.notify_all();
-  }
-  ~ended_marker() {
-    if (m_handle.m_tid == m_tid) m_handle.m_is_ended = true;
-  }
-  ended_marker(const ended_marker&) = delete;
-  ended_marker& operator=(const ended_marker&) = delete;
+void fill_in(pub_thread_st& handle) {
+  handle.m_is_ended = false;
+  handle.m_tid = gettid();
+  handle.m_is_started = true;
+  handle.m_is_started.notify_all();
+}
 
- private:
-  pub_thread_st& m_handle;
-  pid_t m_tid;
-};
+// Unless somebody has cleared the handle before.
+void mark_ended(void* argument) {
+  auto& handle = *static_cast<pub_thread_st*>(argument);
+  if (handle.m_tid == gettid()) handle.m_is_ended = true;
+}
 
 void ignore_wake_signal(int) {}
 
 void* run_thread(void* argument) {
   auto& handle = *static_cast<pub_thread_st*>(argument);
   void (*const entry)() = handle.m_entry;
-  const ended_marker marker(handle);
+  fill_in(handle);
+  // Runs by return and by SIGUSR1. A destructor would not: a thread that leaves unwinds nothing on a phone.
+  pthread_cleanup_push(mark_ended, &handle);
   pub_util_install_handler(PUB_WAKE_SIGNAL, ignore_wake_signal);
   pub_util_let_thread_signal_in();
   entry();
+  pthread_cleanup_pop(1);
   return nullptr;
 }
 

@@ -1,4 +1,5 @@
-// Worker threads: started detached, stopped by a signal at their next wait point, never joined.
+// Worker threads: started detached, stopped by a signal at their next wait point, never joined. A stopped worker runs
+// no destructors: what it owned stays until the process ends, and it is stopped only when that is about to happen.
 #pragma once
 
 #include <sys/types.h>

@@ -1,9 +1,10 @@
 // The wait points. The signal mask is open for as long as a call may wait and no longer: a signal that came before acts
-// at once, one that comes after waits for the next wait point. A worker may leave from here (SIGUSR1), so nothing here
-// may be called from a destructor or a noexcept function.
+// at once, one that comes after waits for the next wait point. A worker may leave from here (SIGUSR1), without
+// unwinding: nothing above a wait may count on a destructor then.
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>

@@ -16,7 +16,7 @@ int station_run(const std::vector<std::string>& arguments, const station_io_st& 
   if (options.m_task == station_task_en::EXPLAIN) return station_print_explanation(options, io);
   station_run_st run(options, io);
   if (options.m_task == station_task_en::WAIT) return run.wait_for_phone();
-  if (options.m_word != nullptr && options.m_word->is_sending()) {
+  if (options.m_word != nullptr) {
     // What cannot be sent is refused before the port is touched.
     station_outcome_st outcome;
     outcome.m_message = station_check_arguments(*options.m_word, options.m_arguments, options.wishes());

@@ -16,7 +16,7 @@
 namespace {
 
 constexpr unsigned LONGEST_TIMEOUT_MS = 24 * 3600 * 1000;
-constexpr int MANY = 1000;
+constexpr int MANY = CLI::detail::expected_max_vector_size;
 
 std::string exit_code_help() {
   std::string help = "Exit codes:\n";
@@ -61,13 +61,17 @@ void add_write_options(CLI::App* command, const station_word_st& word, station_o
   const auto has = [&word](auto member) {
     return std::ranges::any_of(word.m_operations, [member](const auto& row) { return member(row); });
   };
-  if (has([](const auto& row) { return row.m_parameters[0] != nullptr; })) {
-    command->add_flag("--force", options->m_arguments.m_is_forced, "Send values that are known to be wrong");
-  }
+  command->add_flag("--force", options->m_arguments.m_is_forced,
+                    "Send it though a value is wrong, or the modem owes an earlier answer");
   if (!has([](const auto& row) { return row.m_read_back != nullptr; })) return;
   const bool is_usual = has([](const auto& row) { return row.m_is_identity; });
-  command->add_flag("--verify,!--no-verify", options->m_verify,
-                    is_usual ? "Read back what was written; usual" : "Read back what was written");
+  auto* verify = command->add_flag_callback(
+      "--verify", [options] { options->m_verify = true; },
+      is_usual ? "Read back what was written; usual" : "Read back what was written");
+  command
+      ->add_flag_callback(
+          "--no-verify", [options] { options->m_verify = false; }, "Do not read it back")
+      ->excludes(verify);
 }
 
 void add_word(CLI::App* app, const station_word_st& word, station_options_st* options) {
@@ -78,23 +82,21 @@ void add_word(CLI::App* app, const station_word_st& word, station_options_st* op
   if (word.m_most != 0) {
     const std::string usage = station_usage(word);
     const bool has_operations = !word.m_operations.empty();
-    // The operations know best what is missing or too much.
+    // The operations know best what is missing or too much. Where extra arguments are on, the parser splits "[a,b]".
+    const std::size_t most = has_operations ? MANY : word.m_most;
     command
         ->add_option(has_operations ? "ARGUMENT" : usage.substr(0, usage.find(' ')), options->m_arguments.m_words,
                      usage)
-        ->required(!has_operations && word.m_least != 0)
-        ->expected(has_operations ? 0 : static_cast<int>(word.m_least),
-                   has_operations ? MANY : static_cast<int>(word.m_most))
+        ->expected(static_cast<int>(has_operations ? 1 : word.m_least), static_cast<int>(most))
         ->type_name("")
-        ->allow_extra_args(has_operations ||
-                           word.m_most > word.m_least);  // where this is on, the parser splits "[a,b]"
+        ->allow_extra_args(has_operations || word.m_most > word.m_least);
   }
   if (word.m_can_be_raw) command->add_flag("--raw", options->m_arguments.m_is_raw, "Send the text without a CR");
   if (!word.m_operations.empty()) {
     command->add_flag("--frame", options->m_arguments.m_is_frame, "Send a frame where AT text would do");
   }
   if (word.is_sending()) command->add_flag("--no-wait", options->m_no_wait, "Send and wait for nothing");
-  add_write_options(command, word, options);
+  if (word.is_sending()) add_write_options(command, word, options);
   command->callback([&word, options] {
     options->m_word = &word;
     options->m_name = word.m_name;
@@ -160,6 +162,8 @@ std::string explain_error(const CLI::App& app, const CLI::ParseError& error,
 // What the parser cannot know; empty when nothing is wrong.
 std::string check_together(const station_options_st& options, bool is_shell_line) {
   if (options.m_no_wait && options.m_expect != 0) return "--no-wait and --expect exclude each other";
+  const auto& words = options.m_arguments.m_words;
+  if (options.m_task != station_task_en::WORD && !words.empty()) return fmt::format("'{}' is too much", words.front());
   if (options.m_task == station_task_en::EXPLAIN) return {};
   const bool has_port = !options.path().empty();
   return has_port || is_shell_line ? "" : "one of --port and --app is required";
@@ -189,6 +193,10 @@ std::optional<int> station_parse(std::vector<std::string> arguments, const stati
   add_common_options(&app, options);
   for (const auto& word : station_words()) add_word(&app, word, options);
   add_tasks(&app, is_shell_line, options);
+  // What follows "--" is the word's, whatever it looks like; the parser would take it for the word itself in places.
+  const auto dashes = std::ranges::find(arguments, "--");
+  const std::vector<std::string> rest(dashes == arguments.end() ? dashes : dashes + 1, arguments.end());
+  arguments.erase(dashes, arguments.end());
   try {
     auto reversed = arguments;
     std::ranges::reverse(reversed);  // the parser takes them from the back
@@ -200,6 +208,8 @@ std::optional<int> station_parse(std::vector<std::string> arguments, const stati
     options->m_json = options->m_json || std::ranges::find(arguments, "--json") != arguments.end();
     return refuse(io, *options, explain_error(app, error, arguments));
   }
+  auto& words = options->m_arguments.m_words;
+  words.insert(words.end(), rest.begin(), rest.end());
   options->m_arguments.m_form = options->is_app() ? stream_form_en::BARE : stream_form_en::WRAPPED;
   const std::string wrong = check_together(*options, is_shell_line);
   return wrong.empty() ? std::nullopt : std::optional(refuse(io, *options, wrong));

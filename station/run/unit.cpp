@@ -88,7 +88,6 @@ class unit_st {
   void run_group(const plan_group_st& group, std::span<record_step_st> steps) {
     if (group.m_skip_if && is_true(*group.m_skip_if)) {
       for (auto& step : steps) skip(&step, "the group is left out");
-      keep(false);
       return;
     }
     verdict_en worst = verdict_en::PASS;
@@ -140,6 +139,7 @@ class unit_st {
   void skip(record_step_st* step, const std::string& why) {
     step->m_verdict = verdict_en::SKIPPED;
     step->m_message = why;
+    keep(false);
     tell(m_watcher.m_on_end, *step);
   }
 
@@ -152,7 +152,6 @@ class unit_st {
     const plan_step_st& plan = step->m_step;
     if (plan.m_is_skipped || (plan.m_skip_if && is_true(*plan.m_skip_if))) {
       skip(step, plan.m_is_skipped ? "left out by the plan" : "its skip_if is true");
-      keep(false);
       return;
     }
     tell(m_watcher.m_on_begin, *step);
@@ -168,8 +167,9 @@ class unit_st {
     });
     step->m_message = last.m_message;
     if (worst == verdict_en::ABORTED) m_record.m_is_aborted = true;
-    tell(m_watcher.m_on_end, *step);
+    // Nobody is told of a step that a power cut could still take back.
     keep(false);
+    tell(m_watcher.m_on_end, *step);
   }
 
   // One repetition with its tries; gives the last one's verdict.

@@ -42,17 +42,15 @@ int milliseconds_until(station_time deadline) {
   return static_cast<int>(std::min<std::int64_t>(std::chrono::ceil<std::chrono::milliseconds>(left).count(), INT_MAX));
 }
 
-// The mark is a control character that Linux has no use for and that every program leaves as it is. Any other value of
-// it is no mark.
+// The mark is a control character that Linux has no use for and that every program leaves as it is.
 constexpr std::size_t MARK_PLACE = VDISCARD;
 constexpr cc_t MARK_BASE = 0xD0;
 constexpr cc_t UNMARKED = 0x0F;  // as a fresh terminal has it
 
 station_doubt_en doubt_of(const termios& line) {
   const cc_t mark = line.c_cc[MARK_PLACE];
-  if (mark == MARK_BASE + static_cast<cc_t>(station_doubt_en::PHONE)) return station_doubt_en::PHONE;
-  const bool is_modem = mark == MARK_BASE + static_cast<cc_t>(station_doubt_en::MODEM);
-  return is_modem ? station_doubt_en::MODEM : station_doubt_en::NONE;
+  const bool is_mark = mark >= MARK_BASE && mark < MARK_BASE + static_cast<cc_t>(station_doubt_en::UNKNOWN);
+  return is_mark ? static_cast<station_doubt_en>(mark - MARK_BASE) : station_doubt_en::UNKNOWN;
 }
 
 bool is_later(int error_number) {
@@ -147,7 +145,7 @@ void station_link_st::set_doubt(station_doubt_en doubt) {
   m_doubt = doubt;
   termios line{};
   if (::tcgetattr(m_fd, &line) != 0) return;
-  const bool is_marked = doubt != station_doubt_en::NONE;
+  const bool is_marked = doubt != station_doubt_en::UNKNOWN;
   line.c_cc[MARK_PLACE] = is_marked ? static_cast<cc_t>(MARK_BASE + static_cast<cc_t>(doubt)) : UNMARKED;
   ::tcsetattr(m_fd, TCSANOW, &line);
 }

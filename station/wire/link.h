@@ -12,7 +12,12 @@
 using station_time = std::chrono::steady_clock::time_point;
 
 // Whose answer may still come to a request that was given up.
-enum class station_doubt_en : std::uint8_t { NONE, PHONE, MODEM };
+enum class station_doubt_en : std::uint8_t {
+  NONE,
+  PHONE,
+  MODEM,    // or the phone's
+  UNKNOWN,  // no station had the line before
+};
 
 class station_link_st {
  public:
@@ -54,7 +59,7 @@ class station_link_st {
 
   std::string m_path;
   std::string m_error;
-  station_doubt_en m_doubt = station_doubt_en::NONE;
+  station_doubt_en m_doubt = station_doubt_en::UNKNOWN;
   int m_fd = -1;
   int m_stop_fd = -1;
   bool m_is_exclusive = false;

@@ -50,6 +50,7 @@ std::string station_check_arguments(const station_word_st& word, const station_a
   station_request_st request;
   std::string wrong = station_build(word, arguments, &request);
   if (!wrong.empty()) return wrong;
+  if (!word.is_sending()) return {};
   if (station_wire_bytes(request, arguments.m_form).empty()) return "the frame is too long to be sent";
   if (wishes.m_no_wait && wishes.m_verify.value_or(false)) return "--no-wait and --verify exclude each other";
   const auto reading = reading_of(word, arguments, wishes);
@@ -66,12 +67,17 @@ station_outcome_st station_exchange_st::failed(station_exit_en code) const {
   return outcome;
 }
 
-// Only where OK alone is the answer can a late one of the modem do harm: everything else is known by what it holds.
-station_exit_en station_exchange_st::come_into_step(const station_request_st& request, bool is_forced,
-                                                    const station_wishes_st& wishes, station_outcome_st* outcome) {
-  if (m_session->drain() && m_link->doubt() == station_doubt_en::NONE) m_link->set_doubt(station_doubt_en::PHONE);
-  if (m_link->doubt() == station_doubt_en::NONE) return STATION_OK;
+// Only where OK alone is the answer can a late one do harm: everything else is known by what it holds. So such a word
+// also makes sure of a line that it knows nothing about; what the user wrote goes to such a line as it is.
+station_exit_en station_exchange_st::come_into_step(const station_word_st& word, const station_request_st& request,
+                                                    bool is_forced, const station_wishes_st& wishes,
+                                                    station_outcome_st* outcome) {
+  const bool has_owed = m_session->drain();
+  if (has_owed && m_link->doubt() != station_doubt_en::MODEM) m_link->set_doubt(station_doubt_en::PHONE);
   const bool is_ok_alone = !request.m_is_frame && request.m_value.m_line == nullptr;
+  const bool is_unknown = m_link->doubt() == station_doubt_en::UNKNOWN;
+  if (m_link->doubt() == station_doubt_en::NONE) return STATION_OK;
+  if (is_unknown && (!is_ok_alone || word.m_build != nullptr)) return STATION_OK;
   const auto deadline = std::chrono::steady_clock::now() + wishes.m_timeout;
   station_exit_en result = station_come_into_step(m_link, m_session, m_form, is_ok_alone && !is_forced, deadline);
   if (result == STATION_OK) return result;
@@ -85,7 +91,7 @@ station_exit_en station_exchange_st::come_into_step(const station_request_st& re
 station_outcome_st station_exchange_st::ask(const station_word_st& word, const station_request_st& request,
                                             bool is_forced, const station_wishes_st& wishes) {
   station_outcome_st outcome;
-  if (come_into_step(request, is_forced, wishes, &outcome) != STATION_OK) return outcome;
+  if (come_into_step(word, request, is_forced, wishes, &outcome) != STATION_OK) return outcome;
   const station_doubt_en before = m_link->doubt();
   const bool is_modems = request.m_is_modems || before == station_doubt_en::MODEM;
   m_link->set_doubt(is_modems ? station_doubt_en::MODEM : station_doubt_en::PHONE);

@@ -28,8 +28,8 @@ class station_exchange_st {
                          const station_wishes_st& wishes);
 
  private:
-  station_exit_en come_into_step(const station_request_st& request, bool is_forced, const station_wishes_st& wishes,
-                                 station_outcome_st* outcome);
+  station_exit_en come_into_step(const station_word_st& word, const station_request_st& request, bool is_forced,
+                                 const station_wishes_st& wishes, station_outcome_st* outcome);
   station_outcome_st ask(const station_word_st& word, const station_request_st& request, bool is_forced,
                          const station_wishes_st& wishes);
   station_outcome_st failed(station_exit_en code) const;

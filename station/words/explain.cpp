@@ -30,9 +30,7 @@ std::size_t distance(std::string_view left, std::string_view right) {
 
 bool is_near(std::string_view word, std::string_view name) {
   constexpr std::size_t TYPING_ERRORS = 2;
-  if (name.size() > 2 && (word.find(name) != std::string_view::npos || name.find(word) != std::string_view::npos)) {
-    return true;
-  }
+  if (name.size() > 2 && word.find(name) != std::string_view::npos) return true;
   return distance(word, name) <= std::min(TYPING_ERRORS, name.size() / 2);
 }
 

@@ -84,10 +84,25 @@ const station_word_st* station_find_word(std::string_view name) {
   return found == words.end() ? nullptr : &*found;
 }
 
+namespace {
+
+std::string check_count(const station_word_st& word, const station_arguments_st& arguments) {
+  const auto& words = arguments.m_words;
+  const std::string usage = fmt::format("usage: {} {}", word.m_name, word.m_usage);
+  if (words.size() > word.m_most) return fmt::format("{}: '{}' is too much; {}", word.m_name, words.back(), usage);
+  const std::string first = std::string(word.m_usage).substr(0, std::string_view(word.m_usage).find(' '));
+  return words.size() >= word.m_least ? "" : fmt::format("{}: {} is missing; {}", word.m_name, first, usage);
+}
+
+}  // namespace
+
 std::string station_build(const station_word_st& word, const station_arguments_st& arguments,
                           station_request_st* request) {
-  std::string wrong =
-      word.m_build != nullptr ? word.m_build(arguments, request) : station_build_operation(word, arguments, request);
+  if (!word.m_operations.empty()) return station_build_operation(word, arguments, request);
+  std::string wrong = check_count(word, arguments);
+  if (!wrong.empty() || word.m_build == nullptr) return wrong;
+  wrong = word.m_build(arguments, request);
   const bool is_lost = wrong.empty() && !request->m_is_frame && arguments.m_form == stream_form_en::BARE;
-  return is_lost ? "text goes to the PC link: use --port" : wrong;
+  if (is_lost) wrong = "text goes to the PC link: use --port";
+  return wrong.empty() ? wrong : fmt::format("{}: {}", word.m_name, wrong);
 }

@@ -100,9 +100,11 @@ entrants start_relaying(const programs_st& programs) {
   all.push_back(start_relay(programs, "minimal relay, two blocking threads", "threads"));
   all.push_back(start_relay(programs, "minimal relay once more (noise)", "threads"));
   all.push_back(start_relay(programs, "poll relay", "poll"));
-  all.push_back(start_socat());
-  all.push_back(start_ser2net(programs));
+  all.push_back(start_socat(false));
+  all.push_back(start_ser2net(programs, false));
   all.push_back(start_service(programs, "service, log filtered", true));
+  all.push_back(start_socat(true));
+  all.push_back(start_ser2net(programs, true));
   all.push_back(start_service(programs, "service, every line written to /dev/null", false));
   all.erase(std::remove(all.begin(), all.end(), nullptr), all.end());
   alarm(TIME_LIMIT_S);

@@ -52,24 +52,32 @@ entrant_ptr start_relay(const programs_st& programs, const std::string& name, co
   return made;
 }
 
-entrant_ptr start_socat() {
+entrant_ptr start_socat(bool is_logging) {
   if (!std::filesystem::exists(SOCAT)) return nullptr;
-  auto made = make_entrant("socat");
-  made->m_program.emplace(
-      std::vector<std::string>{SOCAT, made->m_pc.path() + ",rawer,noctty", made->m_modem.path() + ",rawer,noctty"});
+  auto made = make_entrant(is_logging ? "socat -x -v, to /dev/null" : "socat");
+  std::vector<std::string> command{SOCAT};
+  if (is_logging) command.insert(command.end(), {"-x", "-v"});
+  command.insert(command.end(), {made->m_pc.path() + ",rawer,noctty", made->m_modem.path() + ",rawer,noctty"});
+  made->m_program.emplace(command);
   return made;
 }
 
-entrant_ptr start_ser2net(const programs_st& programs) {
+entrant_ptr start_ser2net(const programs_st& programs, bool is_logging) {
   if (!std::filesystem::exists(SER2NET)) return nullptr;
-  auto made = make_entrant("ser2net");
-  const std::filesystem::path config = programs.m_folder / "ser2net.yaml";
+  auto made = make_entrant(is_logging ? "ser2net, hexadecimal trace to /dev/null" : "ser2net");
+  const std::filesystem::path config = programs.m_folder / (is_logging ? "ser2net-trace.yaml" : "ser2net.yaml");
   std::ofstream(config) << fmt::format(
       "%YAML 1.1\n---\n"
       "connection: &relay\n"
       "  accepter: conacc,serialdev,{},115200n81,local\n"
       "  connector: serialdev,{},115200n81,local\n",
       made->m_pc.path(), made->m_modem.path());
+  if (is_logging) {
+    std::ofstream(config, std::ios::app) << "  options:\n"
+                                            "    trace-both: /dev/null\n"
+                                            "    trace-both-hexdump: true\n"
+                                            "    trace-both-timestamp: true\n";
+  }
   made->m_program.emplace(std::vector<std::string>{SER2NET, "-n", "-u", "-c", config});
   return made;
 }

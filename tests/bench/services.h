@@ -34,8 +34,8 @@ entrant_ptr start_service(const programs_st& programs, const std::string& name, 
 // "threads" or "poll".
 entrant_ptr start_relay(const programs_st& programs, const std::string& name, const std::string& kind);
 // Null when it is not installed.
-entrant_ptr start_socat();
-entrant_ptr start_ser2net(const programs_st& programs);
+entrant_ptr start_socat(bool is_logging);
+entrant_ptr start_ser2net(const programs_st& programs, bool is_logging);
 // Answers each request with these pieces.
 entrant_ptr start_replier(const programs_st& programs, const std::string& name,
                           const std::vector<std::vector<std::uint8_t>>& pieces);

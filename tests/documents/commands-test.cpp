@@ -33,9 +33,11 @@ TEST(Extraction, MarkedBlock_IsSkippedWithItsReason) {
   EXPECT_THAT(found.skipped, ElementsAre("amt-station a: needs a phone", "amt-station b: needs a phone"));
 }
 
-TEST(Extraction, ExpectedExitAndFiles_AreTaken) {
-  const auto found = commands_of("    amt-station x  # exit 7\n\n```python a.py\nprint(1)\n```\n");
+TEST(Extraction, ExpectedExitOutputAndFiles_AreTaken) {
+  const auto found =
+      commands_of("    amt-station x  # exit 7\n\n```text output\na\nb\n```\n\n```python a.py\nprint(1)\n```\n");
   ASSERT_EQ(found.commands.size(), 1u);
+  EXPECT_EQ(found.commands[0].output, "a\nb\n");
   EXPECT_EQ(found.commands[0].text, "amt-station x");
   EXPECT_EQ(found.commands[0].exit, 7);
   EXPECT_EQ(found.files.at("a.py"), "print(1)\n");
@@ -58,10 +60,15 @@ TEST_P(Document, PrintedCommands_Work) {
     }
     const auto result = reader.type(reader.prepare(command.text));
     EXPECT_EQ(result.exit, command.exit) << result.output;
+    if (command.output) {
+      EXPECT_EQ(result.output, *command.output);
+    }
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Kept, Document, testing::Values("README.md", "docs/station.md", "docs/virtual-phone.md"),
+INSTANTIATE_TEST_SUITE_P(Kept, Document,
+                         testing::Values("README.md", "docs/station.md", "docs/virtual-phone.md", "docs/usb-start.md",
+                                         "docs/first-hour.md", "docs/device-tests.md"),
                          [](const auto& one) {
                            std::string name = std::filesystem::path(one.param).stem();
                            std::erase_if(name, [](char c) { return c == '-'; });

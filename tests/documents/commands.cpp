@@ -30,7 +30,9 @@ class extraction {
   void take_line(const std::string& line) {
     std::smatch match;
     if (line.starts_with("```")) return take_fence(line);
-    if (!m_file.empty()) {
+    if (m_is_output) {
+      *m_found.commands.back().output += line + "\n";
+    } else if (!m_file.empty()) {
       m_found.files[m_file] += line + "\n";
     } else if (m_is_fenced) {
       take_command(line);
@@ -51,6 +53,8 @@ class extraction {
     std::smatch match;
     m_is_fenced = !m_is_fenced;
     m_file = m_is_fenced && std::regex_match(line, match, FILE_BLOCK) ? match[1].str() : "";
+    m_is_output = m_is_fenced && line == "```text output" && !m_found.commands.empty();
+    if (m_is_output) m_found.commands.back().output = "";
     if (!m_is_fenced) m_reason.clear();
   }
   void take_command(std::string text) {
@@ -70,6 +74,7 @@ class extraction {
   std::string m_reason;
   std::string m_file;
   bool m_is_fenced = false;
+  bool m_is_output = false;
   bool m_is_block = false;
 };
 

@@ -2,13 +2,15 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
 // A line of a block that begins with a program of this project, without the explanation that may stand behind it.
 struct printed_command {
   std::string text;
-  int exit = 0;  // "# exit 7" behind the command
+  int exit = 0;                       // "# exit 7" behind the command
+  std::optional<std::string> output;  // a block that begins "```text output" after the command's: all that it prints
 };
 
 struct printed {

@@ -39,18 +39,20 @@ std::string station(const row& fault) {
 TEST(FaultsTable, EachRow_IsAsItSays) {
   const auto rows = rows_of(handset::read_whole_file(SOURCE_FOLDER "/docs/virtual-phone.md").value());
   ASSERT_GE(rows.size(), 12u);
+  reader reader;
+  reader.start_phone("handset run");
+  EXPECT_EQ(reader.type(reader.prepare("amt-station --port /dev/ttyUSB0 version whole")).exit, 0);  // it serves
   for (const auto& fault : rows) {
     SCOPED_TRACE(fault.fault);
-    reader reader;
-    reader.start_phone("handset run");
     const auto before = reader.type(reader.prepare(station(fault)));
     EXPECT_EQ(before.exit, 0) << "before the fault: " << before.output;
+    const auto mark = reader.type("handset ctl log").output.size();
     EXPECT_EQ(reader.type("handset ctl " + fault.make).exit, 0);
     const auto seen = reader.type(reader.prepare(station(fault)));
     EXPECT_EQ(seen.exit, fault.exit) << seen.output;
-    EXPECT_NE(reader.type("handset ctl log").output.find(fault.log), std::string::npos);
+    EXPECT_NE(reader.type("handset ctl log").output.find(fault.log, mark), std::string::npos);
     EXPECT_EQ(reader.type("handset ctl " + fault.heal).exit, 0);
-    reader.type("sleep 3");  // what a slow modem still had to say
+    if (fault.word.starts_with("--timeout")) reader.type("sleep 3");  // what a slow modem still had to say
     const auto after = reader.type(reader.prepare(station(fault)));
     EXPECT_EQ(after.exit, 0) << "after its end: " << after.output;
   }

@@ -111,6 +111,12 @@ void reader::start_phone(const std::string& command) {
       << command << "\n"
       << content(output);
   m_mode = command.find("normal") == command.npos ? "pc" : "app";
+  if (command.find("--mode") != command.npos) return;
+  // The service may still be opening its terminal, which echoes until then.
+  std::smatch name;
+  static const std::regex named(R"(--name \S+)");
+  const std::string which = std::regex_search(command, name, named) ? name[0].str() + " " : "";
+  EXPECT_EQ(type("amt-station --port $(handset ctl " + which + "tty) wait-for-phone").exit, 0);
 }
 
 void reader::end_phones() {

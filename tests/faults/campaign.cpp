@@ -179,9 +179,9 @@ report play(const session_plan& plan, const std::optional<fault>& wanted, const 
     }
   }
   std::erase_if(found.findings, [&](const std::string& what) {
-    const char* weakness = weakness_of(found.made, what);
-    if (weakness != nullptr) found.known.emplace_back(weakness);
-    return weakness != nullptr;
+    const char* reason = design_behind(found.made, what);
+    if (reason != nullptr) found.by_design.emplace_back(reason);
+    return reason != nullptr;
   });
   return found;
 }

@@ -32,7 +32,7 @@ struct report {
   counts called{};
   std::string made;  // the line that the library has written down; empty: the call never came
   std::vector<std::string> findings;
-  std::vector<std::string> known;  // in place of findings: the weaknesses of harmless.h that they show
+  std::vector<std::string> by_design;  // in place of findings: the reasons of harmless.h
   complaints said;
   bool has_ended_early = false;
   std::string log;

@@ -15,14 +15,12 @@ struct harmless_row {
 
 constexpr char AGAIN[] = "an interrupted call is made again";
 constexpr char FLUSHED[] = "nothing was left to be written: a record is flushed before";
-constexpr char NO_EVENTS[] = "a socket that delivers nothing leaves the USB monitor waiting and the rest unharmed";
 constexpr char PROPERTY[] = "a file in place of the phone's own property service";
 constexpr char OWN_LINK[] = "only decides whether a link is another process's; then it is taken for the own";
 constexpr char BUFFER[] = "a stream without a buffer works byte by byte";
 
 constexpr harmless_row HARMLESS[] = {
     {"access", "/dev/ttyAPP", "only tells the log whether the link is there"},
-    {"bind", "", NO_EVENTS},
     {"chown", "/dev/ttyAPP", "not every system lets the service give its terminal away"},
     {"fclose", "", FLUSHED},
     {"fcntl", "/dev/null", "the descriptor is there all the same"},
@@ -53,7 +51,6 @@ constexpr harmless_row HARMLESS[] = {
     {"rename", "/data/property/", PROPERTY},
     {"sched_setscheduler", "", "needs a right that the virtual handset does not give, so it always fails there"},
     {"setsockopt", "", "the system's usual queue serves, too"},
-    {"socket", "", NO_EVENTS},
     {"stat", ".txt", "an item file whose mode is not known gets the usual one"},
     {"unlink", ".new", "there was none"},
     {"unlink", "/dev/ttyAPP", "there was none, or the link that is to come in its place is refused and that logged"},
@@ -61,36 +58,24 @@ constexpr harmless_row HARMLESS[] = {
     {"waitpid", "errno 4 ", AGAIN},
 };
 
-struct weakness_row {
+struct design_row {
   std::string_view function;
   std::string_view text;     // in the line that was written down
   std::string_view finding;  // in the finding
-  const char* weakness;
+  const char* reason;
 };
 
-constexpr char NO_APP_READER[] = "the service stays without a link when a new terminal cannot be made or waited for";
-constexpr char PART_OF_A_VALUE[] = "a record of one value keeps the part that was written before the disk was full";
-constexpr char SHORT_CONFIG[] = "a configuration that cannot be read to its end is taken for a shorter one";
-constexpr char HALF_A_COMMAND[] = "half a command on the AT link counts as sent, and its answer is waited for";
-constexpr char FOLDER_RIGHTS[] = "the rights of a new record folder are not checked";
-constexpr char OLD_WIFI_TEXT[] = "a WiFi driver's text without its source stays, unreported, when it cannot be opened";
+constexpr char NO_APP_READER[] =
+    "a terminal that cannot be made or waited for ends the application's link, and no more";
+constexpr char HALF_A_COMMAND[] =
+    "a command that the AT link took in part counts as sent, and its answer is waited for";
 
-constexpr weakness_row WEAKNESSES[] = {
-    {"chmod", "/dev/ttyAPP", "hangs", NO_APP_READER},
-    {"grantpt", "", "hangs", NO_APP_READER},
-    {"open", "/dev/ptmx", "hangs", NO_APP_READER},
-    {"ppoll", "/dev/pts/ptmx", "", NO_APP_READER},
-    {"ptsname_r", "", "hangs", NO_APP_READER},
-    {"symlink", "/dev/ttyAPP", "hangs", NO_APP_READER},
-    {"tcgetattr", "", "hangs", NO_APP_READER},
-    {"tcsetattr", "", "hangs", NO_APP_READER},
-    {"unlockpt", "", "hangs", NO_APP_READER},
-    {"fputs", "errno 0 ", "holds", PART_OF_A_VALUE},
-    {"fgets", ".cfg", "", SHORT_CONFIG},
-    {"write", "errno 0 ", "hangs: no answer", HALF_A_COMMAND},
-    {"posix_spawn", " /amt/", "the log says nothing", FOLDER_RIGHTS},
-    {"waitpid", "errno 10 ", "the log says nothing", FOLDER_RIGHTS},
-    {"fopen", "/data/misc/wifi/nvram.txt", "the log says nothing", OLD_WIFI_TEXT},
+constexpr design_row BY_DESIGN[] = {
+    {"chmod", "/dev/ttyAPP", "hangs", NO_APP_READER}, {"grantpt", "", "hangs", NO_APP_READER},
+    {"open", "/dev/ptmx", "hangs", NO_APP_READER},    {"ppoll", "/dev/pts/ptmx", "", NO_APP_READER},
+    {"ptsname_r", "", "hangs", NO_APP_READER},        {"symlink", "/dev/ttyAPP", "hangs", NO_APP_READER},
+    {"tcgetattr", "", "hangs", NO_APP_READER},        {"tcsetattr", "", "hangs", NO_APP_READER},
+    {"unlockpt", "", "hangs", NO_APP_READER},         {"write", "errno 0 ", "hangs: no answer", HALF_A_COMMAND},
 };
 
 template <typename Row>
@@ -114,11 +99,11 @@ bool may_lose_a_block(std::string_view made) {
          made.find("lcd-backlight") != made.npos;
 }
 
-const char* weakness_of(std::string_view made, std::string_view finding) {
-  const auto row = std::find_if(std::begin(WEAKNESSES), std::end(WEAKNESSES), [&](const weakness_row& each) {
+const char* design_behind(std::string_view made, std::string_view finding) {
+  const auto row = std::find_if(std::begin(BY_DESIGN), std::end(BY_DESIGN), [&](const design_row& each) {
     return fits(each, made) && finding.find(each.finding) != finding.npos;
   });
-  return row == std::end(WEAKNESSES) ? nullptr : row->weakness;
+  return row == std::end(BY_DESIGN) ? nullptr : row->reason;
 }
 
 }  // namespace faults

@@ -12,7 +12,7 @@ const char* reason_for_silence(std::string_view made);
 // Whether a station has to expect that the block under way is lost: its bytes did not get through a tty.
 bool may_lose_a_block(std::string_view made);
 
-// The known weakness that a finding shows; null: it is a new one.
-const char* weakness_of(std::string_view made, std::string_view finding);
+// The reason for which a finding is so by design; null: it is none of these.
+const char* design_behind(std::string_view made, std::string_view finding);
 
 }  // namespace faults

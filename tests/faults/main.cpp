@@ -46,7 +46,7 @@ struct function_facts {
   std::size_t failed = 0;
   std::size_t missed = 0;  // the call did not come this time
   std::size_t ended = 0;   // the service ended by itself
-  std::size_t known = 0;
+  std::size_t by_design = 0;
   std::size_t findings = 0;
 };
 
@@ -131,23 +131,23 @@ class campaign {
 
   std::size_t print() const {
     function_facts all;
-    std::printf("%-20s %6s %6s %6s %6s %8s\n", "function", "failed", "missed", "ended", "known", "findings");
+    std::printf("%-20s %6s %6s %6s %6s %8s\n", "function", "failed", "missed", "ended", "design", "findings");
     for (const auto& [index, facts] : m_facts) {
       print_row(std::string(NAMES[index]).c_str(), facts);
       all.failed += facts.failed;
       all.missed += facts.missed;
       all.ended += facts.ended;
-      all.known += facts.known;
+      all.by_design += facts.by_design;
       all.findings += facts.findings;
     }
     print_row("all", all);
-    for (const auto& [weakness, times] : m_weaknesses) std::printf("known, %d times: %s\n", times, weakness.c_str());
+    for (const auto& [reason, times] : m_reasons) std::printf("by design, %d times: %s\n", times, reason.c_str());
     return all.findings;
   }
 
  private:
   static void print_row(const char* name, const function_facts& facts) {
-    std::printf("%-20s %6zu %6zu %6zu %6zu %8zu\n", name, facts.failed, facts.missed, facts.ended, facts.known,
+    std::printf("%-20s %6zu %6zu %6zu %6zu %8zu\n", name, facts.failed, facts.missed, facts.ended, facts.by_design,
                 facts.findings);
   }
 
@@ -172,8 +172,8 @@ class campaign {
     ++(found.made.empty() ? facts.missed : facts.failed);
     if (found.has_ended_early) ++facts.ended;
     facts.findings += found.findings.size();
-    facts.known += found.known.size();
-    for (const auto& weakness : found.known) ++m_weaknesses[weakness];
+    facts.by_design += found.by_design.size();
+    for (const auto& reason : found.by_design) ++m_reasons[reason];
     for (const auto& what : found.findings) {
       std::printf("%s, %s: %s\n    %s", each.plan->name, show(each.wanted).c_str(), what.c_str(),
                   found.made.empty() ? "(nothing was made to fail)\n" : found.made.c_str());
@@ -185,7 +185,7 @@ class campaign {
   std::atomic<std::size_t> m_next{0};
   std::mutex m_mutex;
   std::map<std::size_t, function_facts> m_facts;
-  std::map<std::string, int> m_weaknesses;
+  std::map<std::string, int> m_reasons;
 };
 
 fault read_fault(const std::string& text) {
@@ -202,7 +202,7 @@ int play_one(const session_plan& plan, const std::string& text) {
   const report found = play(plan, read_fault(text), &known.usual);
   std::cout << found.log << "made to fail: " << found.made << "\n";
   for (const auto& what : found.findings) std::cout << "FINDING: " << what << "\n";
-  for (const auto& what : found.known) std::cout << "known: " << what << "\n";
+  for (const auto& what : found.by_design) std::cout << "by design: " << what << "\n";
   return found.findings.empty() ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 

@@ -115,6 +115,35 @@ INSTANTIATE_TEST_SUITE_P(Contents, StalePidFile,
                                            std::string(5000, '7')),
                          [](const auto& content) { return "no" + std::to_string(content.index); });
 
+// Process numbers are small and come again: the old file may name the very process that reads it.
+TEST(StalePidFileOfItsOwn, Found_DoesNotStopTheStart) {
+  auto options = raw_modem();
+  options.has_config = false;
+  handset::phone phone(options);
+  const auto started =
+      phone.exec({"/bin/sh", "-c", "echo $$ >/phone/bin/vx-kro-amt.pid; exec /phone/bin/vx-kro-amt"}).out;
+  EXPECT_NE(started.find("config over result=-118"), started.npos) << started;
+}
+
+// A signal that acted before the first wait point would end the service in the middle of something.
+TEST(Start, BeforeItsFirstWaitPoint_HoldsTheSignalsBackInEachThread) {
+  auto options = raw_modem();
+  options.has_config = false;
+  handset::phone phone(options);
+  const auto shell = [&phone](const std::string& script) { return phone.exec({"/bin/sh", "-c", script}).out; };
+  shell("mkfifo /phone/bin/vx-kro-amt.cfg");  // its opening waits for somebody who writes
+  phone.start();
+  ASSERT_TRUE(phone.wait_log("parse_amt_cfg()"));
+  std::istringstream masks(shell("sed -n 's/^SigBlk:[^0-9a-f]*//p' /proc/[0-9]*/task/*/status; sleep 0.1"));
+  constexpr std::uint64_t HELD = 1ULL << (SIGTERM - 1) | 1ULL << (SIGUSR1 - 1) | 1ULL << (SIGUSR2 - 1);
+  int held = 0;
+  std::string all;
+  for (std::string mask; masks >> mask; all += mask + "\n") held += (std::stoull(mask, nullptr, 16) & HELD) == HELD;
+  EXPECT_EQ(held, 2) << all;  // main, and the thread that takes the signals while main is busy
+  shell("echo >/phone/bin/vx-kro-amt.cfg");
+  EXPECT_TRUE(phone.wait_exit().has_value());
+}
+
 TEST(Configuration, Missing_FailsWithMinus118) {
   auto options = raw_modem();
   options.has_config = false;

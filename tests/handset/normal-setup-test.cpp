@@ -1,4 +1,7 @@
 // The platform set-up: the APP link and the modem's AT link come up, or the modem is missed.
+#include <gmock/gmock.h>
+
+#include "handset/hardware/devices.h"
 #include "tests/handset/app-phone.h"
 
 using namespace handset_test;
@@ -42,6 +45,22 @@ TEST(Platform, Terminal_BelongsToTheSystemAndTheRadioGroup) {
   start_app_serving(phone);
   const auto listed = phone.exec({"/bin/ls", "-lnL", "/dev/ttyAPP"}).out;
   EXPECT_TRUE(listed.starts_with("crw-rw---- 1 1000 1001 ")) << listed;
+}
+
+// What the sandbox cannot show, because it has no other user and group: who asked for what.
+TEST(Platform, OwnersAndGroups_AreGivenToFoldersTerminalAndReplacedFiles) {
+  auto options = platform();
+  options.files["/amt/product.txt"] = "1\n";
+  handset::phone phone(options);
+  start_app_serving(phone);
+  EXPECT_THAT(handset::owner_changes(phone.devices()),
+              testing::ElementsAre("/amt/BT -1 1001", "/amt/WIFI -1 1001", "/dev/ttyAPP 1000 1001"));
+  expect_answer(phone, frame(230, "EE 27 01 0400 01000000  EE 24 01 0400 01000000"), result_frame(231, "00000000"));
+  EXPECT_EQ(handset::owner_changes(phone.devices()).back(), "/amt/product.txt.new 1000 1001");
+  phone.close_app();
+  ASSERT_TRUE(phone.open_app());
+  EXPECT_EQ(handset::owner_changes(phone.devices()).back(), "/dev/ttyAPP 1000 1001");
+  end_with(phone, SIGTERM);
 }
 
 TEST(Platform, ServiceKilledAndStartedAgain_ReplacesTheStaleLink) {

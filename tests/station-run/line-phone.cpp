@@ -79,6 +79,8 @@ line_phone_st::line_phone_st(const temp_folder& folder, const std::string& name)
   EXPECT_TRUE(m_program.wait_output("Ctrl-C ends the phone")) << m_program.output();
   m_port = after(m_program.output(), "PC tty:");
   m_socket = after(m_program.output(), "control:");
+  beside_st wait({program("amt-station"), "--port", m_port, "wait-for-phone"}, m_log + ".wait");
+  EXPECT_EQ(wait.wait(), 0) << wait.output();
 }
 
 void line_phone_st::control(const std::vector<std::string>& words) const {

@@ -30,6 +30,13 @@ class Run : public LineTest {
     expect_valid_records();
   }
 
+  std::string step_verdicts() const {
+    const json kept = record();
+    std::string verdicts;
+    for (const auto& one : kept["steps"]) verdicts += one["verdict"].get<std::string>() + " ";
+    return verdicts;
+  }
+
   line_phone_st m_phone{m_folder, "run"};
 };
 
@@ -138,9 +145,7 @@ TEST_F(Run, OnFail_EndsTheGroupOrThePlan) {
                              step("d", fails + "on_fail = \"end_plan\"\n") + "[[group]]\nname = \"three\"\n" +
                              step("e", "word = \"adc\"\n") + "[[teardown]]\nname = \"f\"\nword = \"adc\"\n";
   EXPECT_EQ(run_steps(groups).m_status, 1);
-  std::string verdicts;
-  for (const auto& one : record()["steps"]) verdicts += one["verdict"].get<std::string>() + " ";
-  EXPECT_EQ(verdicts, "FAIL NOT_RUN FAIL FAIL NOT_RUN PASS ");
+  EXPECT_EQ(step_verdicts(), "FAIL NOT_RUN FAIL FAIL NOT_RUN PASS ");
   expect_valid_records();
 }
 
@@ -162,9 +167,7 @@ TEST_F(Run, SkipCondition_LooksAtVerdictsAndVariables) {
                             one_step("c", "word = \"adc\"\nskip_if = { variable = \"color\", not_equals = \"red\" }") +
                             one_step("d", "word = \"adc\"\nskip_if = { variable = \"color\", one_of = [\"red\"] }");
   EXPECT_EQ(run_steps(steps, "[variables]\ncolor = \"red\"\n").m_status, 0);
-  std::string verdicts;
-  for (const auto& one : record()["steps"]) verdicts += one["verdict"].get<std::string>() + " ";
-  EXPECT_EQ(verdicts, "PASS SKIPPED PASS SKIPPED ");
+  EXPECT_EQ(step_verdicts(), "PASS SKIPPED PASS SKIPPED ");
 }
 
 TEST_F(Run, SavedValue_IsUsedByALaterStep) {
@@ -225,9 +228,9 @@ TEST_F(Run, SeveralPhones_KeepTheirResultsApart) {
     kept[one["phone"]["name"]] =
         one["serial"].get<std::string>() + " " + one["verdict"].get<std::string>() + " " + step["value"].dump();
   }
-  EXPECT_EQ(kept["A"], "VXB0000001 PASS 2841");
-  EXPECT_EQ(kept["B"], "VXB0000001 FAIL 2222");
-  EXPECT_EQ(kept["C"], "VXB0000003 PASS 2841");
+  EXPECT_EQ(kept["A"], "VXB0000001 PASS 2841.0");
+  EXPECT_EQ(kept["B"], "VXB0000001 FAIL 2222.0");
+  EXPECT_EQ(kept["C"], "VXB0000003 PASS 2841.0");
   expect_valid_records();
 }
 

@@ -11,30 +11,24 @@
 #include <thread>
 
 #include "station/wire/exit-code.h"
+#include "station/words/operations.h"
 #include "station/words/words.h"
-#include "tests/station/phone-line.h"
+#include "tests/station/scripted-phone.h"
 
 namespace {
 
 using testing::ContainsRegex;
 using testing::HasSubstr;
 
-struct outcome_st {
-  int m_status;
-  std::string m_out;
-  std::string m_err;
-};
-
 outcome_st run(const std::vector<std::string>& arguments, int stop_fd = -1) {
-  std::ostringstream out;
-  std::ostringstream err;
-  const int status = station_run(arguments, {&out, &err, false, stop_fd});
-  return {status, out.str(), err.str()};
+  return run_station(arguments, stop_fd);
 }
 
 // A phone that waits for a request and answers it; what it received is checked against the request.
 class CommandLine : public testing::Test {
  protected:
+  void SetUp() override { m_phone.mark_in_step(); }
+
   outcome_st run_with_phone(std::vector<std::string> arguments, const byte_string& request, const byte_string& answer) {
     std::jthread phone([&] {
       EXPECT_EQ(m_phone.receive(request.size()), request);
@@ -69,7 +63,9 @@ TEST_F(CommandLine, Frame_IsSentWrappedAndItsAnswerShown) {
 TEST_F(CommandLine, ErrorAnswer_IsStatusSeven) {
   const auto got = run_with_phone({"frame", "45", "19:int=64"}, VERSION_REQUEST, VERSION_ERROR);
   EXPECT_EQ(got.m_status, 7);
-  EXPECT_EQ(got.m_err, "amt-station: error answer\n");
+  EXPECT_EQ(got.m_err,
+            "amt-station: error answer: result 1: the request failed\n"
+            "  hint: the phone's log shows why (logcat; on a virtual phone: handset ctl log)\n");
 }
 
 TEST_F(CommandLine, BadChecksum_IsStatusSix) {
@@ -81,7 +77,7 @@ TEST_F(CommandLine, BadChecksum_IsStatusSix) {
 TEST_F(CommandLine, NoAnswer_IsStatusFive) {
   const auto got = run_on_port({"frame", "45", "--timeout", "30"});
   EXPECT_EQ(got.m_status, 5);
-  EXPECT_EQ(got.m_err, "amt-station: no answer in the time given\n");
+  EXPECT_THAT(got.m_err, HasSubstr("amt-station: no answer in the time given\n  hint: is it the right port"));
 }
 
 TEST_F(CommandLine, PhoneHangsUp_IsStatusEight) {
@@ -140,17 +136,21 @@ TEST_F(CommandLine, Version_ShowsItsTextLast) {
 }
 
 TEST_F(CommandLine, Json_IsOneObjectALineAndAResult) {
-  const auto got = run_with_phone({"version", "64", "--json"}, VERSION_REQUEST, PRE_RESPONSE + VERSION_TEXT);
+  const byte_string request = bytes_from_hex("AABBCCDD 17000000 02000000 0F00BB2D0900 EE1301040010000000");
+  const auto got = run_with_phone({"version", "16", "--json"}, request, PRE_RESPONSE + VERSION_TEXT);
   EXPECT_EQ(got.m_status, 0);
   EXPECT_EQ(std::count(got.m_out.begin(), got.m_out.end(), '\n'), 4);
   EXPECT_THAT(got.m_out, HasSubstr("\"direction\":\"received\",\"kind\":\"pre-response\",\"hex\":"));
-  EXPECT_THAT(got.m_out, ContainsRegex("\n\\{\"kind\":\"result\",\"exit\":0,\"version\":\"V1.0\"\\}\n$"));
+  EXPECT_THAT(got.m_out, ContainsRegex("\n\\{\"kind\":\"result\",\"schema\":2,\"word\":\"version\",\"exit\":0,"
+                                       "\"value\":\"V1.0\",\"unit\":\"\"\\}\n$"));
 }
 
 TEST_F(CommandLine, JsonFailure_IsInTheResultToo) {
   const auto got = run_on_port({"at", "AT", "--timeout", "30", "--json"});
   EXPECT_EQ(got.m_status, 5);
-  EXPECT_THAT(got.m_out, HasSubstr(R"({"kind":"result","exit":5,"message":"no answer in the time given"})"));
+  EXPECT_THAT(
+      got.m_out,
+      HasSubstr(R"({"kind":"result","schema":2,"word":"at","exit":5,"message":"no answer in the time given","hint":)"));
 }
 
 TEST_F(CommandLine, Hex_ShowsTheBytes) {
@@ -194,7 +194,7 @@ TEST_F(CommandLine, Calibration_SendsItsFourValuesAfterTwoDashes) {
   const byte_string done = bytes_from_hex("AABBCCDD 17000000 02000000 0F00BBE30900 EE0101040000000000 42939452");
   const auto got = run_with_phone({"adc", "--json", "--", "set", "1", "-2", "3", "12"}, request, PRE_RESPONSE + done);
   EXPECT_EQ(got.m_status, 0);
-  EXPECT_THAT(got.m_out, HasSubstr("{\"kind\":\"result\",\"exit\":0}\n"));
+  EXPECT_THAT(got.m_out, HasSubstr("{\"kind\":\"result\",\"schema\":2,\"word\":\"adc\",\"exit\":0}\n"));
 }
 
 TEST_F(CommandLine, ConverterReading_IsInTheResult) {
@@ -204,7 +204,9 @@ TEST_F(CommandLine, ConverterReading_IsInTheResult) {
       bytes_from_hex("AABBCCDD 20000000 02000000 1800BBE11200 EE97010400100E0000 EE0101040000000000 518B9EAB");
   const auto got = run_with_phone({"adc", "get", "--json"}, request, PRE_RESPONSE + answer);
   EXPECT_EQ(got.m_status, 0);
-  EXPECT_THAT(got.m_out, HasSubstr("{\"kind\":\"result\",\"exit\":0,\"adc\":\"3600\"}\n"));
+  EXPECT_THAT(
+      got.m_out,
+      HasSubstr("{\"kind\":\"result\",\"schema\":2,\"word\":\"adc\",\"exit\":0,\"value\":3600,\"unit\":\"counts\"}\n"));
 }
 
 TEST_F(CommandLine, GpsTest_IsAnsweredWithTheIdOfGpsControl) {
@@ -287,21 +289,26 @@ TEST_F(ApplicationLink, Version_ShowsItsTextLast) {
       bytes_from_hex("2400BB2E1E00 EE1301040010000000 EE120307000D56312E300A0A EE0101040000000000");
   const auto got = run_with_phone({"version", "software", "--json"}, request, answer);
   EXPECT_EQ(got.m_status, 0);
-  EXPECT_THAT(got.m_out, ContainsRegex("\n\\{\"kind\":\"result\",\"exit\":0,\"version\":\"V1.0\"\\}\n$"));
+  EXPECT_THAT(got.m_out, ContainsRegex("\n\\{\"kind\":\"result\",\"schema\":2,\"word\":\"version\",\"exit\":0,"
+                                       "\"value\":\"V1.0\",\"unit\":\"\"\\}\n$"));
 }
 
 TEST_F(ApplicationLink, Word_IsAFrameAndItsValueIsInTheResult) {
   const auto got = run_with_phone({"card", "--json"}, bytes_from_hex("0600BB890000"),
                                   bytes_from_hex("1800BB8A1200 EE3701040000200000 EE0101040000000000"));
   EXPECT_EQ(got.m_status, 0);
-  EXPECT_THAT(got.m_out, HasSubstr("{\"kind\":\"result\",\"exit\":0,\"card\":\"8192\"}\n"));
+  EXPECT_THAT(
+      got.m_out,
+      HasSubstr("{\"kind\":\"result\",\"schema\":2,\"word\":\"card\",\"exit\":0,\"value\":8192,\"unit\":\"KiB\"}\n"));
 }
 
 TEST_F(ApplicationLink, FlagAsTheOnlyAtom_IsTheValue) {
   const auto got = run_with_phone({"sim-check", "--json"}, bytes_from_hex("0600BB630000"),
                                   bytes_from_hex("0C00BB640600 EE2904010000"));
   EXPECT_EQ(got.m_status, 0);
-  EXPECT_THAT(got.m_out, HasSubstr("{\"kind\":\"result\",\"exit\":0,\"sim-check\":\"0\"}\n"));
+  EXPECT_THAT(
+      got.m_out,
+      HasSubstr("{\"kind\":\"result\",\"schema\":2,\"word\":\"sim-check\",\"exit\":0,\"value\":0,\"unit\":\"\"}\n"));
 }
 
 TEST_F(ApplicationLink, CameraControl_ShowsItsResult) {
@@ -431,7 +438,7 @@ TEST(CommandLineWords, EveryRow_MakesSense) {
     EXPECT_TRUE(names.insert(word.m_name).second) << word.m_name;
     EXPECT_NE(std::string(word.m_help), "") << word.m_name;
     EXPECT_LE(word.m_least, word.m_most) << word.m_name;
-    EXPECT_EQ(word.m_most == 0, std::string(word.m_usage).empty()) << word.m_name;
+    EXPECT_EQ(word.m_most == 0, station_usage(word).empty()) << word.m_name;
   }
 }
 

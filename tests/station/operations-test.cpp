@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
 #include <set>
 
 #include "station/words/table.h"
@@ -85,11 +86,11 @@ TEST(OperationsText, EachCommand_GoesOutAsThePhoneReadsIt) {
       {"bt-address get", "AT^DBTADDR?\r"},
       {"bt-address set 001122334455", "AT^DBTADDR=\"001122334455\"\r"},
       {"wifi-address", "AT^DWIFIADDR?\r"},
-      {"wifi-address set 00:11:22:33:44:55", "AT^DWIFIADDR=\"00:11:22:33:44:55\"\r"},
+      {"wifi-address set 0011AAbb4455", "AT^DWIFIADDR=\"0011AAbb4455\"\r"},
       {"pcba-sn", "AT^DPCBACTRL=1\r"},
       {"pcba-sn set P123", "AT^DPCBACTRL=2,P123"},
       {"imei", "AT^DGSN?\r"},
-      {"imei set 123456789012345", "AT^DCGSNW=123456789012345\r"},
+      {"imei set 358240051111110", "AT^DCGSNW=358240051111110\r"},
       {"board-sn", "AT^DMSN\r"},
       {"board-sn set B77", "AT^DMSN=B77\r"},
       {"amt1-flag", "AT^DAMT1=2\r"},
@@ -123,13 +124,13 @@ struct frame_row_st {
 TEST(OperationsFrame, EachRequest_HasItsAtoms) {
   const frame_row_st rows[] = {
       {"bt-address", PC, "0F00BBAC0900 EE6E01040001000000"},
-      {"bt-address set AB", APP, "1600BBAC1000 EE6E01040002000000 EE6F0202004142"},
+      {"bt-address set 0123456789AB", APP, "2000BBAC1A00 EE6E01040002000000 EE6F020C00 303132333435363738394142"},
       {"wifi-address", PC, "0F00BBB90900 EE9801040000000000"},
-      {"wifi-address set AB", PC, "1600BBB91000 EE9801040001000000 EE990202004142"},
+      {"wifi-address set 0123456789AB", PC, "2000BBB91A00 EE9801040001000000 EE99020C00 303132333435363738394142"},
       {"pcba-sn", PC, "0C00BBC10600 EEBE03010001"},
       {"pcba-sn set AB", PC, "1300BBC10D00 EEBE03010002 EEBF0202004142"},
       {"imei", APP, "0600BB070000"},
-      {"imei set 12", APP, "0D00BB050700 EE150202003132"},
+      {"imei set 358240051111110", APP, "1A00BB051400 EE15020F00 333538323430303531313131313130"},
       {"board-sn", PC, "0600BB550000"},
       {"board-sn set 12", PC, "0D00BB570700 EE260202003132"},
       {"amt1-flag", APP, "0F00BBDB0900 EEC001040002000000"},
@@ -267,10 +268,10 @@ TEST(OperationsArguments, WrongOnes_AreRefused) {
                            "item write 37 1",
                            "item write 1 3",
                            "item write 1",
-                           "test-result read 100",
+                           "test-result read 20",
                            "test-result write 3",
-                           "test-result write 100 1",
-                           "test-result write 3 10",
+                           "test-result write 20 1",
+                           "test-result write 3 3",
                            "test-result write 3 1 "}) {
     EXPECT_NE(build(line, APP).m_wrong, "") << line;
   }
@@ -278,9 +279,8 @@ TEST(OperationsArguments, WrongOnes_AreRefused) {
                            "adc set -2147483649 2 3 4", "adc set 1 2 3 4x", "gps test 1", "bluetooth start now"}) {
     EXPECT_NE(build(line).m_wrong, "") << line;
   }
-  EXPECT_EQ(build("audio-loop on", APP).m_wrong, "audio-loop needs STATE on TYPE, off");
-  EXPECT_EQ(build("camera control 3", APP).m_wrong, "camera: CONTROL must be a number from 1 to 2");
-  EXPECT_EQ(build("bt-address put").m_wrong, "bt-address needs OPERATION get, set ADDRESS");
+  EXPECT_EQ(build("camera control 3", APP).m_wrong,
+            "camera: CONTROL must be a number from 1 to 2; --force sends it all the same");
 }
 
 struct limit_row_st {
@@ -290,10 +290,8 @@ struct limit_row_st {
 };
 
 TEST(OperationsArguments, TextThatThePhoneWouldCut_IsRefused) {
-  for (const auto& row : {limit_row_st{"bt-address set ", false, 19}, limit_row_st{"bt-address set ", true, 59},
-                          limit_row_st{"wifi-address set ", false, 19}, limit_row_st{"wifi-address set ", true, 59},
-                          limit_row_st{"pcba-sn set ", false, 29}, limit_row_st{"pcba-sn set ", true, 29},
-                          limit_row_st{"imei set ", false, 20}, limit_row_st{"board-sn set ", true, 20}}) {
+  for (const auto& row : {limit_row_st{"pcba-sn set ", false, 29}, limit_row_st{"pcba-sn set ", true, 29},
+                          limit_row_st{"board-sn set ", true, 20}}) {
     EXPECT_EQ(build(row.m_start + std::string(row.m_most, 'x'), PC, row.m_is_frame).m_wrong, "") << row.m_start;
     const std::string wrong = build(row.m_start + std::string(row.m_most + 1, 'x'), PC, row.m_is_frame).m_wrong;
     EXPECT_THAT(wrong, HasSubstr("must have 1 to " + std::to_string(row.m_most) + " characters")) << row.m_start;
@@ -301,20 +299,68 @@ TEST(OperationsArguments, TextThatThePhoneWouldCut_IsRefused) {
   EXPECT_NE(build("pcba-sn set ").m_wrong, "");
 }
 
+struct mistake_row_st {
+  const char* m_line;
+  const char* m_wrong;
+};
+
+TEST(OperationsArguments, Mistake_IsNamed) {
+  for (const auto& row : {
+           mistake_row_st{"bt-address put",
+                          "bt-address: there is no operation 'put'; usage: bt-address [get] | set ADDRESS"},
+           {"bt-address set", "bt-address: ADDRESS is missing; usage: bt-address [get] | set ADDRESS"},
+           {"bt-address get 1", "bt-address: '1' is too much; usage: bt-address [get] | set ADDRESS"},
+           {"gps", "gps: its operation is missing; usage: gps start | read SLOT | stop | test"},
+           {"gps read", "gps: SLOT is missing; usage: gps start | read SLOT | stop | test"},
+           {"wifi-tx 6 10", "wifi-tx: POWER is missing; usage: wifi-tx CHANNEL RATE (100 kbit/s) POWER (dBm) | off"},
+       }) {
+    EXPECT_EQ(build(row.m_line).m_wrong, row.m_wrong) << row.m_line;
+  }
+}
+
+TEST(OperationsArguments, AddressThatIsNotTwelveDigits_IsRefused) {
+  for (const char* address : {"00112233445", "0011223344556", "00112233445G", "00:11:22:33:44"}) {
+    for (const char* word : {"bt-address set ", "wifi-address set "}) {
+      EXPECT_EQ(build(std::string(word) + address).m_wrong,
+                std::string(word).substr(0, std::string(word).find(' ')) +
+                    ": ADDRESS must have exactly 12 hexadecimal digits; --force sends it all the same");
+    }
+  }
+}
+
+TEST(OperationsArguments, ImeiWithoutItsCheckDigit_IsRefused) {
+  EXPECT_EQ(build("imei set 358240051111110").m_wrong, "");
+  EXPECT_EQ(build("imei set 490154203237518").m_wrong, "");
+  for (const char* number : {"35824005111111", "3582400511111101", "35824005111111x", "+35824005111111"}) {
+    EXPECT_THAT(build(std::string("imei set ") + number).m_wrong, HasSubstr("must have exactly 15 digits")) << number;
+  }
+  EXPECT_THAT(build("imei set 358240051111111").m_wrong, HasSubstr("must end in its check digit, which is 0"));
+  EXPECT_THAT(build("imei set 490154203237511").m_wrong, HasSubstr("must end in its check digit, which is 8"));
+}
+
+TEST(OperationsArguments, ForcedValue_IsSentAsItIs) {
+  station_arguments_st arguments;
+  arguments.m_words = {"set", "12,\"3"};
+  arguments.m_is_forced = true;
+  station_request_st request;
+  EXPECT_EQ(station_build(*find_word("imei"), arguments, &request), "");
+  EXPECT_EQ(request.m_text, "AT^DCGSNW=12,\"3\r");
+}
+
 TEST(OperationsArguments, DescriptionThatThePhoneWouldCut_IsRefused) {
   EXPECT_EQ(build("test-result write 3 1 " + std::string(127, 'x'), APP).m_wrong, "");
   EXPECT_EQ(build("test-result write 3 1 " + std::string(128, 'x'), APP).m_wrong,
-            "test-result: DESCRIPTION must have 1 to 127 characters");
+            "test-result: DESCRIPTION must have 1 to 127 characters; --force sends it all the same");
 }
 
 TEST(OperationsArguments, CalibrationThatThePhoneWouldCut_IsRefused) {
   EXPECT_EQ(build("adc set -100000000 -200000000 -300000000 40000000").m_wrong, "");
   EXPECT_EQ(build("adc set -100000000 -200000000 -300000000 400000000").m_wrong,
-            "adc: the values must have at most 38 characters together");
+            "adc: the values must have at most 38 characters together; --force sends it all the same");
 }
 
 TEST(OperationsArguments, TextThatWouldEndTheCommand_GoesInAFrameOnly) {
-  for (const char* line : {"pcba-sn set A,B", "bt-address set A\"B", "imei set 1\r2", "pcba-sn set A\x7F"}) {
+  for (const char* line : {"pcba-sn set A,B", "pcba-sn set A\"B", "board-sn set 1\r2", "pcba-sn set A\x7F"}) {
     EXPECT_THAT(build(line).m_wrong, HasSubstr("can only go in a frame")) << line;
     EXPECT_EQ(build(line, PC, true).m_wrong, "") << line;
   }
@@ -380,12 +426,48 @@ TEST(OperationsValue, OtherFrameOrNoAtom_IsNone) {
   EXPECT_EQ(station_value(build("card", APP).m_request, {}), std::nullopt);
 }
 
+TEST(OperationsTable, EveryValue_HasItsParts) {
+  for (const auto& word : station_operation_words()) {
+    for (const auto& row : word.m_operations) {
+      EXPECT_TRUE(row.m_line == nullptr || !row.m_parts.empty()) << word.m_name << row.m_name;
+      EXPECT_TRUE(row.m_parts.empty() || row.m_answer_atoms[0] != 0) << word.m_name << row.m_name;
+      for (const auto& part : row.m_parts) EXPECT_NE(part.m_kind, station_kind_en::NONE) << word.m_name;
+    }
+  }
+}
+
+TEST(OperationsTable, EveryReadBack_IsAnOperationWithAValue) {
+  const std::vector<std::string> parameters = {"1", "2", "text"};
+  for (const auto& word : station_operation_words()) {
+    for (const auto& row : word.m_operations) {
+      if (row.m_read_back == nullptr) continue;
+      const station_read_back_st back = row.m_read_back(parameters);
+      std::span<const std::string> words(back.m_words);
+      std::string wrong;
+      const station_operation_st* reading = station_find_operation(word, &words, &wrong);
+      ASSERT_NE(reading, nullptr) << word.m_name << ": " << wrong;
+      EXPECT_NE(reading->kind(), station_kind_en::NONE) << word.m_name;
+    }
+  }
+}
+
+TEST(OperationsTable, EveryNumber_StatesItsUnit) {
+  const std::map<std::string, std::string> units = {
+      {"battery", "uV"}, {"adc", "counts"}, {"card", "KiB"}, {"sim-check", ""}, {"amt-support", ""}};
+  for (const auto& [name, unit] : units) {
+    EXPECT_EQ(find_word(name)->m_operations[0].kind(), station_kind_en::NUMBER) << name;
+    EXPECT_EQ(find_word(name)->m_operations[0].unit(), unit) << name;
+  }
+  EXPECT_STREQ(find_word("battery")->m_operations[1].unit(), "0.1 degC");
+  EXPECT_STREQ(find_word("gps")->m_operations[1].m_parts[1].m_unit.m_raw, "dB-Hz");
+}
+
 TEST(OperationsTable, EveryRow_CanBeAskedForOnSomeLink) {
   for (const auto& word : station_operation_words()) {
     ASSERT_FALSE(word.m_operations.empty()) << word.m_name;
     for (const auto& row : word.m_operations) {
       EXPECT_NE(row.m_links, station_links_en::NONE) << word.m_name << row.m_name;
-      EXPECT_THAT(word.m_usage, HasSubstr(row.m_name)) << word.m_name;
+      EXPECT_THAT(station_usage(word), HasSubstr(row.m_name)) << word.m_name;
     }
     const auto parameters = word.m_operations[0].m_parameters;
     EXPECT_TRUE(word.m_least != 0 || parameters[0] == nullptr) << word.m_name << " cannot stand alone";

@@ -1,7 +1,8 @@
 #include "amt/amt-handle/context/parameters.h"
 
 #include <algorithm>
-#include <climits>
+
+#include "pub/util/text.h"
 
 namespace {
 
@@ -47,19 +48,7 @@ std::optional<std::string_view> handle_amt_next_field_or_empty(std::optional<std
 }
 
 std::int32_t handle_amt_field_value(std::string_view field) {
-  field.remove_prefix(std::min(field.find_first_not_of(" \t\n\v\f\r"), field.size()));
-  const bool is_negative = field.starts_with('-');
-  if (is_negative || field.starts_with('+')) field.remove_prefix(1);
-  long value = 0;
-  for (const char digit : field) {
-    if (digit < '0' || digit > '9') break;
-    const int addend = is_negative ? '0' - digit : digit - '0';
-    if (__builtin_mul_overflow(value, 10L, &value) || __builtin_add_overflow(value, addend, &value)) {
-      value = is_negative ? LONG_MIN : LONG_MAX;  // where strtol stops, too
-      break;
-    }
-  }
-  return static_cast<std::int32_t>(value);
+  return pub_text_number(field);
 }
 
 std::optional<std::string_view> handle_amt_find_parameter(std::string_view received, std::string_view prefix) {

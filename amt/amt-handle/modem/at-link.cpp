@@ -274,14 +274,14 @@ result_code_en disable_unsolicited_code(int fd) {
 
 result_code_en write_at(const char* text, std::uint32_t length) {
   pub_log_entry(k_log);
-  std::printf("[%s:L%d]write_at: %.*s\n", __func__, __LINE__, text == nullptr ? 0 : whole(length),
-              text == nullptr ? "" : text);
+  pub_print("[%s:L%d]write_at: %.*s\n", __func__, __LINE__, text == nullptr ? 0 : whole(length),
+            text == nullptr ? "" : text);
   if (pub_log_bad_arguments({k_log, 931}, {text == nullptr, length == 0})) return ERR_ARGUMENT;
   const result_code_en found = find_lost_link();
   if (found != ERR_NONE) return found;
   const ssize_t written = write_link(text, length);
   const int error = errno;
-  std::printf("[%s]write_at return:%d\n", __func__, static_cast<int>(written));
+  pub_print("[%s]write_at return:%d\n", __func__, static_cast<int>(written));
   LOG_LINE("write_at write_len[%d]", static_cast<int>(written));
   if (written >= 0) {
     LOG_LINE("write_at ret_val[%d]", ERR_NONE);
@@ -302,13 +302,13 @@ result_code_en read_at(char* buffer, std::uint32_t length, std::uint32_t* read_l
   if (pub_log_bad_arguments({k_log, 1045}, {buffer == nullptr, length == 0, read_length == nullptr}))
     return ERR_ARGUMENT;
   *read_length = 0;
-  std::printf("[%s]read_at\n", __func__);
+  pub_print("[%s]read_at\n", __func__);
   const result_code_en awaited = await_answer();
   if (awaited != ERR_NONE) return awaited;
   const ssize_t count = read_link(buffer, length);
   const int error = errno;
   const auto shown = static_cast<std::uint32_t>(std::max(count, ssize_t{0}));
-  std::printf("[%s]read_at return:%.*s\n", __func__, whole(shown), buffer);
+  pub_print("[%s]read_at return:%.*s\n", __func__, whole(shown), buffer);
   LOG_LINE("read_at read_len_ptr[%d] buf_ptr[%.*s]", static_cast<int>(count), printable(shown), buffer);
   if (count >= 0) return finish_read(buffer, count, read_length);
 

@@ -61,7 +61,10 @@ void amt_modem_prepare(const char* format, ...) {
 }
 
 bool amt_modem_can_carry(std::string_view text) {
-  return std::none_of(text.begin(), text.end(), [](char c) { return (c >= 0 && c < ' ') || c == '\x7F'; });
+  return std::none_of(text.begin(), text.end(), [](char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte < ' ' || byte == 0x7F;
+  });
 }
 
 result_code_en amt_modem_send() {

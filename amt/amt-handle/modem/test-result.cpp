@@ -158,7 +158,7 @@ result_code_en amt_item_write_test_result(std::uint8_t link, amt_message_st* req
   LOG_LINE("amt_item_write_test_result station_num[%d] station_result[%d]", station, result);
   const auto index = static_cast<std::int32_t>(static_cast<std::uint32_t>(station) - 1);
   if (saveProductTestItem(index, result) != ERR_NONE) {
-    std::printf("[%s:L%d] write fail station_num: %d, station_result: %d\n", __func__, __LINE__, station, result);
+    pub_print("[%s:L%d] write fail station_num: %d, station_result: %d\n", __func__, __LINE__, station, result);
     pub_log_failure(k_log, ERR_INCOMPLETE, "amt_item_write_test_result write_item ret_val[%d]", ERR_INCOMPLETE);
     return amt_handle_send_rsp_err(link, response, AMT_WRITE_ITEM_RSPCMD, AMT_ERROR_MODEM);
   }

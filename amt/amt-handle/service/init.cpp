@@ -99,7 +99,7 @@ bool is_serial_setup_wanted(std::int32_t normal_mode) {
 void run_on_folder(const char* command_format, const char* path) {
   char command[99];
   std::snprintf(command, sizeof command, "%s %s", command_format, path);
-  pub_util_run_command(command);
+  if (pub_util_run_command(command) != 0) LOG_LINE("%s failed", command);
 }
 
 }  // namespace

@@ -12,7 +12,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <tuple>
 
 #include "amt/amt-handle/context/handle-context.h"
 #include "amt/amt-handle/context/log-module.h"
@@ -47,15 +46,19 @@ void enlarge_queue(int fd) {
   setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &QUEUE_BYTES, sizeof QUEUE_BYTES);
 }
 
-// Nothing is checked: a socket that never delivers leaves the monitor waiting, and the service unharmed.
+// A failure is only logged: a socket that never delivers leaves the monitor waiting, and the service unharmed.
 int open_event_socket() {
   const int fd = socket(AF_NETLINK, SOCK_DGRAM | SOCK_CLOEXEC, NETLINK_KOBJECT_UEVENT);
   sockaddr_nl address = {};
   address.nl_family = AF_NETLINK;
   address.nl_pid = static_cast<std::uint32_t>(getpid());
   address.nl_groups = 1;
+  if (fd < 0) {
+    pub_log_sys_call(k_log, "socket");
+    return fd;
+  }
   enlarge_queue(fd);
-  std::ignore = bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  if (bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) pub_log_sys_call(k_log, "bind");
   return fd;
 }
 

@@ -14,6 +14,7 @@
 #include "handset/hardware/preload/calls.h"
 #include "handset/hardware/preload/device.h"
 #include "handset/hardware/preload/full.h"
+#include "handset/hardware/preload/owners.h"
 
 namespace preload {
 
@@ -28,18 +29,21 @@ const device* device_at(const char* path) {
   return nullptr;
 }
 
-// Found by the name under which the descriptor was opened; which file lies under that name is the phone's business.
-const device* device_of(int fd) {
-  if (fd < 0) return nullptr;
+// The name under which a descriptor was opened, cut to the room; empty when there is none.
+call_text path_of(int fd) {
   const int error = errno;
   char link[32];
-  char path[64];
+  call_text path{};
   std::snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
-  const ssize_t length = ::readlink(link, path, sizeof path - 1);
+  const ssize_t length = fd < 0 ? -1 : ::readlink(link, path.data(), path.size() - 1);
   errno = error;
-  if (length < 0) return nullptr;
-  path[length] = '\0';
-  return device_at(path);
+  path[length < 0 ? 0 : static_cast<std::size_t>(length)] = '\0';
+  return path;
+}
+
+// Found by the name under which the descriptor was opened; which file lies under that name is the phone's business.
+const device* device_of(int fd) {
+  return device_at(path_of(fd).data());
 }
 
 const request* request_of(const device& played, unsigned long number) {
@@ -157,6 +161,9 @@ namespace {
 using open_function = int (*)(const char*, int, ...);
 using fopen_function = std::FILE* (*)(const char*, const char*);
 using ioctl_function = int (*)(int, unsigned long, ...);
+using chown_function = int (*)(const char*, uid_t, gid_t);
+using fchown_function = int (*)(int, uid_t, gid_t);
+using fchownat_function = int (*)(int, const char*, uid_t, gid_t, int);
 using mmap_function = void* (*)(void*, std::size_t, int, int, int, off_t);
 
 unsigned mode_of(int flags, va_list list) {
@@ -212,4 +219,25 @@ TAKEN_OVER void* mmap(void* address, std::size_t length, int protection, int fla
 TAKEN_OVER void* mmap64(void* address, std::size_t length, int protection, int flags, int fd, off64_t offset) noexcept {
   static const auto real = preload::next<mmap_function>("mmap64");
   return preload::map_device(fd, length, [=] { return real(address, length, protection, flags, fd, offset); });
+}
+
+TAKEN_OVER int chown(const char* path, uid_t user, gid_t group) noexcept {
+  static const auto real = preload::next<chown_function>("chown");
+  return preload::give_away(path, user, group, real(path, user, group));
+}
+
+TAKEN_OVER int fchown(int fd, uid_t user, gid_t group) noexcept {
+  static const auto real = preload::next<fchown_function>("fchown");
+  const int result = real(fd, user, group);
+  return preload::give_away(preload::path_of(fd).data(), user, group, result);
+}
+
+// chgrp(1) asks so.
+TAKEN_OVER int fchownat(int folder, const char* path, uid_t user, gid_t group, int flags) noexcept {
+  static const auto real = preload::next<fchownat_function>("fchownat");
+  const int result = real(folder, path, user, group, flags);
+  if (folder == AT_FDCWD || path[0] == '/') return preload::give_away(path, user, group, result);
+  preload::call_text whole = preload::path_of(folder);
+  preload::append(whole, "/%s", path);
+  return preload::give_away(whole.data(), user, group, result);
 }

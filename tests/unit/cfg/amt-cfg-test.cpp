@@ -7,6 +7,7 @@
 #include <string>
 
 #include "pub/result.h"
+#include "tests/unit/failing-calls.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
 #include "tests/unit/temp-folder.h"
@@ -224,8 +225,21 @@ TEST_F(AmtCfg, LinesBehindNoise_AreRead) {
   EXPECT_STREQ(g_amt_cfg.m_tty_pc_a, "/dev/a");
 }
 
-TEST_F(AmtCfg, Folder_GivesTheDefaults) {
-  EXPECT_EQ(amt_cfg_init(m_folder.path("").c_str()), ERR_NONE);
+TEST_F(AmtCfg, Folder_CannotBeRead) {
+  EXPECT_EQ(amt_cfg_init(m_folder.path("").c_str()), ERR_SYSTEM);
+  expect_reset();
+  EXPECT_THAT(m_log.texts(), ElementsAre("amt_cfg_init()", "parse_amt_cfg()", "sys call: fgets() failed! errno = 21",
+                                         failure_line("amt/amt-cfg", "parse_amt_cfg", ERR_SYSTEM, "21"),
+                                         "fail to read file: " + m_folder.path("")));
+}
+
+// Half a configuration would name half of the devices.
+TEST_F(AmtCfg, FileThatBreaks_CountsAsUnreadableWithTheDefaults) {
+  const std::string path = m_folder.write("amt.cfg", "vx.tty.pc=/dev/a\n" + std::string(100'000, '#'));
+  const breaking_file broken(1);
+  EXPECT_EQ(amt_cfg_init(path.c_str()), ERR_SYSTEM);
+  EXPECT_TRUE(m_log.has("[cfg]vx.tty.pc = /dev/a"));
+  EXPECT_EQ(m_log.last(), "fail to read file: " + path);
   expect_reset();
 }
 

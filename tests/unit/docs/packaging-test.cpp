@@ -1,49 +1,9 @@
-// packaging/ against the CMake build: a phone's image is built from the same sources, with the phone's platform.
+// packaging/vx-kro-amt.cfg: the service understands each line of it.
+#include <gtest/gtest.h>
+
 #include "amt/amt-cfg.h"
 #include "pub/result.h"
-#include "tests/unit/docs/text.h"
 #include "tests/unit/log-capture.h"
-
-namespace {
-
-std::set<std::string> sources_of_image() {
-  std::set<std::string> result;
-  for (const auto& path : matches(project_text("packaging/Android.bp"), "\"([^\"]+\\.cpp)\"")) {
-    EXPECT_TRUE(result.insert(path).second) << path << " is there twice";
-  }
-  return result;
-}
-
-// The sources that a CMake target of a folder lists.
-std::set<std::string> sources_of_target(const std::string& folder, const std::string& declaration) {
-  std::set<std::string> result;
-  const auto list = between(project_text(folder + "/CMakeLists.txt"), declaration, ")");
-  for (const auto& path : matches(list, "([a-z0-9/_-]+\\.cpp)")) result.insert(folder + "/" + path);
-  return result;
-}
-
-std::set<std::string> sources_of_service() {
-  auto result = sources_of_target("amt", "add_library(amt-codec STATIC");
-  result.merge(sources_of_target("amt", "add_library(amt-service STATIC"));
-  result.merge(sources_of_target("amt", "add_executable(vx-kro-amt "));
-  result.merge(sources_of_target("amt/amt-screen", "add_library(amt-screen STATIC"));
-  result.merge(sources_of_target("pub", "add_library(vx-kro-pub STATIC"));
-  return result;
-}
-
-}  // namespace
-
-TEST(Packaging, SourcesOfTheImage_AreThoseOfTheBuildWithThePhonesPlatform) {
-  auto expected = sources_of_service();
-  for (const auto& path : project_files("platform/phone", {".cpp"})) expected.insert(path);
-  EXPECT_EQ(sources_of_image(), expected);
-}
-
-TEST(Packaging, InitFile_StartsTheProgramInBothWays) {
-  const auto init = project_text("packaging/vx-kro-amt.rc");
-  EXPECT_EQ(matches(init, "\nservice [a-z-]+ ([^\n]*)"),
-            (std::vector<std::string>{"/system/bin/vx-kro-amt", "/system/bin/vx-kro-amt -u"}));
-}
 
 TEST(Packaging, SampleConfiguration_FillsEachFieldThatIsUsed) {
   const log_capture log;

@@ -34,6 +34,21 @@ constexpr pub_log_module_st k_log{"unit", "tests/two-processes"};
 
 constexpr int DEADLINE_MS = 20000;
 
+bool g_is_phones_fork = false;  // which frees no lock of a file in the child
+
+}  // namespace
+
+extern "C" {
+pid_t __real_fork();
+pid_t __wrap_fork();
+
+pid_t __wrap_fork() {
+  return g_is_phones_fork ? _Fork() : __real_fork();
+}
+}  // extern "C"
+
+namespace {
+
 // Runs `in_child` in a process that `make_process` forks and gives its result, or -1 when it had to be killed at the
 // deadline.
 template <typename Work>
@@ -109,6 +124,61 @@ TEST_F(TwoProcesses, Child_ForkedWhileOthersLog_CanLogAndForkAgain) {
     ASSERT_EQ(result, 7) << "fork " << i;
     m_log.clear();
   }
+}
+
+TEST_F(TwoProcesses, Child_ForkedWhileOthersOpenFiles_CanOpenFiles) {
+  g_is_phones_fork = true;
+  const busy_threads openers([] { pub_util_fopen("/dev/null", "r"); });
+  for (int i = 0; i < 200; ++i) {
+    ASSERT_EQ(run_in_child([] { return pub_util_fopen("/dev/null", "r") ? 7 : 1; }), 7) << "fork " << i;
+    m_log.clear();
+  }
+  g_is_phones_fork = false;
+}
+
+TEST_F(TwoProcesses, Child_ForkedWhileALibraryPrints_CanPrint) {
+  g_is_phones_fork = true;
+  std::atomic<bool> is_printing = false;
+  std::atomic<bool> is_enough = false;
+  std::thread library([&] {
+    flockfile(stdout);
+    is_printing = true;
+    is_printing.notify_all();
+    is_enough.wait(false);
+    funlockfile(stdout);
+  });
+  is_printing.wait(false);
+  EXPECT_EQ(run_in_child([] {
+              pub_print("child\n");
+              return 7;
+            }),
+            7);
+  is_enough = true;
+  is_enough.notify_all();
+  library.join();
+  g_is_phones_fork = false;
+}
+
+int g_end_of_the_childs_worker[2];
+
+void fork_then_return() {
+  if (amt_handle_fork() != 0) return;
+  std::thread([] {
+    const char is_marked = wait_for([] { return g_handle_context.m_pc_thread.m_is_ended.load(); }) ? 7 : 1;
+    _exit(write(g_end_of_the_childs_worker[1], &is_marked, 1) == 1 ? 0 : 1);
+  }).detach();
+}
+
+TEST_F(TwoProcesses, Worker_OfTheChild_IsMarkedWhenItEnds) {
+  ASSERT_EQ(pipe2(g_end_of_the_childs_worker, O_CLOEXEC), 0);
+  ASSERT_EQ(pub_util_start_thread(g_handle_context.m_pc_thread, fork_then_return), 0);
+  pollfd wanted = {g_end_of_the_childs_worker[0], POLLIN, 0};
+  ASSERT_EQ(poll(&wanted, 1, DEADLINE_MS), 1);
+  char is_marked = 0;
+  EXPECT_EQ(read(g_end_of_the_childs_worker[0], &is_marked, 1), 1);
+  EXPECT_EQ(is_marked, 7);
+  pub_util_clear_thread(g_handle_context.m_pc_thread);
+  for (const int fd : g_end_of_the_childs_worker) close(fd);
 }
 
 TEST_F(TwoProcesses, Child_ForkedWhileOthersDeleteTimers_CanDeleteTimers) {

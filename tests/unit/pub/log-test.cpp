@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "pub/gate.h"
 #include "tests/unit/failure-line.h"
 #include "tests/unit/log-capture.h"
 
@@ -186,9 +187,9 @@ void logger_that_forks(const __android_logger_data*, const char*) {
   const pid_t child = fork();
   if (child == 0) {
     alarm(10);
-    pub_log_resume(true);
-    pub_log_pause();
-    pub_log_resume(false);
+    pub_gate_open(true);
+    pub_gate_close();
+    pub_gate_open(false);
     _exit(0);
   }
   waitpid(child, &g_status_of_the_child, 0);

@@ -97,6 +97,17 @@ TEST_F(PtyOpen, Mapping_IsGivenToTheApplicationsUserAndGroup) {
   EXPECT_EQ(g_owners, (std::vector<owner_st>{{mapping(), 1000, 1001}}));
 }
 
+// Between two steps others can put a link of theirs, to any file, in the place of the service's.
+TEST_F(PtyOpen, MappingWhereOthersMayReplaceIt_GivesTheTerminalByItsOwnName) {
+  g_owners.clear();
+  ASSERT_EQ(chmod(m_folder.path("").c_str(), 01777), 0);
+  ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);
+  EXPECT_EQ(g_owners, (std::vector<owner_st>{{m_pty.m_pts_name_a, 1000, 1001}}));
+  struct stat status = {};
+  ASSERT_EQ(stat(m_pty.m_pts_name_a, &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0660u);
+}
+
 TEST_F(PtyOpen, LongerNameBefore_LeavesNothingInTheLink) {
   std::fill_n(m_pty.m_pts_name_a, sizeof m_pty.m_pts_name_a - 1, 'x');
   ASSERT_EQ(pub_pty_open(&m_pty), ERR_NONE);

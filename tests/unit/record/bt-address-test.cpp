@@ -4,7 +4,8 @@
 #include <cerrno>
 #include <utility>
 
-#include "tests/unit/record/failing-calls.h"
+#include "tests/unit/failing-calls.h"
+#include "tests/unit/record/no-memory.h"
 #include "tests/unit/record/record-test.h"
 
 namespace {

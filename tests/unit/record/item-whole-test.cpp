@@ -10,7 +10,8 @@
 #include <string>
 
 #include "amt/amt-record/item.h"
-#include "tests/unit/record/failing-calls.h"
+#include "tests/unit/failing-calls.h"
+#include "tests/unit/record/no-memory.h"
 #include "tests/unit/record/record-test.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <tuple>
 
 #include "amt/amt-record/wifi-address.h"
-#include "tests/unit/record/failing-calls.h"
+#include "tests/unit/failing-calls.h"
 #include "tests/unit/record/record-test.h"
 
 namespace {
@@ -164,6 +164,13 @@ TEST_F(Nvram, NoSource_FailsAndLeavesTheCopyEmpty) {
   EXPECT_EQ(read(COPY), "");
   EXPECT_TRUE(has_failure("amt_write_wifi_to_nvram_file", -100, "open  /system/etc/wifi/bcmdhd.cal fail"));
   EXPECT_EQ(syncs(), 0);
+}
+
+TEST_F(Nvram, NoSourceAndNoCopy_NamesBoth) {
+  fs::remove_all("/data/misc/wifi");
+  EXPECT_EQ(amt_write_wifi_to_nvram_file(), -100);
+  EXPECT_TRUE(has_failure("amt_write_wifi_to_nvram_file", -100, "open  /system/etc/wifi/bcmdhd.cal fail"));
+  EXPECT_TRUE(has_failure("amt_write_wifi_to_nvram_file", -100, "open  /data/misc/wifi/nvram.txt fail"));
 }
 
 constexpr char KEPT[] = "keep the old /data/misc/wifi/nvram.txt";

@@ -1,7 +1,7 @@
 // The record of the WiFi address.
 #include "amt/amt-record/wifi-address.h"
 
-#include "tests/unit/record/failing-calls.h"
+#include "tests/unit/record/no-memory.h"
 #include "tests/unit/record/record-test.h"
 
 namespace {

@@ -15,6 +15,7 @@
 namespace {
 
 std::vector<std::string> g_commands;  // of the shell
+std::string g_failing_command;        // its beginning; empty: none fails
 
 }  // namespace
 
@@ -23,6 +24,7 @@ extern "C" int __real__Z20pub_util_run_commandPKc(const char* command);
 extern "C" int __wrap__Z20pub_util_run_commandPKc(const char* command);
 extern "C" int __wrap__Z20pub_util_run_commandPKc(const char* command) {
   g_commands.emplace_back(command);
+  if (!g_failing_command.empty() && g_commands.back().starts_with(g_failing_command)) return 256;
   return __real__Z20pub_util_run_commandPKc(command);
 }
 
@@ -37,7 +39,10 @@ class MakeFolder : public testing::Test {
     phone_root::remove("/amt/new");
     fs::create_directories("/amt");
   }
-  ~MakeFolder() override { chmod("/amt/new", 0755); }
+  ~MakeFolder() override {
+    g_failing_command.clear();
+    chmod("/amt/new", 0755);
+  }
   static unsigned mode_of(const char* path) {
     struct stat status = {};
     EXPECT_EQ(stat(path, &status), 0);
@@ -54,6 +59,18 @@ TEST_F(MakeFolder, Missing_IsMadeAndOpenedToItsUsers) {
   EXPECT_THAT(g_commands, testing::ElementsAre("chgrp -R radio /amt/new", "chmod 766 /amt/new"));
   EXPECT_TRUE(m_log.has("amt_make_folder: /amt/new does not exist.\r\n"));
   EXPECT_TRUE(m_log.has("amt_make_folder mkdir(/amt/new) successfully"));
+  EXPECT_FALSE(m_log.contains("failed"));
+}
+
+// The folder is there and is used, with other rights.
+TEST_F(MakeFolder, RightsThatCannotBeGiven_AreLogged) {
+  for (const std::string command : {"chgrp -R radio", "chmod 766"}) {
+    g_failing_command = command;
+    phone_root::remove("/amt/new");
+    EXPECT_EQ(amt_make_folder("/amt/new"), 0);
+    EXPECT_TRUE(fs::is_directory("/amt/new"));
+    EXPECT_TRUE(m_log.has(command + " /amt/new failed"));
+  }
 }
 
 TEST_F(MakeFolder, Existing_IsLeftAsItIs) {

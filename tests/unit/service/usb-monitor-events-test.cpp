@@ -9,8 +9,11 @@
 
 #include "amt/amt-handle/service/handshake.h"
 #include "amt/amt-handle/service/usb-monitor.h"
+#include "tests/unit/failing-calls.h"
 #include "tests/unit/links.h"
 #include "tests/unit/phone-root.h"
+#include "tests/unit/signal-scope.h"
+#include "tests/unit/wait-for.h"
 
 namespace {
 
@@ -219,6 +222,18 @@ TEST_F(LostUsbEvents, SocketStillFull_FileIsReadWhenItIsEmpty) {
   EXPECT_TRUE(round());
   EXPECT_TRUE(is_treated(1));
   EXPECT_TRUE(m_log.contains("were lost"));
+}
+
+// The monitor then waits for nothing, and the service goes on without it.
+TEST_F(UsbEvents, SocketThatCannotBeHad_IsLogged) {
+  const signal_scope scope;
+  auto& thread = g_handle_context.m_usb_thread;
+  for (const std::string call : {"socket", "bind"}) {
+    const failing_call failing(call, EACCES);
+    ASSERT_EQ(pub_util_start_thread(thread, amt_handle_monitor_usb_loop), 0);
+    EXPECT_TRUE(wait_for([&] { return m_log.has("sys call: " + call + "() failed! errno = 13"); }));
+    EXPECT_EQ(pub_util_kill_thread(&thread), 0);
+  }
 }
 
 }  // namespace

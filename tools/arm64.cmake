@@ -1,0 +1,5 @@
+set(CMAKE_SYSTEM_PROCESSOR aarch64)
+set(foreign_name arm64)
+set(foreign_prefix aarch64-linux-gnu)
+set(foreign_emulator qemu-aarch64)
+include(${CMAKE_CURRENT_LIST_DIR}/foreign.cmake)

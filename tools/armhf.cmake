@@ -1,0 +1,5 @@
+set(CMAKE_SYSTEM_PROCESSOR armv7l)
+set(foreign_name armhf)
+set(foreign_prefix arm-linux-gnueabihf)
+set(foreign_emulator qemu-arm)
+include(${CMAKE_CURRENT_LIST_DIR}/foreign.cmake)
