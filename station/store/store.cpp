@@ -113,12 +113,22 @@ void add_step(soci::session* sql, const std::string& run_id, const result_step_s
       soci::use(step.m_attempts);
 }
 
+// The library says no more than that writing failed, or that it cannot make one of its files.
+bool is_disk_full(const store_address_st& address) {
+  constexpr std::uintmax_t LEAST_ROOM = 256 * 1024;
+  std::error_code failed;
+  const auto folder = std::filesystem::absolute(address.m_file, failed).parent_path();
+  const auto space = std::filesystem::space(folder, failed);
+  return !failed && space.available < LEAST_ROOM;
+}
+
 }  // namespace
 
 std::string store_failure(const store_address_st& address, const std::exception& error) {
   std::string text = error.what();
   text.erase(std::find(text.begin(), text.end(), '\n'), text.end());
-  return fmt::format("{}: {}", address.m_shown, text);
+  const bool is_full = !address.m_is_server && is_disk_full(address);
+  return fmt::format("{}: {}{}", address.m_shown, text, is_full ? " (the disk is full)" : "");
 }
 
 store_st::store_st() = default;
