@@ -187,8 +187,8 @@ void add_run_options(CLI::App* app, options_st* options) {
   add("--var", &options->m_variables, "A variable of the plan", "NAME=VALUE")->allow_extra_args(false);
   add("--work-order", &options->m_work_order, "A CSV file with variables for each unit, by the column serial", "FILE");
   add("--records", &options->m_records, "The folder of the records; below the user's data otherwise", "DIR");
-  add("--db", &options->m_db, "The store of results: postgresql://... or a file; results.db beside the records otherwise",
-      "URL");
+  add("--db", &options->m_db,
+      "The store of results: postgresql://... or a file; results.db beside the records otherwise", "URL");
   add("--station", &options->m_station, "The station's name in the records; the machine's otherwise", "NAME");
   add("--baud", &options->m_baud, "Speed of the lines, instead of the plan's", "N")->check([](const std::string& text) {
     unsigned baud = 0;

@@ -148,13 +148,15 @@ int export_to_file(const options_st& options, const station_io_st& io, report_fo
 }
 
 int export_report(const options_st& options, const station_io_st& io, store_st* store) {
-  const auto* row = std::ranges::find(FORMS, options.m_form, [](const form_row_st& one) { return std::string(one.m_name); });
+  const auto* row =
+      std::ranges::find(FORMS, options.m_form, [](const form_row_st& one) { return std::string(one.m_name); });
   if (!options.m_output.empty()) return export_to_file(options, io, row->m_form, store);
   return finish(io, report_write(row->m_form, store, options.m_filter, now(), io.m_out));
 }
 
 void add_store(CLI::App* app, options_st* options) {
-  app->add_option("--db", options->m_db, "The store: postgresql://... or a file; results.db in the folder of the records otherwise")
+  app->add_option("--db", options->m_db,
+                  "The store: postgresql://... or a file; results.db in the folder of the records otherwise")
       ->type_name("URL");
   app->add_option("--records", options->m_records, "The folder of the records; below the user's data otherwise")
       ->type_name("DIR");
@@ -173,7 +175,8 @@ void add_filter(CLI::App* app, options_st* options, bool with_verdict) {
 
 std::string exit_code_help() {
   std::string help = "Exit codes:\n";
-  for (const auto& row : RESULTS_EXITS) help += fmt::format("  {:>3}  {}\n", static_cast<int>(row.m_code), row.m_meaning);
+  for (const auto& row : RESULTS_EXITS)
+    help += fmt::format("  {:>3}  {}\n", static_cast<int>(row.m_code), row.m_meaning);
   return help;
 }
 
@@ -189,7 +192,9 @@ struct commands_st {
     m_app.footer(exit_code_help());
     add("send", "Send the records that wait to the store", nullptr);
     add_filter(add("list", "List runs, the newest last", list), &m_options, true);
-    m_readers.back().first->add_option("--limit", m_options.m_limit, "So many of the newest; all otherwise")->type_name("N");
+    m_readers.back()
+        .first->add_option("--limit", m_options.m_limit, "So many of the newest; all otherwise")
+        ->type_name("N");
     CLI::App* one = add("show", "Show one run with its steps", show);
     one->add_option("RUN-ID", m_options.m_run_id, "The run's id, or how it begins")->required()->type_name("");
     one->add_flag("--json", m_options.m_is_json, "The record as it is");

@@ -11,9 +11,9 @@
 namespace {
 
 constexpr std::array<const char*, 23> COLUMNS = {
-    "run_id",      "started",  "serial", "station", "phone", "plan",     "revision", "unit_verdict",
-    "unit_message", "complete", "group",  "step",    "teardown", "verdict", "value",    "unit",
-    "low",         "high",     "expected", "marginal", "attempts", "duration_ms", "message"};
+    "run_id",       "started",  "serial",   "station",  "phone",    "plan",        "revision", "unit_verdict",
+    "unit_message", "complete", "group",    "step",     "teardown", "verdict",     "value",    "unit",
+    "low",          "high",     "expected", "marginal", "attempts", "duration_ms", "message"};
 
 std::string number(const std::optional<double>& value) {
   return value ? fmt::format("{}", *value) : "";
@@ -29,8 +29,11 @@ void write_line(const std::vector<std::string>& cells, std::ostream* out) {
 }
 
 std::vector<std::string> unit_cells(const result_st& unit) {
-  return {unit.m_run_id,   store_time_text(unit.m_started_ms), unit.m_serial, unit.m_station, unit.m_phone, unit.m_plan,
-          unit.m_revision, verdict_name(unit.m_verdict),       unit.m_message, unit.m_is_complete ? "yes" : "no"};
+  return {unit.m_run_id,   store_time_text(unit.m_started_ms),
+          unit.m_serial,   unit.m_station,
+          unit.m_phone,    unit.m_plan,
+          unit.m_revision, verdict_name(unit.m_verdict),
+          unit.m_message,  unit.m_is_complete ? "yes" : "no"};
 }
 
 std::vector<std::string> step_cells(const result_step_st& step) {

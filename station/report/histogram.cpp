@@ -12,8 +12,8 @@ namespace {
 constexpr std::size_t BAR_COUNT = 24;
 constexpr double WIDTH = 480;
 constexpr double HEIGHT = 150;
-constexpr double BASE = 128;    // y of the axis
-constexpr double CEILING = 14;  // y of the highest bar
+constexpr double BASE = 128;     // y of the axis
+constexpr double CEILING = 14;   // y of the highest bar
 constexpr double MARGIN = 0.06;  // beside the outermost value or limit, as a part of the range
 
 struct range_st {
@@ -27,7 +27,8 @@ struct range_st {
 range_st range_of(const report_series_st& series) {
   const auto [least, most] = std::ranges::minmax(series.m_values);
   range_st range{std::min(least, series.m_low.value_or(least)), std::max(most, series.m_high.value_or(most))};
-  range = {std::min(range.m_from, series.m_high.value_or(range.m_from)), std::max(range.m_to, series.m_low.value_or(range.m_to))};
+  range = {std::min(range.m_from, series.m_high.value_or(range.m_from)),
+           std::max(range.m_to, series.m_low.value_or(range.m_to))};
   double width = range.m_to - range.m_from;
   // Values so far apart, or so near to each other, that no bar can be told from the next.
   if (!std::isfinite(width)) return {std::numeric_limits<double>::lowest() / 2, std::numeric_limits<double>::max() / 2};
@@ -83,17 +84,20 @@ std::string report_histogram(const report_series_st& series) {
     ++bars.at(static_cast<std::size_t>(bar));
   }
   const auto highest = static_cast<double>(*std::ranges::max_element(bars));
-  std::string svg = fmt::format("<svg class=\"histogram\" viewBox=\"0 0 {} {}\" role=\"img\" aria-label=\"Histogram of {} values\">",
-                                WIDTH, HEIGHT, series.m_values.size());
+  std::string svg =
+      fmt::format("<svg class=\"histogram\" viewBox=\"0 0 {} {}\" role=\"img\" aria-label=\"Histogram of {} values\">",
+                  WIDTH, HEIGHT, series.m_values.size());
   for (std::size_t n = 0; n < BAR_COUNT; ++n) {
     if (bars.at(n) == 0) continue;
     const double height = (BASE - CEILING) * static_cast<double>(bars.at(n)) / highest;
-    svg += fmt::format("<rect class=\"bar\" x=\"{:.1f}\" y=\"{:.1f}\" width=\"{:.1f}\" height=\"{:.1f}\"><title>{}</title></rect>",
-                       static_cast<double>(n) * bar_width + 1, BASE - height, bar_width - 2, height, bars.at(n));
+    svg += fmt::format(
+        "<rect class=\"bar\" x=\"{:.1f}\" y=\"{:.1f}\" width=\"{:.1f}\" height=\"{:.1f}\"><title>{}</title></rect>",
+        static_cast<double>(n) * bar_width + 1, BASE - height, bar_width - 2, height, bars.at(n));
   }
   svg += fmt::format("<line class=\"axis\" x1=\"0\" y1=\"{0}\" x2=\"{1}\" y2=\"{0}\"/>", BASE, WIDTH);
   if (series.m_low) svg += limit(range, *series.m_low);
   if (series.m_high) svg += limit(range, *series.m_high);
-  if (!series.m_low && !series.m_high) svg += label(0, range.m_from, "axis-text") + label(WIDTH, range.m_to, "axis-text");
+  if (!series.m_low && !series.m_high)
+    svg += label(0, range.m_from, "axis-text") + label(WIDTH, range.m_to, "axis-text");
   return svg + "</svg>";
 }

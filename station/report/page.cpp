@@ -169,12 +169,14 @@ data unit_data(const result_st& unit) {
 
 std::string span_text(const collected_st& all) {
   if (all.m_runs == 0) return "No runs";
-  return fmt::format("{} runs from {} to {}", all.m_runs, store_time_text(all.m_first_ms), store_time_text(all.m_last_ms));
+  return fmt::format("{} runs from {} to {}", all.m_runs, store_time_text(all.m_first_ms),
+                     store_time_text(all.m_last_ms));
 }
 
 }  // namespace
 
-std::string report_write_page(store_st* store, const store_filter_st& filter, const std::string& made, std::ostream* out) {
+std::string report_write_page(store_st* store, const store_filter_st& filter, const std::string& made,
+                              std::ostream* out) {
   std::vector<store_yield_st> yields;
   std::string failed = store->yield(filter, &yields);
   collected_st all;
@@ -194,8 +196,9 @@ std::string report_write_page(store_st* store, const store_filter_st& filter, co
   page.set("span", span_text(all));
   page.set("plans", plans);
   page.set("has_last", all.m_runs != 0);
-  page.set("last_text", all.m_runs > MOST_UNITS_SHOWN ? fmt::format("The last {} of {} runs.", MOST_UNITS_SHOWN, all.m_runs)
-                                                      : "The newest first.");
+  page.set("last_text", all.m_runs > MOST_UNITS_SHOWN
+                            ? fmt::format("The last {} of {} runs.", MOST_UNITS_SHOWN, all.m_runs)
+                            : "The newest first.");
   page.set("last", last);
   kainjow::mustache::mustache form(report_page_template());
   form.render(page, *out);

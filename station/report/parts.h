@@ -8,7 +8,8 @@
 
 std::string report_write_csv(store_st* store, const store_filter_st& filter, std::ostream* out);
 std::string report_write_junit(store_st* store, const store_filter_st& filter, std::ostream* out);
-std::string report_write_page(store_st* store, const store_filter_st& filter, const std::string& made, std::ostream* out);
+std::string report_write_page(store_st* store, const store_filter_st& filter, const std::string& made,
+                              std::ostream* out);
 
 // "3.6 to 4.2", "at least 3", "equals A"; empty without limits.
 std::string report_limits(const result_step_st& step);

@@ -88,7 +88,8 @@ void report_show(const result_st& unit, std::ostream* out) {
   for (const auto& step : unit.m_steps) {
     std::string line = fmt::format("{:<7}  {:<{}}  {}", verdict_name(step.m_verdict), report_clean(step.m_name), width,
                                    report_clean(report_value(step)));
-    if (const std::string limits = report_limits(step); !limits.empty()) line += fmt::format(" ({})", report_clean(limits));
+    if (const std::string limits = report_limits(step); !limits.empty())
+      line += fmt::format(" ({})", report_clean(limits));
     if (step.m_is_marginal) line += ", marginal";
     if (step.m_attempts > 1) line += fmt::format(", {} attempts", step.m_attempts);
     if (!step.m_message.empty()) line += ": " + report_clean(step.m_message);

@@ -6,10 +6,11 @@
 
 namespace {
 
-// What a server that went away is given before its records wait: it need not be there for a phone to be tested. Each can
-// be set in the address, too.
-constexpr std::string_view PATIENCE[] = {"connect_timeout=5",      "keepalives_idle=10",    "keepalives_interval=5",
-                                         "keepalives_count=3",     "tcp_user_timeout=15000", "application_name=amt-station"};
+// What a server that went away is given before its records wait: it need not be there for a phone to be tested. Each
+// can be set in the address, too.
+constexpr std::string_view PATIENCE[] = {"connect_timeout=5",      "keepalives_idle=10",
+                                         "keepalives_interval=5",  "keepalives_count=3",
+                                         "tcp_user_timeout=15000", "application_name=amt-station"};
 
 std::string with_patience(std::string text) {
   for (const auto one : PATIENCE) {

@@ -72,7 +72,8 @@ struct store_sender_st::shared_st {
     for (const auto& wrong : sent.m_wrong) {
       if (m_reported.insert(wrong).second) m_say("not sent: " + wrong);
     }
-    if (sent.m_failure.empty() && m_has_failed) m_say(fmt::format("the store is there again; records sent: {}", sent.m_sent));
+    if (sent.m_failure.empty() && m_has_failed)
+      m_say(fmt::format("the store is there again; records sent: {}", sent.m_sent));
     if (!sent.m_failure.empty() && !m_has_failed) m_say("records wait, because the store failed: " + sent.m_failure);
     m_has_failed = !sent.m_failure.empty();
   }

@@ -12,9 +12,9 @@
 
 struct store_sent_st {
   std::size_t m_sent = 0;
-  std::size_t m_already = 0;  // were in the store before
-  std::size_t m_running = 0;  // their run goes on
-  std::size_t m_waiting = 0;  // were not sent because the store failed
+  std::size_t m_already = 0;         // were in the store before
+  std::size_t m_running = 0;         // their run goes on
+  std::size_t m_waiting = 0;         // were not sent because the store failed
   std::vector<std::string> m_wrong;  // files that are no records, and why
   std::string m_failure;             // of the store or the folder; empty: none
 };
@@ -22,7 +22,8 @@ struct store_sent_st {
 // The folder, the store and what is known of both; keeps the connection between two sendings.
 class store_outbox_st {
  public:
-  store_outbox_st(std::string address, std::string folder) : m_address(std::move(address)), m_folder(std::move(folder)) {}
+  store_outbox_st(std::string address, std::string folder)
+      : m_address(std::move(address)), m_folder(std::move(folder)) {}
 
   // Sends what waits. stop: asked between two records.
   store_sent_st send(const std::function<bool()>& stop);
@@ -49,8 +50,8 @@ class store_sender_st {
 
   // There is a new record.
   void wake();
-  // Sends what there is once more, for a bounded time, and ends the thread. A thread that hangs in the store is left alone:
-  // it says nothing any more.
+  // Sends what there is once more, for a bounded time, and ends the thread. A thread that hangs in the store is left
+  // alone: it says nothing any more.
   void finish();
 
  private:

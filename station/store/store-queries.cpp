@@ -137,11 +137,12 @@ std::vector<result_st> read_page(soci::session* sql, const condition_st& conditi
   condition.bind(&statement);
   statement.exchange(soci::use(after.m_started_ms, "after_ms"));
   statement.exchange(soci::use(after.m_run_id, "after_id"));
-  start(&statement, fmt::format("SELECT u.run_id, u.serial, u.plan, u.revision, u.station, u.phone, u.verdict, u.message,"
-                                " u.is_complete, u.started_ms, u.duration_ms FROM amt_units u WHERE {}"
-                                " AND (u.started_ms, u.run_id) > (:after_ms, :after_id)"
-                                " ORDER BY u.started_ms, u.run_id LIMIT {}",
-                                condition.text("u"), PAGE_SIZE));
+  start(&statement,
+        fmt::format("SELECT u.run_id, u.serial, u.plan, u.revision, u.station, u.phone, u.verdict, u.message,"
+                    " u.is_complete, u.started_ms, u.duration_ms FROM amt_units u WHERE {}"
+                    " AND (u.started_ms, u.run_id) > (:after_ms, :after_id)"
+                    " ORDER BY u.started_ms, u.run_id LIMIT {}",
+                    condition.text("u"), PAGE_SIZE));
   statement.execute();
   while (statement.fetch()) {
     unit.m_verdict = verdict_of(verdict);
@@ -208,8 +209,9 @@ void count_verdicts(soci::session* sql, const condition_st& condition, std::vect
   statement.exchange(soci::into(verdict));
   statement.exchange(soci::into(count));
   condition.bind(&statement);
-  start(&statement, fmt::format("SELECT u.plan, u.verdict, COUNT(*) FROM amt_units u WHERE {} GROUP BY u.plan, u.verdict",
-                                condition.text("u")));
+  start(&statement,
+        fmt::format("SELECT u.plan, u.verdict, COUNT(*) FROM amt_units u WHERE {} GROUP BY u.plan, u.verdict",
+                    condition.text("u")));
   statement.execute();
   while (statement.fetch()) {
     plan_of(plans, plan)->m_verdicts.at(static_cast<std::size_t>(verdict_of(verdict))) = count;
@@ -257,7 +259,9 @@ std::string store_st::visit(const store_filter_st& filter, bool with_steps, std:
 
 std::string store_st::find(std::string_view beginning, std::vector<std::string>* run_ids) {
   run_ids->clear();
-  const auto is_of_an_id = [](char one) { return one == '-' || (one >= '0' && one <= '9') || (one >= 'a' && one <= 'f'); };
+  const auto is_of_an_id = [](char one) {
+    return one == '-' || (one >= '0' && one <= '9') || (one >= 'a' && one <= 'f');
+  };
   if (!std::ranges::all_of(beginning, is_of_an_id)) return {};
   return store_try(m_session->m_address, [&] {
     const std::string pattern = std::string(beginning) + '%';

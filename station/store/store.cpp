@@ -16,8 +16,8 @@ namespace {
 
 constexpr int STORE_VERSION = 1;
 
-// The tables, from the ground up; the first one is the last to be made, and says that all are there. A unit's key is its
-// serial number, or its run id when it has none.
+// The tables, from the ground up; the first one is the last to be made, and says that all are there. A unit's key is
+// its serial number, or its run id when it has none.
 constexpr const char* TABLES[] = {
     "CREATE TABLE amt_units (run_id TEXT PRIMARY KEY, unit TEXT NOT NULL, serial TEXT NOT NULL, plan TEXT NOT NULL,"
     " revision TEXT NOT NULL, station TEXT NOT NULL, phone TEXT NOT NULL, verdict TEXT NOT NULL,"
@@ -40,9 +40,10 @@ constexpr const char* TABLES[] = {
 
 bool has_tables(store_session_st* session) {
   int count = 0;
-  session->m_sql << (session->m_address.m_is_server
-                         ? "SELECT COUNT(*) FROM pg_tables WHERE schemaname = current_schema() AND tablename = 'amt_store'"
-                         : "SELECT COUNT(*) FROM sqlite_master WHERE type = 'table' AND name = 'amt_store'"),
+  session->m_sql
+      << (session->m_address.m_is_server
+              ? "SELECT COUNT(*) FROM pg_tables WHERE schemaname = current_schema() AND tablename = 'amt_store'"
+              : "SELECT COUNT(*) FROM sqlite_master WHERE type = 'table' AND name = 'amt_store'"),
       soci::into(count);
   return count != 0;
 }

@@ -1,5 +1,5 @@
-// The database of results: SQLite in a file, or PostgreSQL. Each run is in it once, by its run id. Every call returns why it
-// failed; empty: it did not.
+// The database of results: SQLite in a file, or PostgreSQL. Each run is in it once, by its run id. Every call returns
+// why it failed; empty: it did not.
 #pragma once
 
 #include <array>

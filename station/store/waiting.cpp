@@ -53,8 +53,8 @@ bool read_all(int fd, std::string* text) {
 
 enum class lock_en { FREE, HELD, NONE };  // NONE: the file system has no locks
 
-// A run holds a lock on the file that is its record. Once the lock is free the file stays as it is, provided that it still
-// is the one under this name.
+// A run holds a lock on the file that is its record. Once the lock is free the file stays as it is, provided that it
+// still is the one under this name.
 lock_en try_lock(int fd, const std::string& path) {
   struct stat opened {};
   struct stat named {};
@@ -98,7 +98,8 @@ std::string store_waiting_st::note(const std::string& name) {
   const std::string line = (m_is_torn ? "\n" : "") + name + '\n';
   m_is_torn = false;
   m_sent.insert(name);
-  const bool is_noted = notes.fd() >= 0 && ::write(notes.fd(), line.data(), line.size()) == static_cast<ssize_t>(line.size());
+  const bool is_noted =
+      notes.fd() >= 0 && ::write(notes.fd(), line.data(), line.size()) == static_cast<ssize_t>(line.size());
   return is_noted ? "" : reason(m_notes);
 }
 

@@ -1,5 +1,5 @@
-// The records in a folder that a store does not have yet. What was sent is noted in a file of the folder, for each store by
-// its id; a note that was lost costs a second sending, which the store knows by the run id.
+// The records in a folder that a store does not have yet. What was sent is noted in a file of the folder, for each
+// store by its id; a note that was lost costs a second sending, which the store knows by the run id.
 #pragma once
 
 #include <set>

@@ -1,5 +1,7 @@
-// How long questions take in a store of a million units. The store is filled by the database itself, so that the filling
-// does not take most of the time; what is measured is what the station asks.
+// How long questions take in a store of a million units. The store is filled by the database itself, so that the
+// filling does not take most of the time; what is measured is what the station asks.
+#include "station/store/store.h"
+
 #include <fmt/format.h>
 #include <soci/soci.h>
 
@@ -7,7 +9,6 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "station/store/store.h"
 #include "tests/bench/fail.h"
 
 namespace {

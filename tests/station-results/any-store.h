@@ -10,7 +10,8 @@
 inline void check_store(const std::string& address) {
   store_st store;
   ASSERT_EQ(store.open(address, store_mode_en::WRITE), "");
-  const auto add = [&](unsigned number, const std::string& verdict, const std::string& serial, const std::string& plan) {
+  const auto add = [&](unsigned number, const std::string& verdict, const std::string& serial,
+                       const std::string& plan) {
     const std::string text = record_of(number, verdict, serial, plan);
     bool is_new = false;
     ASSERT_EQ(store.add(result_of(text), text, &is_new), "");
@@ -34,7 +35,8 @@ inline void check_store(const std::string& address) {
   EXPECT_EQ(run_ids(&store), ids({1, 2, 3, 4, 5, 6, 7, 8}));
   const auto found = [&](const store_filter_st& filter, std::size_t from_last = 0) {
     std::vector<std::string> all;
-    EXPECT_EQ(store.visit(filter, false, from_last, [&](const auto& one) { return all.push_back(one.m_run_id), true; }), "");
+    EXPECT_EQ(store.visit(filter, false, from_last, [&](const auto& one) { return all.push_back(one.m_run_id), true; }),
+              "");
     return all;
   };
   store_filter_st filter;

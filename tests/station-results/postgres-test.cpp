@@ -1,4 +1,6 @@
 // The store on a database server: stations that write at once, a server that goes away and comes back.
+#include "tests/station-results/postgres.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -8,7 +10,6 @@
 #include "station/program/command-line.h"
 #include "station/store/sender.h"
 #include "tests/station-results/any-store.h"
-#include "tests/station-results/postgres.h"
 
 namespace {
 
@@ -86,7 +87,8 @@ TEST_F(ServerStore, ServerThatIsDown_StopsNoRun) {
   std::ostringstream err;
   const station_io_st io{&out, &err};
   const auto run = [&](const std::string& name) {
-    return station_run({"run", plan, "--phone", name + "=/dev/null", "--records", records(0), "--db", m_server.address()}, io);
+    return station_run(
+        {"run", plan, "--phone", name + "=/dev/null", "--records", records(0), "--db", m_server.address()}, io);
   };
   EXPECT_EQ(run("a"), 0) << out.str() << err.str();
   EXPECT_EQ(run("b"), 0);

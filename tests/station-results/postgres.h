@@ -33,7 +33,8 @@ class postgres_st {
   void start() {
     m_pid = run({program("postgres"), "-D", data(), "-k", data(), "-c", "listen_addresses=", "-c", "fsync=off"}, false);
     for (int n = 0; n < 600; ++n) {
-      if (std::system(("psql -X -q -U test -h " + data() + " -c 'select 1' postgres >/dev/null 2>&1").c_str()) == 0) return;
+      if (std::system(("psql -X -q -U test -h " + data() + " -c 'select 1' postgres >/dev/null 2>&1").c_str()) == 0)
+        return;
       std::this_thread::sleep_for(std::chrono::milliseconds(100));
     }
     throw std::runtime_error("the server does not come up");
@@ -49,7 +50,8 @@ class postgres_st {
   // What one query gives, as psql prints it.
   std::string ask(const std::string& query) const {
     const std::string answer = m_folder.path("answer");
-    const std::string command = "psql -X -q -A -t -U test -h " + data() + " -c \"" + query + "\" postgres >" + answer + " 2>&1";
+    const std::string command =
+        "psql -X -q -A -t -U test -h " + data() + " -c \"" + query + "\" postgres >" + answer + " 2>&1";
     if (std::system(command.c_str()) != 0) return "failed: " + read_whole_file(answer);
     std::string text = read_whole_file(answer);
     return text.substr(0, text.find_last_not_of('\n') + 1);
@@ -71,8 +73,8 @@ class postgres_st {
     const passwd* user = ::getpwnam("postgres");
     if (user == nullptr) throw std::runtime_error("no user postgres");
     m_user = {"setpriv", "--reuid=postgres", "--regid=postgres", "--clear-groups", "--pdeathsig=KILL", "--"};
-    const bool is_given = ::chown(data().c_str(), user->pw_uid, user->pw_gid) == 0 &&
-                          ::chmod(m_folder.path("").c_str(), 0755) == 0;
+    const bool is_given =
+        ::chown(data().c_str(), user->pw_uid, user->pw_gid) == 0 && ::chmod(m_folder.path("").c_str(), 0755) == 0;
     if (!is_given) throw std::runtime_error("cannot give the folder away");
   }
 
@@ -89,7 +91,8 @@ class postgres_st {
       ::_exit(127);
     }
     int status = 0;
-    if (is_waited_for && (::waitpid(pid, &status, 0) != pid || status != 0)) throw std::runtime_error(read_whole_file(log));
+    if (is_waited_for && (::waitpid(pid, &status, 0) != pid || status != 0))
+      throw std::runtime_error(read_whole_file(log));
     return pid;
   }
 

@@ -42,17 +42,21 @@ TEST(RecordReader, WholeRecord_IsReadWithItsSteps) {
 }
 
 TEST(RecordReader, LimitsOfText_AreReadAsPeopleReadThem) {
-  EXPECT_EQ(result_of(replaced(record_of(1), "\"equals\":null", "\"equals\":\"V1\"")).m_steps[0].m_expected, "equals V1");
+  EXPECT_EQ(result_of(replaced(record_of(1), "\"equals\":null", "\"equals\":\"V1\"")).m_steps[0].m_expected,
+            "equals V1");
   EXPECT_EQ(result_of(replaced(record_of(1), "\"one_of\":null", "\"one_of\":[\"A\",\"B\"]")).m_steps[0].m_expected,
             "one of A, B");
 }
 
 TEST(RecordReader, ZeroByteInAText_IsReplaced) {
-  EXPECT_EQ(result_of(record_of(1, "PASS", "a\\u0000b")).m_serial, "a\xEF\xBF\xBD" "b");
+  EXPECT_EQ(result_of(record_of(1, "PASS", "a\\u0000b")).m_serial,
+            "a\xEF\xBF\xBD"
+            "b");
 }
 
 TEST(RecordReader, WrongRecord_IsRefusedWithItsPlace) {
-  EXPECT_EQ(wrong_with("\"schema_version\":1", "\"schema_version\":2"), "schema_version: is not one that this program knows");
+  EXPECT_EQ(wrong_with("\"schema_version\":1", "\"schema_version\":2"),
+            "schema_version: is not one that this program knows");
   EXPECT_EQ(wrong_with("\"schema_version\":1", "\"schema_version\":\"1\""), "schema_version: must be a whole number");
   EXPECT_EQ(wrong_with("4000", "4G00"), "run_id: is no UUID in small letters");
   EXPECT_EQ(wrong_with("\"verdict\":\"PASS\"", "\"verdict\":\"GOOD\""), "verdict: is no verdict");

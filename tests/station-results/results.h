@@ -20,8 +20,9 @@ inline std::string run_id(unsigned number) {
 // The text of a record with one measured step.
 inline std::string record_of(unsigned number, const std::string& verdict = "PASS", const std::string& serial = "A1",
                              const std::string& plan = "board") {
-  return R"({"schema_version":1,"run_id":")" + run_id(number) + R"(","station":{"name":"line"},"phone":{"name":"left"},)" +
-         R"("plan":{"name":")" + plan + R"(","revision":"3"},"serial":")" + serial + R"(","verdict":")" + verdict +
+  return R"({"schema_version":1,"run_id":")" + run_id(number) +
+         R"(","station":{"name":"line"},"phone":{"name":"left"},)" + R"("plan":{"name":")" + plan +
+         R"(","revision":"3"},"serial":")" + serial + R"(","verdict":")" + verdict +
          R"(","complete":true,"message":null,"started":"2026-11-20T08:00:)" + (number % 60 < 10 ? "0" : "") +
          std::to_string(number % 60) + R"(.000Z","duration_ms":1500.5,"steps":[{"name":"voltage","group":null,)" +
          R"("teardown":false,"verdict":")" + verdict + R"(","value":3.81,"unit":"V","limits":{"low":3.6,"high":4.2,)" +

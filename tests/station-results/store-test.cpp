@@ -28,7 +28,9 @@ class FileStore : public testing::Test {
   std::string put(unsigned number, const std::string& text) const {
     return m_folder.write("records/" + record_name(number), text);
   }
-  store_sent_st send() const { return store_outbox_st(address(), records()).send([] { return false; }); }
+  store_sent_st send() const {
+    return store_outbox_st(address(), records()).send([] { return false; });
+  }
   std::vector<std::string> stored() const {
     store_st store;
     EXPECT_EQ(store.open(address(), store_mode_en::READ), "");

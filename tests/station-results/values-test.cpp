@@ -88,11 +88,11 @@ TEST(CsvCell, Separator_IsQuoted) {
 TEST(CleanText, WhatXmlCannotHold_IsReplaced) {
   EXPECT_EQ(report_clean("a\x07z\n\t"), "a\xEF\xBF\xBDz\n\t");
   EXPECT_EQ(report_clean("\xC3\xA4\xF0\x9F\x98\x80"), "\xC3\xA4\xF0\x9F\x98\x80");
-  EXPECT_EQ(report_clean("\xEF\xBF\xBE"), "\xEF\xBF\xBD");            // U+FFFE
-  EXPECT_EQ(report_clean("\xC2\x85"), "\xEF\xBF\xBD");                // a control character
-  EXPECT_EQ(report_clean("\xED\xA0\x80"), "\xEF\xBF\xBD");            // half a pair
-  EXPECT_EQ(report_clean("\xC0\x80"), "\xEF\xBF\xBD\xEF\xBF\xBD");    // an overlong form
-  EXPECT_EQ(report_clean("\xE2\x82"), "\xEF\xBF\xBD\xEF\xBF\xBD");    // a character that is cut
+  EXPECT_EQ(report_clean("\xEF\xBF\xBE"), "\xEF\xBF\xBD");          // U+FFFE
+  EXPECT_EQ(report_clean("\xC2\x85"), "\xEF\xBF\xBD");              // a control character
+  EXPECT_EQ(report_clean("\xED\xA0\x80"), "\xEF\xBF\xBD");          // half a pair
+  EXPECT_EQ(report_clean("\xC0\x80"), "\xEF\xBF\xBD\xEF\xBF\xBD");  // an overlong form
+  EXPECT_EQ(report_clean("\xE2\x82"), "\xEF\xBF\xBD\xEF\xBF\xBD");  // a character that is cut
 }
 
 TEST(Statistics, KnownValues_GiveKnownFigures) {
@@ -124,9 +124,9 @@ TEST(Histogram, EveryValue_IsInABar) {
 }
 
 TEST(Histogram, ExtremeValues_StayWithinThePicture) {
-  for (const report_series_st& series : {report_series_st{{1e308, -1e308}, {}, {}}, report_series_st{{0}, {}, {}},
-                                        report_series_st{{1e300}, 1, {}}, report_series_st{{5}, 9, 1},
-                                        report_series_st{{1e-300, 2e-300}, {}, {}}}) {
+  for (const report_series_st& series :
+       {report_series_st{{1e308, -1e308}, {}, {}}, report_series_st{{0}, {}, {}}, report_series_st{{1e300}, 1, {}},
+        report_series_st{{5}, 9, 1}, report_series_st{{1e-300, 2e-300}, {}, {}}}) {
     const std::string svg = report_histogram(series);
     EXPECT_THAT(svg, testing::Not(HasSubstr("nan")));
     EXPECT_THAT(svg, testing::Not(HasSubstr("inf")));
