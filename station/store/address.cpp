@@ -55,7 +55,7 @@ std::string store_parse_address(const std::string& text, store_address_st* addre
     return fmt::format("{}: a store's name cannot have a quote", text);
   }
   address->m_file = path;
-  address->m_connection = fmt::format("dbname=\"{}\" timeout=10 synchronous=full", path);
+  address->m_connection = fmt::format("dbname=\"{}\" timeout=10", path);
   address->m_shown = path;
   return {};
 }

@@ -48,11 +48,21 @@ bool has_tables(store_session_st* session) {
   return count != 0;
 }
 
+// A store that is noted as having a record has it after a power loss, too. That readers and a writer do not wait for each
+// other needs a moment without anybody else in the store; the mode stays, so the next one to open it tries again.
+void set_modes(soci::session* sql) {
+  *sql << "PRAGMA synchronous = FULL";
+  try {
+    *sql << "PRAGMA journal_mode = WAL";
+  } catch (const soci::soci_error&) {
+    return;
+  }
+}
+
 // Several stations may find the new store at the same time: the one that has the lock makes it.
 void make_tables(store_session_st* session) {
   soci::session& sql = session->m_sql;
   const bool is_server = session->m_address.m_is_server;
-  if (!is_server) sql << "PRAGMA journal_mode = WAL";
   sql << (is_server ? "BEGIN" : "BEGIN IMMEDIATE");
   try {
     if (is_server) sql << "SELECT pg_advisory_xact_lock(7221051)";
@@ -149,6 +159,7 @@ std::string store_st::open(const std::string& address, store_mode_en mode) {
   const std::string failed = store_try(where, [&] {
     if (!where.m_is_server) std::filesystem::create_directories(std::filesystem::absolute(where.m_file).parent_path());
     session->m_sql.open(where.m_is_server ? *factory_postgresql() : *factory_sqlite3(), where.m_connection);
+    if (!where.m_is_server && mode == store_mode_en::WRITE) set_modes(&session->m_sql);
     if (!has_tables(session.get())) {
       if (mode == store_mode_en::READ) throw soci::soci_error("there are no results in this database");
       make_tables(session.get());

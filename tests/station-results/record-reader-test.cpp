@@ -71,7 +71,7 @@ TEST(RecordReader, WrongRecord_IsRefusedWithItsPlace) {
 TEST(RecordReader, TextThatIsNoJson_IsRefused) {
   result_st result;
   EXPECT_THAT(store_read_record("", &result), HasSubstr("parse_error"));
-  EXPECT_THAT(store_read_record("{\"serial\":\"\xFF\"}", &result), HasSubstr("invalid UTF-8"));
+  EXPECT_THAT(store_read_record("{\"serial\":\"\xFF\"}", &result), HasSubstr("ill-formed UTF-8"));
   EXPECT_EQ(store_read_record("[]", &result), "record: must be an object");
   EXPECT_THAT(wrong_with("3.81", "1e999"), HasSubstr("out_of_range"));
   const std::string half = record_of(1).substr(0, 200);
