@@ -48,8 +48,8 @@ bool has_tables(store_session_st* session) {
   return count != 0;
 }
 
-// A store that is noted as having a record has it after a power loss, too. That readers and a writer do not wait for each
-// other needs a moment without anybody else in the store; the mode stays, so the next one to open it tries again.
+// A store that is noted as having a record has it after a power loss, too. That readers and a writer do not wait for
+// each other needs a moment without anybody else in the store; the mode stays, so the next one to open it tries again.
 void set_modes(soci::session* sql) {
   *sql << "PRAGMA synchronous = FULL";
   try {

@@ -77,28 +77,49 @@ TEST_F(ServerStore, EightStationsAndAServerThatDies_StoreEachRecordOnce) {
   EXPECT_EQ(send(0).m_already + send(0).m_sent, 0u) << "a record waits that was sent";
 }
 
-// Three phones are run one after the other while the server is down, and the run does not notice.
-TEST_F(ServerStore, ServerThatIsDown_StopsNoRun) {
-  m_server.stop();
-  const std::string plan = m_folder.write("plan.toml",
-                                          "[plan]\nname = \"pauses\"\nrevision = \"1\"\n"
-                                          "[[step]]\nname = \"first\"\npause = 100\n");
-  std::ostringstream out;
-  std::ostringstream err;
-  const station_io_st io{&out, &err};
-  const auto run = [&](const std::string& name) {
+class RunOnServerStore : public ServerStore {
+ protected:
+  // A run of a plan that only pauses; it needs no phone.
+  int run(const std::string& name, unsigned pause_ms) {
+    const std::string plan = m_folder.write(
+        "plan-" + name, "[plan]\nname = \"pauses\"\nrevision = \"1\"\n[[step]]\nname = \"first\"\npause_ms = " +
+                            std::to_string(pause_ms) + "\n");
     return station_run(
-        {"run", plan, "--phone", name + "=/dev/null", "--records", records(0), "--db", m_server.address()}, io);
-  };
-  EXPECT_EQ(run("a"), 0) << out.str() << err.str();
-  EXPECT_EQ(run("b"), 0);
-  EXPECT_THAT(out.str(), HasSubstr("records wait, because the store failed"));
-  EXPECT_EQ(station_run({"results", "send", "--records", records(0), "--db", m_server.address()}, io), 24);
+        {"run", plan, "--phone", name + "=/dev/null", "--records", records(0), "--db", m_server.address()}, m_io);
+  }
+  int send() { return station_run({"results", "send", "--records", records(0), "--db", m_server.address()}, m_io); }
+  std::string stored() const {
+    return m_server.ask("select string_agg(phone, ' ' order by started_ms) from amt_units");
+  }
+
+  std::ostringstream m_out;
+  std::ostringstream m_err;
+  station_io_st m_io{&m_out, &m_err};
+};
+
+TEST_F(RunOnServerStore, ServerThatIsDown_StopsNoRun) {
+  m_server.stop();
+  EXPECT_EQ(run("a", 10), 0) << m_out.str() << m_err.str();
+  EXPECT_EQ(run("b", 10), 0);
+  EXPECT_THAT(m_out.str(), HasSubstr("records wait, because the store failed"));
+  EXPECT_EQ(send(), 24);
   m_server.start();
-  EXPECT_EQ(run("c"), 0);
-  EXPECT_EQ(m_server.ask("select string_agg(phone, ' ' order by started_ms) from amt_units"), "a b c");
-  EXPECT_EQ(station_run({"results", "send", "--records", records(0), "--db", m_server.address()}, io), 0);
-  EXPECT_THAT(out.str(), HasSubstr("records sent: 0"));
+  EXPECT_EQ(run("c", 10), 0);
+  EXPECT_EQ(stored(), "a b c");
+  EXPECT_EQ(send(), 0);
+  EXPECT_THAT(m_out.str(), HasSubstr("records sent: 0"));
+}
+
+TEST_F(RunOnServerStore, ServerThatIsRestartedDuringARun_GetsItsRecord) {
+  EXPECT_EQ(run("a", 10), 0);
+  // The server belongs to the thread that starts it.
+  std::jthread station([this] { EXPECT_EQ(run("b", 200), 0); });
+  m_server.stop();
+  std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  m_server.start();
+  station.join();
+  EXPECT_EQ(run("c", 10), 0);
+  EXPECT_EQ(stored(), "a b c");
 }
 
 }  // namespace
