@@ -163,6 +163,7 @@ result_st read_record(const json& document) {
   read.m_phone = record.object("phone").text("name");
   const object_st plan = record.object("plan");
   read.m_plan = plan.text("name");
+  if (read.m_plan.empty()) refuse("plan.name", "is empty");
   read.m_revision = plan.text("revision");
   read.m_serial = record.text_or_null("serial");
   read.m_verdict = record.verdict("verdict");

@@ -18,7 +18,10 @@ class condition_st {
 
   // The table's short name stands before each column.
   std::string text(const std::string& table) const {
-    std::string text = fmt::format("{0}.started_ms >= :since AND {0}.started_ms < :until", table);
+    // A time that bounds nothing would still make the database go by the index of times.
+    std::string text = "1 = 1";
+    if (has_since()) text += fmt::format(" AND {}.started_ms >= :since", table);
+    if (has_until()) text += fmt::format(" AND {}.started_ms < :until", table);
     if (!m_filter.m_serial.empty()) text += fmt::format(" AND {}.serial = :serial", table);
     if (!m_filter.m_plan.empty()) text += fmt::format(" AND {}.plan = :plan", table);
     std::string names;
@@ -30,13 +33,16 @@ class condition_st {
   }
 
   void bind(soci::statement* statement) const {
-    statement->exchange(soci::use(m_since, "since"));
-    statement->exchange(soci::use(m_until, "until"));
+    if (has_since()) statement->exchange(soci::use(m_since, "since"));
+    if (has_until()) statement->exchange(soci::use(m_until, "until"));
     if (!m_filter.m_serial.empty()) statement->exchange(soci::use(m_filter.m_serial, "serial"));
     if (!m_filter.m_plan.empty()) statement->exchange(soci::use(m_filter.m_plan, "plan"));
   }
 
  private:
+  bool has_since() const { return m_filter.m_since_ms != store_filter_st().m_since_ms; }
+  bool has_until() const { return m_filter.m_until_ms != store_filter_st().m_until_ms; }
+
   const store_filter_st& m_filter;
   long long m_since;
   long long m_until;
@@ -168,39 +174,12 @@ place_st place_before_last(soci::session* sql, const condition_st& condition, st
 
 store_yield_st* plan_of(std::vector<store_yield_st>* plans, const std::string& name) {
   const auto plan = std::ranges::find(*plans, name, &store_yield_st::m_plan);
-  if (plan == plans->end()) throw soci::soci_error("the store changed while it was read");
-  return &*plan;
+  if (plan != plans->end()) return &*plan;
+  plans->emplace_back().m_plan = name;
+  return &plans->back();
 }
 
-// A time and what came of it are one number here, so that the smallest is the first run with its verdict.
-void count_units(soci::session* sql, const condition_st& condition, std::vector<store_yield_st>* plans) {
-  store_yield_st plan;
-  long long units = 0;
-  long long runs = 0;
-  long long at_first = 0;
-  long long at_last = 0;
-  soci::statement statement(*sql);
-  statement.exchange(soci::into(plan.m_plan));
-  for (auto* number : {&units, &runs, &at_first, &at_last}) statement.exchange(soci::into(*number));
-  condition.bind(&statement);
-  start(&statement, fmt::format("SELECT plan, COUNT(*), SUM(runs), SUM(1 - first_run % 2), SUM(1 - last_run % 2)"
-                                " FROM (SELECT u.plan AS plan, COUNT(*) AS runs,"
-                                " MIN(u.started_ms * 2 + 1 - u.is_good) AS first_run,"
-                                " MAX(u.started_ms * 2 + 1 - u.is_good) AS last_run"
-                                " FROM amt_units u WHERE {} GROUP BY u.plan, u.unit) AS units"
-                                " GROUP BY plan ORDER BY plan",
-                                condition.text("u")));
-  statement.execute();
-  while (statement.fetch()) {
-    plan.m_units = units;
-    plan.m_runs = runs;
-    plan.m_good_at_first = at_first;
-    plan.m_good_at_last = at_last;
-    plans->push_back(plan);
-  }
-}
-
-void count_verdicts(soci::session* sql, const condition_st& condition, std::vector<store_yield_st>* plans) {
+void count_runs(soci::session* sql, const condition_st& condition, std::vector<store_yield_st>* plans) {
   std::string plan;
   std::string verdict;
   long long count = 0;
@@ -214,8 +193,34 @@ void count_verdicts(soci::session* sql, const condition_st& condition, std::vect
                     condition.text("u")));
   statement.execute();
   while (statement.fetch()) {
-    plan_of(plans, plan)->m_verdicts.at(static_cast<std::size_t>(verdict_of(verdict))) = count;
+    store_yield_st* counted = plan_of(plans, plan);
+    counted->m_runs += count;
+    counted->m_verdicts.at(static_cast<std::size_t>(verdict_of(verdict))) += count;
   }
+  std::ranges::sort(*plans, {}, &store_yield_st::m_plan);
+}
+
+// A time and what came of it are one number here, so that the smallest is the first run with its verdict. One plan at a
+// time is answered from an index alone, without sorting.
+void count_units(soci::session* sql, const store_filter_st& filter, store_yield_st* plan) {
+  store_filter_st of_plan = filter;
+  of_plan.m_plan = plan->m_plan;
+  const condition_st condition(of_plan);
+  long long units = 0;
+  long long at_first = 0;
+  long long at_last = 0;
+  soci::statement statement(*sql);
+  for (auto* number : {&units, &at_first, &at_last}) statement.exchange(soci::into(*number));
+  condition.bind(&statement);
+  start(&statement, fmt::format("SELECT COUNT(*), SUM(first_run & 1), SUM(last_run & 1) FROM"
+                                " (SELECT MIN(u.started_ms * 2 + u.is_good) AS first_run,"
+                                " MAX(u.started_ms * 2 + u.is_good) AS last_run"
+                                " FROM amt_units u WHERE {} GROUP BY u.unit) AS units",
+                                condition.text("u")));
+  statement.execute(true);
+  plan->m_units = units;
+  plan->m_good_at_first = at_first;
+  plan->m_good_at_last = at_last;
 }
 
 void count_failing(soci::session* sql, const condition_st& condition, std::vector<store_yield_st>* plans) {
@@ -287,8 +292,8 @@ std::string store_st::yield(const store_filter_st& filter, std::vector<store_yie
     // One picture of the store for all three.
     soci::transaction transaction(sql);
     if (m_session->m_address.m_is_server) sql << "SET TRANSACTION ISOLATION LEVEL REPEATABLE READ";
-    count_units(&sql, condition, plans);
-    count_verdicts(&sql, condition, plans);
+    count_runs(&sql, condition, plans);
+    for (auto& plan : *plans) count_units(&sql, filter, &plan);
     count_failing(&sql, condition, plans);
   });
 }

@@ -59,6 +59,7 @@ TEST(RecordReader, WrongRecord_IsRefusedWithItsPlace) {
             "schema_version: is not one that this program knows");
   EXPECT_EQ(wrong_with("\"schema_version\":1", "\"schema_version\":\"1\""), "schema_version: must be a whole number");
   EXPECT_EQ(wrong_with("4000", "4G00"), "run_id: is no UUID in small letters");
+  EXPECT_EQ(wrong_with("\"name\":\"board\"", "\"name\":\"\""), "plan.name: is empty");
   EXPECT_EQ(wrong_with("\"verdict\":\"PASS\"", "\"verdict\":\"GOOD\""), "verdict: is no verdict");
   EXPECT_EQ(wrong_with("2026-11-20T08", "2026-13-20T08"), "started: is no time");
   EXPECT_EQ(wrong_with("\"low\":3.6", "\"low\":\"3.6\""), "steps[0].limits.low: must be a number");
