@@ -32,8 +32,8 @@ const row_st ROWS[] = {
     {"word = \"bt-address\"\nargs = [\"put\"]", "p:7:1: error: step.args: bt-address: there is no operation 'put'"},
     {"word = \"imei\"\nargs = [\"set\", \"490154203237519\"]", "force = true sends it all the same"},
     {"word = \"version\"\nargs = [\"none\"]", "step.args: version: 'none' is no module"},
-    {"frame = 300", "step.frame: '300' is no command id"},
-    {"frame = 45\natoms = [\"19\"]", "step.frame: atom '19' is not of the form"},
+    {"frame = 300", "step.frame: frame: '300' is no command id"},
+    {"frame = 45\natoms = [\"19\"]", "step.frame: frame: atom '19' is not of the form"},
     {"at = \"\"", "step.at: "},
     // values
     {"frame = 45\natoms = [\"19:int=16\"]\nequals = \"x\"", "value_atom has to name the atom"},
