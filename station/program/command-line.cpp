@@ -2,8 +2,8 @@
 
 #include "station/program/options.h"
 #include "station/program/plan-commands.h"
-#include "station/program/results-commands.h"
 #include "station/program/report.h"
+#include "station/program/results-commands.h"
 #include "station/program/run.h"
 #include "station/program/shell.h"
 #include "station/words/exchange.h"
