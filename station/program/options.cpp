@@ -131,7 +131,7 @@ std::string plan_help() {
   std::string help = "With a plan (amt-station run --help):\n";
   for (const auto& row : station_plan_commands())
     help += fmt::format("  {} {}  {}\n", row.m_name, row.m_usage, row.m_help);
-  return help + "\n";
+  return help + "  results send|list|show|export|yield  keeps what runs left, and reports it\n\n";
 }
 
 // Whether the parser would take the argument after it for this option's value.

@@ -11,8 +11,10 @@
 
 #include "station/plan/example.h"
 #include "station/plan/load.h"
+#include "station/program/results-commands.h"
 #include "station/record/record-file.h"
 #include "station/run/run.h"
+#include "station/store/address.h"
 #include "station/wire/link.h"
 
 namespace {
@@ -27,6 +29,7 @@ struct options_st {
   texts m_variables;
   std::string m_work_order;
   std::string m_records;
+  std::string m_db;
   std::string m_station;
   unsigned m_baud = 0;
   bool m_is_loop = false;
@@ -160,11 +163,14 @@ std::string read_options(const options_st& options, run_options_st* run) {
     return "--loop and --serial exclude each other: each unit has its own number";
   run->m_work_order = options.m_work_order;
   run->m_records = options.m_records.empty() ? record_default_folder() : options.m_records;
+  run->m_db = options.m_db.empty() ? results_default_store(run->m_records) : options.m_db;
   run->m_station = options.m_station.empty() ? host_name() : options.m_station;
   run->m_version = VX_VERSION;
   run->m_baud = options.m_baud;
   run->m_is_loop = options.m_is_loop;
   if (wrong.empty() && run->m_records.empty()) wrong = "there is no HOME to keep records in: give --records DIR";
+  store_address_st ignored;
+  if (wrong.empty()) wrong = store_parse_address(run->m_db, &ignored);
   return wrong;
 }
 
@@ -181,6 +187,8 @@ void add_run_options(CLI::App* app, options_st* options) {
   add("--var", &options->m_variables, "A variable of the plan", "NAME=VALUE")->allow_extra_args(false);
   add("--work-order", &options->m_work_order, "A CSV file with variables for each unit, by the column serial", "FILE");
   add("--records", &options->m_records, "The folder of the records; below the user's data otherwise", "DIR");
+  add("--db", &options->m_db,
+      "The store of results: postgresql://... or a file; results.db beside the records otherwise", "URL");
   add("--station", &options->m_station, "The station's name in the records; the machine's otherwise", "NAME");
   add("--baud", &options->m_baud, "Speed of the lines, instead of the plan's", "N")->check([](const std::string& text) {
     unsigned baud = 0;

@@ -4,6 +4,7 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 #include <stdio.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -38,6 +39,7 @@ int rename_new(int folder, const char* from, const char* to) {
 }  // namespace
 
 record_file_st::~record_file_st() {
+  if (m_file_fd >= 0) ::close(m_file_fd);
   if (m_folder_fd >= 0) ::close(m_folder_fd);
 }
 
@@ -59,19 +61,19 @@ std::string record_file_st::replace(const record_st& record) {
   return put(record, false);
 }
 
-std::string record_file_st::write_aside(const std::string& text) const {
-  const int fd = ::openat(m_folder_fd, m_aside.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644);
-  if (fd < 0) return reason(m_path, "open");
-  std::string wrong;
-  if (!write_all(fd, text)) wrong = reason(m_path, "write");
-  if (wrong.empty() && ::fsync(fd) != 0) wrong = reason(m_path, "fsync");
-  if (::close(fd) != 0 && wrong.empty()) wrong = reason(m_path, "close");
-  return wrong;
+std::string record_file_st::write_aside(const std::string& text, int* fd) const {
+  *fd = ::openat(m_folder_fd, m_aside.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0644);
+  if (*fd < 0) return reason(m_path, "open");
+  // Not every file system has locks. There a reader goes by what the record says.
+  ::flock(*fd, LOCK_EX | LOCK_NB);
+  if (!write_all(*fd, text)) return reason(m_path, "write");
+  return ::fsync(*fd) == 0 ? "" : reason(m_path, "fsync");
 }
 
 std::string record_file_st::put(const record_st& record, bool is_first) {
   if (m_folder_fd < 0) return fmt::format("{}: the folder is not open", m_folder);
-  std::string wrong = write_aside(record_text(record));
+  int fd = -1;
+  std::string wrong = write_aside(record_text(record), &fd);
   if (wrong.empty()) {
     const int renamed = is_first ? rename_new(m_folder_fd, m_aside.c_str(), m_name.c_str())
                                  : ::renameat(m_folder_fd, m_aside.c_str(), m_folder_fd, m_name.c_str());
@@ -79,8 +81,12 @@ std::string record_file_st::put(const record_st& record, bool is_first) {
   }
   if (!wrong.empty()) {
     ::unlinkat(m_folder_fd, m_aside.c_str(), 0);
+    if (fd >= 0) ::close(fd);
     return wrong;
   }
+  // The earlier state's lock goes only now: whoever gets it finds another file under the name.
+  if (m_file_fd >= 0) ::close(m_file_fd);
+  m_file_fd = fd;
   return ::fsync(m_folder_fd) == 0 ? "" : reason(m_folder, "fsync");
 }
 

@@ -1,5 +1,7 @@
 // The file of a record. It is written aside, brought to the disk, and put in place by a rename that is brought to the
 // disk too: at every moment the name leads to one whole version. A file that was there before is never replaced.
+// As long as this object lives, the file is locked (flock): who gets the lock knows that the run has ended, in whatever
+// way.
 #pragma once
 
 #include <string>
@@ -21,7 +23,7 @@ class record_file_st {
   const std::string& path() const { return m_path; }
 
  private:
-  std::string write_aside(const std::string& text) const;
+  std::string write_aside(const std::string& text, int* fd) const;
   std::string put(const record_st& record, bool is_first);
 
   std::string m_folder;
@@ -29,6 +31,7 @@ class record_file_st {
   std::string m_aside;
   std::string m_path;
   int m_folder_fd = -1;
+  int m_file_fd = -1;  // of the last state, for its lock
 };
 
 // Where records lie unless the user names another folder: below the user's data folder. Empty: there is none.

@@ -10,10 +10,12 @@
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <ostream>
 #include <thread>
 
 #include "station/run/display.h"
+#include "station/store/sender.h"
 
 namespace {
 
@@ -66,11 +68,15 @@ class run_st {
     m_setting.m_stop_fd = m_stop.fd();
     m_setting.m_kill_fd = m_kill.fd();
     m_running = m_options.m_phones.size();
+    if (!m_options.m_db.empty()) {
+      m_sender.emplace(m_options.m_db, m_options.m_records, [this](const std::string& line) { m_display.print(line); });
+    }
     {
       std::vector<std::jthread> threads;
       for (std::size_t n = 0; n < m_options.m_phones.size(); ++n) threads.emplace_back([this, n] { serve(n); });
       watch();
     }
+    if (m_sender) m_sender->finish();
     return exit_code();
   }
 
@@ -134,6 +140,7 @@ class run_st {
     };
     const run_result_st result = run_unit(m_setting, unit, phone, watcher);
     m_display.end_unit(n, result.m_record, result.m_path);
+    if (m_sender) m_sender->wake();
     if (!result.m_record_failure.empty()) {
       m_display.print(fmt::format("{}: the record could not be written: {}", unit.m_name, result.m_record_failure));
     }
@@ -154,6 +161,7 @@ class run_st {
                              [this](const std::function<void()>& action) { m_display.quietly(action); }};
   run_work_order_st m_order;
   run_setting_st m_setting;
+  std::optional<store_sender_st> m_sender;
   flag_st m_stop;
   flag_st m_kill;
   flag_st m_done;

@@ -18,6 +18,7 @@ struct run_options_st {
   std::map<std::string, std::string> m_variables;
   std::string m_work_order;  // a file; empty: none
   std::string m_records;     // the folder
+  std::string m_db;          // where records are sent; empty: nowhere
   std::string m_station;
   std::string m_version;
   unsigned m_baud = 0;  // 0: the plan's

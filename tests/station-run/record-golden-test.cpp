@@ -33,7 +33,9 @@ class RecordGolden : public LineTest {
  protected:
   void expect_golden(const std::string& name) const {
     std::string path;
-    for (const auto& entry : std::filesystem::directory_iterator(records_folder())) path = entry.path();
+    for (const auto& entry : std::filesystem::directory_iterator(records_folder())) {
+      if (entry.path().extension() == ".json") path = entry.path();
+    }
     ordered_json kept = ordered_json::parse(read_whole_file(path));
     mask(&kept);
     const std::string text = kept.dump(1) + "\n";
