@@ -52,7 +52,7 @@ bool take(const std::string& name, const fs::path& folder) {
 
 std::string first_free(const fs::path& folder) {
   for (int number = 1; number <= MOST_PHONES; ++number) {
-    const std::string name = "phone" + std::to_string(number);
+    std::string name = "phone" + std::to_string(number);
     if (take(name, folder)) return name;
   }
   throw error("too many phones");
