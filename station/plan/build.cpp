@@ -97,7 +97,7 @@ class builder_st {
 
   std::string name_of(const plan_settings_st& settings, const char* scope, std::set<std::string>* taken) {
     const std::string key = fmt::format("{}.name", scope);
-    const std::string name = text_of(settings, "name");
+    std::string name = text_of(settings, "name");
     if (!settings.has("name")) {
       report(settings.m_place, key, "is missing");
     } else if (name.empty() || plan_has_control_character(name)) {

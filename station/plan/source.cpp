@@ -257,7 +257,7 @@ class reader_st {
   }
 
   static std::optional<std::string> scalar(const toml::node& node) {
-    if (const auto text = node.value_exact<std::string>()) return text;
+    if (auto text = node.value_exact<std::string>()) return text;
     if (const auto value = node.value_exact<bool>()) return *value ? "true" : "false";
     if (const auto value = node.value_exact<std::int64_t>()) return fmt::format("{}", *value);
     if (const auto value = number(node)) return fmt::format("{}", *value);
