@@ -177,6 +177,7 @@ TEST_F(TwoProcesses, Worker_OfTheChild_IsMarkedWhenItEnds) {
   char is_marked = 0;
   EXPECT_EQ(read(g_end_of_the_childs_worker[0], &is_marked, 1), 1);
   EXPECT_EQ(is_marked, 7);
+  EXPECT_TRUE(wait_for([] { return g_handle_context.m_pc_thread.m_is_ended.load(); }));  // in this process, too
   pub_util_clear_thread(g_handle_context.m_pc_thread);
   for (const int fd : g_end_of_the_childs_worker) close(fd);
 }
