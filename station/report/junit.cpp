@@ -104,7 +104,7 @@ pugi::xml_document suite_of(const result_st& unit) {
 // The suites are written one by one: a year's units would not fit into memory together.
 std::string report_write_junit(store_st* store, const store_filter_st& filter, std::ostream* out) {
   *out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites name=\"amt-station\">\n";
-  const std::string failed = store->visit(filter, true, 0, [&](const result_st& unit) {
+  std::string failed = store->visit(filter, true, 0, [&](const result_st& unit) {
     const pugi::xml_document document = suite_of(unit);
     document.first_child().print(*out, "  ", pugi::format_default, pugi::encoding_utf8, 1);
     return out->good();

@@ -222,7 +222,7 @@ std::string run_display_st::row_line(const row_st& row, std::size_t width) const
     const std::string tail =
         fmt::format("  {}{}", time_text(row.m_time), row.m_is_waiting ? "  waiting for the next phone" : "");
     const std::string name = verdict_name(row.m_verdict);
-    const std::string plain = cut(head + name + tail, width);
+    std::string plain = cut(head + name + tail, width);
     if (plain.size() < head.size() + name.size()) return plain;
     return head + colored(row.m_verdict, name) + plain.substr(head.size() + name.size());
   }

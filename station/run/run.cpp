@@ -50,7 +50,7 @@ class run_st {
   // Returns what is wrong with the options; empty: nothing.
   std::string prepare() {
     if (!m_options.m_work_order.empty()) {
-      const std::string wrong = m_order.read(m_options.m_work_order);
+      std::string wrong = m_order.read(m_options.m_work_order);
       if (!wrong.empty()) return wrong;
     }
     return run_check_given(*m_options.m_plan, m_options.m_variables, m_order);

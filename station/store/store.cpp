@@ -126,7 +126,7 @@ void add_step(soci::session* sql, const std::string& run_id, const result_step_s
 
 // The library says no more than that writing failed, or that it cannot make one of its files.
 bool is_disk_full(const store_address_st& address) {
-  constexpr std::uintmax_t LEAST_ROOM = 256 * 1024;
+  constexpr std::uintmax_t LEAST_ROOM = 262'144;
   std::error_code failed;
   const auto folder = std::filesystem::absolute(address.m_file, failed).parent_path();
   const auto space = std::filesystem::space(folder, failed);
@@ -148,7 +148,7 @@ store_st::~store_st() = default;
 std::string store_st::open(const std::string& address, store_mode_en mode) {
   close();
   auto session = std::make_unique<store_session_st>();
-  const std::string wrong = store_parse_address(address, &session->m_address);
+  std::string wrong = store_parse_address(address, &session->m_address);
   if (!wrong.empty()) return wrong;
   const store_address_st& where = session->m_address;
   std::error_code ignored;
@@ -156,7 +156,7 @@ std::string store_st::open(const std::string& address, store_mode_en mode) {
     return fmt::format("{}: there is no store", where.m_shown);
   }
   int version = 0;
-  const std::string failed = store_try(where, [&] {
+  std::string failed = store_try(where, [&] {
     if (!where.m_is_server) std::filesystem::create_directories(std::filesystem::absolute(where.m_file).parent_path());
     session->m_sql.open(where.m_is_server ? *factory_postgresql() : *factory_sqlite3(), where.m_connection);
     if (!where.m_is_server && mode == store_mode_en::WRITE) set_modes(&session->m_sql);
