@@ -149,7 +149,9 @@ TEST(Start, BeforeItsFirstWaitPoint_HoldsTheSignalsBackInEachThread) {
   shell("mkfifo /phone/bin/vx-kro-amt.cfg");  // its opening waits for somebody who writes
   phone.start();
   ASSERT_TRUE(phone.wait_log("parse_amt_cfg()"));
-  std::istringstream masks(shell("sed -n 's/^SigBlk:[^0-9a-f]*//p' /proc/[0-9]*/task/*/status; sleep 0.1"));
+  std::istringstream masks(
+      shell("sed -n '/^Name:[^a-z]*vx-kro-amt/,/^SigBlk/s/^SigBlk:[^0-9a-f]*//p'"
+            " /proc/[0-9]*/task/*/status; sleep 0.1"));
   constexpr std::uint64_t STOPPING = 1ULL << (SIGUSR1 - 1);
   constexpr std::uint64_t HELD = 1ULL << (SIGTERM - 1) | STOPPING | 1ULL << (SIGUSR2 - 1);
   int stopping = 0;
