@@ -30,7 +30,7 @@ enum class plan_on_fail_en { GO_ON, END_GROUP, END_PLAN };
 // What a value must be. Without any of these an answer is enough.
 struct plan_limits_st {
   std::optional<double> m_low;   // in the step's unit, the limits themselves are good
-  std::optional<double> m_high;  // likewise
+  std::optional<double> m_high;  // the same for this one
   double m_marginal = 0;         // nearer to a limit than this is good, but marginal
   std::optional<std::string> m_equals;
   std::optional<std::string> m_matches;  // a regular expression for the whole value

@@ -22,5 +22,5 @@ std::optional<std::string> plan_expand(const std::string& text, const plan_looku
 // Whether the text has a character that no value of a variable may have.
 bool plan_has_control_character(const std::string& text);
 
-// The text as a finite number, with a sign, a point or an exponent; nothing else before or behind it.
+// The text as a finite number, with a sign, a point or an exponent; nothing else before or after it.
 std::optional<double> plan_read_number(const std::string& text);

@@ -17,7 +17,7 @@ namespace {
 using clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds TRY_STEP{200};     // between two looks for a port
-constexpr std::chrono::milliseconds SETTLE_TIME{300};  // a port that stays so long has a phone behind it
+constexpr std::chrono::milliseconds SETTLE_TIME{300};  // a port that stays so long belongs to a phone
 constexpr std::size_t MOST_SHOWN = 2000;               // objects of one exchange; a line that never stops has more
 
 bool is_stopped_within(std::chrono::milliseconds time, int stop_fd) {
@@ -135,7 +135,7 @@ bool run_phone_st::wait_there(int stop_fd) {
     const station_exit_en opened = m_pc->open(m_baud);
     if (opened == STATION_INTERRUPTED) return false;
     const auto until = clock::now() + SETTLE_TIME;
-    // A gateway takes the connection and closes it again when no phone is plugged in behind it.
+    // A gateway takes the connection and closes it again when no phone is plugged in.
     bool is_there = opened == STATION_OK;
     while (is_there && clock::now() < until) {
       std::size_t count = 0;

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-// "2026-11-22", with "T08:42", ":00", ".123" and "Z" behind it or not; a blank may stand for the T. None: it is no
+// "2026-11-22", with "T08:42", ":00", ".123" and "Z" after it or not; a blank may stand for the T. None: it is no
 // time.
 std::optional<std::int64_t> store_parse_time(std::string_view text);
 

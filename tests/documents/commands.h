@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-// A line of a block that begins with a program of this project, without the explanation that may stand behind it.
+// A line of a block that begins with a program of this project, without the explanation that may follow.
 struct printed_command {
   std::string text;
-  int exit = 0;                       // "# exit 7" behind the command
+  int exit = 0;                       // "# exit 7" after the command
   std::optional<std::string> output;  // a block that begins "```text output" after the command's: all that it prints
 };
 
