@@ -13,6 +13,7 @@
 #include "tests/unit/application.h"
 #include "tests/unit/links.h"
 #include "tests/unit/signal-scope.h"
+#include "tests/unit/stop-worker.h"
 #include "tests/unit/temp-folder.h"
 #include "tests/unit/wait-for.h"
 
@@ -166,7 +167,7 @@ TEST_F(AppLinkWithoutAnswers, FullRecord_WaitsButCanBeEnded) {
   ASSERT_EQ(pub_util_start_thread(thread, amt_handle_read_app_loop), 0);
   EXPECT_TRUE(wait_for([this] { return m_log.count("app read empty data") >= 2; }));
   EXPECT_TRUE(m_log.contains("handle APP req data: : (data_len = 4095) -- "));
-  ASSERT_EQ(pub_util_kill_thread(&thread), 0);
+  stop_worker(thread);
   EXPECT_TRUE(wait_for([this] { return m_log.contains("will be end"); }));
 }
 
@@ -181,7 +182,7 @@ class AppTerminal : public context_test {
     EXPECT_EQ(pub_util_start_thread(g_handle_context.m_app_thread, amt_handle_read_app_loop), 0);
   }
   ~AppTerminal() override {
-    pub_util_kill_thread(&g_handle_context.m_app_thread);
+    stop_worker(g_handle_context.m_app_thread);
     std::ignore = pub_pty_close(&g_handle_context.m_pty_app);
   }
   std::string mapping() const { return m_folder.path("app"); }

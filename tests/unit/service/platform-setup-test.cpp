@@ -12,6 +12,7 @@
 #include "tests/unit/application.h"
 #include "tests/unit/failing-calls.h"
 #include "tests/unit/signal-scope.h"
+#include "tests/unit/stop-worker.h"
 #include "tests/unit/temp-folder.h"
 
 namespace {
@@ -23,7 +24,7 @@ class PlatformSetup : public context_test {
     set_device(g_amt_cfg.m_tty_at_mux_a, m_at.name());
   }
   ~PlatformSetup() override {
-    if (g_handle_context.m_app_thread.m_tid != 0) pub_util_kill_thread(&g_handle_context.m_app_thread);
+    stop_worker(g_handle_context.m_app_thread);
     if (g_handle_context.m_pty_app.m_ptm_fd > 0) std::ignore = pub_pty_close(&g_handle_context.m_pty_app);
   }
   // Brings the links up with a modem that answers the silencing so.

@@ -13,6 +13,7 @@
 #include "tests/unit/links.h"
 #include "tests/unit/phone-root.h"
 #include "tests/unit/signal-scope.h"
+#include "tests/unit/stop-worker.h"
 #include "tests/unit/wait-for.h"
 
 namespace {
@@ -232,7 +233,7 @@ TEST_F(UsbEvents, SocketThatCannotBeHad_IsLogged) {
     const failing_call failing(call, EACCES);
     ASSERT_EQ(pub_util_start_thread(thread, amt_handle_monitor_usb_loop), 0);
     EXPECT_TRUE(wait_for([&] { return m_log.has("sys call: " + call + "() failed! errno = 13"); }));
-    EXPECT_EQ(pub_util_kill_thread(&thread), 0);
+    stop_worker(thread);
   }
 }
 
