@@ -46,6 +46,18 @@ std::string run_control(control_target& target, const words& all) {
   throw usage_error(fmt::format("unknown command: {}", fmt::join(all, " ")));
 }
 
+void describe_control(completion_command_st& ctl) {
+  ctl.m_arguments.clear();
+  for (const auto& row : all_commands()) {
+    completion_command_st* place = &ctl;
+    for (const auto& word : name_words(row.name)) {
+      if (place->find(word) == nullptr) place->m_commands.push_back({word, std::string(row.help), {}, {}, {}});
+      place = place->find(word);
+    }
+    place->m_help = row.help;
+  }
+}
+
 std::string control_help() {
   std::string help = "Commands:\n";
   for (const auto& command : all_commands()) {
