@@ -3,7 +3,7 @@ JOBS ?= $(shell nproc)
 TEST_JOBS ?= 8
 CTEST = ctest --output-on-failure --no-tests=error -j$(TEST_JOBS)
 
-.PHONY: all setup demo test handset bench fuzz fuzz-short faults faults-short kills asan tsan phone-like arm64 armhf
+.PHONY: all setup demo test handset bench fuzz fuzz-short faults faults-short kills asan tsan phone-like arm64 armhf deb
 .PHONY: lint format clean
 all: programs
 
@@ -56,6 +56,10 @@ phone-like arm64 armhf: %: build/.%
 
 handset: programs
 	@build/bin/handset run
+
+deb: programs
+	@tools/setup package
+	@tools/deb
 
 bench: TARGETS = --target programs bench
 bench: build/.test

@@ -65,6 +65,7 @@ completion_command_st completion_describe(const CLI::App& app) {
         result.m_options.push_back(describe(*option));
     }
   }
-  for (const CLI::App* command : app.get_subcommands(nullptr)) result.m_commands.push_back(completion_describe(*command));
+  for (const CLI::App* command : app.get_subcommands(nullptr))
+    result.m_commands.push_back(completion_describe(*command));
   return result;
 }

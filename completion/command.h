@@ -1,5 +1,5 @@
-// Ground room `completion`: what a command line takes, read from the parser's own tree, and the scripts by which a shell
-// completes it. It belongs to no program; each that has a parser uses it.
+// Ground room `completion`: what a command line takes, read from the parser's own tree, and the scripts by which a
+// shell completes it. It belongs to no program; each that has a parser uses it.
 //
 // A command with its options, arguments and commands, as data.
 #pragma once

@@ -1,7 +1,8 @@
 // Room `web`: the operator's page. It follows a run and shows it to browsers; nothing comes back from there.
 //
-// The board: what each phone's tile shows, and the counts of the shift. The run's threads write to it; one thread of its
-// own turns the changes into frames, a few times a second, so that however many watch, the run waits for none of them.
+// The board: what each phone's tile shows, and the counts of the shift. The run's threads write to it; one thread of
+// its own turns the changes into frames, a few times a second, so that however many watch, the run waits for none of
+// them.
 #pragma once
 
 #include <chrono>

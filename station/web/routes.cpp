@@ -82,7 +82,8 @@ class watcher_st {
   watcher_st& operator=(const watcher_st&) = delete;
 
   bool send(httplib::DataSink& sink) {
-    const web_frame frame = m_next == 0 ? m_site->m_board->whole(&m_next) : m_site->m_board->next(&m_next, SIGN_OF_LIFE);
+    const web_frame frame =
+        m_next == 0 ? m_site->m_board->whole(&m_next) : m_site->m_board->next(&m_next, SIGN_OF_LIFE);
     if (frame) return sink.write(frame->data(), frame->size());
     sink.done();
     return true;
@@ -101,8 +102,8 @@ void watch(httplib::Response& response, web_site_st* site) {
     return;
   }
   const auto watcher = std::make_shared<watcher_st>(site);
-  response.set_chunked_content_provider("text/event-stream",
-                                        [watcher](std::size_t, httplib::DataSink& sink) { return watcher->send(sink); });
+  response.set_chunked_content_provider(
+      "text/event-stream", [watcher](std::size_t, httplib::DataSink& sink) { return watcher->send(sink); });
 }
 
 }  // namespace
