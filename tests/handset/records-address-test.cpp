@@ -211,6 +211,18 @@ TEST_F(AddressRecord, OfMode555WithFewerRights_AreWrittenAndKeepIt) {
   }
 }
 
+// A shell has a part in every write of a record.
+TEST_F(AddressRecord, TextForAShell_IsOnlyRecorded) {
+  start(with_bt_record());
+  for (const std::string text : {"`id>/tmp/owned`", "$(id>/tmp/owned)", ";id>/tmp/owned;", "'|id>/tmp/owned|'"}) {
+    expect_reply("AT^DBTADDR=\"" + text + "\"\r", REPLY_OK);
+    expect_reply("AT^DWIFIADDR=\"" + text + "\"\r", REPLY_OK);
+    EXPECT_EQ(record(BT_RECORD), text + "\n");
+    EXPECT_EQ(record(WIFI_RECORD), text + "\n");
+  }
+  EXPECT_FALSE(phone().exists("/tmp/owned"));
+}
+
 TEST_F(AddressRecord, FoldersMissing_AreRefusedUntilTheNextStartMakesThem) {
   start();
   phone().remove("/amt/BT");
