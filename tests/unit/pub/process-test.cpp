@@ -64,9 +64,9 @@ class child_process {
   explicit child_process(std::string name, std::string argument = "60") {
     char* const arguments[] = {name.data(), argument.data(), nullptr};
     EXPECT_EQ(posix_spawn(&m_pid, "/bin/sleep", nullptr, nullptr, arguments, environ), 0);
-    // The new command line is there a little after the new program.
+    // The new command line is there a little after the new program; where fork stands in for it, even later.
     const std::string path = "/proc/" + std::to_string(m_pid) + "/cmdline";
-    EXPECT_TRUE(wait_for([&path] { return !read_whole_file(path).empty(); }));
+    EXPECT_TRUE(wait_for([&] { return read_whole_file(path).starts_with(name + '\0'); }));
   }
   ~child_process() { end(); }
   child_process(const child_process&) = delete;
