@@ -132,7 +132,10 @@ class table_lock_st {
   explicit table_lock_st(postgres_st* server) : m_server(*server) {
     m_thread = std::jthread(
         [this] { m_server.ask("begin; lock table amt_units in access exclusive mode; select pg_sleep(60)", "lock"); });
-    EXPECT_TRUE(m_server.wait_for("select count(*) from pg_locks where mode = 'AccessExclusiveLock' and granted", "1"));
+    EXPECT_TRUE(
+        m_server.wait_for("select count(*) from pg_locks where relation = 'amt_units'::regclass and mode = "
+                          "'AccessExclusiveLock' and granted",
+                          "1"));
   }
   ~table_lock_st() { release(); }
   table_lock_st(const table_lock_st&) = delete;
