@@ -3,7 +3,7 @@ JOBS ?= $(shell nproc)
 TEST_JOBS ?= 8
 CTEST = ctest --output-on-failure --no-tests=error -j$(TEST_JOBS)
 
-.PHONY: all setup demo test handset bench fuzz fuzz-short faults faults-short kills asan tsan phone-like arm64 armhf
+.PHONY: all setup demo test handset bench fuzz fuzz-short faults faults-short kills line-kills asan tsan phone-like arm64 armhf
 .PHONY: lint format clean
 all: programs
 
@@ -88,6 +88,12 @@ kills: COUNT ?= 10000
 kills: TARGETS = --target kills-campaign
 kills: build/.test
 	@tools/kills $(COUNT)
+
+# A station killed while it runs a plan, COUNT times: each record is whole, with each step that was reported.
+line-kills: COUNT ?= 200
+line-kills: TARGETS = --target station-run-test
+line-kills: build/.test
+	VX_KILLS=$(COUNT) build/bin/station-run-test --gtest_filter='RecordKill.*'
 
 # The static checks read only how each file is compiled, so the tree need not be built, only configured.
 lint:
