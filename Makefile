@@ -17,7 +17,8 @@ programs:
 	@[ -f build/build.ninja ] || { $(call configure,release); }
 	@cmake --build build -j$(JOBS) --target programs
 build/.test:
-	@tools/setup build test
+	@tools/setup build test package
+	@tools/setup browser || echo "no browser here: the test of the page in one is skipped"
 	@grep -qs '^VX_TESTS:.*=ON' build/CMakeCache.txt || { $(call configure,test); }
 	@cmake --build build -j$(JOBS) $(TARGETS)
 build/.handset-test:
