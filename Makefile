@@ -3,15 +3,15 @@ JOBS ?= $(shell nproc)
 TEST_JOBS ?= 8
 CTEST = ctest --output-on-failure --no-tests=error -j$(TEST_JOBS)
 
-.PHONY: all setup demo test handset bench fuzz fuzz-short faults faults-short kills soak mutants asan tsan phone-like
-.PHONY: arm64 armhf lint format clean
+.PHONY: all setup demo test handset bench fuzz fuzz-short faults faults-short kills line-kills soak mutants asan tsan
+.PHONY: phone-like arm64 armhf lint format clean
 all: programs
 
 # One tree for the programs and, once they were asked for, the tests; one for each sanitizer, the first with the fuzz targets.
 # Each is configured once, then brought up to date by ninja at every call.
 configure = out=$$(cmake --preset $(1) 2>&1) || { echo "$$out"; exit 1; }
 
-.PHONY: programs build/.test build/.asan build/.tsan build/.phone-like build/.arm64 build/.armhf
+.PHONY: programs build/.test build/.handset-test build/.asan build/.tsan build/.phone-like build/.arm64 build/.armhf
 programs:
 	@tools/setup build
 	@[ -f build/build.ninja ] || { $(call configure,release); }
@@ -20,13 +20,19 @@ build/.test:
 	@tools/setup build test
 	@grep -qs '^VX_TESTS:.*=ON' build/CMakeCache.txt || { $(call configure,test); }
 	@cmake --build build -j$(JOBS) $(TARGETS)
+build/.handset-test:
+	@tools/setup build test
+	@grep -qs '^VX_TESTS:.*=ON' build/CMakeCache.txt || { $(call configure,test); }
+	@cmake --build build -j$(JOBS) --target programs handset-test
 build/.asan build/.tsan: build/.%:
 	@tools/setup build test check
 	@[ -f build/$*/build.ninja ] || { $(call configure,$*); }
 	@cmake --build build/$* -j$(JOBS) $(TARGETS)
 
-# Trees of the service alone. Their tests run in a virtual handset of this machine.
-build/.phone-like build/.arm64 build/.armhf: build/.%: programs
+# Trees of the service alone. Their tests run in a virtual handset of this machine; the end-to-end tests are its own.
+build/.phone-like: programs
+build/.arm64 build/.armhf: build/.handset-test
+build/.phone-like build/.arm64 build/.armhf: build/.%:
 	@tools/setup build test $(if $(filter phone-like,$*),phone,cross)
 	@[ $* = phone-like ] || tools/foreign-root $* build/$*/root
 	@[ -f build/$*/build.ninja ] || { $(call configure,$*); }
@@ -53,6 +59,7 @@ tsan: build/.tsan
 # The service as a phone's compiler makes it, and for the phone's processors: all unit tests.
 phone-like arm64 armhf: %: build/.%
 	cd build/$* && $(CTEST)
+	@[ $* = phone-like ] || tools/emulated-phone $*
 
 handset: programs
 	@build/bin/handset run
@@ -81,6 +88,12 @@ kills: COUNT ?= 10000
 kills: TARGETS = --target kills-campaign
 kills: build/.test
 	@tools/kills $(COUNT)
+
+# A station killed while it runs a plan, COUNT times: each record is whole, with each step that was reported.
+line-kills: COUNT ?= 200
+line-kills: TARGETS = --target station-run-test
+line-kills: build/.test
+	VX_KILLS=$(COUNT) build/bin/station-run-test --gtest_filter='RecordKill.*'
 
 # REQUESTS on each link while parts of the phone break; the tests have a shorter form.
 soak: export VX_SOAK_REQUESTS = $(or $(REQUESTS),1000000)

@@ -10,4 +10,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
-set(CMAKE_CROSSCOMPILING_EMULATOR ${foreign_emulator} -L ${foreign_root})
+# The emulator does not look under the root for every call by which folders of libraries are found; so they are named.
+set(foreign_libraries ${foreign_root}/usr/lib/${foreign_prefix})
+set(CMAKE_CROSSCOMPILING_EMULATOR ${foreign_emulator} -L ${foreign_root}
+  -E LD_LIBRARY_PATH=${foreign_libraries}/android:${foreign_libraries}:${foreign_root}/lib/${foreign_prefix})

@@ -15,6 +15,10 @@ inline constexpr std::uint32_t AMT_CONTENT_SIZE = 100;  // room for a record's l
 // The end of every record write, after the file was closed: waits 50 ms, runs the platform's sync, and both again.
 void amt_flush_records();
 
+// fopen(3) of a record. Requests 172 and 185 leave theirs with mode 555, and a phone's policy gives nobody the right to
+// pass over modes: a record of the service's own is opened for writing all the same, and keeps its mode.
+pub_file amt_fopen_record(const char* path, const char* mode);
+
 // Opens a record; null, with the failure logged under the given code, when that does not work. site names the caller.
 pub_file amt_open_record(const pub_log_site& site, const char* path, const char* mode,
                          result_code_en code = ERR_SYSTEM);

@@ -240,7 +240,7 @@ result_code_en amt_write_wifi_address(const char* address) {
   if (std::snprintf(line, sizeof line, "%s\n", address) >= static_cast<int>(sizeof line)) {
     return pub_fail(k_log, ERR_ARGUMENT);
   }
-  pub_file file = pub_util_fopen(AMT_WIFI_ADDRESS_FILE, "w+");
+  pub_file file = amt_fopen_record(AMT_WIFI_ADDRESS_FILE, "w+");
   if (!file) return pub_fail(k_log, ERR_FAIL, "open %s fail", AMT_WIFI_ADDRESS_FILE);
   const bool is_written = amt_finish_record(std::move(file), line, [address](bool is_done) {
     if (is_done) {

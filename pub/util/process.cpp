@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <sched.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -27,9 +28,20 @@ void cmd_line_path(char (&path)[40], std::int64_t pid) {
   std::snprintf(path, sizeof path, "/proc/%" PRId64 "/cmdline", pid);
 }
 
+// A pid file that another user has put where all may write says nothing of this service: EPERM.
+pub_file open_pid_file(const char* path) {
+  pub_file file = pub_util_fopen_shared(path, O_RDONLY);
+  struct stat status = {};
+  if (!file || !pub_util_is_replaceable(path)) return file;
+  if (fstat(fileno(file.get()), &status) == 0 && (status.st_uid == 0 || status.st_uid == geteuid())) return file;
+  file.reset();
+  errno = EPERM;
+  return nullptr;
+}
+
 // The pid in a pid file; false, logged, when there is none.
 bool read_pid(const char* pid_file, std::int64_t& pid) {
-  const pub_file file = pub_util_fopen_shared(pid_file, O_RDONLY);
+  const pub_file file = open_pid_file(pid_file);
   if (!file) {
     log_open_failure(pid_file);
     return false;

@@ -18,13 +18,6 @@ namespace {
 constexpr unsigned LONGEST_TIMEOUT_MS = 24 * 3600 * 1000;
 constexpr int MANY = CLI::detail::expected_max_vector_size;
 
-std::string exit_code_help() {
-  std::string help = "Exit codes:\n";
-  for (const auto& row : STATION_EXITS)
-    help += fmt::format("  {:>3}  {}\n", static_cast<int>(row.m_code), row.m_meaning);
-  return help;
-}
-
 std::string check_baud(const std::string& text) {
   unsigned baud = 0;
   const bool is_number = CLI::detail::lexical_cast(text, baud);
@@ -187,7 +180,8 @@ std::optional<int> station_parse(std::vector<std::string> arguments, const stati
                                  station_options_st* options) {
   CLI::App app{"Talks to a phone in factory test mode over its PC link", "amt-station"};
   app.require_subcommand(1);
-  app.footer(is_shell_line ? exit_code_help() : plan_help() + exit_code_help());
+  app.footer(is_shell_line ? station_exit_help(station_command_en::WORD)
+                           : plan_help() + station_exit_help(station_command_en::WORD));
   if (!is_shell_line) app.set_version_flag("--version", "amt-station " VX_VERSION);
   if (!is_shell_line) add_port_options(&app, options);
   add_common_options(&app, options);

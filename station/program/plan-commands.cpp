@@ -57,12 +57,6 @@ std::string host_name() {
   return ::gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "";
 }
 
-std::string exit_code_help() {
-  std::string help = "Exit codes:\n";
-  for (const auto& row : RUN_EXITS) help += fmt::format("  {:>3}  {}\n", static_cast<int>(row.m_code), row.m_meaning);
-  return help;
-}
-
 int fail(const station_io_st& io, const std::string& why) {
   *io.m_err << "amt-station: " << why << std::endl;
   return STATION_USAGE;
@@ -92,13 +86,27 @@ plan_loaded_st load(const options_st& options, std::ostream* out) {
   return loaded;
 }
 
+// "revision 4, 12 steps in 3 groups and 2 in the teardown, variant two antennas"
+std::string plan_size_text(const plan_st& plan) {
+  std::size_t steps = 0;
+  for (const auto& group : plan.m_groups) steps += group.m_steps.size();
+  std::string text = fmt::format("{} revision {}, {} steps", plan.m_name, plan.m_revision, steps);
+  if (!plan.m_groups.empty() && !plan.m_groups[0].m_name.empty())
+    text += fmt::format(" in {} groups", plan.m_groups.size());
+  if (!plan.m_teardown.empty()) text += fmt::format(", {} in the teardown", plan.m_teardown.size());
+  return plan.m_variant ? fmt::format("{}, variant {}", text, plan.m_variant_name) : text;
+}
+
 int check(const texts& arguments, const station_io_st& io) {
   options_st options;
   CLI::App app{"Checks a plan and reports everything that is wrong with it", "amt-station check"};
   add_plan(&app, &options);
-  app.footer("Exit codes: 0 the plan can be run, with warnings perhaps; 2 it has errors");
+  app.footer(station_exit_help(station_command_en::CHECK));
   if (const auto status = parse(&app, arguments, io)) return *status;
-  return load(options, io.m_out).has_errors() ? RUN_USAGE : RUN_PASS;
+  const plan_loaded_st loaded = load(options, io.m_out);
+  if (loaded.has_errors()) return RUN_USAGE;
+  *io.m_out << loaded.m_plan.m_file.m_path << ": can be run: " << plan_size_text(loaded.m_plan) << std::endl;
+  return io.m_out->good() ? STATION_OK : STATION_NO_OUTPUT;
 }
 
 int print_example(const texts& arguments, const station_io_st& io) {
@@ -203,7 +211,7 @@ int run(const texts& arguments, const station_io_st& io) {
   options_st options;
   CLI::App app{"Runs a plan on phones, all at once, and keeps a record of each", "amt-station run"};
   add_run_options(&app, &options);
-  app.footer(exit_code_help());
+  app.footer(station_exit_help(station_command_en::RUN));
   if (const auto status = parse(&app, arguments, io)) return *status;
   const plan_loaded_st loaded = load(options, io.m_err);
   if (loaded.has_errors()) return RUN_USAGE;

@@ -138,12 +138,13 @@ class run_st {
     watcher.m_on_end = [&](const auto& record, const auto& step, std::size_t number) {
       m_display.end_step(n, record, step, number);
     };
+    watcher.m_on_record = [&](const std::string& failure) {
+      m_display.print(failure.empty() ? unit.m_name + ": the record can be written again"
+                                      : fmt::format("{}: the record could not be written: {}", unit.m_name, failure));
+    };
     const run_result_st result = run_unit(m_setting, unit, phone, watcher);
     m_display.end_unit(n, result.m_record, result.m_path);
     if (m_sender) m_sender->wake();
-    if (!result.m_record_failure.empty()) {
-      m_display.print(fmt::format("{}: the record could not be written: {}", unit.m_name, result.m_record_failure));
-    }
     const std::lock_guard lock(m_lock);
     m_worst = verdict_worst(m_worst, result.m_record.verdict());
     m_has_lost_record = m_has_lost_record || !result.m_record_failure.empty();

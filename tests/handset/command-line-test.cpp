@@ -100,6 +100,21 @@ TEST(PidFile, SecondCopyInNormalMode_ReportsItAndExits0) {
   EXPECT_EQ(phone.modem_end().read_exactly(9), "AT+STILL\r");
 }
 
+TEST(PidFile, OfAnotherUser_DoesNotStopTheStart) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root gives a file to another user";
+  auto options = raw_modem();
+  options.mode = handset::run_mode::normal;
+  options.has_config = false;
+  handset::phone phone(options);
+  ASSERT_EQ(phone.exec({"/bin/sh", "-c", "cp /bin/sleep /data/vx-kro-amt"}).status, handset::exited(0));
+  const auto other = phone.run({"/data/vx-kro-amt", "600"});
+  phone.write_file("/tmp/vx-kro-amt.pid", std::to_string(other->pid()) + "\n");
+  const auto start = [&phone] { return phone.exec({"/system/bin/vx-kro-amt"}).out; };
+  EXPECT_TRUE(start().ends_with("vx-kro-amt already run.\n"));
+  ASSERT_EQ(::chown(phone.host_path("/tmp/vx-kro-amt.pid").c_str(), 65534, 65534), 0);
+  EXPECT_NE(start().find("config over result=-118"), std::string::npos);
+}
+
 class StalePidFile : public ::testing::TestWithParam<std::string> {};
 
 TEST_P(StalePidFile, Found_DoesNotStopTheStart) {

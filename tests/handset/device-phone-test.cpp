@@ -76,6 +76,17 @@ TEST_F(Card, FirstFolderNotMounted_HasNothingAndIsNoError) {
   expect_log(phone(), "file system \"/storage/sdcard0\" has not been mounted");
 }
 
+// The capacity is a number of 32 bits; how wide the processor's own numbers are makes no difference.
+TEST_F(Card, OfTerabytes_GivesTheLow32BitsOfItsKilobytes) {
+  auto options = platform();
+  options.cards = {{"/storage/sdcard0", 5'368'709'120}, {"/storage/sdcard1", 3'221'225'472}};
+  start(options);
+  expect_values(137, "", "EE 37 01 0400 000000C0");
+  expect_log(phone(), "tf card capability: 3221225472 KB");
+  phone().write_file(STORAGE_CONFIG, "1\n");
+  expect_values(137, "", "EE 37 01 0400 00000040");
+}
+
 // A mount is looked for by a part of its line.
 TEST_F(Card, FolderOfALongerNameMounted_HasNothing) {
   auto options = platform();

@@ -193,6 +193,36 @@ TEST_F(AddressRecord, Wifi_ReadOnlyFileSystem_IsReadButNotWritten) {
   EXPECT_EQ(record.content(), OLD_ADDRESS);
 }
 
+// As requests 172 and 185 leave them; nobody on a phone may pass over modes.
+TEST_F(AddressRecord, OfMode555WithFewerRights_AreWrittenAndKeepIt) {
+  auto options = with_bt_record();
+  options.files[WIFI_RECORD] = OLD_ADDRESS;
+  options.user = handset::phone_user::system;
+  start(std::move(options));
+  for (const char* path : {BT_RECORD, WIFI_RECORD}) {
+    std::filesystem::permissions(phone().host_path(path), std::filesystem::perms(0555));
+  }
+  expect_reply("AT^DBTADDR=\"00:11:22:33:44:55\"\r", REPLY_OK);
+  expect_reply("AT^DWIFIADDR=\"AA:BB:CC:DD:EE:FF\"\r", REPLY_OK);
+  EXPECT_EQ(record(BT_RECORD), "00:11:22:33:44:55\n");
+  EXPECT_EQ(record(WIFI_RECORD), "AA:BB:CC:DD:EE:FF\n");
+  for (const char* path : {BT_RECORD, WIFI_RECORD}) {
+    EXPECT_EQ(std::filesystem::status(phone().host_path(path)).permissions(), std::filesystem::perms(0555)) << path;
+  }
+}
+
+// A shell has a part in every write of a record.
+TEST_F(AddressRecord, TextForAShell_IsOnlyRecorded) {
+  start(with_bt_record());
+  for (const std::string text : {"`id>/tmp/owned`", "$(id>/tmp/owned)", ";id>/tmp/owned;", "'|id>/tmp/owned|'"}) {
+    expect_reply("AT^DBTADDR=\"" + text + "\"\r", REPLY_OK);
+    expect_reply("AT^DWIFIADDR=\"" + text + "\"\r", REPLY_OK);
+    EXPECT_EQ(record(BT_RECORD), text + "\n");
+    EXPECT_EQ(record(WIFI_RECORD), text + "\n");
+  }
+  EXPECT_FALSE(phone().exists("/tmp/owned"));
+}
+
 TEST_F(AddressRecord, FoldersMissing_AreRefusedUntilTheNextStartMakesThem) {
   start();
   phone().remove("/amt/BT");

@@ -153,6 +153,13 @@ TEST(BuildFile, License_IsNamedForAllModules) {
   const auto license = matches(build_file(), "\nlicense \\{\n    name: \"([^\"]+)\"");
   ASSERT_EQ(license.size(), 1u);
   EXPECT_THAT(build_file(), HasSubstr("default_applicable_licenses: [\"" + license[0] + "\"]"));
+  // The platform's names; a tree that does not know the kind does not build.
+  const auto kinds = matches(build_file(), "license_kinds: \\[\"([^\"]*)\"\\]");
+  ASSERT_EQ(kinds.size(), 1u);
+  EXPECT_TRUE(std::regex_match(kinds[0], std::regex("SPDX-license-identifier-[A-Za-z0-9.-]+|"
+                                                    "legacy_(by_exception_only|notice|permissive|proprietary|"
+                                                    "reciprocal|restricted|unencumbered)")))
+      << kinds[0];
 }
 
 // A system program is built for its image.

@@ -68,6 +68,22 @@ const std::set<std::string> PLATFORMS_LINES = {"init: cannot find '/system/bin/v
                                                "does not have a SELinux domain defined", "CANNOT LINK EXECUTABLE",
                                                "avc: denied", "scontext=u:r:vx_kro_amt:s0"};
 
+// What the platform, its tools and its trees call by these names.
+const std::set<std::string> PLATFORMS_WORDS = {"Android.bp",
+                                               "BOARD_ROOT_EXTRA_FOLDERS",
+                                               "BoardConfig.mk",
+                                               "adb logcat -s vx-kro-amt vx-kro-pub",
+                                               "adb root",
+                                               "adb shell setprop amt.normal.amt.switch_status 1",
+                                               "adb shell start vx-kro-amt",
+                                               "adb shell stop vx-kro-amt",
+                                               "chown root",
+                                               "device.mk",
+                                               "fastboot format",
+                                               "formattable",
+                                               "restorecon -R /amt",
+                                               "vendor/vx/kro-amt"};
+
 // Each text of the sources as an expression, with anything for what is filled in. Texts with less than eight characters
 // of their own would fit too much.
 std::vector<std::regex> line_patterns() {
@@ -157,6 +173,39 @@ TEST(KitDocuments, EachAtCommandTheyName_IsInTheSources) {
         EXPECT_NE(text.find(command), text.npos) << command;
     }
   }
+}
+
+// Whatever they set apart as a name is one of the code's, the kit's or the platform's.
+TEST(KitDocuments, EachNameTheyQuote_IsSomewhereElseToo) {
+  const auto lines = failure_lines();
+  for (const char* document : DOCUMENTS) {
+    for (const auto& name : names_in(document)) {
+      if (PLATFORMS_WORDS.count(name) != 0 || PLATFORMS_LINES.count(name) != 0) continue;
+      if (std::find(lines.begin(), lines.end(), name) != lines.end()) continue;  // the next test's
+      if (name.starts_with("packaging/") || name.starts_with("platform/") || name.starts_with("int ")) continue;
+      EXPECT_TRUE(is_known(name.substr(0, name.find_first_of(" =<\xE2")))) << document << ": " << name;
+    }
+  }
+}
+
+// The operations of the board library, with their parameters' types: "int name(char *text, int size)" in the document,
+// call_misc<int(char*, int)>(..., "name" in the code.
+TEST(KitDocuments, OperationsOfTheBoardLibrary_AreThoseThatTheServiceCalls) {
+  std::set<std::string> told;
+  const auto document = project_text("docs/integrating.md");
+  const std::regex row("\n\\| `int (\\w+)\\(([^)]*)\\)`");
+  for (std::sregex_iterator at(document.begin(), document.end(), row), end; at != end; ++at) {
+    const auto types =
+        std::regex_replace((*at)[2].str(), std::regex(" ?(\\*?)(type|enable|on|text|size)\\b|void"), "$1");
+    told.insert((*at)[1].str() + "(" + types + ")");
+  }
+  std::set<std::string> called;
+  const auto text = sources();
+  const std::regex call("call_misc<int\\(([^)]*)\\)>\\([^\"]*\"(\\w+)\"");
+  for (std::sregex_iterator at(text.begin(), text.end(), call), end; at != end; ++at)
+    called.insert((*at)[2].str() + "(" + (*at)[1].str() + ")");
+  EXPECT_GE(called.size(), 6u);
+  EXPECT_EQ(told, called);
 }
 
 TEST(KitDocuments, EachFailureLine_IsOneThatTheSourcesLog) {

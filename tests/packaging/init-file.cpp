@@ -27,6 +27,8 @@ const std::map<std::string, words_st> OPTIONS = {
 };
 const std::set<std::string> EVENTS = {"early-init", "init",         "late-init", "early-fs",   "fs",     "post-fs",
                                       "late-fs",    "post-fs-data", "boot",      "early-boot", "charger"};
+// What the platform starts by itself; a service of another class stays down.
+const std::set<std::string> CLASSES = {"core", "main", "late_start", "hal", "early_hal", "charger"};
 // Users and groups of the platform, by the numbers that it compiles in.
 const std::set<std::string> USERS = {"root",  "system", "radio",   "bluetooth", "graphics", "input",
                                      "audio", "camera", "log",     "wifi",      "media",    "usb",
@@ -123,7 +125,10 @@ void check_command(const init_line_st& line, const std::set<std::string>& servic
   } else if (name == "mount") {
     check.path(line, words[3]);
   } else if (name.starts_with("restorecon")) {
-    check.path(line, words[1]);
+    for (std::size_t at = 1; at < words.size(); ++at) check.path(line, words[at]);
+  } else if (name == "setprop") {
+    if (!std::regex_match(words[1], std::regex("[a-z][A-Za-z0-9_.-]*")))
+      check.find(line.m_number, "no property " + words[1]);
   } else if (name == "start" || name == "stop" || name == "restart") {
     if (services.count(words[1]) == 0) check.find(line.m_number, "no service " + words[1]);
   }
@@ -139,6 +144,9 @@ void check_service(const init_section_st& section, checker& check) {
   for (const auto& line : section.m_lines) {
     if (!check.count(line, OPTIONS, "option")) continue;
     if (!seen.insert(line.m_words[0]).second) check.find(line.m_number, line.m_words[0] + " is there twice");
+    for (std::size_t at = 1; line.m_words[0] == "class" && at < line.m_words.size(); ++at) {
+      if (CLASSES.count(line.m_words[at]) == 0) check.find(line.m_number, "no class " + line.m_words[at]);
+    }
     if (line.m_words[0] != "user" && line.m_words[0] != "group") continue;
     for (std::size_t at = 1; at < line.m_words.size(); ++at) check.user(line, line.m_words[at]);
   }

@@ -68,6 +68,41 @@ TEST(Policy, TtysOfTheSampleConfiguration_HaveTheDevicesLabel) {
   for (const auto& tty : ttys) EXPECT_EQ(type_of_path(tty), "vx_kro_amt_device") << tty;
 }
 
+// The type that genfs_contexts gives a file, of the kit's lines and the platform's: the longest beginning of its path.
+std::string type_of_drivers_file(const std::string& system, const std::string& path) {
+  const auto lines =
+      project_text("packaging/sepolicy/genfs_contexts") + project_text("tests/packaging/platform/genfs_contexts");
+  std::string longest;
+  std::string type;
+  const std::regex line("genfscon " + system + " (/[^ ]*) u:object_r:([a-z_]+):s0");
+  for (std::sregex_iterator at(lines.begin(), lines.end(), line), end; at != end; ++at) {
+    if (!path.starts_with((*at)[1].str()) || (*at)[1].length() < static_cast<std::ptrdiff_t>(longest.size())) continue;
+    longest = (*at)[1];
+    type = (*at)[2];
+  }
+  return type;
+}
+
+// At the devices' own paths, as the sample board has them; and what the check of a phone asks for there.
+TEST(Policy, DriversFiles_HaveTheLabelThatTheCheckOfAPhoneAsksFor) {
+  const std::map<std::string, std::string> files = {
+      {"/sys/class/leds/lcd-backlight/brightness", "/devices/platform/leds/leds/lcd-backlight/brightness"},
+      {"/sys/class/leds/button-backlight/brightness", "/devices/platform/leds/leds/button-backlight/brightness"},
+      {"/sys/class/timed_output/vibrator/enable", "/devices/virtual/timed_output/vibrator/enable"},
+      {"/sys/class/power_supply/battery/voltage_now", "/devices/platform/battery/power_supply/battery/voltage_now"},
+      {"/sys/class/power_supply/battery/temp", "/devices/platform/battery/power_supply/battery/temp"},
+      {"/sys/class/android_usb/android0/state", "/devices/virtual/android_usb/android0/state"}};
+  const auto check = project_text("packaging/device-check.sh");
+  for (const auto& [link, path] : files) {
+    const auto type = type_of_drivers_file("sysfs", path);
+    EXPECT_NE(check.find("\n    label " + link + " " + type + "\n"), check.npos) << link << " " << type;
+    EXPECT_TRUE(plain_policy().allows("vx_kro_amt", type, "file read")) << link;
+  }
+  EXPECT_NE(
+      check.find("label /proc/driver/zelta_battery " + type_of_drivers_file("proc", "/driver/zelta_battery") + "\n"),
+      check.npos);
+}
+
 // A comment line before it, or before the block of rules in which it stands.
 TEST(Policy, EachRule_HasItsReasonBeforeIt) {
   for (const char* file : {"vx_kro_amt.te", "file_contexts", "property_contexts", "genfs_contexts"}) {

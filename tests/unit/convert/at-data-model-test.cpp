@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int ROUNDS = 20000;
+constexpr int ROUNDS = MODEL_ROUNDS;
 
 struct atom {
   int m_id;

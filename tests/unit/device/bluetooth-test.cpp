@@ -24,11 +24,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char RECORD[] = "/amt/BT/BT_Address.txt";
+constexpr char BT_RECORD[] = "/amt/BT/BT_Address.txt";
 constexpr char APP_ON[] = "0F 00 BB AB 09 00 EE 01 01 04 00 00 00 00 00";
 constexpr char PC_ON[] = "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB AB 09 00 EE 01 01 04 00 00 00 00 00 8F 46 90 38";
-constexpr char APP_OK[] = "0F 00 BB AD 09 00 EE 01 01 04 00 00 00 00 00";
-constexpr char PC_OK[] = "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB AD 09 00 EE 01 01 04 00 00 00 00 00 69 7E 05 03";
+constexpr char APP_BT_OK[] = "0F 00 BB AD 09 00 EE 01 01 04 00 00 00 00 00";
+constexpr char PC_BT_OK[] =
+    "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB AD 09 00 EE 01 01 04 00 00 00 00 00 69 7E 05 03";
 
 class Bluetooth : public device_test {
  protected:
@@ -112,7 +113,7 @@ TEST_F(Bluetooth, On_InTheChild_ForgetsTheParentsThreads) {
 }
 
 TEST_F(Bluetooth, Address_Read_IsAnsweredOnBothLinks) {
-  write_file(RECORD, "00:11:22:33:44:55\n");
+  write_file(BT_RECORD, "00:11:22:33:44:55\n");
   EXPECT_EQ(pc(172, int_atom(110, 1)), 0);
   EXPECT_EQ(app(172, int_atom(110, 1)), 0);
   EXPECT_EQ(to_pc(),
@@ -126,7 +127,7 @@ TEST_F(Bluetooth, Address_Read_IsAnsweredOnBothLinks) {
 }
 
 TEST_F(Bluetooth, Address_ReadOfALongWord_TakesFiftyNineCharacters) {
-  write_file(RECORD, std::string(70, 'a'));
+  write_file(BT_RECORD, std::string(70, 'a'));
   EXPECT_EQ(app(172, int_atom(110, 1)), 0);
   EXPECT_TRUE(m_log.has("read BT address: " + std::string(59, 'a')));
 }
@@ -140,7 +141,7 @@ TEST_F(Bluetooth, Address_ReadWithoutRecord_IsABadArgument) {
 }
 
 TEST_F(Bluetooth, Address_ReadOfAnEmptyRecord_Fails) {
-  write_file(RECORD, "");
+  write_file(BT_RECORD, "");
   EXPECT_EQ(pc(172, int_atom(110, 1)), ERR_FAIL);
   EXPECT_EQ(app(172, int_atom(110, 1)), ERR_FAIL);
   EXPECT_TRUE(is_silent());
@@ -149,12 +150,12 @@ TEST_F(Bluetooth, Address_ReadOfAnEmptyRecord_Fails) {
 }
 
 TEST_F(Bluetooth, Address_Write_ReachesTheRecordAndLocksItsFolder) {
-  write_file(RECORD, "older and longer than the new one\n");
+  write_file(BT_RECORD, "older and longer than the new one\n");
   EXPECT_EQ(pc(172, int_atom(110, 2) + string_atom(111, "00:11:22:33:44:55")), 0);
-  EXPECT_EQ(content_of(RECORD), "00:11:22:33:44:55\n");
-  EXPECT_EQ(to_pc(), PC_OK);
+  EXPECT_EQ(content_of(BT_RECORD), "00:11:22:33:44:55\n");
+  EXPECT_EQ(to_pc(), PC_BT_OK);
   EXPECT_EQ(fs::status("/amt/BT").permissions(), fs::perms(0555));
-  EXPECT_EQ(fs::status(RECORD).permissions(), fs::perms(0555));
+  EXPECT_EQ(fs::status(BT_RECORD).permissions(), fs::perms(0555));
   EXPECT_EQ(sync_calls(), "sync\nsync\n");
   EXPECT_TRUE(m_log.has("write BT address: 00:11:22:33:44:55"));
   EXPECT_TRUE(m_log.has("path = /amt/BT change to chmod -R 555"));
@@ -162,8 +163,8 @@ TEST_F(Bluetooth, Address_Write_ReachesTheRecordAndLocksItsFolder) {
 
 TEST_F(Bluetooth, Address_WriteFromTheApplication_IsAnsweredBare) {
   EXPECT_EQ(app(172, int_atom(110, 2) + string_atom(111, std::string(59, 'a'))), 0);
-  EXPECT_EQ(content_of(RECORD), std::string(59, 'a') + "\n");
-  EXPECT_EQ(to_app(), APP_OK);
+  EXPECT_EQ(content_of(BT_RECORD), std::string(59, 'a') + "\n");
+  EXPECT_EQ(to_app(), APP_BT_OK);
 }
 
 TEST_F(Bluetooth, Address_WriteOfARefusedText_EmptiesTheRecord) {
@@ -171,11 +172,11 @@ TEST_F(Bluetooth, Address_WriteOfARefusedText_EmptiesTheRecord) {
                                  string_atom(111, std::string(61, 'a')),
                                  string_atom(111, std::string("00:11\0:22", 9))};
   for (const auto& address : refused) {
-    write_file(RECORD, "00:11:22:33:44:55\n");
+    write_file(BT_RECORD, "00:11:22:33:44:55\n");
     write_file("/handset/sync-calls", "");
     m_log.clear();
     EXPECT_EQ(pc(172, int_atom(110, 2) + address), ERR_ARGUMENT);
-    EXPECT_EQ(content_of(RECORD), "");
+    EXPECT_EQ(content_of(BT_RECORD), "");
     EXPECT_EQ(sync_calls(), "sync\nsync\n");
     EXPECT_THAT(log(), Contains(device_failure("amt_device_bt_address", ERR_ARGUMENT)));
     EXPECT_TRUE(m_log.has("unknown BT address"));
@@ -196,7 +197,7 @@ TEST_F(Bluetooth, Address_WriteWithoutFolder_IsASystemError) {
 }
 
 TEST_F(Bluetooth, Address_WriteFails_IsASystemErrorAndFlushedAllTheSame) {
-  make_full_file(RECORD);
+  make_full_file(BT_RECORD);
   EXPECT_EQ(pc(172, int_atom(110, 2) + string_atom(111, "00:11")), ERR_SYSTEM);
   EXPECT_TRUE(is_silent());
   EXPECT_TRUE(m_log.has("fputs() fail"));
@@ -224,8 +225,8 @@ TEST_F(Bluetooth, Hardware_LibraryAgrees_IsAnsweredOnBothLinks) {
     EXPECT_EQ(pc(172, int_atom(110, row.m_operation)), 0);
     EXPECT_EQ(app(172, int_atom(110, row.m_operation)), 0);
     EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre(row.m_call, row.m_call));
-    EXPECT_EQ(to_pc(), PC_OK);
-    EXPECT_EQ(to_app(), APP_OK);
+    EXPECT_EQ(to_pc(), PC_BT_OK);
+    EXPECT_EQ(to_app(), APP_BT_OK);
     const std::string step = row.m_step;
     EXPECT_TRUE(m_log.has_in_a_row({step + " start", step + " end. return:0."}));
   }

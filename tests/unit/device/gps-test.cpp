@@ -4,8 +4,9 @@
 
 namespace {
 
-constexpr char APP_OK[] = "0F 00 BB AF 09 00 EE 01 01 04 00 00 00 00 00";
-constexpr char PC_OK[] = "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB AF 09 00 EE 01 01 04 00 00 00 00 00 9B 61 FE EC";
+constexpr char APP_GPS_OK[] = "0F 00 BB AF 09 00 EE 01 01 04 00 00 00 00 00";
+constexpr char PC_GPS_OK[] =
+    "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB AF 09 00 EE 01 01 04 00 00 00 00 00 9B 61 FE EC";
 constexpr char NOTE[] = "/data/local/wifi/gps_get_result.txt";
 
 using Gps = device_test;
@@ -18,8 +19,8 @@ TEST_F(Gps, Control_Zero_StopsOnBothLinks) {
   EXPECT_EQ(pc(174, int_atom(140, 0)), 0);
   EXPECT_EQ(app(174, int_atom(140, 0)), 0);
   EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_gpsCtrl(0, 0, none, none)", "hwt_gpsCtrl(0, 0, none, none)"));
-  EXPECT_EQ(to_pc(), PC_OK);
-  EXPECT_EQ(to_app(), APP_OK);
+  EXPECT_EQ(to_pc(), PC_GPS_OK);
+  EXPECT_EQ(to_app(), APP_GPS_OK);
   EXPECT_TRUE(m_log.has_in_a_row({"amt_gps_control is_start:0", "GPS stop start", "GPS stop end. return:0."}));
 }
 
@@ -31,7 +32,7 @@ TEST_F(Gps, Control_NoAtom_Stops) {
 TEST_F(Gps, Control_Two_ChecksTheConnectivity) {
   EXPECT_EQ(pc(174, int_atom(140, 2)), 0);
   EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_gpsCheck()"));
-  EXPECT_EQ(to_pc(), PC_OK);
+  EXPECT_EQ(to_pc(), PC_GPS_OK);
   EXPECT_TRUE(m_log.has_in_a_row({"GPS connectivity check start", "GPS connectivity check end. return:0."}));
 }
 
@@ -40,7 +41,7 @@ TEST_F(Gps, Control_AnyOtherValue_Starts) {
     g_hwt_fake.m_calls.clear();
     EXPECT_EQ(app(174, int_atom(140, operation)), 0);
     EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_gpsCtrl(1, 0, none, none)"));
-    EXPECT_EQ(to_app(), APP_OK);
+    EXPECT_EQ(to_app(), APP_GPS_OK);
   }
   EXPECT_TRUE(m_log.has_in_a_row({"GPS-start start", "GPS-start end. return:0."}));
 }
@@ -62,8 +63,8 @@ TEST_F(Gps, Control_LibraryFails_SendsNothingAndNamesTheCall) {
 TEST_F(Gps, Test_Asked_AnswersWithTheControlsResponseId) {
   EXPECT_EQ(pc(176), 0);
   EXPECT_EQ(app(176), 0);
-  EXPECT_EQ(to_pc(), PC_OK);
-  EXPECT_EQ(to_app(), APP_OK);
+  EXPECT_EQ(to_pc(), PC_GPS_OK);
+  EXPECT_EQ(to_app(), APP_GPS_OK);
   EXPECT_THAT(g_hwt_fake.m_calls, IsEmpty());
 }
 

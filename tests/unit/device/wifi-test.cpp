@@ -4,14 +4,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char RECORD[] = "/amt/WIFI/WIFI_nvram.txt";
-constexpr char APP_OK[] = "0F 00 BB BA 09 00 EE 01 01 04 00 00 00 00 00";
-constexpr char PC_OK[] = "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB BA 09 00 EE 01 01 04 00 00 00 00 00 83 94 4F 0B";
+constexpr char WIFI_RECORD[] = "/amt/WIFI/WIFI_nvram.txt";
+constexpr char APP_WIFI_OK[] = "0F 00 BB BA 09 00 EE 01 01 04 00 00 00 00 00";
+constexpr char PC_WIFI_OK[] =
+    "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB BA 09 00 EE 01 01 04 00 00 00 00 00 83 94 4F 0B";
 
 using Wifi = device_test;
 
 TEST_F(Wifi, Address_Read_IsAnsweredOnBothLinks) {
-  write_file(RECORD, "AA:BB:CC:DD:EE:FF\n");
+  write_file(WIFI_RECORD, "AA:BB:CC:DD:EE:FF\n");
   EXPECT_EQ(pc(185, int_atom(152, 0)), 0);
   EXPECT_EQ(app(185), 0);  // no operation: 0
   EXPECT_EQ(to_pc(),
@@ -34,38 +35,38 @@ TEST_F(Wifi, Address_ReadWithoutRecord_Fails) {
 
 TEST_F(Wifi, Address_Write_ReachesTheRecordAndLocksItsFolder) {
   EXPECT_EQ(pc(185, int_atom(152, 1) + string_atom(153, "AA:BB:CC:DD:EE:FF")), 0);
-  EXPECT_EQ(content_of(RECORD), "AA:BB:CC:DD:EE:FF\n");
-  EXPECT_EQ(to_pc(), PC_OK);
+  EXPECT_EQ(content_of(WIFI_RECORD), "AA:BB:CC:DD:EE:FF\n");
+  EXPECT_EQ(to_pc(), PC_WIFI_OK);
   EXPECT_EQ(fs::status("/amt/WIFI").permissions(), fs::perms(0555));
-  EXPECT_EQ(fs::status(RECORD).permissions(), fs::perms(0555));
+  EXPECT_EQ(fs::status(WIFI_RECORD).permissions(), fs::perms(0555));
   EXPECT_TRUE(m_log.has("Write WIFI address: AA:BB:CC:DD:EE:FF"));
   EXPECT_TRUE(m_log.has("path = /amt/WIFI change to chmod -R 555"));
 }
 
 TEST_F(Wifi, Address_WriteFromTheApplication_IsAnsweredBare) {
   EXPECT_EQ(app(185, int_atom(152, 1) + string_atom(153, "x")), 0);
-  EXPECT_EQ(content_of(RECORD), "x\n");
-  EXPECT_EQ(to_app(), APP_OK);
+  EXPECT_EQ(content_of(WIFI_RECORD), "x\n");
+  EXPECT_EQ(to_app(), APP_WIFI_OK);
 }
 
 TEST_F(Wifi, Address_WriteOfFiftyNineCharacters_IsTakenWhole) {
   EXPECT_EQ(app(185, int_atom(152, 1) + string_atom(153, std::string(59, 'a'))), 0);
-  EXPECT_EQ(content_of(RECORD), std::string(59, 'a') + "\n");
+  EXPECT_EQ(content_of(WIFI_RECORD), std::string(59, 'a') + "\n");
 }
 
 TEST_F(Wifi, Address_WriteWithAZeroByte_EndsAtIt) {
   EXPECT_EQ(app(185, int_atom(152, 1) + string_atom(153, std::string("AA:BB\0:CC", 9))), 0);
-  EXPECT_EQ(content_of(RECORD), "AA:BB\n");
+  EXPECT_EQ(content_of(WIFI_RECORD), "AA:BB\n");
 }
 
 TEST_F(Wifi, Address_WriteOfSixtyCharacters_IsTakenWhole) {
   EXPECT_EQ(app(185, int_atom(152, 1) + string_atom(153, std::string(60, 'a'))), 0);
-  EXPECT_EQ(content_of(RECORD), std::string(60, 'a') + "\n");
+  EXPECT_EQ(content_of(WIFI_RECORD), std::string(60, 'a') + "\n");
 }
 
 TEST_F(Wifi, Address_WriteOfMore_IsCutToFiftyNine) {
   EXPECT_EQ(app(185, int_atom(152, 1) + string_atom(153, std::string(61, 'a'))), 0);
-  EXPECT_EQ(content_of(RECORD), std::string(59, 'a') + "\n");
+  EXPECT_EQ(content_of(WIFI_RECORD), std::string(59, 'a') + "\n");
 }
 
 TEST_F(Wifi, Address_WriteOfNothing_Fails) {
@@ -74,11 +75,11 @@ TEST_F(Wifi, Address_WriteOfNothing_Fails) {
   EXPECT_TRUE(is_silent());
   EXPECT_EQ(m_log.count("write error"), 2u);
   EXPECT_THAT(log(), Contains(device_failure("amt_device_wifi_address", ERR_FAIL)).Times(2));
-  EXPECT_EQ(content_of(RECORD), "(no file)");
+  EXPECT_EQ(content_of(WIFI_RECORD), "(no file)");
 }
 
 TEST_F(Wifi, Address_WriteFails_FolderIsNotLocked) {
-  make_full_file(RECORD);
+  make_full_file(WIFI_RECORD);
   EXPECT_EQ(pc(185, int_atom(152, 1) + string_atom(153, "AA:BB:CC:DD:EE:FF")), ERR_FAIL);
   EXPECT_TRUE(is_silent());
   EXPECT_TRUE(m_log.has("write error"));
@@ -91,8 +92,8 @@ TEST_F(Wifi, Address_Check_AsksTheLibraryOnBothLinks) {
   EXPECT_EQ(pc(185, int_atom(152, 2)), 0);
   EXPECT_EQ(app(185, int_atom(152, 2)), 0);
   EXPECT_THAT(g_hwt_fake.m_calls, ElementsAre("hwt_wifiCheck()", "hwt_wifiCheck()"));
-  EXPECT_EQ(to_pc(), PC_OK);
-  EXPECT_EQ(to_app(), APP_OK);
+  EXPECT_EQ(to_pc(), PC_WIFI_OK);
+  EXPECT_EQ(to_app(), APP_WIFI_OK);
   EXPECT_TRUE(m_log.has_in_a_row({"wifi connectivity check start", "wifi connectivity check end. return:0."}));
 }
 

@@ -72,12 +72,12 @@ TEST_F(Identity, ValueOf38Characters_IsAnswered) {
   EXPECT_EQ(to_app(), wanted + " EE 01 01 04 00 00 00 00 00");
 }
 
-struct failure_row {
+struct identity_failure_row {
   const char* m_name;
   std::string m_answer;
 };
 
-class IdentityFailure : public Identity, public testing::WithParamInterface<failure_row> {};
+class IdentityFailure : public Identity, public testing::WithParamInterface<identity_failure_row> {};
 
 TEST_P(IdentityFailure, OfEachRead_IsAnsweredWithAnErrorResponse) {
   modem_says({GetParam().m_answer});
@@ -96,12 +96,13 @@ TEST_P(IdentityFailure, OfEachRead_IsAnsweredWithAnErrorResponse) {
 
 INSTANTIATE_TEST_SUITE_P(
     Each, IdentityFailure,
-    testing::Values(failure_row{"OkOnly", "\r\nOK\r\n"}, failure_row{"OtherLine", "\r\n^X: 1\r\n\r\nOK\r\n"},
-                    failure_row{"LineBehindTheOk", "\r\nOK\r\n\r\n^DMSN:1\r\n\r\n^DGSN: 1\r\n"},
-                    failure_row{"Error", "\r\nERROR\r\n"}, failure_row{"Cme", "\r\n+CME ERROR: 3\r\n"},
-                    failure_row{"Cms", "\r\n+CMS ERROR: 3\r\n"},
-                    failure_row{"ValueOf39Characters", "\r\n^DGSN: " + std::string(39, '7') +
-                                                           "\r\n\r\n^DMSN:" + std::string(39, '7') + "\r\n\r\nOK\r\n"}),
+    testing::Values(
+        identity_failure_row{"OkOnly", "\r\nOK\r\n"}, identity_failure_row{"OtherLine", "\r\n^X: 1\r\n\r\nOK\r\n"},
+        identity_failure_row{"LineBehindTheOk", "\r\nOK\r\n\r\n^DMSN:1\r\n\r\n^DGSN: 1\r\n"},
+        identity_failure_row{"Error", "\r\nERROR\r\n"}, identity_failure_row{"Cme", "\r\n+CME ERROR: 3\r\n"},
+        identity_failure_row{"Cms", "\r\n+CMS ERROR: 3\r\n"},
+        identity_failure_row{"ValueOf39Characters", "\r\n^DGSN: " + std::string(39, '7') +
+                                                        "\r\n\r\n^DMSN:" + std::string(39, '7') + "\r\n\r\nOK\r\n"}),
     [](const auto& row) { return row.param.m_name; });
 
 TEST_F(Identity, AnswerLongerThanTheRecord_FailsThoughItEndsWell) {

@@ -58,12 +58,12 @@ TEST_F(AppVersion, LongestValue_IsAnswered) {
   EXPECT_EQ(m_app.received().size(), 6u + 9u + 5u + 202u + 9u);
 }
 
-struct failure_row {
+struct version_failure_row {
   const char* m_name;
   std::string m_answer;
 };
 
-class AppVersionFailure : public AppVersion, public testing::WithParamInterface<failure_row> {};
+class AppVersionFailure : public AppVersion, public testing::WithParamInterface<version_failure_row> {};
 
 TEST_P(AppVersionFailure, OfTheModem_SendsNothing) {
   modem_says({GetParam().m_answer});
@@ -74,11 +74,12 @@ TEST_P(AppVersionFailure, OfTheModem_SendsNothing) {
 
 INSTANTIATE_TEST_SUITE_P(
     Each, AppVersionFailure,
-    testing::Values(failure_row{"OkOnly", "\r\nOK\r\n"}, failure_row{"Error", "\r\nERROR\r\n"},
-                    failure_row{"Cme", "\r\n+CME ERROR: 3\r\n"}, failure_row{"Cms", "\r\n+CMS ERROR: 3\r\n"},
-                    failure_row{"NoComma", "\r\n^DCMR: 18\r\n\r\nOK\r\n"},
-                    failure_row{"EmptyValue", "\r\n^DCMR: \r\nOK\r\n"},
-                    failure_row{"TooLongValue", "\r\n^DCMR: 17," + std::string(406, '1') + "\r\n\r\nOK\r\n"}),
+    testing::Values(version_failure_row{"OkOnly", "\r\nOK\r\n"}, version_failure_row{"Error", "\r\nERROR\r\n"},
+                    version_failure_row{"Cme", "\r\n+CME ERROR: 3\r\n"},
+                    version_failure_row{"Cms", "\r\n+CMS ERROR: 3\r\n"},
+                    version_failure_row{"NoComma", "\r\n^DCMR: 18\r\n\r\nOK\r\n"},
+                    version_failure_row{"EmptyValue", "\r\n^DCMR: \r\nOK\r\n"},
+                    version_failure_row{"TooLongValue", "\r\n^DCMR: 17," + std::string(406, '1') + "\r\n\r\nOK\r\n"}),
     [](const auto& row) { return row.param.m_name; });
 
 TEST_F(AppVersion, ValueWithoutAComma_IsShown) {

@@ -210,13 +210,13 @@ TEST_F(Capture, ImeiAndBoardInOneText_ImeiIsTaken) {
   expect_pending(1);
 }
 
-struct length_row {
+struct captured_length_row {
   const char* m_name;
   std::size_t m_length;
   std::size_t m_kept;
 };
 
-class CaptureLength : public Capture, public testing::WithParamInterface<length_row> {};
+class CaptureLength : public Capture, public testing::WithParamInterface<captured_length_row> {};
 
 TEST_P(CaptureLength, Text_IsCutToTwentyCharacters) {
   const auto& row = GetParam();
@@ -240,9 +240,10 @@ TEST_P(CaptureLength, ImeiAtom_IsCutToTwentyCharacters) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, CaptureLength,
-                         testing::Values(length_row{"One", 1, 1}, length_row{"Twenty", 20, 20},
-                                         length_row{"TwentyOne", 21, 20}, length_row{"TwentyTwo", 22, 20},
-                                         length_row{"FourThousand", 4000, 20}),
+                         testing::Values(captured_length_row{"One", 1, 1}, captured_length_row{"Twenty", 20, 20},
+                                         captured_length_row{"TwentyOne", 21, 20},
+                                         captured_length_row{"TwentyTwo", 22, 20},
+                                         captured_length_row{"FourThousand", 4000, 20}),
                          [](const auto& row) { return row.param.m_name; });
 
 TEST_F(Capture, FrameWithoutTheAtom_IsConfirmedWithoutAFile) {

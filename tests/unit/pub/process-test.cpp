@@ -29,6 +29,7 @@ int g_scheduler_error = 0;
 pid_t g_scheduled_pid = 0;
 int g_scheduled_policy = -1;
 int g_scheduled_priority = -1;
+uid_t g_user = getuid();
 
 }  // namespace
 
@@ -46,6 +47,11 @@ extern "C" int sched_setscheduler(pid_t pid, int policy, const sched_param* para
   return g_scheduler_error == 0 ? 0 : -1;
 }
 
+// As whom the program works: a user namespace has one user only.
+extern "C" uid_t geteuid() noexcept {
+  return g_user;
+}
+
 namespace {
 
 using testing::ElementsAre;
@@ -58,9 +64,9 @@ class child_process {
   explicit child_process(std::string name, std::string argument = "60") {
     char* const arguments[] = {name.data(), argument.data(), nullptr};
     EXPECT_EQ(posix_spawn(&m_pid, "/bin/sleep", nullptr, nullptr, arguments, environ), 0);
-    // The new command line is there a little after the new program.
+    // The new command line is there a little after the new program; where fork stands in for it, even later.
     const std::string path = "/proc/" + std::to_string(m_pid) + "/cmdline";
-    EXPECT_TRUE(wait_for([&path] { return !read_whole_file(path).empty(); }));
+    EXPECT_TRUE(wait_for([&] { return read_whole_file(path).starts_with(name + '\0'); }));
   }
   ~child_process() { end(); }
   child_process(const child_process&) = delete;
@@ -267,6 +273,15 @@ TEST_F(PidFile, RunningCopy_IsFound) {
       ElementsAre("pub_util_get_pid_and_check_run()",
                   "pub_util_get_pid_and_check_run pid_file_ptr[" + m_path + "] name_ptr[vx-kro-amt]",
                   "pub_util_get_pid_and_check_run return is_run_ptr[1] pid_ptr[" + std::to_string(child.pid()) + "]"));
+}
+
+TEST_F(PidFile, OfAnotherUserInAFolderOfHis_IsNotBelieved) {
+  const child_process child("/system/bin/vx-kro-amt");
+  g_user = getuid() + 1;
+  EXPECT_FALSE(is_running(std::to_string(child.pid())));
+  g_user = getuid();
+  EXPECT_TRUE(m_log.has("Open file \"" + m_path + "\" fail: 1 - Operation not permitted"));
+  EXPECT_TRUE(is_running(std::to_string(child.pid())));
 }
 
 TEST_F(PidFile, NameInsideTheFirstWord_IsEnough) {

@@ -87,6 +87,11 @@ bool is_running_by(const char* path) {
   return is_run != 0;
 }
 
+TEST_F(SharedFolder, PidFileOfOnesOwn_IsBelieved) {
+  create_pid_file();
+  EXPECT_TRUE(is_running_by(PID_FILE));
+}
+
 TEST_F(SharedFolder, PidFileThatIsALink_IsNotRead) {
   const std::string own = m_folder.write("pid", std::to_string(getpid()));
   EXPECT_TRUE(is_running_by(own.c_str()));

@@ -16,9 +16,9 @@
 
 namespace {
 
-constexpr char PRODUCT_FILE[] = "/amt/product.txt";
+constexpr char PRODUCT_ITEMS[] = "/amt/product.txt";
 constexpr char PRODUCT_ASIDE[] = "/amt/product.txt.new";
-constexpr char RESULT_FILE[] = "/amt/amt_result.txt";
+constexpr char RESULT_ITEMS[] = "/amt/amt_result.txt";
 
 // As many items of '0'.
 std::string zeros(int count) {
@@ -77,12 +77,12 @@ class no_file_size {
 };
 
 TEST_F(ItemWhole, Init_WriteFails_LeavesTheOldFile) {
-  write(PRODUCT_FILE, "1\n2\n");
+  write(PRODUCT_ITEMS, "1\n2\n");
   {
     const no_file_size limit;
-    EXPECT_EQ(initTestFile(PRODUCT_FILE, 36), -1);
+    EXPECT_EQ(initTestFile(PRODUCT_ITEMS, 36), -1);
   }
-  EXPECT_EQ(read(PRODUCT_FILE), "1\n2\n");
+  EXPECT_EQ(read(PRODUCT_ITEMS), "1\n2\n");
   EXPECT_FALSE(has_aside());
   EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-item", "initTestFile", -1, "27")));
   EXPECT_TRUE(m_log.has("write file(/amt/product.txt) failure. errorr: 27 - File too large"));
@@ -93,27 +93,27 @@ TEST_F(ItemWhole, Init_WriteFailsWithoutAnOldFile_MakesNone) {
     const no_file_size limit;
     EXPECT_EQ(saveProductTestItem(3, 1), -2);
   }
-  EXPECT_EQ(read(PRODUCT_FILE), std::nullopt);
+  EXPECT_EQ(read(PRODUCT_ITEMS), std::nullopt);
   EXPECT_FALSE(has_aside());
   EXPECT_TRUE(m_log.has("Save fail: init result file error\n"));
   EXPECT_EQ(saveProductTestItem(3, 1), 0);
-  EXPECT_EQ(read(PRODUCT_FILE), product("0\n0\n0\n1\n"));
+  EXPECT_EQ(read(PRODUCT_ITEMS), product("0\n0\n0\n1\n"));
 }
 
 TEST_F(ItemWhole, Init_DeviceRefusesTheBytes_LeavesTheOldFile) {
-  write(PRODUCT_FILE, "1\n2\n");
+  write(PRODUCT_ITEMS, "1\n2\n");
   const failing_call failure("fsync", EIO);
-  EXPECT_EQ(initTestFile(PRODUCT_FILE, 36), -1);
-  EXPECT_EQ(read(PRODUCT_FILE), "1\n2\n");
+  EXPECT_EQ(initTestFile(PRODUCT_ITEMS, 36), -1);
+  EXPECT_EQ(read(PRODUCT_ITEMS), "1\n2\n");
   EXPECT_FALSE(has_aside());
   EXPECT_TRUE(m_log.has("write file(/amt/product.txt) failure. errorr: 5 - Input/output error"));
 }
 
 TEST_F(ItemWhole, Init_RenameFails_LeavesTheOldFile) {
-  write(PRODUCT_FILE, "1\n2\n");
-  const failing_call failure("rename", ENOSPC, PRODUCT_FILE);
-  EXPECT_EQ(initTestFile(PRODUCT_FILE, 36), -1);
-  EXPECT_EQ(read(PRODUCT_FILE), "1\n2\n");
+  write(PRODUCT_ITEMS, "1\n2\n");
+  const failing_call failure("rename", ENOSPC, PRODUCT_ITEMS);
+  EXPECT_EQ(initTestFile(PRODUCT_ITEMS, 36), -1);
+  EXPECT_EQ(read(PRODUCT_ITEMS), "1\n2\n");
   EXPECT_FALSE(has_aside());
   EXPECT_TRUE(m_log.has("rename file(/amt/product.txt) failure. errorr: 28 - No space left on device"));
   EXPECT_EQ(syncs(), 0);
@@ -126,10 +126,10 @@ TEST_F(ItemWhole, Init_KilledBeforeTheRename_IsDoneByTheNextSave) {
         saveProductTestItem(3, 1);
       },
       testing::ExitedWithCode(killing_fsync::STATUS), "");
-  EXPECT_EQ(read(PRODUCT_FILE), std::nullopt);
+  EXPECT_EQ(read(PRODUCT_ITEMS), std::nullopt);
   EXPECT_TRUE(has_aside());
   EXPECT_EQ(saveProductTestItem(3, 1), 0);
-  EXPECT_EQ(read(PRODUCT_FILE), product("0\n0\n0\n1\n"));
+  EXPECT_EQ(read(PRODUCT_ITEMS), product("0\n0\n0\n1\n"));
   EXPECT_FALSE(has_aside());
 }
 
@@ -137,21 +137,21 @@ TEST_F(ItemWhole, Init_KilledBeforeTheRename_IsDoneByTheNextSave) {
 TEST_F(ItemWhole, Init_LinkLeftAside_IsNotFollowed) {
   write("/amt/other", "kept");
   fs::create_symlink("/amt/other", PRODUCT_ASIDE);
-  EXPECT_EQ(initTestFile(PRODUCT_FILE, 36), 0);
-  EXPECT_EQ(read(PRODUCT_FILE), product(""));
+  EXPECT_EQ(initTestFile(PRODUCT_ITEMS, 36), 0);
+  EXPECT_EQ(read(PRODUCT_ITEMS), product(""));
   EXPECT_EQ(read("/amt/other"), "kept");
 }
 
 TEST_F(ItemWhole, Init_FolderLeftAside_Fails) {
   fs::create_directories(PRODUCT_ASIDE);
-  EXPECT_EQ(initTestFile(PRODUCT_FILE, 36), -1);
+  EXPECT_EQ(initTestFile(PRODUCT_ITEMS, 36), -1);
   EXPECT_TRUE(m_log.has("open file(/amt/product.txt) failure. errorr: 17 - File exists"));
-  EXPECT_EQ(read(PRODUCT_FILE), std::nullopt);
+  EXPECT_EQ(read(PRODUCT_ITEMS), std::nullopt);
 }
 
 TEST_F(ItemWhole, Init_FolderOrDeviceInItsPlace_Fails) {
-  fs::create_directories(PRODUCT_FILE);
-  EXPECT_EQ(initTestFile(PRODUCT_FILE, 36), -1);
+  fs::create_directories(PRODUCT_ITEMS);
+  EXPECT_EQ(initTestFile(PRODUCT_ITEMS, 36), -1);
   EXPECT_TRUE(m_log.has("open file(/amt/product.txt) failure. errorr: 21 - Is a directory"));
   EXPECT_EQ(initTestFile("/dev/null", 36), -1);
   EXPECT_TRUE(m_log.has("open file(/dev/null) failure. errorr: 22 - Invalid argument"));
@@ -159,32 +159,32 @@ TEST_F(ItemWhole, Init_FolderOrDeviceInItsPlace_Fails) {
 }
 
 TEST_F(ItemWhole, Init_OldFile_KeepsItsMode) {
-  write(PRODUCT_FILE, "1\n");
-  chmod(PRODUCT_FILE, 0602);
-  EXPECT_EQ(initTestFile(PRODUCT_FILE, 36), 0);
-  EXPECT_EQ(mode_of(PRODUCT_FILE), 0602u);
+  write(PRODUCT_ITEMS, "1\n");
+  chmod(PRODUCT_ITEMS, 0602);
+  EXPECT_EQ(initTestFile(PRODUCT_ITEMS, 36), 0);
+  EXPECT_EQ(mode_of(PRODUCT_ITEMS), 0602u);
 }
 
 TEST_F(ItemWhole, Init_NoOldFile_HasTheUsualMode) {
   const mode_t old = umask(026);
-  EXPECT_EQ(initTestFile(PRODUCT_FILE, 36), 0);
+  EXPECT_EQ(initTestFile(PRODUCT_ITEMS, 36), 0);
   umask(old);
-  EXPECT_EQ(mode_of(PRODUCT_FILE), 0640u);
+  EXPECT_EQ(mode_of(PRODUCT_ITEMS), 0640u);
 }
 
 TEST_F(ItemWhole, Init_LinkToAFile_StaysALink) {
   write("/amt/elsewhere/items", "1\n");
-  fs::create_symlink("elsewhere/items", PRODUCT_FILE);
-  EXPECT_EQ(initTestFile(PRODUCT_FILE, 36), 0);
-  EXPECT_TRUE(fs::is_symlink(PRODUCT_FILE));
+  fs::create_symlink("elsewhere/items", PRODUCT_ITEMS);
+  EXPECT_EQ(initTestFile(PRODUCT_ITEMS, 36), 0);
+  EXPECT_TRUE(fs::is_symlink(PRODUCT_ITEMS));
   EXPECT_EQ(read("/amt/elsewhere/items"), product(""));
 }
 
 TEST_F(ItemWhole, Save_LinkWithoutItsFile_MakesTheFile) {
   fs::create_directories("/amt/elsewhere");
-  fs::create_symlink("elsewhere/items", PRODUCT_FILE);
+  fs::create_symlink("elsewhere/items", PRODUCT_ITEMS);
   EXPECT_EQ(saveProductTestItem(0, 2), 0);
-  EXPECT_TRUE(fs::is_symlink(PRODUCT_FILE));
+  EXPECT_TRUE(fs::is_symlink(PRODUCT_ITEMS));
   EXPECT_EQ(read("/amt/elsewhere/items"), product("2\n"));
 }
 
@@ -197,19 +197,19 @@ struct broken_row {
 class ItemBroken : public ItemWhole, public testing::WithParamInterface<broken_row> {};
 
 TEST_P(ItemBroken, Save_FileThatIsNotWhole_IsCompletedFirst) {
-  write(PRODUCT_FILE, GetParam().m_content);
+  write(PRODUCT_ITEMS, GetParam().m_content);
   EXPECT_EQ(saveProductTestItem(1, 1), 0);
-  EXPECT_EQ(read(PRODUCT_FILE), GetParam().m_completed);
-  EXPECT_TRUE(m_log.has(completion_line(PRODUCT_FILE)));
+  EXPECT_EQ(read(PRODUCT_ITEMS), GetParam().m_completed);
+  EXPECT_TRUE(m_log.has(completion_line(PRODUCT_ITEMS)));
   EXPECT_FALSE(has_aside());
   EXPECT_EQ(syncs(), 4);  // the file, then the item
 }
 
 TEST_P(ItemBroken, Read_FileThatIsNotWhole_IsLeftAsItIs) {
-  write(PRODUCT_FILE, GetParam().m_content);
+  write(PRODUCT_ITEMS, GetParam().m_content);
   EXPECT_GE(readProductTestItem(1), 0);
   EXPECT_EQ(readProductTestItem(35), 0);
-  EXPECT_EQ(read(PRODUCT_FILE), GetParam().m_content);
+  EXPECT_EQ(read(PRODUCT_ITEMS), GetParam().m_content);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -229,28 +229,28 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& row) { return row.param.m_name; });
 
 TEST_F(ItemWhole, Save_ResultFileThatIsNotWhole_IsCompletedTo20Items) {
-  write(RESULT_FILE, "2\n1");
+  write(RESULT_ITEMS, "2\n1");
   EXPECT_EQ(saveAmtTestItem(19, 1), 0);
-  EXPECT_EQ(read(RESULT_FILE), "2\n1\n" + zeros(17) + "1\n");
-  EXPECT_TRUE(m_log.has(completion_line(RESULT_FILE)));
+  EXPECT_EQ(read(RESULT_ITEMS), "2\n1\n" + zeros(17) + "1\n");
+  EXPECT_TRUE(m_log.has(completion_line(RESULT_ITEMS)));
 }
 
 TEST_F(ItemWhole, Save_WholeFile_IsUpdatedInPlace) {
-  write(PRODUCT_FILE, product("1\n9\n") + "tail");
-  const ino_t inode = inode_of(PRODUCT_FILE);
+  write(PRODUCT_ITEMS, product("1\n9\n") + "tail");
+  const ino_t inode = inode_of(PRODUCT_ITEMS);
   EXPECT_EQ(saveProductTestItem(2, 2), 0);
-  EXPECT_EQ(read(PRODUCT_FILE), product("1\n9\n2\n") + "tail");
-  EXPECT_EQ(inode_of(PRODUCT_FILE), inode);
-  EXPECT_FALSE(m_log.has(completion_line(PRODUCT_FILE)));
+  EXPECT_EQ(read(PRODUCT_ITEMS), product("1\n9\n2\n") + "tail");
+  EXPECT_EQ(inode_of(PRODUCT_ITEMS), inode);
+  EXPECT_FALSE(m_log.has(completion_line(PRODUCT_ITEMS)));
   EXPECT_EQ(syncs(), 2);
 }
 
 TEST_F(ItemWhole, Save_CompletionFails_KeepsTheFile) {
   for (const char* call : {"fsync", "rename"}) {
-    write(PRODUCT_FILE, "2\n1");
+    write(PRODUCT_ITEMS, "2\n1");
     const failing_call failure(call, EIO);
     EXPECT_EQ(saveProductTestItem(0, 1), -2) << call;
-    EXPECT_EQ(read(PRODUCT_FILE), "2\n1") << call;
+    EXPECT_EQ(read(PRODUCT_ITEMS), "2\n1") << call;
     EXPECT_FALSE(has_aside()) << call;
     EXPECT_TRUE(m_log.has("Save fail: init result file error\n"));
     EXPECT_THAT(m_log.texts(), testing::Contains(failure_line("amt/amt-item", "saveProductTestItem", -1, "5")));
@@ -259,55 +259,55 @@ TEST_F(ItemWhole, Save_CompletionFails_KeepsTheFile) {
 }
 
 TEST_F(ItemWhole, Save_FileThatCannotBeRead_IsLeftToTheUpdate) {
-  fs::create_symlink("/proc/self/mem", PRODUCT_FILE);  // its first bytes are never there
+  fs::create_symlink("/proc/self/mem", PRODUCT_ITEMS);  // its first bytes are never there
   EXPECT_EQ(saveProductTestItem(0, 1), -3);
   EXPECT_TRUE(m_log.has("read file(/amt/product.txt) failure. errorr: 5 - Input/output error"));
   EXPECT_TRUE(m_log.has("write file(/amt/product.txt) failure. errorr: 5 - Input/output error"));
-  EXPECT_TRUE(fs::is_symlink(PRODUCT_FILE));
+  EXPECT_TRUE(fs::is_symlink(PRODUCT_ITEMS));
 }
 
 TEST_F(ItemWhole, Save_AccessFails_KeepsAllResults) {
   for (const int error : {EACCES, EIO, ENOMEM}) {
-    write(PRODUCT_FILE, product("1\n2\n1\n"));
-    const failing_call failure("access", error, PRODUCT_FILE);
+    write(PRODUCT_ITEMS, product("1\n2\n1\n"));
+    const failing_call failure("access", error, PRODUCT_ITEMS);
     EXPECT_EQ(saveProductTestItem(3, 2), 0) << error;
-    EXPECT_EQ(read(PRODUCT_FILE), product("1\n2\n1\n2\n")) << error;
+    EXPECT_EQ(read(PRODUCT_ITEMS), product("1\n2\n1\n2\n")) << error;
   }
 }
 
 TEST_F(ItemWhole, Read_AccessFails_ReadsTheItem) {
   for (const int error : {EACCES, EIO, ENOMEM}) {
-    write(PRODUCT_FILE, product("1\n2\n"));
-    const failing_call failure("access", error, PRODUCT_FILE);
+    write(PRODUCT_ITEMS, product("1\n2\n"));
+    const failing_call failure("access", error, PRODUCT_ITEMS);
     EXPECT_EQ(readProductTestItem(1), 2) << error;
-    EXPECT_EQ(read(PRODUCT_FILE), product("1\n2\n")) << error;
+    EXPECT_EQ(read(PRODUCT_ITEMS), product("1\n2\n")) << error;
   }
 }
 
 TEST_F(ItemWhole, SaveAndRead_AccessFailsWithoutTheFile_MakeNone) {
-  const failing_call failure("access", EIO, PRODUCT_FILE);
+  const failing_call failure("access", EIO, PRODUCT_ITEMS);
   EXPECT_EQ(saveProductTestItem(0, 1), -3);
   EXPECT_TRUE(m_log.has("Save fail: update result error\n"));
   EXPECT_EQ(readProductTestItem(0), -1);
   EXPECT_EQ(m_log.count("open file(/amt/product.txt) failure. errorr: 2 - No such file or directory"), 2u);
-  EXPECT_EQ(read(PRODUCT_FILE), std::nullopt);
+  EXPECT_EQ(read(PRODUCT_ITEMS), std::nullopt);
 }
 
 TEST_F(ItemWhole, SaveAndRead_FolderThatMayNotBeSearched_Fail) {
-  write(PRODUCT_FILE, product("1\n"));
+  write(PRODUCT_ITEMS, product("1\n"));
   chmod("/amt", 0666);
   EXPECT_EQ(saveProductTestItem(0, 2), -3);
   EXPECT_EQ(readProductTestItem(0), -1);
   EXPECT_EQ(m_log.count("open file(/amt/product.txt) failure. errorr: 13 - Permission denied"), 2u);
   chmod("/amt", 0755);
-  EXPECT_EQ(read(PRODUCT_FILE), product("1\n"));
+  EXPECT_EQ(read(PRODUCT_ITEMS), product("1\n"));
 }
 
 TEST_F(ItemWhole, Save_NoMemory_NeedsNone) {
-  write(PRODUCT_FILE, "2\n");
+  write(PRODUCT_ITEMS, "2\n");
   EXPECT_EQ(without_memory([] { return saveProductTestItem(1, 1); }), 0);
   EXPECT_EQ(without_memory([] { return saveAmtTestItem(1, 1); }), 0);
-  EXPECT_EQ(read(PRODUCT_FILE), product("2\n1\n"));
+  EXPECT_EQ(read(PRODUCT_ITEMS), product("2\n1\n"));
 }
 
 }  // namespace

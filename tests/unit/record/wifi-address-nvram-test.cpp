@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr char RECORD[] = "/amt/WIFI/WIFI_nvram.txt";
+constexpr char ADDRESS_RECORD[] = "/amt/WIFI/WIFI_nvram.txt";
 constexpr char SOURCE[] = "/system/etc/wifi/nvram.txt";
 constexpr char SECOND_SOURCE[] = "/system/etc/wifi/bcmdhd.cal";
 constexpr char COPY[] = "/data/misc/wifi/nvram.txt";
@@ -34,7 +34,7 @@ class NvramPatch : public Nvram, public testing::WithParamInterface<patch_row> {
 
 TEST_P(NvramPatch, Source_BecomesTheCopy) {
   const auto& row = GetParam();
-  write(RECORD, row.m_record);
+  write(ADDRESS_RECORD, row.m_record);
   write(SOURCE, row.m_source);
   EXPECT_EQ(amt_write_wifi_to_nvram_file(), row.m_result);
   EXPECT_EQ(read(COPY), row.m_copy);
@@ -112,14 +112,14 @@ TEST_F(Nvram, NoRecord_CopiesTheSource) {
 }
 
 TEST_F(Nvram, EmptyRecord_IsLogged) {
-  write(RECORD, "");
+  write(ADDRESS_RECORD, "");
   write(SOURCE, "a=1\n");
   EXPECT_EQ(amt_write_wifi_to_nvram_file(), -100);
   EXPECT_TRUE(has_failure("amt_write_wifi_to_nvram_file", -100, "read  /amt/WIFI/WIFI_nvram.txt fail"));
 }
 
 TEST_F(Nvram, Replaced_IsLogged) {
-  write(RECORD, ADDRESS);
+  write(ADDRESS_RECORD, ADDRESS);
   write(SOURCE, "macaddr=1\n");
   std::ignore = amt_write_wifi_to_nvram_file();
   EXPECT_EQ(m_log.texts(),
@@ -128,7 +128,7 @@ TEST_F(Nvram, Replaced_IsLogged) {
 }
 
 TEST_F(Nvram, Appended_IsLogged) {
-  write(RECORD, ADDRESS);
+  write(ADDRESS_RECORD, ADDRESS);
   write(SOURCE, "");
   std::ignore = amt_write_wifi_to_nvram_file();
   EXPECT_TRUE(m_log.has("new wifi_addr_nvram: AA:BB:CC:DD:EE:FF\n"));
@@ -142,7 +142,7 @@ TEST_F(Nvram, Copy_MayBeWrittenByAll) {
 }
 
 TEST_F(Nvram, FirstSourceMissing_TakesTheSecond) {
-  write(RECORD, ADDRESS);
+  write(ADDRESS_RECORD, ADDRESS);
   write(SECOND_SOURCE, "macaddr=1\n");
   EXPECT_EQ(amt_write_wifi_to_nvram_file(), 0);
   EXPECT_EQ(read(COPY), "macaddr=AA:BB:CC:DD:EE:FF\n");
@@ -158,7 +158,7 @@ TEST_F(Nvram, BothSources_FirstIsTaken) {
 }
 
 TEST_F(Nvram, NoSource_FailsAndLeavesTheCopyEmpty) {
-  write(RECORD, ADDRESS);
+  write(ADDRESS_RECORD, ADDRESS);
   write(COPY, "OLD\n");
   EXPECT_EQ(amt_write_wifi_to_nvram_file(), -100);
   EXPECT_EQ(read(COPY), "");
@@ -194,7 +194,7 @@ class NvramKept : public Nvram {
 };
 
 TEST_F(NvramKept, SourceBreaksInItsMiddle_IsAFailure) {
-  write(RECORD, ADDRESS);
+  write(ADDRESS_RECORD, ADDRESS);
   write(SOURCE, "macaddr=1\n" + lines_of(90, LINE_97));  // more than a stream holds
   write(COPY, "OLD\n");
   const breaking_file breaking(4);  // the record's line, then some of the source
@@ -220,7 +220,7 @@ TEST_F(NvramKept, SecondSourceIsAFolder_IsAFailureThatNamesIt) {
 
 // Address lines are not counted, so a text can grow without end.
 TEST_F(NvramKept, TextTooLong_IsAFailure) {
-  write(RECORD, std::string(56, 'x') + "\n");  // with its key a line of 65 bytes
+  write(ADDRESS_RECORD, std::string(56, 'x') + "\n");  // with its key a line of 65 bytes
   write(SOURCE, lines_of(1008, "macaddr=1\n"));
   EXPECT_EQ(amt_write_wifi_to_nvram_file(), 0);
   EXPECT_EQ(read(COPY)->size(), 65520u);
@@ -249,7 +249,7 @@ TEST_F(NvramKept, NoSourceCanBeOpened_IsAFailure) {
 }
 
 TEST_F(NvramKept, RecordThatCannotBeOpened_IsAFailure) {
-  make_forbidden(RECORD, ADDRESS);
+  make_forbidden(ADDRESS_RECORD, ADDRESS);
   write(SOURCE, "macaddr=1\n");
   write(COPY, "OLD\n");
   expect_kept();
@@ -257,15 +257,15 @@ TEST_F(NvramKept, RecordThatCannotBeOpened_IsAFailure) {
 }
 
 TEST_F(NvramKept, RecordThatCannotBeOpenedForLackOfMemory_IsAFailure) {
-  write(RECORD, ADDRESS);
+  write(ADDRESS_RECORD, ADDRESS);
   write(SOURCE, "macaddr=1\n");
   write(COPY, "OLD\n");
-  const failing_call failure("fopen", ENOMEM, RECORD);
+  const failing_call failure("fopen", ENOMEM, ADDRESS_RECORD);
   expect_kept();
 }
 
 TEST_F(NvramKept, RecordThatCannotBeRead_IsAFailure) {
-  fs::create_directories(RECORD);
+  fs::create_directories(ADDRESS_RECORD);
   write(SOURCE, "macaddr=1\n");
   write(COPY, "OLD\n");
   expect_kept();
@@ -288,7 +288,7 @@ TEST_F(Nvram, CopyThatIsForbidden_FailsAndIsKept) {
 }
 
 TEST_F(Nvram, CopyOnAFullSystem_Fails) {
-  write(RECORD, ADDRESS);
+  write(ADDRESS_RECORD, ADDRESS);
   write(SOURCE, "a=1\n");
   make_full(COPY);
   EXPECT_EQ(amt_write_wifi_to_nvram_file(), -100);

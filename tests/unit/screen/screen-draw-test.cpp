@@ -18,7 +18,7 @@ constexpr std::int64_t IMAGE_HEIGHT = 390;
 // A screen of 720 x 1280 pixels: 16 bits each, in a half that has room for 32.
 constexpr std::uint32_t SCREEN = 1843200;
 constexpr std::uint32_t HALF = 3686400;
-constexpr std::uint32_t MEMORY = 7372800;
+constexpr std::uint32_t MEMORY_SIZE = 7372800;
 
 // A byte of the test's picture: never black, and different in neighbouring rows and columns.
 std::uint8_t image_byte(std::int64_t at) {
@@ -80,8 +80,8 @@ class DrawImage : public testing::Test {
 };
 
 TEST_F(DrawImage, LargeScreen_IsBlackWithTheImageInItsMiddle) {
-  const guarded_memory memory(MEMORY);
-  use(memory, MEMORY, 720, 1280);
+  const guarded_memory memory(MEMORY_SIZE);
+  use(memory, MEMORY_SIZE, 720, 1280);
   screen_draw_image(HALF);
   std::size_t wrong = 0;
   for (std::int64_t y = 0; y < 1280; ++y) {
@@ -96,12 +96,12 @@ TEST_F(DrawImage, LargeScreen_IsBlackWithTheImageInItsMiddle) {
 }
 
 TEST_F(DrawImage, LargeScreen_LeavesTheRestUntouched) {
-  const guarded_memory memory(MEMORY);
-  use(memory, MEMORY, 720, 1280);
+  const guarded_memory memory(MEMORY_SIZE);
+  use(memory, MEMORY_SIZE, 720, 1280);
   screen_draw_image(HALF);
   std::size_t touched = 0;
   for (std::size_t at = 0; at < HALF; ++at) touched += memory.data()[at] != UNTOUCHED ? 1 : 0;
-  for (std::size_t at = HALF + SCREEN; at < MEMORY; ++at) touched += memory.data()[at] != UNTOUCHED ? 1 : 0;
+  for (std::size_t at = HALF + SCREEN; at < MEMORY_SIZE; ++at) touched += memory.data()[at] != UNTOUCHED ? 1 : 0;
   EXPECT_EQ(touched, 0u);
 }
 

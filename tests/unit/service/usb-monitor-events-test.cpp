@@ -37,13 +37,13 @@ namespace {
 
 using namespace std::string_literals;
 
-constexpr char STATE_FILE[] = "/sys/class/android_usb/android0/state";
+constexpr char USB_STATE_FILE[] = "/sys/class/android_usb/android0/state";
 constexpr char LOOP[] = "amt_handle_monitor_usb_loop ";
 
 class UsbEvents : public context_test {
  protected:
   UsbEvents() {
-    phone_root::remove(STATE_FILE);
+    phone_root::remove(USB_STATE_FILE);
     amt_handshake_reset();
     EXPECT_EQ(socketpair(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0, m_fds.data()), 0);
     const int room = 1024 * 1024;
@@ -51,7 +51,7 @@ class UsbEvents : public context_test {
   }
   ~UsbEvents() override {
     g_receive_errors.clear();
-    phone_root::remove(STATE_FILE);
+    phone_root::remove(USB_STATE_FILE);
     for (const int fd : m_fds) close(fd);
   }
 
@@ -116,7 +116,7 @@ TEST_F(UsbEvents, DisconnectedInAUsbStart_ModemThatSpeaksThenArmsNothing) {
   state("DISCONNECTED");
   EXPECT_FALSE(round());
   EXPECT_EQ(g_usb_enumerated, 0);
-  phone_root::write(STATE_FILE, "DISCONNECTED\n");
+  phone_root::write(USB_STATE_FILE, "DISCONNECTED\n");
   amt_handshake_modem_spoke();
   EXPECT_FALSE(m_log.has("will create timer."));
 }
@@ -168,7 +168,7 @@ class LostUsbEvents : public UsbEvents {
 };
 
 TEST_F(LostUsbEvents, CableOutInTheFile_IsTakenAfterTheReceivedEvents) {
-  phone_root::write(STATE_FILE, "DISCONNECTED\n");
+  phone_root::write(USB_STATE_FILE, "DISCONNECTED\n");
   noise(1, 2);
   state("CONNECTED");
   EXPECT_TRUE(round());
@@ -180,14 +180,14 @@ TEST_F(LostUsbEvents, CableOutInTheFile_IsTakenAfterTheReceivedEvents) {
 }
 
 TEST_F(LostUsbEvents, ConfiguredInTheFile_StopsTheEnumerationTimersWait) {
-  phone_root::write(STATE_FILE, "CONFIGURED\n");
+  phone_root::write(USB_STATE_FILE, "CONFIGURED\n");
   EXPECT_FALSE(round());
   EXPECT_EQ(g_usb_state, AMT_USB_CONFIGURED);
   EXPECT_EQ(g_usb_enumerated, 1);
 }
 
 TEST_F(LostUsbEvents, ConnectedInTheFile_IsAnotherState) {
-  phone_root::write(STATE_FILE, "CONNECTED\n");
+  phone_root::write(USB_STATE_FILE, "CONNECTED\n");
   EXPECT_FALSE(round());
   EXPECT_EQ(g_usb_state, AMT_USB_OTHER);
 }
@@ -196,25 +196,25 @@ TEST_F(LostUsbEvents, FileMissing_IsLoggedAndChangesNothing) {
   g_usb_state = AMT_USB_CONFIGURED;
   EXPECT_FALSE(round());
   EXPECT_EQ(g_usb_state, AMT_USB_CONFIGURED);
-  EXPECT_EQ(m_log.last(), LOOP + "kernel events were lost, file("s + STATE_FILE + ") cannot be read");
+  EXPECT_EQ(m_log.last(), LOOP + "kernel events were lost, file("s + USB_STATE_FILE + ") cannot be read");
   EXPECT_FALSE(m_log.contains("usb_status"));
 }
 
 TEST_F(LostUsbEvents, FileEmptyOrAFolder_ChangesNothing) {
   g_usb_state = AMT_USB_CONFIGURED;
-  phone_root::write(STATE_FILE, "");
+  phone_root::write(USB_STATE_FILE, "");
   EXPECT_FALSE(round());
-  phone_root::remove(STATE_FILE);
-  phone_root::write(STATE_FILE + "/x"s, "");
+  phone_root::remove(USB_STATE_FILE);
+  phone_root::write(USB_STATE_FILE + "/x"s, "");
   g_receive_errors = {ENOBUFS};
   EXPECT_FALSE(round());
   EXPECT_EQ(g_usb_state, AMT_USB_CONFIGURED);
-  EXPECT_EQ(m_log.count(LOOP + "kernel events were lost, file("s + STATE_FILE + ") cannot be read"), 2u);
+  EXPECT_EQ(m_log.count(LOOP + "kernel events were lost, file("s + USB_STATE_FILE + ") cannot be read"), 2u);
 }
 
 // Until the socket is empty the kernel drops events without a report.
 TEST_F(LostUsbEvents, SocketStillFull_FileIsReadWhenItIsEmpty) {
-  phone_root::write(STATE_FILE, "DISCONNECTED\n");
+  phone_root::write(USB_STATE_FILE, "DISCONNECTED\n");
   g_receive_errors.insert(g_receive_errors.end(), 31, EINTR);
   noise(1, 1);
   EXPECT_FALSE(round());
