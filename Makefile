@@ -58,6 +58,7 @@ tsan: build/.tsan
 	cd build/tsan && $(CTEST)
 
 # The service as a phone's compiler makes it, and for the phone's processors: all unit tests.
+phone-like arm64 armhf: export EMULATED_PART ?= 1
 phone-like arm64 armhf: %: build/.%
 	cd build/$* && $(CTEST)
 	@[ $* = phone-like ] || tools/emulated-phone $*
