@@ -3,8 +3,8 @@ JOBS ?= $(shell nproc)
 TEST_JOBS ?= 8
 CTEST = ctest --output-on-failure --no-tests=error -j$(TEST_JOBS)
 
-.PHONY: all setup demo test handset bench fuzz fuzz-short faults faults-short kills asan tsan phone-like arm64 armhf
-.PHONY: lint format clean
+.PHONY: all setup demo test handset bench fuzz fuzz-short faults faults-short kills line-kills soak mutants asan tsan
+.PHONY: phone-like arm64 armhf deb lint format clean
 all: programs
 
 # One tree for the programs and, once they were asked for, the tests; one for each sanitizer, the first with the fuzz targets.
@@ -17,7 +17,8 @@ programs:
 	@[ -f build/build.ninja ] || { $(call configure,release); }
 	@cmake --build build -j$(JOBS) --target programs
 build/.test:
-	@tools/setup build test
+	@tools/setup build test package
+	@tools/setup browser || echo "no browser here: the test of the page in one is skipped"
 	@grep -qs '^VX_TESTS:.*=ON' build/CMakeCache.txt || { $(call configure,test); }
 	@cmake --build build -j$(JOBS) $(TARGETS)
 build/.handset-test:
@@ -65,12 +66,16 @@ phone-like arm64 armhf: %: build/.%
 handset: programs
 	@build/bin/handset run
 
+deb: programs
+	@tools/setup package
+	@tools/deb
+
 bench: TARGETS = --target programs bench
 bench: build/.test
 	@tools/setup bench
 	@tools/bench
 
-# A bounded run of every target from the kept corpus; FUZZ_SECONDS each.
+# A run of every target from the kept corpus, FUZZ_SECONDS each, or RUNS=N runs each.
 fuzz-short: FUZZ_SECONDS ?= 10
 fuzz: FUZZ_SECONDS ?= 300
 fuzz fuzz-short: TARGETS = --target fuzz-targets
@@ -89,6 +94,25 @@ kills: COUNT ?= 10000
 kills: TARGETS = --target kills-campaign
 kills: build/.test
 	@tools/kills $(COUNT)
+
+# A station killed while it runs a plan, COUNT times: each record is whole, with each step that was reported.
+line-kills: COUNT ?= 200
+line-kills: TARGETS = --target station-run-test
+line-kills: build/.test
+	VX_KILLS=$(COUNT) build/bin/station-run-test --gtest_filter='RecordKill.*'
+
+# REQUESTS on each link while parts of the phone break; the tests have a shorter form.
+soak: export VX_SOAK_REQUESTS = $(or $(REQUESTS),1000000)
+soak: TARGETS = --target soak-test
+soak: build/.test
+	@build/bin/soak-test --gtest_filter='Soak.*'
+
+# The service's code broken in COUNT places that SEED draws; which of them do the tests notice?
+mutants: COUNT ?= 200
+mutants: SEED ?= 1
+mutants:
+	@tools/setup build test
+	@tools/mutants --count $(COUNT) --seed $(SEED)
 
 # The static checks read only how each file is compiled, so the tree need not be built, only configured.
 lint:

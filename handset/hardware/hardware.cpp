@@ -216,10 +216,17 @@ void hardware::add_radios(report& parts) const {
   parts.emplace_back("gps", on_or_off(radio["gps"]));
 }
 
+// What an eye sees, and beside it what was asked of a lamp that gives less.
+std::string hardware::screen_light() const {
+  const std::string set = text(SCREEN_LIGHT);
+  if (m_light_percent == 100) return set;
+  return std::to_string(std::atoi(set.c_str()) * m_light_percent / 100) + ", " + set + " is set";
+}
+
 hardware::report hardware::state() const {
   auto board = numbers("/data/board/state", '=');
   report parts;
-  parts.emplace_back("screen light", text(SCREEN_LIGHT));
+  parts.emplace_back("screen light", screen_light());
   parts.emplace_back("key light", on_or_off(std::atoi(text(KEY_LIGHT).c_str())));
   parts.emplace_back("vibrator", vibrator());
   parts.emplace_back("sound", sound());

@@ -42,6 +42,8 @@ class hardware {
   void heal(const std::filesystem::path& path);
   // What the battery driver reads from its converter: a number, or any other text.
   void set_adc(std::string_view text);
+  // How much of the screen's light is to be seen, 0 to 100: a worn lamp. No request of the service measures it.
+  void set_screen_light(int percent) { m_light_percent = percent; }
 
   // What the hardware now does, part by part in a fixed order, e.g. {"vibrator", "2950 ms to go"}.
   using report = std::vector<std::pair<std::string, std::string>>;
@@ -56,6 +58,7 @@ class hardware {
   std::filesystem::path content(const std::filesystem::path& path) const;
   std::string text(const std::filesystem::path& path) const;
   std::map<std::string, int> numbers(const std::filesystem::path& path, char separator) const;
+  std::string screen_light() const;
   std::string vibrator() const;
   std::string sound() const;
   void add_battery(report& parts) const;
@@ -64,6 +67,7 @@ class hardware {
 
   std::filesystem::path m_root;
   std::map<std::filesystem::path, file_fault> m_faults;
+  int m_light_percent = 100;
 };
 
 }  // namespace handset

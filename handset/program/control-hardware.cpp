@@ -48,6 +48,13 @@ std::string hardware_report(control_target& target, const words& rest) {
   return report;
 }
 
+std::string set_light(control_target& target, const words& rest) {
+  const auto percent = number_of(rest[0]);
+  if (percent > 100) throw usage_error(fmt::format("{} is more than 100 per cent", rest[0]));
+  target.the_phone.parts().set_screen_light(static_cast<int>(percent));
+  return "";
+}
+
 std::string set_adc(control_target& target, const words& rest) {
   target.the_phone.parts().set_adc(rest[0]);
   return "";
@@ -154,6 +161,7 @@ constexpr control_command COMMANDS[] = {
     {"state", "[PART]", "what lights, vibrator, sound, battery, camera and radios now do; e.g. state key light", 0, ANY,
      hardware_report},
     {"adc", "NUMBER", "what the battery driver reads from its converter", 1, 1, set_adc},
+    {"light", "PERCENT", "so much of the screen's light is to be seen: a worn lamp; 100: a good one", 1, 1, set_light},
     {"screenshot", "FILE.png [both]", "what the screen shows; both: the framebuffer's two halves", 1, 2, screenshot},
     {"device calls", "", "what was asked of framebuffer, console, video device and battery driver", 0, 0,
      device_report},

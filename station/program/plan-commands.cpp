@@ -1,11 +1,13 @@
 #include "station/program/plan-commands.h"
 
 #include <fmt/format.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <iostream>
 #include <set>
 
@@ -15,6 +17,7 @@
 #include "station/record/record-file.h"
 #include "station/run/run.h"
 #include "station/store/address.h"
+#include "station/web/server.h"
 #include "station/wire/link.h"
 
 namespace {
@@ -31,6 +34,7 @@ struct options_st {
   std::string m_records;
   std::string m_db;
   std::string m_station;
+  std::optional<web_address_st> m_web;
   unsigned m_baud = 0;
   bool m_is_loop = false;
   bool m_is_dry = false;
@@ -55,12 +59,6 @@ bool is_phone_name(const std::string& name) {
 std::string host_name() {
   std::array<char, 256> name{};
   return ::gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "";
-}
-
-std::string exit_code_help() {
-  std::string help = "Exit codes:\n";
-  for (const auto& row : RUN_EXITS) help += fmt::format("  {:>3}  {}\n", static_cast<int>(row.m_code), row.m_meaning);
-  return help;
 }
 
 int fail(const station_io_st& io, const std::string& why) {
@@ -92,13 +90,27 @@ plan_loaded_st load(const options_st& options, std::ostream* out) {
   return loaded;
 }
 
+// "revision 4, 12 steps in 3 groups and 2 in the teardown, variant two antennas"
+std::string plan_size_text(const plan_st& plan) {
+  std::size_t steps = 0;
+  for (const auto& group : plan.m_groups) steps += group.m_steps.size();
+  std::string text = fmt::format("{} revision {}, {} steps", plan.m_name, plan.m_revision, steps);
+  if (!plan.m_groups.empty() && !plan.m_groups[0].m_name.empty())
+    text += fmt::format(" in {} groups", plan.m_groups.size());
+  if (!plan.m_teardown.empty()) text += fmt::format(", {} in the teardown", plan.m_teardown.size());
+  return plan.m_variant ? fmt::format("{}, variant {}", text, plan.m_variant_name) : text;
+}
+
 int check(const texts& arguments, const station_io_st& io) {
   options_st options;
   CLI::App app{"Checks a plan and reports everything that is wrong with it", "amt-station check"};
   add_plan(&app, &options);
-  app.footer("Exit codes: 0 the plan can be run, with warnings perhaps; 2 it has errors");
+  app.footer(station_exit_help(station_command_en::CHECK));
   if (const auto status = parse(&app, arguments, io)) return *status;
-  return load(options, io.m_out).has_errors() ? RUN_USAGE : RUN_PASS;
+  const plan_loaded_st loaded = load(options, io.m_out);
+  if (loaded.has_errors()) return RUN_USAGE;
+  *io.m_out << loaded.m_plan.m_file.m_path << ": can be run: " << plan_size_text(loaded.m_plan) << std::endl;
+  return io.m_out->good() ? STATION_OK : STATION_NO_OUTPUT;
 }
 
 int print_example(const texts& arguments, const station_io_st& io) {
@@ -195,15 +207,49 @@ void add_run_options(CLI::App* app, options_st* options) {
     const bool is_number = CLI::detail::lexical_cast(text, baud);
     return is_number && station_is_baud(baud) ? std::string() : text + " is no speed of a serial line";
   });
+  app->add_option_function<texts>(
+         "--web",
+         [options](const texts& given) {
+           options->m_web.emplace();
+           const std::string text = given.empty() || given[0].empty() ? WEB_DEFAULT_ADDRESS : given[0];
+           const std::string wrong = web_parse_address(text, &*options->m_web);
+           if (!wrong.empty()) throw CLI::ValidationError("--web", wrong);
+         },
+         "Show the run as a page for browsers, there or at 127.0.0.1:8700")
+      ->expected(0, 1)
+      ->type_name("[ADDRESS:PORT]");
   app->add_flag("--loop", options->m_is_loop, "Wait for the next phone at each port, until Ctrl-C");
   app->add_flag("--dry-run", options->m_is_dry, "Print what would be sent and touch no port");
+}
+
+// A run that ends by itself leaves its page until Ctrl-C, or nobody would see the verdicts.
+int run_with_page(const web_address_st& address, run_options_st* run, const run_io_st& io) {
+  std::vector<std::string> names;
+  for (const auto& phone : run->m_phones) names.push_back(phone.m_name);
+  web_board_st board({run->m_plan->m_name, run->m_plan->m_revision, run->m_station}, names);
+  web_server_st server(&board);
+  const std::string wrong = server.start(address);
+  if (!wrong.empty()) {
+    *io.m_err << "amt-station: " << wrong << std::endl;
+    return RUN_USAGE;
+  }
+  *io.m_out << "page: " << server.url() << std::endl;
+  run->m_events = &board;
+  const int status = run_plan(*run, io);
+  board.end_run();
+  if (run->m_is_loop || status == RUN_ABORTED || status == RUN_USAGE) return status;
+  *io.m_out << "the page stays until Ctrl-C" << std::endl;
+  pollfd stop{io.m_stop_fd, POLLIN, 0};
+  while (::poll(&stop, 1, -1) < 0 && errno == EINTR) {
+  }
+  return status;
 }
 
 int run(const texts& arguments, const station_io_st& io) {
   options_st options;
   CLI::App app{"Runs a plan on phones, all at once, and keeps a record of each", "amt-station run"};
   add_run_options(&app, &options);
-  app.footer(exit_code_help());
+  app.footer(station_exit_help(station_command_en::RUN));
   if (const auto status = parse(&app, arguments, io)) return *status;
   const plan_loaded_st loaded = load(options, io.m_err);
   if (loaded.has_errors()) return RUN_USAGE;
@@ -212,7 +258,8 @@ int run(const texts& arguments, const station_io_st& io) {
   const std::string wrong = read_options(options, &run);
   if (!wrong.empty()) return fail(io, wrong);
   const run_io_st run_io{io.m_out, io.m_err, io.m_in_fd, io.m_stop_fd, io.m_terminal_fd, io.m_color};
-  return options.m_is_dry ? run_dry(run, run_io) : run_plan(run, run_io);
+  if (options.m_is_dry) return run_dry(run, run_io);
+  return options.m_web ? run_with_page(*options.m_web, &run, run_io) : run_plan(run, run_io);
 }
 
 constexpr station_plan_command_st COMMANDS[] = {
@@ -234,6 +281,18 @@ bool is_word(const texts& arguments) {
 
 std::span<const station_plan_command_st> station_plan_commands() {
   return COMMANDS;
+}
+
+std::vector<completion_command_st> station_describe_plan_commands() {
+  static constexpr void (*FILLERS[])(CLI::App*, options_st*) = {add_run_options, add_plan, nullptr};
+  std::vector<completion_command_st> all;
+  for (std::size_t n = 0; n < std::size(COMMANDS); ++n) {
+    options_st options;
+    CLI::App app{COMMANDS[n].m_help, COMMANDS[n].m_name};
+    if (FILLERS[n] != nullptr) FILLERS[n](&app, &options);
+    all.push_back(completion_describe(app));
+  }
+  return all;
 }
 
 std::optional<int> station_run_plan_command(const texts& arguments, const station_io_st& io) {

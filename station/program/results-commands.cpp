@@ -17,6 +17,7 @@
 #include "station/store/record-reader.h"
 #include "station/store/sender.h"
 #include "station/store/times.h"
+#include "station/wire/exit-code.h"
 
 namespace {
 
@@ -105,13 +106,25 @@ int list(const options_st& options, const station_io_st& io, store_st* store) {
   return finish(io, report_list(store, options.m_filter, options.m_limit, io.m_out));
 }
 
+// The runs whose ids begin so; without an id the newest one that the filter lets through.
+std::string find(const options_st& options, store_st* store, std::vector<std::string>* run_ids) {
+  if (!options.m_run_id.empty()) return store->find(options.m_run_id, run_ids);
+  return store->visit(options.m_filter, false, 1, [&](const result_st& one) {
+    run_ids->assign({one.m_run_id});
+    return true;
+  });
+}
+
 int show(const options_st& options, const station_io_st& io, store_st* store) {
   std::vector<std::string> run_ids;
   std::string document;
-  std::string failed = store->find(options.m_run_id, &run_ids);
+  std::string failed = find(options, store, &run_ids);
   if (failed.empty() && run_ids.size() == 1) failed = store->document(run_ids[0], &document);
   if (!failed.empty()) return fail(io, RESULTS_NO_STORE, failed);
-  if (run_ids.empty()) return fail(io, RESULTS_NOTHING, options.m_run_id + ": there is no such run");
+  if (run_ids.empty()) {
+    const std::string what = options.m_run_id.empty() ? "" : options.m_run_id + ": ";
+    return fail(io, RESULTS_NOTHING, what + "there is no such run");
+  }
   if (run_ids.size() > 1) return fail(io, RESULTS_NOTHING, options.m_run_id + ": more than one run begins so");
   result_st result;
   failed = store_read_record(document, &result);
@@ -173,13 +186,6 @@ void add_filter(CLI::App* app, options_st* options, bool with_verdict) {
       ->allow_extra_args(false);
 }
 
-std::string exit_code_help() {
-  std::string help = "Exit codes:\n";
-  for (const auto& row : RESULTS_EXITS)
-    help += fmt::format("  {:>3}  {}\n", static_cast<int>(row.m_code), row.m_meaning);
-  return help;
-}
-
 using reader = int (*)(const options_st&, const station_io_st&, store_st*);
 
 struct commands_st {
@@ -189,20 +195,26 @@ struct commands_st {
 
   commands_st() {
     m_app.require_subcommand(1);
-    m_app.footer(exit_code_help());
+    m_app.footer(station_exit_help(station_command_en::RESULTS));
     add("send", "Send the records that wait to the store", nullptr);
     add_filter(add("list", "List runs, the newest last", list), &m_options, true);
     m_readers.back()
         .first->add_option("--limit", m_options.m_limit, "So many of the newest; all otherwise")
         ->type_name("N");
-    CLI::App* one = add("show", "Show one run with its steps", show);
-    one->add_option("RUN-ID", m_options.m_run_id, "The run's id, or how it begins")->required()->type_name("");
+    CLI::App* one = add("show", "Show one run with its steps; the newest without anything else", show);
+    auto* run_id = one->add_option("RUN-ID", m_options.m_run_id,
+                                   "The run's id, or how it begins; otherwise the newest run that the filters name");
+    run_id->type_name("");
+    add_filter(one, &m_options, true);
+    for (const char* filter : {"--since", "--until", "--serial", "--plan", "--verdict"}) {
+      one->get_option(filter)->excludes(run_id);
+    }
     one->add_flag("--json", m_options.m_is_json, "The record as it is");
     CLI::App* report = add("export", "Write a report", export_report);
-    report->add_option("--format", m_options.m_form, "json, csv, junit or html")
+    report->add_option("--format", m_options.m_form, "The form of the report")
         ->required()
-        ->type_name("FORMAT")
-        ->check(CLI::IsMember({"json", "csv", "junit", "html"}).description(""));
+        ->type_name("FORM")
+        ->check(CLI::IsMember({"json", "csv", "junit", "html"}));
     report->add_option("--output", m_options.m_output, "A file, instead of the output")->type_name("FILE");
     add_filter(report, &m_options, true);
     add_filter(add("yield", "Count units, first-pass yield and failing steps, by plan", yield), &m_options, false);
@@ -237,6 +249,12 @@ struct commands_st {
 
 std::string results_default_store(const std::string& records) {
   return records + "/results.db";
+}
+
+completion_command_st station_describe_results() {
+  completion_command_st results = completion_describe(commands_st().m_app);
+  results.m_name = "results";
+  return results;
 }
 
 std::optional<int> station_run_results_command(const texts& arguments, const station_io_st& io) {

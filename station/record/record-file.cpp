@@ -29,6 +29,24 @@ bool write_all(int fd, const std::string& text) {
   return true;
 }
 
+// A folder that was just made would be lost with its record, as long as its parents do not have its name on the disk.
+bool sync_parents(const std::string& folder) {
+  std::error_code error;
+  std::filesystem::path parent = std::filesystem::absolute(folder, error);
+  if (error) return false;
+  if (!parent.has_filename()) parent = parent.parent_path();  // "records/"
+  while (parent.has_relative_path()) {
+    parent = parent.parent_path();
+    const int fd = ::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    // One that cannot be opened belongs to somebody else, and was there before.
+    if (fd < 0) continue;
+    const bool is_synced = ::fsync(fd) == 0 || errno == EINVAL || errno == EROFS;
+    ::close(fd);
+    if (!is_synced) return false;
+  }
+  return true;
+}
+
 // Not every file system can refuse to replace; the new id in the name makes a second file of that name impossible
 // there.
 int rename_new(int folder, const char* from, const char* to) {
@@ -50,10 +68,11 @@ std::string record_file_st::create(const std::string& folder, const record_st& r
   m_aside = "." + m_name + ".part";
   m_path = folder + "/" + m_name;
   std::error_code error;
-  std::filesystem::create_directories(folder, error);
+  const bool is_new = std::filesystem::create_directories(folder, error);
   if (error) return fmt::format("{}: {}", folder, error.message());
   m_folder_fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (m_folder_fd < 0) return reason(folder, "open");
+  if (is_new && !sync_parents(folder)) return reason(folder, "fsync");
   return put(record, true);
 }
 

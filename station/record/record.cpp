@@ -122,6 +122,22 @@ json step_json(const record_step_st& step) {
   return object;
 }
 
+// A value from the wire need not be UTF-8. Bytes that are not show as U+FFFD; the exchange has them in hexadecimal.
+std::string dump(const json& object) {
+  return object.dump(1, ' ', false, json::error_handler_t::replace);
+}
+
+// As it stands two levels down. A text has no line feed of its own.
+std::string indented(const std::string& text) {
+  static constexpr std::string_view INDENT = "  ";
+  std::string all(INDENT);
+  for (const char one : text) {
+    all += one;
+    if (one == '\n') all += INDENT;
+  }
+  return all;
+}
+
 record_step_st step_start(const plan_step_st& plan_step, const std::string& group, bool is_teardown) {
   record_step_st step;
   step.m_group = group;
@@ -171,9 +187,21 @@ std::string record_text(const record_st& record) {
     object["variables"][name] = {{"value", variable.m_value}, {"source", variable.m_source}};
   }
   object["steps"] = json::array();
-  for (const auto& step : record.m_steps) object["steps"].push_back(step_json(step));
-  // A value from the wire need not be UTF-8. Bytes that are not show as U+FFFD; the exchange has them in hexadecimal.
-  return object.dump(1, ' ', false, json::error_handler_t::replace) + '\n';
+  std::string text = dump(object);
+  if (record.m_steps.empty()) return text + '\n';
+  static constexpr std::string_view END = "]\n}";
+  text.erase(text.size() - END.size());
+  std::size_t size = text.size() + 2 * END.size();
+  for (const auto& step : record.m_steps) {
+    if (step.m_text.empty()) step.m_text = indented(dump(step_json(step)));
+    size += step.m_text.size() + 2;
+  }
+  text.reserve(size);
+  for (const auto& step : record.m_steps) {
+    text += &step == record.m_steps.data() ? "\n" : ",\n";
+    text += step.m_text;
+  }
+  return text + "\n ]\n}\n";
 }
 
 std::shared_ptr<const json> record_exchange(const std::vector<std::string>& objects) {

@@ -49,6 +49,11 @@ struct record_step_st {
   bool m_is_marginal = false;
   std::string m_message;
   std::vector<record_attempt_st> m_attempts;
+
+  // For whoever changes the step: its text is made again.
+  void touch() { m_text.clear(); }
+  // A record is written after each step, and most of its steps are then as they were. Belongs to record_text.
+  mutable std::string m_text;
 };
 
 struct record_variable_st {
@@ -80,7 +85,7 @@ struct record_st {
 // A record in which no step has been run.
 record_st record_start(const plan_st& plan);
 
-// The record as a JSON document with a new-line at its end.
+// The record as a JSON document with a new-line at its end. Keeps the texts of its steps until they are touched.
 std::string record_text(const record_st& record);
 
 // Objects of station_render_json, as one array. Of a line that never stops the first ones are kept, and the last object

@@ -10,7 +10,9 @@
 
 #include "station/plan/plan.h"
 #include "station/plan/verdict.h"
+#include "station/run/events.h"
 #include "station/run/unit.h"
+#include "station/wire/exit-code.h"
 
 struct run_options_st {
   const plan_st* m_plan = nullptr;  // borrowed
@@ -23,6 +25,7 @@ struct run_options_st {
   std::string m_version;
   unsigned m_baud = 0;  // 0: the plan's
   bool m_is_loop = false;
+  run_events_st* m_events = nullptr;  // borrowed; null: nobody else looks on
 };
 
 struct run_io_st {
@@ -34,38 +37,9 @@ struct run_io_st {
   bool m_color = false;
 };
 
-// How `run` ends.
-enum run_exit_en : int {
-  RUN_PASS = 0,
-  RUN_FAIL = 1,
-  RUN_USAGE = 2,
-  RUN_TIMEOUT = 20,
-  RUN_ERROR = 21,
-  RUN_NOT_RUN = 22,
-  RUN_NO_RECORD = 23,
-  RUN_ABORTED = 130,
-};
-
-struct run_exit_row_st {
-  run_exit_en m_code;
-  const char* m_meaning;
-};
-
-// The help and the manual show these; a script relies on the numbers.
-inline constexpr run_exit_row_st RUN_EXITS[] = {
-    {RUN_PASS, "every unit has PASS or SKIPPED"},
-    {RUN_FAIL, "the worst verdict of a unit is FAIL"},
-    {RUN_USAGE, "wrong usage, or errors in the plan: no phone was touched"},
-    {RUN_TIMEOUT, "the worst verdict is TIMEOUT"},
-    {RUN_ERROR, "the worst verdict is ERROR"},
-    {RUN_NOT_RUN, "the worst verdict is NOT_RUN"},
-    {RUN_NO_RECORD, "a record could not be written; the units' verdicts are on the output"},
-    {RUN_ABORTED, "the worst verdict is ABORTED: the run was interrupted"},
-};
-
 run_exit_en run_exit_of(verdict_en verdict);
 
-// Runs the plan on all phones. Gives one of RUN_EXITS.
+// Runs the plan on all phones. Gives one of run_exit_en.
 int run_plan(const run_options_st& options, const run_io_st& io);
 
 // Prints what would be sent, step by step; touches no port.

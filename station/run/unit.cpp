@@ -53,7 +53,7 @@ class unit_st {
     m_record.m_pc_port = m_unit.m_pc;
     m_record.m_app_port = m_unit.m_app;
     set_serial(m_unit.m_serial);
-    m_failure = m_file.create(m_setting.m_records, m_record);
+    note_failure(m_file.create(m_setting.m_records, m_record));
     // A unit whose result could not be kept is not tested at all.
     if (m_failure.empty()) {
       run_groups();
@@ -61,7 +61,7 @@ class unit_st {
     }
     m_record.m_is_complete = m_failure.empty() || m_is_begun;
     keep(true);
-    return {std::move(m_record), m_file.path(), m_failure};
+    return {std::move(m_record), m_is_begun ? m_file.path() : "", m_failure};
   }
 
  private:
@@ -93,7 +93,10 @@ class unit_st {
     verdict_en worst = verdict_en::PASS;
     for (m_group_try = 1; m_group_try <= group.m_retries + 1; ++m_group_try) {
       if (m_group_try > 1) {
-        for (auto& step : steps) step.m_verdict = verdict_en::NOT_RUN;
+        for (auto& step : steps) {
+          step.m_verdict = verdict_en::NOT_RUN;
+          step.touch();
+        }
       }
       const bool ends_plan = run_steps(steps);
       worst = verdict_en::PASS;
@@ -139,6 +142,7 @@ class unit_st {
   void skip(record_step_st* step, const std::string& why) {
     step->m_verdict = verdict_en::SKIPPED;
     step->m_message = why;
+    step->touch();
     keep(false);
     tell(m_watcher.m_on_end, *step);
   }
@@ -167,6 +171,7 @@ class unit_st {
     });
     step->m_message = last.m_message;
     if (worst == verdict_en::ABORTED) m_record.m_is_aborted = true;
+    step->touch();
     // Nobody is told of a step that a power cut could still take back.
     keep(false);
     tell(m_watcher.m_on_end, *step);
@@ -345,12 +350,18 @@ class unit_st {
     return is_named != condition.m_is_negated;
   }
 
-  // A failure is reported with the unit, and each later write tries again.
+  void note_failure(const std::string& failure) {
+    const bool is_change = failure.empty() != m_failure.empty();
+    m_failure = failure;
+    if (is_change && m_watcher.m_on_record) m_watcher.m_on_record(failure);
+  }
+
+  // After a failure the test goes on, and each later write tries again.
   void keep(bool is_last) {
     m_record.m_duration = std::chrono::duration_cast<record_duration>(clock::now() - m_begin);
     m_record.m_variables = m_values.known();
     if (!m_is_begun && is_last) return;
-    m_failure = m_file.replace(m_record);
+    note_failure(m_file.replace(m_record));
   }
 
   std::optional<std::string> ask_value(const std::string& question) {

@@ -35,11 +35,13 @@ struct run_unit_phone_st {
 struct run_watcher_st {
   std::function<void(const record_st&, const record_step_st& step, std::size_t number)> m_on_begin;
   std::function<void(const record_st&, const record_step_st& step, std::size_t number)> m_on_end;
+  // The record could not be written, and why; empty: it can be again.
+  std::function<void(const std::string& failure)> m_on_record;
 };
 
 struct run_result_st {
   record_st m_record;
-  std::string m_path;            // of the record's file
+  std::string m_path;            // of the record's file; empty: there is none
   std::string m_record_failure;  // why the file does not have the last state; empty: it has
 };
 

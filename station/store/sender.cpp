@@ -6,13 +6,16 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 namespace {
 
 constexpr std::chrono::seconds FIRST_RETRY{1};
 constexpr std::chrono::seconds LONGEST_RETRY{30};
-constexpr std::chrono::seconds LAST_WAIT{5};  // for the last records, once the phones are done
+constexpr std::chrono::seconds LONGEST_SENDING{15};  // until the run says that records wait
+constexpr std::chrono::seconds LAST_WAIT{5};         // for the last records, once the phones are done
+constexpr const char* TOO_LONG = "records wait, because the store takes too long";
 
 }  // namespace
 
@@ -68,6 +71,7 @@ struct store_sender_st::shared_st {
   // With the lock held, so that nothing is said after the end.
   void report(const store_sent_st& sent) {
     const std::lock_guard lock(m_lock);
+    m_sending_since.reset();
     if (m_is_left) return;
     for (const auto& wrong : sent.m_wrong) {
       if (m_reported.insert(wrong).second) m_say("not sent: " + wrong);
@@ -85,7 +89,8 @@ struct store_sender_st::shared_st {
   std::mutex m_lock;  // of what follows
   std::condition_variable m_changed;
   bool m_has_failed = false;
-  bool m_is_woken = true;  // what waits from before goes first
+  std::optional<std::chrono::steady_clock::time_point> m_sending_since;  // of the record that is being sent
+  bool m_is_woken = true;                                                // what waits from before goes first
   bool m_is_ending = false;
   bool m_is_ended = false;
   bool m_is_left = false;
@@ -118,6 +123,7 @@ void store_sender_st::serve(const std::shared_ptr<shared_st>& shared) {
     }
     const auto stop = [&] {
       const std::lock_guard lock(shared->m_lock);
+      shared->m_sending_since = std::chrono::steady_clock::now();
       return shared->m_is_left;
     };
     const store_sent_st sent = shared->m_outbox.send(stop);
@@ -133,6 +139,12 @@ void store_sender_st::wake() {
   const std::lock_guard lock(m_shared->m_lock);
   m_shared->m_is_woken = true;
   m_shared->m_changed.notify_all();
+  // A server that hangs fails only when it goes on.
+  const auto since = m_shared->m_sending_since;
+  const bool is_hanging = since && std::chrono::steady_clock::now() - *since > LONGEST_SENDING;
+  if (!is_hanging || m_shared->m_has_failed) return;
+  m_shared->m_has_failed = true;
+  m_shared->m_say(TOO_LONG);
 }
 
 void store_sender_st::finish() {
@@ -141,6 +153,6 @@ void store_sender_st::finish() {
   m_shared->m_is_ending = true;
   m_shared->m_changed.notify_all();
   const bool is_ended = m_shared->m_changed.wait_for(lock, LAST_WAIT, [&] { return m_shared->m_is_ended; });
-  if (!is_ended && !m_shared->m_has_failed) m_shared->m_say("records wait, because the store does not answer");
+  if (!is_ended && !m_shared->m_has_failed) m_shared->m_say(TOO_LONG);
   m_shared->m_is_left = true;
 }

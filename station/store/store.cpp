@@ -59,12 +59,21 @@ void set_modes(soci::session* sql) {
   }
 }
 
+// What a statement that writes is given on a server. Within the transaction only: behind a pool the connection is
+// somebody else's next.
+void set_patience(store_session_st* session) {
+  if (!session->m_address.m_is_server) return;
+  session->m_sql << "SET LOCAL lock_timeout = 5000";
+  session->m_sql << "SET LOCAL statement_timeout = 15000";
+}
+
 // Several stations may find the new store at the same time: the one that has the lock makes it.
 void make_tables(store_session_st* session) {
   soci::session& sql = session->m_sql;
   const bool is_server = session->m_address.m_is_server;
   sql << (is_server ? "BEGIN" : "BEGIN IMMEDIATE");
   try {
+    set_patience(session);
     if (is_server) sql << "SELECT pg_advisory_xact_lock(7221051)";
     if (!has_tables(session)) {
       for (const char* table : TABLES) sql << table;
@@ -184,6 +193,7 @@ std::string store_st::add(const result_st& result, std::string_view document, bo
   return store_try(m_session->m_address, [&] {
     soci::session& sql = m_session->m_sql;
     soci::transaction transaction(sql);
+    set_patience(m_session.get());
     *is_new = add_unit(&sql, result);
     if (*is_new) {
       int position = 0;

@@ -4,18 +4,22 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <memory>
+#include <thread>
 
 namespace {
 
 constexpr std::string_view SCHEME = "tcp://";
-constexpr int CONNECT_MS = 5000;
+constexpr int LOOK_UP_MS = 5000;
+constexpr int CONNECT_MS = 5000;  // for each address of the name
 // A machine that loses its power says nothing. So long without a sign of it, and the line counts as gone.
 constexpr int SILENCE_MS = 10000;
 
@@ -45,15 +49,76 @@ void tune(int fd) {
   set_option(fd, IPPROTO_TCP, TCP_USER_TIMEOUT, SILENCE_MS);
 }
 
-// 0, or the error number; -1: interrupted.
-int finish_connect(int fd, int stop_fd) {
-  std::array<pollfd, 2> fds = {{{fd, POLLOUT, 0}, {stop_fd, POLLIN, 0}}};
+using addresses = std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)>;
+
+constexpr int INTERRUPTED = -1;  // beside error numbers
+
+// Waits for the events. 0, ETIMEDOUT or INTERRUPTED.
+int wait_for(int fd, short events, int milliseconds, int stop_fd) {
+  std::array<pollfd, 2> fds = {{{fd, events, 0}, {stop_fd, POLLIN, 0}}};
   int ready = 0;
   do {
-    ready = ::poll(fds.data(), fds.size(), CONNECT_MS);
+    ready = ::poll(fds.data(), fds.size(), milliseconds);
   } while (ready < 0 && errno == EINTR);
-  if (fds[1].revents != 0) return -1;
-  if (ready == 0) return ETIMEDOUT;
+  if (fds[1].revents != 0) return INTERRUPTED;
+  return ready == 0 ? ETIMEDOUT : 0;
+}
+
+// One look-up of a name. The system's call knows no deadline: it has a thread of its own, which is left alone when it
+// takes too long, and keeps this object until it ends.
+class look_up_st {
+ public:
+  look_up_st(std::string host, std::string port)
+      : m_host(std::move(host)), m_port(std::move(port)), m_done_fd(::eventfd(0, EFD_CLOEXEC)) {}
+  ~look_up_st() { ::close(m_done_fd); }
+  look_up_st(const look_up_st&) = delete;
+  look_up_st& operator=(const look_up_st&) = delete;
+
+  // A result of getaddrinfo.
+  int run(int flags) {
+    addrinfo hints{};
+    hints.ai_socktype = SOCK_STREAM;
+    hints.ai_family = AF_UNSPEC;
+    hints.ai_flags = flags;
+    addrinfo* found = nullptr;
+    m_result = ::getaddrinfo(m_host.c_str(), m_port.c_str(), &hints, &found);
+    if (m_result == 0) m_found.reset(found);
+    return m_result;
+  }
+  void run_aside() {
+    run(0);
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = ::write(m_done_fd, &one, sizeof(one));
+  }
+
+  // For after the end.
+  int result() const { return m_result; }
+  const addrinfo* found() const { return m_found.get(); }
+  int done_fd() const { return m_done_fd; }
+
+ private:
+  std::string m_host;
+  std::string m_port;
+  int m_done_fd;
+  int m_result = 0;
+  addresses m_found{nullptr, &::freeaddrinfo};
+};
+
+// Empty: *look_up has the addresses. Otherwise why not; *is_stopped: stop_fd became readable.
+std::string find(const std::shared_ptr<look_up_st>& look_up, int stop_fd, bool* is_stopped) {
+  if (look_up->run(AI_NUMERICHOST) == 0) return {};
+  std::thread([look_up] { look_up->run_aside(); }).detach();
+  const int waited = wait_for(look_up->done_fd(), POLLIN, LOOK_UP_MS, stop_fd);
+  *is_stopped = waited == INTERRUPTED;
+  if (*is_stopped) return "interrupted";
+  if (waited != 0) return "the name could not be looked up in time";
+  return look_up->result() == 0 ? "" : ::gai_strerror(look_up->result());
+}
+
+// 0, or the error number, or INTERRUPTED.
+int finish_connect(int fd, int stop_fd) {
+  const int waited = wait_for(fd, POLLOUT, CONNECT_MS, stop_fd);
+  if (waited != 0) return waited;
   int error = 0;
   socklen_t size = sizeof(error);
   return ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
@@ -84,21 +149,16 @@ station_exit_en station_connect(const std::string& path, int stop_fd, int* fd, s
     *why = "must be tcp://HOST:PORT";
     return STATION_NO_PORT;
   }
-  addrinfo hints{};
-  hints.ai_socktype = SOCK_STREAM;
-  hints.ai_family = AF_UNSPEC;
-  addrinfo* found = nullptr;
-  if (const int error = ::getaddrinfo(host.c_str(), port.c_str(), &hints, &found); error != 0) {
-    *why = ::gai_strerror(error);
-    return STATION_NO_PORT;
-  }
-  const std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> addresses(found, &::freeaddrinfo);
+  const auto look_up = std::make_shared<look_up_st>(host, port);
+  bool is_stopped = false;
+  *why = find(look_up, stop_fd, &is_stopped);
+  if (!why->empty()) return is_stopped ? STATION_INTERRUPTED : STATION_NO_PORT;
   int error = 0;
-  for (const addrinfo* address = found; address != nullptr; address = address->ai_next) {
+  for (const addrinfo* address = look_up->found(); address != nullptr; address = address->ai_next) {
     error = try_address(*address, stop_fd, fd);
     if (error == 0) return STATION_OK;
-    if (error < 0) break;
+    if (error == INTERRUPTED) break;
   }
-  *why = error < 0 ? "interrupted" : strerror(error);
-  return error < 0 ? STATION_INTERRUPTED : STATION_NO_PORT;
+  *why = error == INTERRUPTED ? "interrupted" : strerror(error);
+  return error == INTERRUPTED ? STATION_INTERRUPTED : STATION_NO_PORT;
 }

@@ -21,8 +21,9 @@ constexpr module_st MODULES[] = {
     {"platform", 19}, {"app", 20},      {"hardware", 32}, {"whole", 64},
 };
 
-bool is_same_word(const std::string& left, const char* right) {
-  return strcasecmp(left.c_str(), right) == 0;
+// A zero byte, which a line of a pipe may hold, is not the end of the word.
+bool is_same_word(const std::string& left, std::string_view right) {
+  return left.size() == right.size() && strncasecmp(left.c_str(), right.data(), right.size()) == 0;
 }
 
 // An atom value's number; a negative one is the 32-bit two's complement, as result codes are sent.
@@ -57,6 +58,7 @@ added_en add_int(amt_frame_st* frame, std::uint8_t id, const std::string& value)
 }
 
 added_en add_string(amt_frame_st* frame, std::uint8_t id, const std::string& value) {
+  if (value.find('\0') != std::string::npos) return added_en::BAD_VALUE;  // the rest would be lost
   return as_added(amt_frame_add_string(frame, id, value.c_str()));
 }
 
@@ -92,7 +94,7 @@ struct atom_type_st {
 
 constexpr atom_type_st ATOM_TYPES[] = {
     {"int", add_int, "a 32-bit number"},
-    {"str", add_string, "text"},
+    {"str", add_string, "text without a zero byte"},
     {"bytes", add_bytes, "pairs of hexadecimal digits"},
     {"flag", add_flag, "a number from 0 to 255"},
     {"u8", add_small<255, 1>, "a number of 8 bits"},
@@ -133,6 +135,12 @@ std::optional<std::uint32_t> station_parse_module(std::string_view text) {
     if (is_same_word(std::string(text), row.m_name)) return row.m_code;
   }
   return station_parse_number(text, UINT32_MAX);
+}
+
+std::vector<std::string> station_module_list() {
+  std::vector<std::string> names;
+  for (const auto& row : MODULES) names.emplace_back(row.m_name);
+  return names;
 }
 
 std::string station_module_names() {

@@ -136,7 +136,7 @@ std::string reader::ctl(const std::string& words) {
 std::string reader::prepare(const std::string& command) {
   if (command.find("amt-station") == command.npos) return command;
   const bool is_app = command.find("--app") != command.npos;
-  const bool is_pc = command.find("--port") != command.npos;
+  const bool is_pc = command.find("--port") != command.npos || command.find("--phone ") != command.npos;
   const std::string mode = is_app ? "app" : is_pc ? "pc" : m_mode;
   if (mode != m_mode) ctl("mode " + mode);
   m_mode = mode;

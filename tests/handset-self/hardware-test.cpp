@@ -43,6 +43,16 @@ TEST(HardwareFile, Written_IsTheValueRead) {
   EXPECT_EQ(phone.parts().state("key light"), "off");
 }
 
+TEST(HardwareFile, WornLamp_ShowsWhatIsSeenOfTheLight) {
+  phone phone;
+  EXPECT_EQ(phone.parts().state("screen light"), "102");
+  phone.parts().set_screen_light(10);
+  EXPECT_EQ(phone.parts().state("screen light"), "10, 102 is set");
+  EXPECT_EQ(shell(phone, "cat /sys/class/leds/lcd-backlight/brightness"), "102\n");
+  phone.parts().set_screen_light(100);
+  EXPECT_EQ(phone.parts().state("screen light"), "102");
+}
+
 TEST(HardwareFile, FailingToOpen_IsDeniedUntilHealed) {
   phone phone;
   phone.parts().fail(VOLTAGE, file_fault::open);

@@ -1,10 +1,10 @@
 // docs/plans.md against the tables of keys and exit codes.
+#include "tests/station-plan/manual.h"
+
 #include <gtest/gtest.h>
 
 #include "station/plan/keys.h"
 #include "station/plan/verdict.h"
-#include "station/run/run.h"
-#include "tests/unit/docs/text.h"
 
 namespace {
 
@@ -33,12 +33,16 @@ TEST(PlanManual, EachRow_IsAKey) {
   EXPECT_EQ(rows.size(), plan_keys().size());
 }
 
-TEST(PlanManual, EachExitCode_HasItsRow) {
+TEST(PlanManual, ExitCodes_AreThoseOfTheTable) {
   const std::string text = manual();
-  for (const auto& row : RUN_EXITS) {
-    const std::string wanted = "| " + std::to_string(row.m_code) + " | " + row.m_meaning + " |";
-    EXPECT_NE(text.find(wanted), std::string::npos) << wanted;
-  }
+  expect_exit_table(text, "| exit code of `run` | meaning |\n|---|---|\n", station_command_en::RUN);
+  expect_exit_table(text, "| exit code of `check` | meaning |\n|---|---|\n", station_command_en::CHECK);
+}
+
+TEST(PlanManual, OptionsOfRun_AreThoseOfTheHelp) {
+  const std::string rows = between(manual(), "| option of `run` | meaning |\n|---|---|\n", "\n\n");
+  const auto documented = matches("\n" + rows, "\n\\| `(--[a-z-]+)");
+  EXPECT_EQ(std::set<std::string>(documented.begin(), documented.end()), options_in_help({"run"}));
 }
 
 TEST(PlanManual, Verdicts_StandInTheirOrder) {

@@ -79,6 +79,9 @@ TEST_F(ServerStore, EightStationsAndAServerThatDies_StoreEachRecordOnce) {
 
 class RunOnServerStore : public ServerStore {
  protected:
+  ~RunOnServerStore() override {
+    if (m_hanging != 0) ::kill(m_hanging, SIGCONT);  // or the server would not end
+  }
   // A run of a plan that only pauses; it needs no phone.
   int run(const std::string& name, unsigned pause_ms) {
     const std::string plan = m_folder.write(
@@ -95,6 +98,7 @@ class RunOnServerStore : public ServerStore {
   std::ostringstream m_out;
   std::ostringstream m_err;
   station_io_st m_io{&m_out, &m_err};
+  pid_t m_hanging = 0;
 };
 
 TEST_F(RunOnServerStore, ServerThatIsDown_StopsNoRun) {
@@ -120,6 +124,72 @@ TEST_F(RunOnServerStore, ServerThatIsRestartedDuringARun_GetsItsRecord) {
   station.join();
   EXPECT_EQ(run("c", 10), 0);
   EXPECT_EQ(stored(), "a b c");
+}
+
+// Somebody holds the table of units, for as long as the test wants.
+class table_lock_st {
+ public:
+  explicit table_lock_st(postgres_st* server) : m_server(*server) {
+    m_thread = std::jthread(
+        [this] { m_server.ask("begin; lock table amt_units in access exclusive mode; select pg_sleep(60)", "lock"); });
+    EXPECT_TRUE(
+        m_server.wait_for("select count(*) from pg_locks where relation = 'amt_units'::regclass and mode = "
+                          "'AccessExclusiveLock' and granted",
+                          "1"));
+  }
+  ~table_lock_st() { release(); }
+  table_lock_st(const table_lock_st&) = delete;
+  table_lock_st& operator=(const table_lock_st&) = delete;
+
+  void release() {
+    m_server.ask(
+        "select pg_terminate_backend(pid) from pg_stat_activity where query like '%pg_sleep%' and pid <> "
+        "pg_backend_pid()");
+    if (m_thread.joinable()) m_thread.join();
+  }
+
+ private:
+  postgres_st& m_server;
+  std::jthread m_thread;
+};
+
+TEST_F(RunOnServerStore, TableThatAnotherOneHolds_EndsTheSendingAndLosesNothing) {
+  EXPECT_EQ(run("a", 10), 0);
+  table_lock_st lock(&m_server);
+  m_out.str("");
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(run("b", 10), 0) << m_err.str();
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
+  EXPECT_THAT(m_out.str(), HasSubstr("records wait, because the store"));
+  EXPECT_EQ(send(), 24);
+  EXPECT_THAT(m_err.str(), HasSubstr("lock timeout"));
+  lock.release();
+  EXPECT_EQ(send(), 0);
+  EXPECT_EQ(stored(), "a b");
+}
+
+// The server's process for the run is stopped in mid-query, as by a machine that hangs.
+TEST_F(RunOnServerStore, ServerThatHangs_HoldsNoRunBack) {
+  EXPECT_EQ(run("a", 10), 0);
+  const std::string connections = "select count(*) from pg_stat_activity where application_name = 'amt-station'";
+  ASSERT_TRUE(m_server.wait_for(connections, "0"));
+  m_out.str("");
+  std::jthread stopper([this] {
+    const std::string query = "select pid from pg_stat_activity where application_name = 'amt-station' limit 1";
+    ASSERT_TRUE(m_server.wait_for("select count(*) > 0 from (" + query + ") as p", "t"));
+    m_hanging = std::stoi(m_server.ask(query));
+    ::kill(m_hanging, SIGSTOP);
+  });
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(run("b", 3000), 0) << m_err.str();
+  stopper.join();
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
+  EXPECT_THAT(m_out.str(), HasSubstr("records wait, because the store takes too long"));
+  EXPECT_EQ(stored(), "a");
+  ::kill(m_hanging, SIGCONT);
+  // It may be this sending or the one that hung: each record is stored once.
+  EXPECT_EQ(send(), 0);
+  EXPECT_EQ(stored(), "a b");
 }
 
 }  // namespace

@@ -49,13 +49,23 @@ class postgres_st {
   }
 
   // What one query gives, as psql prints it.
-  std::string ask(const std::string& query) const {
-    const std::string answer = m_folder.path("answer");
+  // `answer_name`: its file, for one that is asked beside others.
+  std::string ask(const std::string& query, const std::string& answer_name = "answer") const {
+    const std::string answer = m_folder.path(answer_name);
     const std::string command =
         "psql -X -q -A -t -U test -h " + data() + " -c \"" + query + "\" postgres >" + answer + " 2>&1";
     if (std::system(command.c_str()) != 0) return "failed: " + read_whole_file(answer);
     std::string text = read_whole_file(answer);
     return text.substr(0, text.find_last_not_of('\n') + 1);
+  }
+
+  // Whether the query comes to give this, within half a minute.
+  bool wait_for(const std::string& query, const std::string& answer) const {
+    for (int n = 0; n < 600; ++n) {
+      if (ask(query) == answer) return true;
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    return false;
   }
 
  private:

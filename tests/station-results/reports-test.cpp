@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "station/program/command-line.h"
 #include "station/report/report.h"
 #include "station/store/sender.h"
 #include "tests/station-results/results.h"
@@ -77,6 +78,24 @@ TEST_F(Reports, OneRun_IsShownAsKept) {
   std::ostringstream out;
   EXPECT_EQ(m_store.visit({}, true, 7, [&](const auto& unit) { return report_show(unit, &out), false; }), "");
   expect_kept(out.str(), "show.txt");
+}
+
+TEST_F(Reports, ShowWithoutAnId_GivesTheNewestRunThatTheFiltersName) {
+  const auto shown = [this](std::vector<std::string> words, int status) {
+    std::ostringstream out;
+    std::ostringstream err;
+    words.insert(words.begin(),
+                 {"results", "show", "--db", m_folder.path("r.db"), "--records", m_folder.path("records")});
+    EXPECT_EQ(station_run(words, {&out, &err}), status) << testing::PrintToString(words) << err.str();
+    return out.str() + err.str();
+  };
+  EXPECT_THAT(shown({"--serial", "A0002"}, 0), HasSubstr("425a3d13-94ca-48a3-aefd-5acdcee62284"));
+  EXPECT_THAT(shown({"--serial", "A0002", "--verdict", "FAIL"}, 0), HasSubstr("32d8c6c9-dff6-439c-a98b-b54fda1d17ee"));
+  EXPECT_THAT(shown({"--plan", "board test", "--json"}, 0), HasSubstr("2e604607-3a30-43a8-abfc-a265d339d396"));
+  EXPECT_THAT(shown({"--until", "2026-11-20T08:02:00Z"}, 0), HasSubstr("32d8c6c9-dff6-439c-a98b-b54fda1d17ee"));
+  EXPECT_THAT(shown({}, 0), HasSubstr("1c91ed54-61e1-4bba-aef8-230291071780"));
+  EXPECT_THAT(shown({"--serial", "A9999"}, 1), HasSubstr("there is no such run"));
+  EXPECT_THAT(shown({"b945", "--serial", "A0001"}, 2), HasSubstr("excludes"));
 }
 
 TEST_F(Reports, Json_HasTheRecordsThemselves) {

@@ -1,6 +1,7 @@
 // A station that is killed at any moment leaves valid records, with each step that it reported as done.
 #include <signal.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <random>
 #include <thread>
@@ -17,6 +18,15 @@ class RecordKill : public LineTest {
     std::size_t done = 0;
     for (const auto& step : record["steps"]) done += step["verdict"] == "PASS" ? 1 : 0;
     return done;
+  }
+
+  // The rest is NOT_RUN, and so is then the unit.
+  static void expect_open_end(const json& record, std::size_t done) {
+    const auto is_open = [](const json& step) { return step["verdict"] == "NOT_RUN" && step["attempts"].empty(); };
+    const auto open = static_cast<std::size_t>(std::ranges::count_if(record["steps"], is_open));
+    EXPECT_EQ(open + done, record["steps"].size());
+    EXPECT_EQ(record["verdict"], open == 0 ? "PASS" : "NOT_RUN");
+    EXPECT_TRUE(open == 0 || record["complete"] == false);
   }
 };
 
@@ -47,7 +57,10 @@ TEST_F(RecordKill, AnyMoment_LeavesAValidRecord) {
     const auto all = records();
     for (const auto& one : all) ASSERT_FALSE(one.is_discarded());
     std::size_t done = 0;
-    for (const auto& one : all) done += done_in(one);
+    for (const auto& one : all) {
+      expect_open_end(one, done_in(one));
+      done += done_in(one);
+    }
     // A step is reported when its record is on the disk.
     EXPECT_GE(done, done_before + reported) << output;
     done_before = done;

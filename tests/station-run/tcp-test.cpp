@@ -1,11 +1,35 @@
 // A phone that hangs on another machine, behind the real ser2net.
 #include <arpa/inet.h>
+#include <netdb.h>
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <thread>
 
 #include "tests/station-run/line-phone.h"
+
+namespace {
+
+// A name server that does not answer. The look-up goes on in a thread that nobody waits for.
+constexpr std::string_view SILENT_NAME = "silent.test";
+std::atomic<int> g_silent_look_ups = 0;
+
+}  // namespace
+
+// The station's look-ups come here.
+extern "C" {
+int __real_getaddrinfo(const char* name, const char* service, const addrinfo* hints, addrinfo** found);
+int __wrap_getaddrinfo(const char* name, const char* service, const addrinfo* hints, addrinfo** found);
+int __wrap_getaddrinfo(const char* name, const char* service, const addrinfo* hints, addrinfo** found) {
+  if (name == nullptr || name != SILENT_NAME || (hints->ai_flags & AI_NUMERICHOST) != 0)
+    return __real_getaddrinfo(name, service, hints, found);
+  ++g_silent_look_ups;
+  std::this_thread::sleep_for(std::chrono::seconds(60));
+  return EAI_AGAIN;
+}
+}
 
 namespace {
 
@@ -54,9 +78,33 @@ TEST_F(RunOverTcp, Plan_RunsAsOnATerminal) {
 }
 
 TEST_F(RunOverTcp, NobodyThere_IsErrorAtOnce) {
-  const auto got = run(write_plan(one_step("s", "word = \"adc\"")), m_address);
+  for (const std::string& address : {m_address, "tcp://localhost:" + m_port}) {
+    const auto got = run(write_plan(one_step("s", "word = \"adc\"")), address);
+    EXPECT_EQ(got.m_status, 21);
+    EXPECT_THAT(got.m_out, HasSubstr("Connection refused")) << address;
+  }
+}
+
+TEST_F(RunOverTcp, NameServerThatIsSilent_IsErrorInTime) {
+  const auto begin = std::chrono::steady_clock::now();
+  const auto got = run(write_plan(one_step("s", "word = \"adc\"")), "tcp://silent.test:1");
   EXPECT_EQ(got.m_status, 21);
-  EXPECT_THAT(got.m_out, HasSubstr("Connection refused"));
+  EXPECT_THAT(got.m_out, HasSubstr("tcp://silent.test:1: the name could not be looked up in time"));
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
+}
+
+TEST_F(RunOverTcp, Interrupt_EndsALookUp) {
+  const int stop_fd = ::eventfd(0, EFD_CLOEXEC);
+  const int before = g_silent_look_ups;
+  std::jthread user([&] {
+    while (g_silent_look_ups == before) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    const std::uint64_t one = 1;
+    EXPECT_EQ(::write(stop_fd, &one, sizeof(one)), ssize_t{sizeof(one)});
+  });
+  const auto got = run(write_plan(one_step("s", "word = \"adc\"")), "tcp://silent.test:1", stop_fd);
+  user.join();
+  ::close(stop_fd);
+  EXPECT_EQ(got.m_status, 130) << got.m_out;
 }
 
 TEST_F(RunOverTcp, WrongAddress_IsError) {

@@ -125,6 +125,18 @@ TEST(ArgumentsAtom, BadForms_AreRefusedAndChangeNothing) {
   }
 }
 
+TEST(ArgumentsWord, ZeroByteInIt_IsRefused) {
+  using namespace std::literals;
+  EXPECT_EQ(station_parse_command_id("AMT_VERSION_CMD\0x"sv), std::nullopt);
+  EXPECT_EQ(station_parse_module("whole\0"sv), std::nullopt);
+  amt_frame_st frame;
+  amt_frame_init(&frame, 1);
+  const amt_frame_st before = frame;
+  EXPECT_EQ(station_add_atom(&frame, "1:str=ab\0c"s),
+            "atom '1:str=ab\0c': its value must be text without a zero byte"s);
+  EXPECT_EQ(frame, before);
+}
+
 TEST(ArgumentsAtom, MoreThanTheFrameHolds_IsRefused) {
   amt_frame_st frame;
   amt_frame_init(&frame, 1);
