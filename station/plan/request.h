@@ -3,10 +3,10 @@
 
 #include <string>
 
+#include "capture/stream.h"
 #include "station/plan/plan.h"
 #include "station/plan/variables.h"
 #include "station/wire/request.h"
-#include "station/wire/stream.h"
 #include "station/words/word.h"
 
 struct plan_request_st {

@@ -7,6 +7,7 @@
 // Of a word, and of everything on the line.
 enum station_exit_en : int {
   STATION_OK = 0,
+  STATION_DIFFERENT = 1,
   STATION_USAGE = 2,
   STATION_NO_PORT = 3,
   STATION_PORT_IN_USE = 4,
@@ -17,6 +18,7 @@ enum station_exit_en : int {
   STATION_NO_VALUE = 9,
   STATION_NOT_AS_WRITTEN = 10,
   STATION_NO_OUTPUT = 11,
+  STATION_BAD_CAPTURE = 12,
   STATION_INTERRUPTED = 130,
 };
 
@@ -41,7 +43,7 @@ enum results_exit_en : int {
   RESULTS_NO_STORE = 24,
 };
 
-enum class station_command_en { WORD, CHECK, RUN, RESULTS };
+enum class station_command_en { WORD, CAPTURE, CHECK, RUN, RESULTS };
 
 struct station_exit_st {
   station_command_en m_command;
@@ -60,8 +62,20 @@ inline constexpr station_exit_st STATION_EXITS[] = {
     {station_command_en::WORD, STATION_PORT_GONE, "unit gone: the port went away"},
     {station_command_en::WORD, STATION_NO_VALUE, "answered without the value that was asked for"},
     {station_command_en::WORD, STATION_NOT_AS_WRITTEN, "what was read back differs from what was written"},
-    {station_command_en::WORD, STATION_NO_OUTPUT, "standard output failed"},
+    {station_command_en::WORD, STATION_NO_OUTPUT, "standard output failed, or the file of --capture"},
     {station_command_en::WORD, STATION_INTERRUPTED, "interrupted"},
+
+    {station_command_en::CAPTURE, STATION_OK, "done; replay: the phone answered as in the capture"},
+    {station_command_en::CAPTURE, STATION_DIFFERENT, "replay: the phone answered otherwise"},
+    {station_command_en::CAPTURE, STATION_USAGE, "wrong usage"},
+    {station_command_en::CAPTURE, STATION_NO_PORT, "no such port at the start, no permission, or not a terminal"},
+    {station_command_en::CAPTURE, STATION_PORT_IN_USE, "port in use"},
+    {station_command_en::CAPTURE, STATION_NO_ANSWER, "the port did not take what was to be sent in the time given"},
+    {station_command_en::CAPTURE, STATION_PORT_GONE, "a port went away"},
+    {station_command_en::CAPTURE, STATION_NO_OUTPUT, "an output could not be written whole"},
+    {station_command_en::CAPTURE, STATION_BAD_CAPTURE,
+     "the capture cannot be read, has lines that are none, or nothing to send"},
+    {station_command_en::CAPTURE, STATION_INTERRUPTED, "interrupted"},
 
     {station_command_en::CHECK, RUN_PASS, "the plan can be run, with warnings perhaps"},
     {station_command_en::CHECK, RUN_USAGE, "wrong usage, or errors in the plan"},

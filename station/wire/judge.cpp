@@ -36,6 +36,12 @@ std::optional<station_exit_en> station_at_final(const std::string& line) {
   return is_error ? std::optional(STATION_ERROR_ANSWER) : std::nullopt;
 }
 
+bool station_is_refusal(const stream_item_st& item) {
+  if (item.m_kind == stream_kind_en::TEXT) return station_at_final(stream_line(item.m_bytes)) == STATION_ERROR_ANSWER;
+  const bool is_whole = item.m_kind == stream_kind_en::FRAME && item.m_fault == stream_fault_en::NONE;
+  return is_whole && result_of(frame_of(item)) != STATION_OK;
+}
+
 station_exit_en station_judge_st::give_up() const {
   if (m_has_damage) return STATION_DAMAGED;
   return m_lacks_value ? STATION_NO_VALUE : STATION_NO_ANSWER;

@@ -10,9 +10,9 @@
 #include <cstdint>
 #include <optional>
 
+#include "capture/stream.h"
 #include "station/wire/exit-code.h"
 #include "station/wire/request.h"
-#include "station/wire/stream.h"
 
 // What ends the wait for an answer.
 enum class station_wait_en {
@@ -71,3 +71,6 @@ class station_judge_st {
 
 // The result with which a line of AT text ends a command: STATION_OK, STATION_ERROR_ANSWER; none for any other line.
 std::optional<station_exit_en> station_at_final(const std::string& line);
+
+// Whether the item says that a request failed: a frame with a result that is not 0, or a line as above.
+bool station_is_refusal(const stream_item_st& item);

@@ -172,12 +172,22 @@ station_exit_en station_link_st::write_all(std::span<const std::uint8_t> bytes, 
       return fail(waited, fmt::format("the port did not take the last {} bytes in the time given", bytes.size()));
     }
     if (waited != STATION_OK) return waited;
-    // A socket that was closed would end the program with a signal.
-    const ssize_t count = m_is_socket ? ::send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL)
-                                      : ::write(m_fd, bytes.data(), bytes.size());
-    if (count < 0 && (!is_later(errno) || is_hung_up)) return gone(errno);
-    if (count > 0) bytes = bytes.subspan(static_cast<std::size_t>(count));
+    std::size_t count = 0;
+    const station_exit_en written = write_some(bytes, &count);
+    if (written != STATION_OK) return written;
+    if (count == 0 && is_hung_up) return gone(0);
+    bytes = bytes.subspan(count);
   }
+  return STATION_OK;
+}
+
+station_exit_en station_link_st::write_some(std::span<const std::uint8_t> bytes, std::size_t* count) {
+  // A socket that was closed would end the program with a signal.
+  const ssize_t written =
+      m_is_socket ? ::send(m_fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) : ::write(m_fd, bytes.data(), bytes.size());
+  *count = written > 0 ? static_cast<std::size_t>(written) : 0;
+  if (written < 0 && !is_later(errno)) return gone(errno);
+  if (written > 0) m_capture.write(capture_direction_en::SENT, bytes.first(*count));
   return STATION_OK;
 }
 
@@ -190,6 +200,7 @@ station_exit_en station_link_st::read_some(std::span<std::uint8_t> room, station
     const ssize_t got = ::read(m_fd, room.data(), room.size());
     if (got > 0) {
       *count = static_cast<std::size_t>(got);
+      m_capture.write(capture_direction_en::RECEIVED, room.first(*count));
       return STATION_OK;
     }
     if (got == 0) return gone(0);

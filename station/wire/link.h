@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 
+#include "capture/writer.h"
 #include "station/wire/exit-code.h"
 
 using station_time = std::chrono::steady_clock::time_point;
@@ -35,9 +36,15 @@ class station_link_st {
   // Every wait ends with STATION_INTERRUPTED as soon as the descriptor is readable. Borrowed; -1 for none.
   void set_stop_fd(int fd) { m_stop_fd = fd; }
 
+  // Everything that is written and read from now on is kept there, too.
+  void set_capture(capture_place_st place) { m_capture = std::move(place); }
+
   // Writes all bytes. Otherwise returns why not: STATION_NO_ANSWER at the deadline, STATION_PORT_GONE,
   // STATION_INTERRUPTED.
   station_exit_en write_all(std::span<const std::uint8_t> bytes, station_time deadline);
+
+  // Writes what the port takes now; *count is how much, 0 where it takes nothing yet. STATION_OK or STATION_PORT_GONE.
+  station_exit_en write_some(std::span<const std::uint8_t> bytes, std::size_t* count);
 
   // Waits for bytes and reads what there is, at least one byte; *count is their number. Results as of write_all.
   station_exit_en read_some(std::span<std::uint8_t> room, station_time deadline, std::size_t* count);
@@ -46,6 +53,9 @@ class station_link_st {
   // the next program that opens the port knows that the phone may still owe an answer.
   station_doubt_en doubt() const { return m_doubt; }
   void set_doubt(station_doubt_en doubt);
+
+  // For a wait on several ports.
+  int fd() const { return m_fd; }
 
   const std::string& error() const { return m_error; }
 
@@ -59,6 +69,7 @@ class station_link_st {
 
   std::string m_path;
   std::string m_error;
+  capture_place_st m_capture;
   station_doubt_en m_doubt = station_doubt_en::UNKNOWN;
   int m_fd = -1;
   int m_stop_fd = -1;

@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "amt/amt-convert/ids.h"
+#include "station/wire/atoms.h"
+#include "station/wire/decoded.h"
 
 namespace {
 
@@ -17,33 +19,6 @@ using json = nlohmann::ordered_json;
 using bytes_view = std::span<const std::uint8_t>;
 
 constexpr std::size_t LINE_VALUE_LIMIT = 64;  // bytes of a value that a line shows
-
-// A frame as far as it can be read.
-struct decoded_st {
-  std::uint8_t m_id = 0;
-  std::vector<amt_atom_st> m_atoms;
-  std::size_t m_rest = 0;  // bytes after the last atom that are no atom
-};
-
-// Fills a codec frame with the payload, and the view of it that people read. The atoms point into the frame.
-decoded_st decode(bytes_view payload, amt_frame_st* frame) {
-  frame->fill(0);
-  std::ranges::copy(payload, frame->begin());
-  decoded_st decoded;
-  decoded.m_id = amt_frame_command_id(frame);
-  std::size_t at = AMT_FRAME_HEAD_SIZE;
-  while (at + AMT_ATOM_HEAD_SIZE <= payload.size()) {
-    auto atom = amt_frame_atom_at(frame, at);
-    if (!atom) break;
-    const std::size_t value_at = at + AMT_ATOM_HEAD_SIZE;
-    atom->m_value =
-        bytes_view{*frame}.subspan(value_at, std::min<std::size_t>(atom->m_length, payload.size() - value_at));
-    decoded.m_atoms.push_back(*atom);
-    at = value_at + atom->m_value.size();
-  }
-  decoded.m_rest = payload.size() - at;
-  return decoded;
-}
 
 bool is_cut(const amt_atom_st& atom) {
   return atom.m_value.size() < atom.m_length;
@@ -88,8 +63,10 @@ std::string value_text(const amt_atom_st& atom) {
   return text;
 }
 
-std::string atom_text(const amt_atom_st& atom) {
+std::string atom_text(const amt_atom_st& atom, bool has_names) {
   std::string text = fmt::format(" {}:{}={}", atom.m_id, type_name(atom), value_text(atom));
+  const char* name = station_atom_name(atom.m_id);
+  if (has_names && *name != '\0') text += fmt::format("({})", name);
   if (is_cut(atom)) text += fmt::format(" (cut: {} of {} bytes)", atom.m_value.size(), atom.m_length);
   return text;
 }
@@ -99,15 +76,15 @@ const char* fault_text(stream_fault_en fault) {
   return TEXTS[static_cast<std::size_t>(fault)];
 }
 
-std::string frame_text(const stream_item_st& item) {
+std::string frame_text(const stream_item_st& item, bool has_names) {
   const char* fault = fault_text(item.m_fault);
   std::string text = *fault == '\0' ? "frame" : fmt::format("frame, {}:", fault);
   const bytes_view payload = stream_payload(item);
   if (payload.empty()) return fmt::format("{} {} bytes {}", text, item.m_bytes.size(), hex(item.m_bytes));
   amt_frame_st frame;
-  const decoded_st decoded = decode(payload, &frame);
+  const station_decoded_st decoded = station_decode_frame(payload, &frame);
   text += fmt::format(" {} (0x{:02X}) {}", decoded.m_id, decoded.m_id, amt_command_name(decoded.m_id));
-  for (const auto& atom : decoded.m_atoms) text += atom_text(atom);
+  for (const auto& atom : decoded.m_atoms) text += atom_text(atom, has_names);
   if (decoded.m_rest != 0) text += fmt::format(" + {} bytes that are no atom", decoded.m_rest);
   return text;
 }
@@ -127,7 +104,7 @@ std::string line_text(const station_entry_st& entry) {
 std::string item_text(const station_entry_st& entry) {
   switch (entry.m_item.m_kind) {
     case stream_kind_en::FRAME:
-      return frame_text(entry.m_item);
+      return frame_text(entry.m_item, entry.m_detail != nullptr);
     case stream_kind_en::PRE_RESPONSE:
       return "pre-response";
     case stream_kind_en::TEXT:
@@ -136,18 +113,6 @@ std::string item_text(const station_entry_st& entry) {
       break;
   }
   return noise_text(entry.m_item);
-}
-
-std::string dump(bytes_view bytes) {
-  constexpr std::size_t ROW = 16;
-  std::string text;
-  for (std::size_t at = 0; at < bytes.size(); at += ROW) {
-    const bytes_view row = bytes.subspan(at, std::min(ROW, bytes.size() - at));
-    std::string ascii;
-    for (const std::uint8_t byte : row) ascii += byte >= 0x20 && byte < 0x7F ? static_cast<char>(byte) : '.';
-    text += fmt::format("\n    {:04X}  {:<47}  |{}|", at, fmt::format("{:02X}", fmt::join(row, " ")), ascii);
-  }
-  return text;
 }
 
 unsigned milliseconds_of(std::chrono::system_clock::time_point time) {
@@ -188,8 +153,25 @@ fmt::text_style color_of(const station_entry_st& entry) {
   return fmt::fg(is_answer ? fmt::terminal_color::green : fmt::terminal_color::yellow);
 }
 
-json atom_json(const amt_atom_st& atom) {
+// "  +0.003 A pc "; the time has a width of its own, so that the lines stand below each other.
+std::string detail_text(const station_detail_st& detail) {
+  const double seconds = detail.m_since ? std::chrono::duration<double>(*detail.m_since).count() : 0;
+  const std::string since = detail.m_since ? fmt::format("{:+.3f}", seconds) : "-";
+  return fmt::format("{:>8} {}{}{} ", since, station_escape(detail.m_phone), detail.m_phone.empty() ? "" : " ",
+                     detail.m_link);
+}
+
+void add_detail_json(const station_detail_st& detail, json* object) {
+  if (!detail.m_phone.empty()) (*object)["phone"] = detail.m_phone;
+  (*object)["link"] = detail.m_link;
+  if (detail.m_since) (*object)["since_ns"] = detail.m_since->count();
+  if (*detail.m_note != '\0') (*object)["note"] = detail.m_note;
+}
+
+json atom_json(const amt_atom_st& atom, bool has_names) {
   json object = {{"id", atom.m_id}, {"type", type_name(atom)}};
+  const char* name = station_atom_name(atom.m_id);
+  if (has_names && *name != '\0') object["name"] = name;
   if (is_number(atom)) {
     object["value"] = number_of(atom);
   } else if (atom.m_type == AMT_ATOM_STRING) {
@@ -201,16 +183,16 @@ json atom_json(const amt_atom_st& atom) {
   return object;
 }
 
-void add_frame_json(const stream_item_st& item, json* object) {
+void add_frame_json(const stream_item_st& item, bool has_names, json* object) {
   if (item.m_fault != stream_fault_en::NONE) (*object)["fault"] = fault_text(item.m_fault);
   const bytes_view payload = stream_payload(item);
   if (payload.empty()) return;
   amt_frame_st frame;
-  const decoded_st decoded = decode(payload, &frame);
+  const station_decoded_st decoded = station_decode_frame(payload, &frame);
   (*object)["id"] = decoded.m_id;
   (*object)["name"] = amt_command_name(decoded.m_id);
   (*object)["atoms"] = json::array();
-  for (const auto& atom : decoded.m_atoms) (*object)["atoms"].push_back(atom_json(atom));
+  for (const auto& atom : decoded.m_atoms) (*object)["atoms"].push_back(atom_json(atom, has_names));
   if (decoded.m_rest != 0) (*object)["rest"] = decoded.m_rest;
 }
 
@@ -267,16 +249,37 @@ std::string station_escape(std::string_view text) {
 
 std::string station_render_text(const station_entry_st& entry, const station_style_st& style) {
   std::string line = fmt::format("{} {}", entry.m_is_sent ? "->" : "<-", item_text(entry));
+  if (entry.m_detail != nullptr && *entry.m_detail->m_note != '\0')
+    line += fmt::format(" [{}]", entry.m_detail->m_note);
   if (style.m_color) line = fmt::format(color_of(entry), "{}", line);
-  const std::string dumped = style.m_hex ? dump(entry.m_item.m_bytes) : std::string();
-  return fmt::format("{} {}{}", clock_text(calendar(entry.m_time, false), entry.m_time), line, dumped);
+  const std::string dumped = style.m_hex ? station_render_dump(entry.m_item.m_bytes) : std::string();
+  const std::string place = entry.m_detail == nullptr ? "" : detail_text(*entry.m_detail);
+  return fmt::format("{} {}{}{}", clock_text(calendar(entry.m_time, false), entry.m_time), place, line, dumped);
+}
+
+std::string station_render_dump(bytes_view bytes) {
+  constexpr std::size_t ROW = 16;
+  std::string text;
+  for (std::size_t at = 0; at < bytes.size(); at += ROW) {
+    const bytes_view row = bytes.subspan(at, std::min(ROW, bytes.size() - at));
+    std::string ascii;
+    for (const std::uint8_t byte : row) ascii += byte >= 0x20 && byte < 0x7F ? static_cast<char>(byte) : '.';
+    text += fmt::format("\n    {:04X}  {:<47}  |{}|", at, fmt::format("{:02X}", fmt::join(row, " ")), ascii);
+  }
+  return text;
+}
+
+std::string station_render_item(const stream_item_st& item, bool is_sent) {
+  const station_detail_st detail;
+  return item_text({{}, is_sent, item, &detail});
 }
 
 std::string station_render_json(const station_entry_st& entry) {
   json object = {{"time", utc_text(entry.m_time)},
                  {"direction", entry.m_is_sent ? "sent" : "received"},
                  {"kind", kind_name(entry.m_item.m_kind)}};
-  if (entry.m_item.m_kind == stream_kind_en::FRAME) add_frame_json(entry.m_item, &object);
+  if (entry.m_detail != nullptr) add_detail_json(*entry.m_detail, &object);
+  if (entry.m_item.m_kind == stream_kind_en::FRAME) add_frame_json(entry.m_item, entry.m_detail != nullptr, &object);
   if (entry.m_item.m_kind == stream_kind_en::TEXT) object["text"] = stream_line(entry.m_item.m_bytes);
   object["hex"] = hex(entry.m_item.m_bytes);
   return one_line(object);

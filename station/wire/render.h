@@ -3,16 +3,26 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "capture/stream.h"
 #include "station/wire/outcome.h"
-#include "station/wire/stream.h"
+
+// What one who only listens wants to see, too.
+struct station_detail_st {
+  std::string m_phone{};  // empty: the only one
+  const char* m_link = "";
+  std::optional<std::chrono::nanoseconds> m_since{};  // since the item before this one
+  const char* m_note = "";                            // "no answer"
+};
 
 struct station_entry_st {
   std::chrono::system_clock::time_point m_time;
   bool m_is_sent;
   stream_item_st m_item;
+  const station_detail_st* m_detail = nullptr;  // borrowed; null: none, and atoms without their names
 };
 
 struct station_style_st {
@@ -20,12 +30,20 @@ struct station_style_st {
   bool m_hex = false;  // the bytes in hexadecimal and ASCII below each line
 };
 
-// "12:00:00.250 <- frame 46 (0x2E) AMT_VERSION_RSPCMD 19:int=64 1:int=0", local time, no new-line at the end.
+// "12:00:00.250 <- frame 46 (0x2E) AMT_VERSION_RSPCMD 19:int=64 1:int=0", local time, no new-line at the end. With
+// the detail "12:00:00.250   +0.003 A pc <- frame 46 (0x2E) AMT_VERSION_RSPCMD 19:int=64(module) 1:int=0(result)".
 // A value longer than 64 bytes is cut for the line; the dump has all of it.
 std::string station_render_text(const station_entry_st& entry, const station_style_st& style);
 
+// The item alone, with the names of its atoms: "frame 46 (0x2E) AMT_VERSION_RSPCMD 1:int=0(result)".
+std::string station_render_item(const stream_item_st& item, bool is_sent);
+
+// The bytes in hexadecimal and ASCII, in lines of 16; a new-line before each.
+std::string station_render_dump(std::span<const std::uint8_t> bytes);
+
 // {"time": UTC, "direction": "sent"|"received", "kind": "frame"|"pre-response"|"text"|"noise", ...}, no new-line.
-// A frame has id, name, atoms [{id, type, value}]; a damaged one has fault; text has text; every one has hex.
+// A frame has id, name, atoms [{id, type, value}]; a damaged one has fault; text has text; every one has hex. With the
+// detail there are phone, link, since_ns, note and the atoms' names, too.
 std::string station_render_json(const station_entry_st& entry);
 
 // The number of the form of the JSON objects. It grows when a reader has to change.

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "amt/amt-convert/frame.h"
-#include "station/wire/stream.h"
+#include "capture/stream.h"
 #include "station/wire/value.h"
 
 // Where the answer holds what was asked for, and how it looks.

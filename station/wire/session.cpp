@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "capture/items.h"
+
 namespace {
 
 using clock = std::chrono::steady_clock;
@@ -11,16 +13,12 @@ using chunk_st = std::array<std::uint8_t, 4096>;
 constexpr std::chrono::milliseconds LINE_FEED_WAIT{50};  // the LF follows its CR at once or not at all
 constexpr int EARLIER_READS = 16;                        // a line that never stops must not hold up the request
 
-bool is_blank(const stream_item_st& item) {
-  return item.m_kind == stream_kind_en::TEXT && stream_line(item.m_bytes).empty();
-}
-
 }  // namespace
 
 bool station_session_st::drain() {
   bool has_answer = false;
   const auto sink = [&](const stream_item_st& item) {
-    if (is_blank(item)) return;
+    if (capture_is_blank(item)) return;
     const bool is_text = item.m_kind == stream_kind_en::TEXT;
     const bool is_final = is_text && station_at_final(stream_line(item.m_bytes)).has_value();
     has_answer = has_answer || is_final || (!is_text && item.m_kind != stream_kind_en::NOISE);
@@ -50,6 +48,7 @@ station_time station_session_st::quiet_end(std::chrono::milliseconds part_wait) 
   switch (m_splitter.pending()) {
     case stream_pending_en::LINE_FEED:
       return clock::now() + LINE_FEED_WAIT;
+    case stream_pending_en::LINE:
     case stream_pending_en::PART:
       return part_wait == part_wait.max() ? station_time::max() : clock::now() + part_wait;
     case stream_pending_en::NOTHING:
@@ -62,7 +61,7 @@ station_exit_en station_session_st::receive(station_judge_st* judge, station_tim
                                             std::chrono::milliseconds part_wait) {
   std::optional<station_exit_en> decided;
   const auto sink = [&](const stream_item_st& item) {
-    if (is_blank(item)) return;
+    if (capture_is_blank(item)) return;
     m_show({std::chrono::system_clock::now(), false, item});
     if (!decided) decided = judge->take(item);
   };

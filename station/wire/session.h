@@ -5,10 +5,10 @@
 #include <span>
 #include <string>
 
+#include "capture/stream.h"
 #include "station/wire/judge.h"
 #include "station/wire/link.h"
 #include "station/wire/render.h"
-#include "station/wire/stream.h"
 
 using station_show = std::function<void(const station_entry_st&)>;
 

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "capture/stream.h"
 #include "station/wire/request.h"
-#include "station/wire/stream.h"
 #include "station/wire/value.h"
 
 // Which links have a handler for the frame. AT text is for the PC link alone.

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "station/wire/stream.h"
+#include "capture/stream.h"
 #include "tests/fuzz/fuzz.h"
 
 namespace {

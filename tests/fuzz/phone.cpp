@@ -13,8 +13,8 @@
 #include "amt/amt-handle/context/state.h"
 #include "amt/amt-handle/pc/capture.h"
 #include "amt/amt-handle/service/registrations.h"
+#include "capture/stream.h"
 #include "pub/result.h"
-#include "station/wire/stream.h"
 #include "tests/fuzz/outside.h"
 
 namespace {

@@ -39,6 +39,7 @@ class phone_line_st {
   phone_line_st& operator=(const phone_line_st&) = delete;
 
   const std::string& path() const { return m_path; }
+  int master() const { return m_phone; }
 
   void send(const byte_string& bytes) const {
     EXPECT_EQ(::write(m_phone, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
@@ -68,6 +69,25 @@ class phone_line_st {
     int mark = 0;
     EXPECT_EQ(::ioctl(m_station, TIOCGEXCL, &mark), 0);
     return mark != 0;
+  }
+
+  // Whether a program takes the line for itself within ten seconds.
+  bool wait_taken() const {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!is_exclusive()) {
+      if (std::chrono::steady_clock::now() >= deadline) return false;
+      ::usleep(1000);
+    }
+    return true;
+  }
+
+  // More than the line holds: waits until the station has taken it.
+  void send_all(const byte_string& bytes) const {
+    for (std::size_t at = 0; at < bytes.size();) {
+      const ssize_t count = ::write(m_phone, bytes.data() + at, bytes.size() - at);
+      ASSERT_GT(count, 0);
+      at += static_cast<std::size_t>(count);
+    }
   }
 
   termios settings() const {

@@ -1,4 +1,4 @@
-#include "station/wire/stream.h"
+#include "capture/stream.h"
 
 #include <gtest/gtest.h>
 

@@ -53,7 +53,8 @@ using stream_sink = std::function<void(const stream_item_st&)>;
 enum class stream_pending_en {
   NOTHING,
   LINE_FEED,  // a line that ended in CR; only the LF that may belong to it is open
-  PART,       // part of a frame or of a line
+  LINE,       // part of a line
+  PART,       // part of a frame
 };
 
 class stream_splitter_st {

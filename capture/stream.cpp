@@ -1,4 +1,4 @@
-#include "station/wire/stream.h"
+#include "capture/stream.h"
 
 #include <algorithm>
 #include <optional>
@@ -186,8 +186,8 @@ stream_pending_en stream_splitter_st::pending() const {
   const bytes_view bytes{m_buffer_a.data(), m_size};
   if (m_form == stream_form_en::BARE) return bytes.empty() ? stream_pending_en::NOTHING : stream_pending_en::PART;
   if (std::ranges::all_of(bytes, is_line_end)) return stream_pending_en::NOTHING;
-  const bool is_line = magic_match(bytes) == 0 && bytes.back() == '\r';
-  return is_line ? stream_pending_en::LINE_FEED : stream_pending_en::PART;
+  if (magic_match(bytes) != 0) return stream_pending_en::PART;
+  return bytes.back() == '\r' ? stream_pending_en::LINE_FEED : stream_pending_en::LINE;
 }
 
 void stream_splitter_st::drain(bool is_last, const stream_sink& sink) {
