@@ -44,6 +44,7 @@ struct link_side {
   modem_brain brain;
   modem_switches& switches;
   text_log received;
+  capture_place_st capture;
   std::deque<timed_bytes> timed;  // what waits for its time
   std::optional<event_loop::timer_id> send_timer;
   std::optional<event_loop::timer_id> patience_timer;
@@ -79,6 +80,7 @@ void link_side::detach() {
 
 void link_side::receive(std::string_view bytes) {
   received.append(bytes);
+  capture.write(capture_direction_en::SENT, capture_bytes(bytes));
   if (!switches.silent) understand(bytes);
 }
 
@@ -119,6 +121,7 @@ void link_side::send_next() {
 }
 
 void link_side::write(std::string_view bytes) {
+  if (link.attached()) capture.write(capture_direction_en::RECEIVED, capture_bytes(bytes));
   link.send(bytes);
   link.hold_input(link.unsent() >= tty_pump::MOST_UNSENT);
 }
@@ -165,6 +168,13 @@ const text_log& modem::received(modem_link link) const {
 
 void modem::say(std::string_view bytes, modem_link link) {
   m_inside->loop.call([&] { m_inside->side(link).say(bytes); });
+}
+
+void modem::set_capture(capture_writer_st* writer, const std::string& phone) {
+  m_inside->loop.call([&] {
+    m_inside->data.capture = {writer, capture_link_en::MODEM, phone};
+    m_inside->at.capture = {writer, capture_link_en::AT, phone};
+  });
 }
 
 void modem::hang_up(modem_link link) {

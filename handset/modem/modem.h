@@ -21,8 +21,10 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <string_view>
 
+#include "capture/writer.h"
 #include "handset/modem/state.h"
 #include "handset/wire/text-log.h"
 #include "pub/util/fd.h"
@@ -54,6 +56,8 @@ class modem {
   const text_log& received(modem_link link = modem_link::data) const;
   // Sends bytes as they are, besides the answers.
   void say(std::string_view bytes, modem_link link = modem_link::data);
+  // What passes on both links is kept there from now on, under the phone's name. Borrowed.
+  void set_capture(capture_writer_st* writer, const std::string& phone);
   // The link breaks: the service's side gets a hang-up. attach() plugs a new pseudo-terminal's master in.
   void hang_up(modem_link link = modem_link::data);
   void attach(pub_fd master, modem_link link = modem_link::data);

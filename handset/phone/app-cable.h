@@ -17,6 +17,8 @@ class app_cable {
   // name: as for cable.
   app_cable(event_loop& loop, phone& the_phone, const std::filesystem::path& name);
 
+  void set_capture(capture_place_st place) { m_cable.set_capture(std::move(place)); }
+
  private:
   void wait_for_terminal();
   void open();

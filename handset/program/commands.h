@@ -23,6 +23,12 @@ struct run_command {
   std::filesystem::path config;
   std::filesystem::path service;
   std::filesystem::path log;
+  std::string replay;        // a capture to play instead of a phone; empty: none
+  std::string replay_modem;  // a capture to play instead of the simulated modem; empty: none
+  std::string replay_phone;  // the phone of that capture, where it has several
+  bool is_fast = false;      // of the replay: without the capture's pauses
+  bool is_loose = false;     // of the replay: whatever the station sends
+  std::string capture;       // a file for every byte on the phone's links; empty: none
   bool quiet = false;
   bool verbose = false;  // the log goes to standard error, too
   std::string name;      // empty: one that is free

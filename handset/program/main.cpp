@@ -11,6 +11,7 @@
 #include "handset/program/commands.h"
 #include "handset/program/control.h"
 #include "handset/program/names.h"
+#include "handset/program/replay.h"
 #include "handset/sandbox/sandbox.h"
 
 namespace {
@@ -33,6 +34,23 @@ constexpr const char* FOOTER =
     "  (ctl: it cannot be done, or no such phone runs),\n"
     "  2 wrong usage (ctl: also an unknown name, or several phones and no --name), 3 this machine cannot make the "
     "sandbox, 127 the command cannot be started (exec).";
+
+void add_replay(CLI::App& run, run_command& command) {
+  auto* replay = run.add_option("--replay", command.replay,
+                                "Play the phone and its modem from a capture: no service runs, and a station is told\n"
+                                "where it sends something else. Ends with 0 when it did not, else with 1");
+  replay->type_name("FILE");
+  for (const char* other : {"--mode", "--config", "--service", "--name", "--keep", "--restart"})
+    replay->excludes(run.get_option(other));
+  run.add_option("--replay-modem", command.replay_modem,
+                 "Play the modem alone from a capture of a phone; the service runs and is held against it")
+      ->type_name("FILE")
+      ->excludes(replay);
+  run.add_option("--replay-phone", command.replay_phone, "The phone of that capture, where it has several")
+      ->type_name("NAME");
+  run.add_flag("--fast", command.is_fast, "Of a replay: answer at once, not after the pauses of the capture");
+  run.add_flag("--loose", command.is_loose, "Of a replay: take what is sent as it is, and show no difference");
+}
 
 CLI::App* add_run(CLI::App& app, run_command& command) {
   auto* run =
@@ -58,6 +76,10 @@ CLI::App* add_run(CLI::App& app, run_command& command) {
                   "The file for the service's log and output (usual: one that ends with the phone)")
       ->type_name("FILE")
       ->excludes(quiet);
+  run->add_option("--capture", command.capture,
+                  "Append every byte on the links of PC, application and modem to this file")
+      ->type_name("FILE");
+  add_replay(*run, command);
   run->add_option("--modem-device", command.modem_device, "Name of the modem's tty; /dev/ttyS... makes it a UART")
       ->capture_default_str();
   run->add_option("--screen", command.screen, "Size of the screen; none: the phone has no framebuffer and no console")
@@ -152,7 +174,7 @@ int parse_and_run(int argc, char** argv) {
   } catch (const CLI::ParseError& failure) {
     return app.exit(failure) == 0 ? STATUS_DONE : STATUS_USAGE;
   }
-  if (run->parsed()) return handset::run(run_words);
+  if (run->parsed()) return run_words.replay.empty() ? handset::run(run_words) : handset::replay(run_words);
   if (exec->parsed()) return handset::exec(exec_words);
   if (completion->parsed()) return print_completion(app, shell);
   return handset::ctl(ctl_words);

@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 
+#include "capture/writer.h"
 #include "handset/phone/app-cable.h"
 #include "handset/phone/cable.h"
 #include "handset/phone/factory-image.h"
@@ -19,6 +20,7 @@
 #include "handset/program/commands.h"
 #include "handset/program/control.h"
 #include "handset/program/names.h"
+#include "handset/program/played-modem.h"
 #include "handset/program/usb-steps.h"
 #include "handset/wire/files.h"
 #include "handset/wire/signals.h"
@@ -64,6 +66,7 @@ phone_options options_of(const run_command& command) {
   options.mode = MODES.at(command.mode);
   if (!command.config.empty()) options.config = read_config(command.config);
   options.service = command.service;
+  options.simulated_modem = command.replay_modem.empty();
   options.modem_device = command.modem_device;
   options.screen = read_screen_size(command.screen);  // none: no screen
   options.environment = command.environment;
@@ -110,6 +113,7 @@ class phone_run {
 
  private:
   control_target target();
+  void open_capture();
   void announce() const;
   void take_log(std::string_view bytes);
   void start_service();
@@ -126,6 +130,7 @@ class phone_run {
   const run_command& m_command;
   event_loop m_loop;
   end_signals m_signals;
+  capture_writer_st m_capture;  // outlives the phone, whose modem writes to it
   phone m_phone;
   phone_name m_name;
   run_mode m_pc_mode;  // how the service serves the PC
@@ -134,6 +139,7 @@ class phone_run {
   usb_steps m_steps;
   cable m_cable;
   app_cable m_app_cable;
+  std::optional<played_modem> m_played_modem;
   control_server m_control;
   bool m_asked = false;  // the phone was asked to end
   unsigned m_starts = 0;
@@ -153,11 +159,25 @@ phone_run::phone_run(const run_command& command)
       m_cable(m_loop, tty("ttyPC")),
       m_app_cable(m_loop, m_phone, tty("ttyAPP")),
       m_control(m_loop, control_socket(m_phone.folder()), target()) {
+  if (!command.replay_modem.empty()) m_played_modem.emplace(m_loop, m_phone, command);
+  open_capture();
   connect_pc();
-  if (!command.bare) add_factory_identities(m_phone.simulated_modem());
+  if (!command.bare && !m_played_modem) add_factory_identities(m_phone.simulated_modem());
   const auto log = [this](std::string_view bytes) { take_log(bytes); };
   m_phone.on_log(log);
   m_phone.on_out(log);
+}
+
+void phone_run::open_capture() {
+  if (m_command.capture.empty()) return;
+  const std::string wrong = m_capture.open(m_command.capture);
+  if (!wrong.empty()) throw error(wrong);
+  m_cable.set_capture({&m_capture, capture_link_en::PC, m_name.text()});
+  m_app_cable.set_capture({&m_capture, capture_link_en::APP, m_name.text()});
+  if (m_played_modem)
+    m_played_modem->set_capture(&m_capture, m_name.text());
+  else
+    m_phone.simulated_modem().set_capture(&m_capture, m_name.text());
 }
 
 control_target phone_run::target() {
@@ -303,7 +323,10 @@ int phone_run::run() {
   announce();
   start_service();
   m_loop.run();
-  return shell_status(m_status);
+  const std::string lost = m_capture.failure();
+  if (!lost.empty()) fmt::print(stderr, "handset: {}\n", lost);
+  const int status = shell_status(m_status);
+  return status == STATUS_DONE && m_played_modem && m_played_modem->has_differences() ? STATUS_FAILED : status;
 }
 
 }  // namespace
