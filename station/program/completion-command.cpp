@@ -5,6 +5,7 @@
 #include <ostream>
 
 #include "completion/script.h"
+#include "station/program/capture-commands.h"
 #include "station/program/options.h"
 #include "station/program/plan-commands.h"
 #include "station/program/results-commands.h"
@@ -53,6 +54,7 @@ void add(completion_command_st command, completion_command_st* all) {
 completion_command_st station_command_tree() {
   completion_command_st all = station_describe_words();
   for (auto& command : station_describe_plan_commands()) add(std::move(command), &all);
+  for (auto& command : station_describe_capture_commands()) add(std::move(command), &all);
   add(station_describe_results(), &all);
   add(completion_describe(commands_st().m_app), &all);
   return all;

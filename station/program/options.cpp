@@ -6,9 +6,10 @@
 #include <algorithm>
 #include <ostream>
 
+#include "station/program/capture-commands.h"
+#include "station/program/capture-options.h"
 #include "station/program/plan-commands.h"
 #include "station/program/report.h"
-#include "station/wire/link.h"
 #include "station/words/explain.h"
 #include "station/words/operations.h"
 #include "station/words/words.h"
@@ -18,20 +19,16 @@ namespace {
 constexpr unsigned LONGEST_TIMEOUT_MS = 24 * 3600 * 1000;
 constexpr int MANY = CLI::detail::expected_max_vector_size;
 
-std::string check_baud(const std::string& text) {
-  unsigned baud = 0;
-  const bool is_number = CLI::detail::lexical_cast(text, baud);
-  return is_number && station_is_baud(baud) ? "" : text + " is no speed of a serial line";
-}
-
 void add_port_options(CLI::App* app, station_options_st* options) {
   auto* port = app->add_option("--port", options->m_port, "The terminal that leads to the phone's PC link");
   auto* application = app->add_option("--app", options->m_app, "The terminal of the phone's test application");
   port->type_name("PATH")->excludes(application);
   application->type_name("PATH");
   app->add_option("--baud", options->m_baud, "Speed of the line; left as it is otherwise")
-      ->check(check_baud)
+      ->check(capture_check_baud)
       ->type_name("N");
+  app->add_option("--capture", options->m_capture, "Append every byte that passes on the port to this file")
+      ->type_name("FILE");
 }
 
 void add_common_options(CLI::App* app, station_options_st* options) {
@@ -172,13 +169,6 @@ std::string check_together(const station_options_st& options, bool is_shell_line
   return has_port || is_shell_line ? "" : "one of --port and --app is required";
 }
 
-int refuse(const station_io_st& io, const station_options_st& options, const std::string& wrong) {
-  station_outcome_st outcome;
-  outcome.m_exit = STATION_USAGE;
-  outcome.m_message = wrong;
-  return station_report_st(io, options).finish(options.m_name, outcome);
-}
-
 }  // namespace
 
 station_wishes_st station_options_st::wishes() const {
@@ -191,7 +181,7 @@ std::optional<int> station_parse(std::vector<std::string> arguments, const stati
   CLI::App app{"Talks to a phone in factory test mode over its PC link", "amt-station"};
   app.require_subcommand(1);
   app.footer(is_shell_line ? station_exit_help(station_command_en::WORD)
-                           : plan_help() + station_exit_help(station_command_en::WORD));
+                           : plan_help() + station_capture_help() + station_exit_help(station_command_en::WORD));
   add_all(&app, is_shell_line, options);
   // What follows "--" is the word's, whatever it looks like; the parser would take it for the word itself in places.
   const auto dashes = std::ranges::find(arguments, "--");
@@ -206,13 +196,13 @@ std::optional<int> station_parse(std::vector<std::string> arguments, const stati
     return station_report_st(io, *options).finish_output(STATION_OK);
   } catch (const CLI::ParseError& error) {
     options->m_json = options->m_json || std::ranges::find(arguments, "--json") != arguments.end();
-    return refuse(io, *options, explain_error(app, error, arguments));
+    return station_refuse(io, *options, explain_error(app, error, arguments));
   }
   auto& words = options->m_arguments.m_words;
   words.insert(words.end(), rest.begin(), rest.end());
   options->m_arguments.m_form = options->is_app() ? stream_form_en::BARE : stream_form_en::WRAPPED;
   const std::string wrong = check_together(*options, is_shell_line);
-  return wrong.empty() ? std::nullopt : std::optional(refuse(io, *options, wrong));
+  return wrong.empty() ? std::nullopt : std::optional(station_refuse(io, *options, wrong));
 }
 
 completion_command_st station_describe_words() {

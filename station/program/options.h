@@ -16,6 +16,7 @@ struct station_options_st {
   std::string m_port;
   std::string m_app;  // the port, when it is the application's link
   unsigned m_baud = 0;
+  std::string m_capture;  // the file to keep what passes on the port; empty: none
   std::optional<unsigned> m_timeout_ms;
   std::size_t m_expect = 0;
   bool m_json = false;

@@ -13,12 +13,12 @@
 
 #include "station/plan/example.h"
 #include "station/plan/load.h"
+#include "station/program/capture-options.h"
 #include "station/program/results-commands.h"
 #include "station/record/record-file.h"
 #include "station/run/run.h"
 #include "station/store/address.h"
 #include "station/web/server.h"
-#include "station/wire/link.h"
 
 namespace {
 
@@ -34,6 +34,7 @@ struct options_st {
   std::string m_records;
   std::string m_db;
   std::string m_station;
+  std::string m_capture;
   std::optional<web_address_st> m_web;
   unsigned m_baud = 0;
   bool m_is_loop = false;
@@ -177,6 +178,7 @@ std::string read_options(const options_st& options, run_options_st* run) {
   run->m_records = options.m_records.empty() ? record_default_folder() : options.m_records;
   run->m_db = options.m_db.empty() ? results_default_store(run->m_records) : options.m_db;
   run->m_station = options.m_station.empty() ? host_name() : options.m_station;
+  run->m_capture = options.m_capture;
   run->m_version = VX_VERSION;
   run->m_baud = options.m_baud;
   run->m_is_loop = options.m_is_loop;
@@ -201,12 +203,9 @@ void add_run_options(CLI::App* app, options_st* options) {
   add("--records", &options->m_records, "The folder of the records; below the user's data otherwise", "DIR");
   add("--db", &options->m_db,
       "The store of results: postgresql://... or a file; results.db beside the records otherwise", "URL");
+  add("--capture", &options->m_capture, "Append every byte that passes on the ports to this file", "FILE");
   add("--station", &options->m_station, "The station's name in the records; the machine's otherwise", "NAME");
-  add("--baud", &options->m_baud, "Speed of the lines, instead of the plan's", "N")->check([](const std::string& text) {
-    unsigned baud = 0;
-    const bool is_number = CLI::detail::lexical_cast(text, baud);
-    return is_number && station_is_baud(baud) ? std::string() : text + " is no speed of a serial line";
-  });
+  add("--baud", &options->m_baud, "Speed of the lines, instead of the plan's", "N")->check(capture_check_baud);
   app->add_option_function<texts>(
          "--web",
          [options](const texts& given) {

@@ -38,6 +38,13 @@ int station_report_st::finish(const std::string& word, const station_outcome_st&
 int station_report_st::finish_output(station_exit_en code) {
   *m_io.m_out << std::flush;
   if (!is_broken() || code != STATION_OK) return code;
-  *m_io.m_err << "amt-station: " << station_exit_meaning(STATION_NO_OUTPUT) << std::endl;
+  *m_io.m_err << "amt-station: standard output failed" << std::endl;
   return STATION_NO_OUTPUT;
+}
+
+int station_refuse(const station_io_st& io, const station_options_st& options, const std::string& wrong) {
+  station_outcome_st outcome;
+  outcome.m_exit = STATION_USAGE;
+  outcome.m_message = wrong;
+  return station_report_st(io, options).finish(options.m_name, outcome);
 }

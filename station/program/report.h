@@ -24,3 +24,6 @@ class station_report_st {
   const station_io_st& m_io;
   const station_options_st& m_options;
 };
+
+// A command line that cannot be carried out; gives the exit status.
+int station_refuse(const station_io_st& io, const station_options_st& options, const std::string& wrong);

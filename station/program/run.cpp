@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "capture/items.h"
+#include "station/program/capture-options.h"
 #include "station/wire/step.h"
 #include "station/words/explain.h"
 #include "station/words/words.h"
@@ -33,19 +35,39 @@ station_run_st::station_run_st(const station_options_st& options, const station_
       m_io(io),
       m_current(&options),
       m_session(
-          &m_link,
-          [this](const station_entry_st& entry) {
-            station_report_st report(m_io, *m_current);
-            report.show(entry);
-            const bool is_listening = m_current->m_word != nullptr && !m_current->m_word->is_sending();
-            if (report.is_broken() && is_listening) m_session.stop();
-          },
-          form()) {
+          &m_link, [this](const station_entry_st& entry) { show(entry); }, form()) {
   m_link.set_stop_fd(io.m_stop_fd);
 }
 
+// One who listens sees what `decode` shows.
+void station_run_st::show(station_entry_st entry) {
+  const bool is_listening = m_current->m_word != nullptr && !m_current->m_word->is_sending();
+  const station_time now = clock::now();
+  station_detail_st detail{"", capture_link_name(link())};
+  if (m_shown_at) detail.m_since = now - *m_shown_at;
+  m_shown_at = now;
+  if (is_listening) entry.m_detail = &detail;
+  station_report_st report(m_io, *m_current);
+  report.show(entry);
+  if (report.is_broken() && is_listening) m_session.stop();
+}
+
+capture_link_en station_run_st::link() const {
+  return m_options.is_app() ? capture_link_en::APP : capture_link_en::PC;
+}
+
 stream_form_en station_run_st::form() const {
-  return m_options.is_app() ? stream_form_en::BARE : stream_form_en::WRAPPED;
+  return capture_form(link());
+}
+
+std::string station_run_st::open_capture() {
+  if (m_options.m_capture.empty()) return {};
+  m_link.set_capture({&m_capture, link()});
+  return m_capture.open(m_options.m_capture);
+}
+
+int station_run_st::finish_capture(int status) const {
+  return capture_finish_capture(m_io, m_capture, status);
 }
 
 station_exit_en station_run_st::open() {

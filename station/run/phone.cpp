@@ -85,6 +85,11 @@ run_phone_st::line_st* run_phone_st::line_of(plan_link_en link) const {
   return link == plan_link_en::APP ? m_app.get() : m_pc.get();
 }
 
+void run_phone_st::set_capture(capture_writer_st* writer, const std::string& name) {
+  m_pc->m_link.set_capture({writer, capture_link_en::PC, name});
+  m_app->m_link.set_capture({writer, capture_link_en::APP, name});
+}
+
 void run_phone_st::close() {
   m_pc->close();
   m_app->close();

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "capture/writer.h"
 #include "station/plan/plan.h"
 #include "station/plan/request.h"
 #include "station/wire/exit-code.h"
@@ -24,6 +25,8 @@ class run_phone_st {
   // Ports as the command line has them; `app` may be empty. baud 0: as it is.
   run_phone_st(std::string pc, std::string app, unsigned baud);
   ~run_phone_st();
+  // What passes on the links is kept there from now on, under the phone's name. Borrowed.
+  void set_capture(capture_writer_st* writer, const std::string& name);
   run_phone_st(const run_phone_st&) = delete;
   run_phone_st& operator=(const run_phone_st&) = delete;
 

@@ -53,7 +53,8 @@ class run_st {
       std::string wrong = m_order.read(m_options.m_work_order);
       if (!wrong.empty()) return wrong;
     }
-    return run_check_given(*m_options.m_plan, m_options.m_variables, m_order);
+    std::string wrong = run_check_given(*m_options.m_plan, m_options.m_variables, m_order);
+    return wrong.empty() && !m_options.m_capture.empty() ? m_capture.open(m_options.m_capture) : wrong;
   }
 
   int run() {
@@ -77,6 +78,8 @@ class run_st {
       watch();
     }
     if (m_sender) m_sender->finish();
+    const std::string lost = m_capture.failure();
+    if (!lost.empty()) *m_io.m_err << "amt-station: " << lost << std::endl;
     return exit_code();
   }
 
@@ -109,6 +112,7 @@ class run_st {
     const run_unit_phone_st& unit = m_options.m_phones[n];
     const unsigned baud = m_options.m_baud != 0 ? m_options.m_baud : m_options.m_plan->m_baud;
     run_phone_st phone(unit.m_pc, unit.m_app, baud);
+    if (m_capture.is_open()) phone.set_capture(&m_capture, unit.m_name);
     if (!m_options.m_is_loop) {
       run_one(n, unit, &phone);
     } else {
@@ -167,6 +171,7 @@ class run_st {
   run_operator_st m_operator{m_io.m_input_fd, [this](const std::string& text) { m_display.question(text); },
                              [this](const std::function<void()>& action) { m_display.quietly(action); }};
   run_work_order_st m_order;
+  capture_writer_st m_capture;
   run_setting_st m_setting;
   std::optional<store_sender_st> m_sender;
   flag_st m_stop;

@@ -21,6 +21,7 @@ struct run_options_st {
   std::string m_work_order;  // a file; empty: none
   std::string m_records;     // the folder
   std::string m_db;          // where records are sent; empty: nowhere
+  std::string m_capture;     // the file to keep what passes on all ports; empty: none
   std::string m_station;
   std::string m_version;
   unsigned m_baud = 0;  // 0: the plan's
