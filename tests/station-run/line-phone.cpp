@@ -23,6 +23,12 @@ std::string program(const std::string& name) {
   return std::string(PROGRAM_FOLDER "/") + name;
 }
 
+std::vector<std::string> phone_command(const std::string& name, const std::vector<std::string>& more) {
+  std::vector<std::string> command = {program("handset"), "run", "-q", "--name", name + std::to_string(::getpid())};
+  command.insert(command.end(), more.begin(), more.end());
+  return command;
+}
+
 // What follows the text in a line of the output.
 std::string after(const std::string& output, const std::string& text) {
   const std::size_t at = output.find(text);
@@ -73,9 +79,8 @@ bool beside_st::wait_output(const std::string& text) const {
   return true;
 }
 
-line_phone_st::line_phone_st(const temp_folder& folder, const std::string& name)
-    : m_log(folder.path(name + ".log")),
-      m_program({program("handset"), "run", "-q", "--name", name + std::to_string(::getpid())}, m_log) {
+line_phone_st::line_phone_st(const temp_folder& folder, const std::string& name, const std::vector<std::string>& more)
+    : m_log(folder.path(name + ".log")), m_program(phone_command(name, more), m_log) {
   EXPECT_TRUE(m_program.wait_output("Ctrl-C ends the phone")) << m_program.output();
   m_port = after(m_program.output(), "PC tty:");
   m_socket = after(m_program.output(), "control:");

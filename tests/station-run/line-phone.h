@@ -34,9 +34,12 @@ class beside_st {
 // With its factory image.
 class line_phone_st {
  public:
-  explicit line_phone_st(const temp_folder& folder, const std::string& name);
+  // more: options of `handset run`.
+  line_phone_st(const temp_folder& folder, const std::string& name, const std::vector<std::string>& more = {});
 
   const std::string& port() const { return m_port; }
+  std::string output() const { return m_program.output(); }
+  bool wait_output(const std::string& text) const { return m_program.wait_output(text); }
   void control(const std::vector<std::string>& words) const;
 
  private:
