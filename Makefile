@@ -110,8 +110,8 @@ soak: build/.test
 # The service's code broken in COUNT places that SEED draws; which of them do the tests notice?
 mutants: COUNT ?= 200
 mutants: SEED ?= 1
-mutants:
-	@tools/setup build test
+mutants: TARGETS = --target vx-kro-amt handset handset-agent handset-test
+mutants: build/.test
 	@tools/mutants --count $(COUNT) --seed $(SEED)
 
 # The static checks read only how each file is compiled, so the tree need not be built, only configured.
