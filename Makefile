@@ -4,7 +4,7 @@ TEST_JOBS ?= 8
 CTEST = ctest --output-on-failure --no-tests=error -j$(TEST_JOBS)
 
 .PHONY: all setup demo test handset bench fuzz fuzz-short faults faults-short kills line-kills soak mutants asan tsan
-.PHONY: phone-like arm64 armhf lint format clean
+.PHONY: phone-like arm64 armhf deb lint format clean
 all: programs
 
 # One tree for the programs and, once they were asked for, the tests; one for each sanitizer, the first with the fuzz targets.
@@ -17,7 +17,8 @@ programs:
 	@[ -f build/build.ninja ] || { $(call configure,release); }
 	@cmake --build build -j$(JOBS) --target programs
 build/.test:
-	@tools/setup build test
+	@tools/setup build test package
+	@tools/setup browser || echo "no browser here: the test of the page in one is skipped"
 	@grep -qs '^VX_TESTS:.*=ON' build/CMakeCache.txt || { $(call configure,test); }
 	@cmake --build build -j$(JOBS) $(TARGETS)
 build/.handset-test:
@@ -57,12 +58,17 @@ tsan: build/.tsan
 	cd build/tsan && $(CTEST)
 
 # The service as a phone's compiler makes it, and for the phone's processors: all unit tests.
+phone-like arm64 armhf: export EMULATED_PART ?= 1
 phone-like arm64 armhf: %: build/.%
 	cd build/$* && $(CTEST)
 	@[ $* = phone-like ] || tools/emulated-phone $*
 
 handset: programs
 	@build/bin/handset run
+
+deb: programs
+	@tools/setup package
+	@tools/deb
 
 bench: TARGETS = --target programs bench
 bench: build/.test

@@ -1,6 +1,7 @@
 // The commands of `handset ctl`, all families together.
 #include <fmt/format.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
 
@@ -25,6 +26,19 @@ words name_words(std::string_view name) {
   return {std::string(name.substr(0, space)), std::string(name.substr(space + 1))};
 }
 
+// "[pc|app]" lists what may stand there; another argument is the user's own text.
+std::vector<completion_argument_st> arguments_of(const control_command& row) {
+  std::vector<completion_argument_st> all;
+  for (auto part : CLI::detail::split(std::string(row.arguments), ' ')) {
+    std::erase_if(part, [](char one) { return one == '[' || one == ']'; });
+    all.emplace_back();
+    const bool is_list =
+        part.find('|') != part.npos && std::ranges::none_of(part, [](char c) { return c >= 'A' && c <= 'Z'; });
+    if (is_list) all.back().m_choices = CLI::detail::split(part, '|');
+  }
+  return all;
+}
+
 }  // namespace
 
 std::size_t number_of(const std::string& text) {
@@ -44,6 +58,19 @@ std::string run_control(control_target& target, const words& all) {
     throw usage_error(fmt::format("usage: {} {}", command.name, command.arguments));
   }
   throw usage_error(fmt::format("unknown command: {}", fmt::join(all, " ")));
+}
+
+void describe_control(completion_command_st& ctl) {
+  ctl.m_arguments.clear();
+  for (const auto& row : all_commands()) {
+    completion_command_st* place = &ctl;
+    for (const auto& word : name_words(row.name)) {
+      if (place->find(word) == nullptr) place->m_commands.push_back({word, std::string(row.help), {}, {}, {}});
+      place = place->find(word);
+    }
+    place->m_help = row.help;
+    if (place->m_arguments.empty()) place->m_arguments = arguments_of(row);
+  }
 }
 
 std::string control_help() {

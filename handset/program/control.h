@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "completion/command.h"
 #include "handset/wire/error.h"
 #include "handset/wire/event-loop.h"
 #include "pub/util/fd.h"
@@ -40,6 +41,8 @@ struct control_target {
 std::string run_control(control_target& target, const std::vector<std::string>& words);
 // The commands and what they do, for --help.
 std::string control_help();
+// Puts them below `ctl`, for completion.
+void describe_control(completion_command_st& ctl);
 
 // Serves the commands on a socket of that name; on the loop's thread.
 class control_server {

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <exception>
 
+#include "completion/script.h"
 #include "handset/hardware/devices.h"
 #include "handset/hardware/hardware.h"
 #include "handset/program/commands.h"
@@ -55,6 +56,7 @@ CLI::App* add_run(CLI::App& app, run_command& command) {
   run->add_flag("-v,--verbose", command.verbose, "Show the service's log and output as they come")->excludes(quiet);
   run->add_option("--log", command.log,
                   "The file for the service's log and output (usual: one that ends with the phone)")
+      ->type_name("FILE")
       ->excludes(quiet);
   run->add_option("--modem-device", command.modem_device, "Name of the modem's tty; /dev/ttyS... makes it a UART")
       ->capture_default_str();
@@ -105,7 +107,7 @@ CLI::App* add_exec(CLI::App& app, exec_command& command) {
 
 CLI::App* add_ctl(CLI::App& app, ctl_command& command) {
   auto* ctl = app.add_subcommand("ctl", "Command a running phone");
-  ctl->add_option("--socket", command.socket, "Its control socket");
+  ctl->add_option("--socket", command.socket, "Its control socket")->type_name("FILE");
   ctl->add_option("--name", command.name, "Its name (usual: the only phone of this user that runs)");
   ctl->add_option("command", command.words, "What to do")->required();
   ctl->positionals_at_end();
@@ -113,16 +115,38 @@ CLI::App* add_ctl(CLI::App& app, ctl_command& command) {
   return ctl;
 }
 
+CLI::App* add_completion(CLI::App& app, std::string& shell) {
+  auto* completion = app.add_subcommand("completion", "Print what makes a shell complete commands and options");
+  completion->add_option("SHELL", shell, "The shell")
+      ->required()
+      ->type_name("")
+      ->check(CLI::IsMember({"bash", "zsh", "fish"}));
+  completion->footer(
+      "bash: source <(handset completion bash)\n"
+      "zsh:  source <(handset completion zsh)\n"
+      "fish: handset completion fish | source");
+  return completion;
+}
+
+int print_completion(const CLI::App& app, const std::string& shell) {
+  auto all = completion_describe(app);
+  describe_control(*all.find("ctl"));
+  fmt::print("{}", completion_script(shell, all).value_or(""));
+  return STATUS_DONE;
+}
+
 int parse_and_run(int argc, char** argv) {
   run_command run_words;
   exec_command exec_words;
   ctl_command ctl_words;
+  std::string shell;
   CLI::App app(ABOUT, "handset");
   app.require_subcommand(1);
   app.footer(FOOTER);
   const auto* run = add_run(app, run_words);
   const auto* exec = add_exec(app, exec_words);
   add_ctl(app, ctl_words);
+  const auto* completion = add_completion(app, shell);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& failure) {
@@ -130,6 +154,7 @@ int parse_and_run(int argc, char** argv) {
   }
   if (run->parsed()) return handset::run(run_words);
   if (exec->parsed()) return handset::exec(exec_words);
+  if (completion->parsed()) return print_completion(app, shell);
   return handset::ctl(ctl_words);
 }
 

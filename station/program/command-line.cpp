@@ -1,5 +1,6 @@
 #include "station/program/command-line.h"
 
+#include "station/program/completion-command.h"
 #include "station/program/options.h"
 #include "station/program/plan-commands.h"
 #include "station/program/report.h"
@@ -11,6 +12,7 @@
 int station_run(const std::vector<std::string>& arguments, const station_io_st& io) {
   if (const auto status = station_run_plan_command(arguments, io)) return *status;
   if (const auto status = station_run_results_command(arguments, io)) return *status;
+  if (const auto status = station_run_completion_command(arguments, io)) return *status;
   station_options_st options;
   if (const auto status = station_parse(arguments, io, false, &options)) return *status;
   if (options.m_task == station_task_en::EXPLAIN) return station_print_explanation(options, io);

@@ -124,7 +124,17 @@ std::string plan_help() {
   std::string help = "With a plan (amt-station run --help):\n";
   for (const auto& row : station_plan_commands())
     help += fmt::format("  {} {}  {}\n", row.m_name, row.m_usage, row.m_help);
-  return help + "  results send|list|show|export|yield  keeps what runs left, and reports it\n\n";
+  return help +
+         "  results send|list|show|export|yield  keeps what runs left, and reports it\n"
+         "\nFor a shell:\n  completion bash|zsh|fish  prints what makes it complete this command line\n\n";
+}
+
+void add_all(CLI::App* app, bool is_shell_line, station_options_st* options) {
+  if (!is_shell_line) app->set_version_flag("--version", "amt-station " VX_VERSION);
+  if (!is_shell_line) add_port_options(app, options);
+  add_common_options(app, options);
+  for (const auto& word : station_words()) add_word(app, word, options);
+  add_tasks(app, is_shell_line, options);
 }
 
 // Whether the parser would take the argument after it for this option's value.
@@ -182,11 +192,7 @@ std::optional<int> station_parse(std::vector<std::string> arguments, const stati
   app.require_subcommand(1);
   app.footer(is_shell_line ? station_exit_help(station_command_en::WORD)
                            : plan_help() + station_exit_help(station_command_en::WORD));
-  if (!is_shell_line) app.set_version_flag("--version", "amt-station " VX_VERSION);
-  if (!is_shell_line) add_port_options(&app, options);
-  add_common_options(&app, options);
-  for (const auto& word : station_words()) add_word(&app, word, options);
-  add_tasks(&app, is_shell_line, options);
+  add_all(&app, is_shell_line, options);
   // What follows "--" is the word's, whatever it looks like; the parser would take it for the word itself in places.
   const auto dashes = std::ranges::find(arguments, "--");
   const std::vector<std::string> rest(dashes == arguments.end() ? dashes : dashes + 1, arguments.end());
@@ -207,4 +213,21 @@ std::optional<int> station_parse(std::vector<std::string> arguments, const stati
   options->m_arguments.m_form = options->is_app() ? stream_form_en::BARE : stream_form_en::WRAPPED;
   const std::string wrong = check_together(*options, is_shell_line);
   return wrong.empty() ? std::nullopt : std::optional(refuse(io, *options, wrong));
+}
+
+completion_command_st station_describe_words() {
+  station_options_st options;
+  CLI::App app{"", "amt-station"};
+  add_all(&app, false, &options);
+  completion_command_st all = completion_describe(app);
+  std::vector<std::string> names;
+  for (const auto& word : station_words()) {
+    names.emplace_back(word.m_name);
+    completion_command_st* command = all.find(word.m_name);
+    command->m_arguments.clear();
+    const auto choices = station_first_arguments(word);
+    if (!choices.empty()) command->m_arguments.push_back({completion_value_en::TEXT, choices});
+  }
+  all.find("explain")->m_arguments = {{completion_value_en::TEXT, names}};
+  return all;
 }

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "completion/command.h"
 #include "station/program/command-line.h"
 #include "station/words/exchange.h"
 #include "station/words/word.h"
@@ -39,3 +40,6 @@ inline constexpr unsigned STATION_DEFAULT_PHONE_WAIT_MS = 60000;
 // of the shell begins with the shell's own options and has no port of its own.
 std::optional<int> station_parse(std::vector<std::string> arguments, const station_io_st& io, bool is_shell_line,
                                  station_options_st* options);
+
+// The words and the program's own options, for completion and the manual.
+completion_command_st station_describe_words();

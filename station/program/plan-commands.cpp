@@ -1,11 +1,13 @@
 #include "station/program/plan-commands.h"
 
 #include <fmt/format.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <iostream>
 #include <set>
 
@@ -15,6 +17,7 @@
 #include "station/record/record-file.h"
 #include "station/run/run.h"
 #include "station/store/address.h"
+#include "station/web/server.h"
 #include "station/wire/link.h"
 
 namespace {
@@ -31,6 +34,7 @@ struct options_st {
   std::string m_records;
   std::string m_db;
   std::string m_station;
+  std::optional<web_address_st> m_web;
   unsigned m_baud = 0;
   bool m_is_loop = false;
   bool m_is_dry = false;
@@ -203,8 +207,42 @@ void add_run_options(CLI::App* app, options_st* options) {
     const bool is_number = CLI::detail::lexical_cast(text, baud);
     return is_number && station_is_baud(baud) ? std::string() : text + " is no speed of a serial line";
   });
+  app->add_option_function<texts>(
+         "--web",
+         [options](const texts& given) {
+           options->m_web.emplace();
+           const std::string text = given.empty() || given[0].empty() ? WEB_DEFAULT_ADDRESS : given[0];
+           const std::string wrong = web_parse_address(text, &*options->m_web);
+           if (!wrong.empty()) throw CLI::ValidationError("--web", wrong);
+         },
+         "Show the run as a page for browsers, there or at 127.0.0.1:8700")
+      ->expected(0, 1)
+      ->type_name("[ADDRESS:PORT]");
   app->add_flag("--loop", options->m_is_loop, "Wait for the next phone at each port, until Ctrl-C");
   app->add_flag("--dry-run", options->m_is_dry, "Print what would be sent and touch no port");
+}
+
+// A run that ends by itself leaves its page until Ctrl-C, or nobody would see the verdicts.
+int run_with_page(const web_address_st& address, run_options_st run, const run_io_st& io) {
+  std::vector<std::string> names;
+  for (const auto& phone : run.m_phones) names.push_back(phone.m_name);
+  web_board_st board({run.m_plan->m_name, run.m_plan->m_revision, run.m_station}, names);
+  web_server_st server(&board);
+  const std::string wrong = server.start(address);
+  if (!wrong.empty()) {
+    *io.m_err << "amt-station: " << wrong << std::endl;
+    return RUN_USAGE;
+  }
+  *io.m_out << "page: " << server.url() << std::endl;
+  run.m_events = &board;
+  const int status = run_plan(run, io);
+  board.end_run();
+  if (run.m_is_loop || status == RUN_ABORTED || status == RUN_USAGE) return status;
+  *io.m_out << "the page stays until Ctrl-C" << std::endl;
+  pollfd stop{io.m_stop_fd, POLLIN, 0};
+  while (::poll(&stop, 1, -1) < 0 && errno == EINTR) {
+  }
+  return status;
 }
 
 int run(const texts& arguments, const station_io_st& io) {
@@ -220,7 +258,8 @@ int run(const texts& arguments, const station_io_st& io) {
   const std::string wrong = read_options(options, &run);
   if (!wrong.empty()) return fail(io, wrong);
   const run_io_st run_io{io.m_out, io.m_err, io.m_in_fd, io.m_stop_fd, io.m_terminal_fd, io.m_color};
-  return options.m_is_dry ? run_dry(run, run_io) : run_plan(run, run_io);
+  if (options.m_is_dry) return run_dry(run, run_io);
+  return options.m_web ? run_with_page(*options.m_web, std::move(run), run_io) : run_plan(run, run_io);
 }
 
 constexpr station_plan_command_st COMMANDS[] = {
@@ -242,6 +281,18 @@ bool is_word(const texts& arguments) {
 
 std::span<const station_plan_command_st> station_plan_commands() {
   return COMMANDS;
+}
+
+std::vector<completion_command_st> station_describe_plan_commands() {
+  static constexpr void (*FILLERS[])(CLI::App*, options_st*) = {add_run_options, add_plan, nullptr};
+  std::vector<completion_command_st> all;
+  for (std::size_t n = 0; n < std::size(COMMANDS); ++n) {
+    options_st options;
+    CLI::App app{COMMANDS[n].m_help, COMMANDS[n].m_name};
+    if (FILLERS[n] != nullptr) FILLERS[n](&app, &options);
+    all.push_back(completion_describe(app));
+  }
+  return all;
 }
 
 std::optional<int> station_run_plan_command(const texts& arguments, const station_io_st& io) {

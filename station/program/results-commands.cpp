@@ -211,10 +211,10 @@ struct commands_st {
     }
     one->add_flag("--json", m_options.m_is_json, "The record as it is");
     CLI::App* report = add("export", "Write a report", export_report);
-    report->add_option("--format", m_options.m_form, "json, csv, junit or html")
+    report->add_option("--format", m_options.m_form, "The form of the report")
         ->required()
-        ->type_name("FORMAT")
-        ->check(CLI::IsMember({"json", "csv", "junit", "html"}).description(""));
+        ->type_name("FORM")
+        ->check(CLI::IsMember({"json", "csv", "junit", "html"}));
     report->add_option("--output", m_options.m_output, "A file, instead of the output")->type_name("FILE");
     add_filter(report, &m_options, true);
     add_filter(add("yield", "Count units, first-pass yield and failing steps, by plan", yield), &m_options, false);
@@ -249,6 +249,12 @@ struct commands_st {
 
 std::string results_default_store(const std::string& records) {
   return records + "/results.db";
+}
+
+completion_command_st station_describe_results() {
+  completion_command_st results = completion_describe(commands_st().m_app);
+  results.m_name = "results";
+  return results;
 }
 
 std::optional<int> station_run_results_command(const texts& arguments, const station_io_st& io) {

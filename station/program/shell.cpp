@@ -24,7 +24,7 @@ void add_if_starts(std::vector<std::string>* words, const std::string& word, con
   if (!word.empty() && word.starts_with(start)) words->push_back(word);
 }
 
-// The names of the words; after the first, the operations of that word.
+// The names of the words; after the first, what may follow it.
 std::vector<std::string> complete_line(const std::string& before) {
   const std::size_t blank = before.find_last_of(' ');
   const std::string start = blank == std::string::npos ? before : before.substr(blank + 1);
@@ -39,12 +39,10 @@ std::vector<std::string> complete_line(const std::string& before) {
   }
   const station_word_st* word = station_find_word(first);
   if (word == nullptr) return words;
-  for (const auto& row : word->m_operations) add_if_starts(&words, row.m_name, start);
+  for (const auto& argument : station_first_arguments(*word)) add_if_starts(&words, argument, start);
   for (const char* option : {"--frame", "--json", "--value", "--timeout"}) {
     if (start.starts_with('-')) add_if_starts(&words, option, start);
   }
-  std::ranges::sort(words);
-  words.erase(std::unique(words.begin(), words.end()), words.end());
   return words;
 }
 

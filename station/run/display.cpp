@@ -139,9 +139,9 @@ void run_display_st::end_unit(std::size_t phone, const record_st& record, const 
   row.m_number = row.m_count;
   row.m_time = std::chrono::duration_cast<std::chrono::milliseconds>(record.m_duration);
   if (!m_style.m_is_terminal) {
-    say(fmt::format("{}: {}: {} in {}; {}", row.m_name,
-                    harmless(row.m_serial.empty() ? "no serial number" : row.m_serial),
-                    colored(row.m_verdict, verdict_name(row.m_verdict)), time_text(row.m_time), path));
+    say(fmt::format(
+        "{}: {}: {} in {}{}", row.m_name, harmless(row.m_serial.empty() ? "no serial number" : row.m_serial),
+        colored(row.m_verdict, verdict_name(row.m_verdict)), time_text(row.m_time), path.empty() ? "" : "; " + path));
   }
   draw();
 }

@@ -120,6 +120,7 @@ class run_st {
   void loop(std::size_t n, const run_unit_phone_st& unit, run_phone_st* phone) {
     for (;;) {
       m_display.wait_for_phone(n);
+      if (m_options.m_events != nullptr) m_options.m_events->wait_for_phone(n);
       if (!phone->wait_there(m_stop.fd())) return;
       run_one(n, unit, phone);
       if (!phone->wait_gone(m_stop.fd())) return;
@@ -130,13 +131,17 @@ class run_st {
     const plan_st& plan = *m_options.m_plan;
     std::size_t count = plan.m_teardown.size();
     for (const auto& group : plan.m_groups) count += group.m_steps.size();
+    run_events_st* events = m_options.m_events;
     m_display.begin_unit(n, count);
+    if (events != nullptr) events->begin_unit(n, count);
     run_watcher_st watcher;
     watcher.m_on_begin = [&](const auto& record, const auto& step, std::size_t number) {
       m_display.begin_step(n, record, step, number);
+      if (events != nullptr) events->begin_step(n, record, step, number);
     };
     watcher.m_on_end = [&](const auto& record, const auto& step, std::size_t number) {
       m_display.end_step(n, record, step, number);
+      if (events != nullptr) events->end_step(n, record, step);
     };
     watcher.m_on_record = [&](const std::string& failure) {
       m_display.print(failure.empty() ? unit.m_name + ": the record can be written again"
@@ -144,6 +149,7 @@ class run_st {
     };
     const run_result_st result = run_unit(m_setting, unit, phone, watcher);
     m_display.end_unit(n, result.m_record, result.m_path);
+    if (events != nullptr) events->end_unit(n, result.m_record);
     if (m_sender) m_sender->wake();
     const std::lock_guard lock(m_lock);
     m_worst = verdict_worst(m_worst, result.m_record.verdict());

@@ -10,6 +10,7 @@
 
 #include "station/plan/plan.h"
 #include "station/plan/verdict.h"
+#include "station/run/events.h"
 #include "station/run/unit.h"
 #include "station/wire/exit-code.h"
 
@@ -24,6 +25,7 @@ struct run_options_st {
   std::string m_version;
   unsigned m_baud = 0;  // 0: the plan's
   bool m_is_loop = false;
+  run_events_st* m_events = nullptr;  // borrowed; null: nobody else looks on
 };
 
 struct run_io_st {

@@ -61,7 +61,7 @@ class unit_st {
     }
     m_record.m_is_complete = m_failure.empty() || m_is_begun;
     keep(true);
-    return {std::move(m_record), m_file.path(), m_failure};
+    return {std::move(m_record), m_is_begun ? m_file.path() : "", m_failure};
   }
 
  private:

@@ -41,7 +41,7 @@ struct run_watcher_st {
 
 struct run_result_st {
   record_st m_record;
-  std::string m_path;            // of the record's file
+  std::string m_path;            // of the record's file; empty: there is none
   std::string m_record_failure;  // why the file does not have the last state; empty: it has
 };
 

@@ -137,6 +137,12 @@ std::optional<std::uint32_t> station_parse_module(std::string_view text) {
   return station_parse_number(text, UINT32_MAX);
 }
 
+std::vector<std::string> station_module_list() {
+  std::vector<std::string> names;
+  for (const auto& row : MODULES) names.emplace_back(row.m_name);
+  return names;
+}
+
 std::string station_module_names() {
   std::string names;
   for (const auto& row : MODULES) names += fmt::format("{}{} {}", names.empty() ? "" : ", ", row.m_name, row.m_code);

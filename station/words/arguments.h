@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "amt/amt-convert/frame.h"
 
@@ -18,7 +19,8 @@ std::optional<std::uint8_t> station_parse_command_id(std::string_view text);
 // A version module: a number, or product, software, l1, hls, platform, app, hardware, whole.
 std::optional<std::uint32_t> station_parse_module(std::string_view text);
 
-// The module names, for the help text.
+// The module names; as one text for the help.
+std::vector<std::string> station_module_list();
 std::string station_module_names();
 
 // Appends the atom that text describes, NUMBER:TYPE=VALUE:

@@ -84,6 +84,23 @@ const station_word_st* station_find_word(std::string_view name) {
   return found == words.end() ? nullptr : &*found;
 }
 
+std::vector<std::string> station_first_arguments(const station_word_st& word) {
+  std::vector<std::string> all;
+  for (const auto& row : word.m_operations) {
+    if (*row.m_name != '\0') all.emplace_back(row.m_name);
+  }
+  if (word.m_build == build_version) all = station_module_list();
+  if (word.m_build == build_frame) {
+    for (unsigned id = 0; id <= 0xFF; ++id) {
+      const std::string name = amt_command_name(static_cast<std::uint8_t>(id));
+      if (!name.starts_with('(')) all.push_back(name);
+    }
+  }
+  std::ranges::sort(all);
+  all.erase(std::unique(all.begin(), all.end()), all.end());
+  return all;
+}
+
 namespace {
 
 std::string check_count(const station_word_st& word, const station_arguments_st& arguments) {

@@ -280,6 +280,35 @@ void measure_lines(const fs::path& bin, const fs::path& folder, int most) {
   }
 }
 
+struct cost_st {
+  double m_us = 0;
+  double m_processor_us = 0;  // of this thread
+};
+
+// The time since it was made.
+class meter_st {
+ public:
+  cost_st read(int parts) const {
+    return {microseconds(steady::now() - m_start).count() / parts, (processor_us() - m_processor) / parts};
+  }
+
+ private:
+  static double processor_us() {
+    timespec time{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return 1e6 * static_cast<double>(time.tv_sec) + 1e-3 * static_cast<double>(time.tv_nsec);
+  }
+
+  steady::time_point m_start = steady::now();
+  double m_processor = processor_us();
+};
+
+double median_of(const std::vector<cost_st>& costs, double cost_st::*part) {
+  std::vector<double> values;
+  for (const auto& cost : costs) values.push_back(cost.*part);
+  return median(values);
+}
+
 // One phone's line in this process: the bytes of a request and nothing else, or the same as steps of a plan.
 class one_phone_st {
  public:
@@ -295,20 +324,20 @@ class one_phone_st {
     learn_answer();
   }
 
-  // Microseconds for each request.
-  double time_bare() {
+  // For each request.
+  cost_st time_bare() {
     station_link_st link;
     expect(link.open(m_port) == STATION_OK, link.error());
-    const auto start = steady::now();
+    const meter_st meter;
     for (int n = 0; n < STEPS; ++n) {
       send(&link);
       for (std::size_t got = 0; got < m_answer_size;) got += receive(&link, steady::now() + PATIENCE);
     }
-    return microseconds(steady::now() - start).count() / STEPS;
+    return meter.read(STEPS);
   }
 
-  // Microseconds for each step, with its share of the unit's start and end.
-  double time_steps(const fs::path& records) {
+  // For each step, with its share of the unit's start and end.
+  cost_st time_steps(const fs::path& records) {
     run_setting_st setting;
     setting.m_plan = &m_plan;
     setting.m_given = &m_given;
@@ -316,11 +345,11 @@ class one_phone_st {
     setting.m_records = records;
     const run_unit_phone_st unit{"P", m_port, "", ""};
     run_phone_st phone(m_port, "", 0);
-    const auto start = steady::now();
+    const meter_st meter;
     const run_result_st result = run_unit(setting, unit, &phone, {});
-    const double time = microseconds(steady::now() - start).count() / STEPS;
+    const cost_st cost = meter.read(STEPS);
     expect(result.m_record.verdict() == verdict_en::PASS && result.m_record_failure.empty(), "a unit did not pass");
-    return time;
+    return cost;
   }
 
  private:
@@ -371,21 +400,24 @@ void measure_steps(const fs::path& bin, const fs::path& folder, const fs::path& 
   bench_phone_st phone(bin, folder, -1);
   phone.wait(bin);
   fmt::print("\nA step beside the bare request, one phone, units of {} steps; median of {} units\n", STEPS, ROUNDS);
-  fmt::print("{:<52} {:>9} {:>9} {:>10} {:>9} {:>16}\n", "", "bare us", "step us", "more us", "more",
-             "record's disk us");
+  fmt::print("{:<52} {:>9} {:>9} {:>9} {:>7} {:>17} {:>9}\n", "", "bare us", "step us", "more us", "more",
+             "processor more us", "disk us");
   for (const auto& row : ROWS) {
     one_phone_st one(phone.port(), row.m_keys);
-    std::vector<double> bare;
-    std::vector<double> step;
-    std::vector<double> on_disk;
+    std::vector<cost_st> bare;
+    std::vector<cost_st> step;
+    std::vector<cost_st> on_disk;
     for (int n = 0; n < ROUNDS; ++n) {
       bare.push_back(one.time_bare());
       step.push_back(one.time_steps(memory / "records"));
       on_disk.push_back(one.time_steps(folder / "step-records"));
     }
-    const double more = median(step) - median(bare);
-    fmt::print("{:<52} {:>9.0f} {:>9.0f} {:>10.0f} {:>8.1f}% {:>16.0f}\n", row.m_name, median(bare), median(step), more,
-               100 * more / median(bare), median(on_disk) - median(step));
+    const double bare_us = median_of(bare, &cost_st::m_us);
+    const double step_us = median_of(step, &cost_st::m_us);
+    const double processor = median_of(step, &cost_st::m_processor_us) - median_of(bare, &cost_st::m_processor_us);
+    fmt::print("{:<52} {:>9.0f} {:>9.0f} {:>9.0f} {:>6.1f}% {:>17.0f} {:>9.0f}\n", row.m_name, bare_us, step_us,
+               step_us - bare_us, 100 * (step_us - bare_us) / bare_us, processor,
+               median_of(on_disk, &cost_st::m_us) - step_us);
     std::fflush(stdout);
   }
 }

@@ -69,7 +69,7 @@ TEST(UsbHandshake, PcThatAnswersAtOnce_IsCounted) {
     pc.join();
     ASSERT_TRUE(phone.wait_log(" handshake success.")) << "round " << round;
     phone.send_signal(SIGTERM);
-    EXPECT_EQ(phone.wait_exit(), handset::exited(0));
+    EXPECT_EQ(phone.wait_exit(), handset::exited(0)) << phone.log().text();
   }
 }
 

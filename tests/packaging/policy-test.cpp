@@ -69,7 +69,7 @@ TEST(Policy, TtysOfTheSampleConfiguration_HaveTheDevicesLabel) {
 }
 
 // The type that genfs_contexts gives a file, of the kit's lines and the platform's: the longest beginning of its path.
-std::string type_of_drivers_file(const std::string& system, const std::string& path) {
+static std::string type_of_drivers_file(const std::string& system, const std::string& path) {
   const auto lines =
       project_text("packaging/sepolicy/genfs_contexts") + project_text("tests/packaging/platform/genfs_contexts");
   std::string longest;

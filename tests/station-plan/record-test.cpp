@@ -26,6 +26,7 @@ std::string short_name(const std::string& path) {
 
 extern "C" {
 int __real_fsync(int fd);
+int __wrap_fsync(int fd);
 int __wrap_fsync(int fd) {
   std::array<char, 4096> path{};
   const std::string link = "/proc/self/fd/" + std::to_string(fd);
@@ -34,11 +35,13 @@ int __wrap_fsync(int fd) {
   return __real_fsync(fd);
 }
 int __real_renameat(int from_fd, const char* from, int to_fd, const char* to);
+int __wrap_renameat(int from_fd, const char* from, int to_fd, const char* to);
 int __wrap_renameat(int from_fd, const char* from, int to_fd, const char* to) {
   g_calls.push_back("rename " + short_name(from) + " " + short_name(to));
   return __real_renameat(from_fd, from, to_fd, to);
 }
 int __real_renameat2(int from_fd, const char* from, int to_fd, const char* to, unsigned flags);
+int __wrap_renameat2(int from_fd, const char* from, int to_fd, const char* to, unsigned flags);
 int __wrap_renameat2(int from_fd, const char* from, int to_fd, const char* to, unsigned flags) {
   g_calls.push_back("rename " + short_name(from) + " " + short_name(to));
   return __real_renameat2(from_fd, from, to_fd, to, flags);

@@ -26,7 +26,7 @@ TEST(ResultsManual, Options_AreThoseOfTheHelp) {
     EXPECT_NE(commands.find("| `results " + std::string(command)), std::string::npos) << command;
     in_help.merge(options_in_help({"results", command}));
   }
-  EXPECT_EQ(set_of(matches(commands, "(--[a-z-]+)")), in_help);
+  EXPECT_EQ(set_of(matches(commands, "(--[a-z]+)")), in_help);
   // The filter that one command does not have.
   EXPECT_FALSE(options_in_help({"results", "yield"}).contains("--verdict"));
   EXPECT_NE(commands.find("not for `yield`"), std::string::npos);

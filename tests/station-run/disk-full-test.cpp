@@ -49,6 +49,7 @@ TEST_F(RunOnAFullDisk, NoRecord_IsHalfAndNoTestIsStopped) {
   EXPECT_THAT(first, HasSubstr("A: the record could not be written: "));
   EXPECT_THAT(first, HasSubstr("No space left on device"));
   EXPECT_THAT(first, Not(HasSubstr("PASS")));
+  EXPECT_THAT(first, testing::ContainsRegex("A: no serial number: NOT_RUN in [0-9.]+ s\n"));
   EXPECT_TRUE(files("first").empty());
 
   // Full in the middle: the record keeps its last whole state, and the test goes on.

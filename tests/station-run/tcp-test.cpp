@@ -21,6 +21,7 @@ std::atomic<int> g_silent_look_ups = 0;
 // The station's look-ups come here.
 extern "C" {
 int __real_getaddrinfo(const char* name, const char* service, const addrinfo* hints, addrinfo** found);
+int __wrap_getaddrinfo(const char* name, const char* service, const addrinfo* hints, addrinfo** found);
 int __wrap_getaddrinfo(const char* name, const char* service, const addrinfo* hints, addrinfo** found) {
   if (name == nullptr || name != SILENT_NAME || (hints->ai_flags & AI_NUMERICHOST) != 0)
     return __real_getaddrinfo(name, service, hints, found);

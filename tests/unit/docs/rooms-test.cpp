@@ -41,7 +41,7 @@ std::string room_of(const std::string& path, const std::set<std::string>& rooms)
 
 std::set<arrow> arrows_of_sources(const std::set<std::string>& rooms) {
   std::set<arrow> result;
-  for (const char* folder : {"amt", "pub", "platform", "handset", "station"}) {
+  for (const char* folder : {"amt", "pub", "platform", "handset", "station", "completion"}) {
     for (const auto& path : project_files(folder, {".cpp", ".h"})) {
       const std::string from = room_of(path, rooms);
       EXPECT_NE(from, "") << path << " stands in no room of the picture";
