@@ -218,7 +218,7 @@ void hardware::add_radios(report& parts) const {
 
 // What an eye sees, and beside it what was asked of a lamp that gives less.
 std::string hardware::screen_light() const {
-  const std::string set = text(SCREEN_LIGHT);
+  std::string set = text(SCREEN_LIGHT);
   if (m_light_percent == 100) return set;
   return std::to_string(std::atoi(set.c_str()) * m_light_percent / 100) + ", " + set + " is set";
 }

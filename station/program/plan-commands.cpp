@@ -222,10 +222,10 @@ void add_run_options(CLI::App* app, options_st* options) {
 }
 
 // A run that ends by itself leaves its page until Ctrl-C, or nobody would see the verdicts.
-int run_with_page(const web_address_st& address, run_options_st* run, const run_io_st& io) {
+int run_with_page(const web_address_st& address, run_options_st run, const run_io_st& io) {
   std::vector<std::string> names;
-  for (const auto& phone : run->m_phones) names.push_back(phone.m_name);
-  web_board_st board({run->m_plan->m_name, run->m_plan->m_revision, run->m_station}, names);
+  for (const auto& phone : run.m_phones) names.push_back(phone.m_name);
+  web_board_st board({run.m_plan->m_name, run.m_plan->m_revision, run.m_station}, names);
   web_server_st server(&board);
   const std::string wrong = server.start(address);
   if (!wrong.empty()) {
@@ -233,10 +233,10 @@ int run_with_page(const web_address_st& address, run_options_st* run, const run_
     return RUN_USAGE;
   }
   *io.m_out << "page: " << server.url() << std::endl;
-  run->m_events = &board;
-  const int status = run_plan(*run, io);
+  run.m_events = &board;
+  const int status = run_plan(run, io);
   board.end_run();
-  if (run->m_is_loop || status == RUN_ABORTED || status == RUN_USAGE) return status;
+  if (run.m_is_loop || status == RUN_ABORTED || status == RUN_USAGE) return status;
   *io.m_out << "the page stays until Ctrl-C" << std::endl;
   pollfd stop{io.m_stop_fd, POLLIN, 0};
   while (::poll(&stop, 1, -1) < 0 && errno == EINTR) {
@@ -258,7 +258,7 @@ int run(const texts& arguments, const station_io_st& io) {
   if (!wrong.empty()) return fail(io, wrong);
   const run_io_st run_io{io.m_out, io.m_err, io.m_in_fd, io.m_stop_fd, io.m_terminal_fd, io.m_color};
   if (options.m_is_dry) return run_dry(run, run_io);
-  return options.m_web ? run_with_page(*options.m_web, &run, run_io) : run_plan(run, run_io);
+  return options.m_web ? run_with_page(*options.m_web, std::move(run), run_io) : run_plan(run, run_io);
 }
 
 constexpr station_plan_command_st COMMANDS[] = {

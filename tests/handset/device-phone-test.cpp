@@ -82,7 +82,7 @@ TEST_F(Card, OfTerabytes_GivesTheLow32BitsOfItsKilobytes) {
   options.cards = {{"/storage/sdcard0", 5'368'709'120}, {"/storage/sdcard1", 3'221'225'472}};
   start(options);
   expect_values(137, "", "EE 37 01 0400 000000C0");
-  expect_log(phone(), "tf card capability: 3221225472 KB");
+  expect_log(phone(), "external tf card capability: 3221225472 KB");
   phone().write_file(STORAGE_CONFIG, "1\n");
   expect_values(137, "", "EE 37 01 0400 00000040");
 }
