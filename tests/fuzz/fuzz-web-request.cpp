@@ -1,5 +1,5 @@
-// What a browser may send to the operator's page: every request ends in an answer, only a reading one from this host gets
-// the page, and nothing of the run changes.
+// What a browser may send to the operator's page: every request ends in an answer, only a reading one from this host
+// gets the page, and nothing of the run changes.
 #include <httplib.h>
 
 #include <cstring>
