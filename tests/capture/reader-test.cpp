@@ -9,13 +9,13 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 
 // What a reader gives for a text that comes in pieces of some size.
-struct outcome_st {
+struct read_outcome_st {
   std::vector<std::string> m_entries;  // "line: bytes"
   std::vector<std::string> m_bad;      // "line: why"
 };
 
-outcome_st read(const std::string& text, std::size_t piece) {
-  outcome_st outcome;
+read_outcome_st read(const std::string& text, std::size_t piece) {
+  read_outcome_st outcome;
   capture_reader_st reader(
       [&](const capture_entry_st& entry, std::size_t line) {
         outcome.m_entries.push_back(std::to_string(line) + ": " + to_hex(entry.m_bytes));
