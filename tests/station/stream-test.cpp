@@ -192,11 +192,11 @@ TEST(StreamText, LoneCarriageReturn_WaitsForItsLineFeed) {
   EXPECT_EQ(splitter.pending(), stream_pending_en::NOTHING);
 }
 
-TEST(StreamText, WithoutEnd_IsPartUntilTheFlush) {
+TEST(StreamText, WithoutEnd_IsPartOfALineUntilTheFlush) {
   stream_splitter_st splitter;
   got_items items;
   splitter.feed(bytes_from_text("> "), keep(&items));
-  EXPECT_EQ(splitter.pending(), stream_pending_en::PART);
+  EXPECT_EQ(splitter.pending(), stream_pending_en::LINE);
   splitter.flush(keep(&items));
   EXPECT_EQ(items, got_items{text("> ")});
 }
