@@ -93,7 +93,7 @@ void add(const completion_command_st& command, const std::string& path, tables_s
     for (const auto& name : option.m_names) {
       options.m_lines.push_back(line_of(name, option.m_help));
       if (option.m_value == completion_value_en::NONE) continue;
-      tables->m_values.push_back({path + "|" + name, value_lines(option.m_value, option.m_choices)});
+      tables->m_values.push_back({fmt::format("{}|{}", path, name), value_lines(option.m_value, option.m_choices)});
     }
   }
   tables->m_options.push_back(options);
