@@ -1,7 +1,7 @@
 # Each target is a thin line over a CMake preset. Missing Debian packages are installed first, and printed.
 JOBS ?= $(shell nproc)
 TEST_JOBS ?= 8
-CTEST = ctest --output-on-failure --no-tests=error -j$(TEST_JOBS)
+CTEST = ctest --output-on-failure --no-tests=error -j$(TEST_JOBS) $(CTEST_OPTIONS)
 
 .PHONY: all setup demo test handset bench fuzz fuzz-short faults faults-short kills line-kills soak mutants asan tsan
 .PHONY: phone-like arm64 armhf deb lint format clean
