@@ -22,7 +22,7 @@ std::string hash_of(std::string_view text) {
   std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
   unsigned size = 0;
   EVP_Digest(text.data(), text.size(), digest.data(), &size, EVP_sha256(), nullptr);
-  std::array<unsigned char, 2 * EVP_MAX_MD_SIZE> encoded{};
+  std::array<unsigned char, std::size_t{2} * EVP_MAX_MD_SIZE> encoded{};
   const int length = EVP_EncodeBlock(encoded.data(), digest.data(), static_cast<int>(size));
   return "'sha256-" + std::string(encoded.begin(), encoded.begin() + length) + "'";
 }

@@ -74,7 +74,7 @@ struct web_server_st::parts_st {
 };
 
 std::string web_parse_address(const std::string& text, web_address_st* address) {
-  const std::string wrong = fmt::format("{}: must be ADDRESS:PORT, such as {}", text, WEB_DEFAULT_ADDRESS);
+  std::string wrong = fmt::format("{}: must be ADDRESS:PORT, such as {}", text, WEB_DEFAULT_ADDRESS);
   const std::size_t colon = text.rfind(':');
   if (colon == std::string::npos || colon == 0) return wrong;
   std::string host = text.substr(0, colon);

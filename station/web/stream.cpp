@@ -11,7 +11,7 @@ namespace {
 constexpr std::chrono::seconds READ_TIME{5};       // for a request as a whole
 constexpr std::chrono::seconds WRITE_TIME{3};      // for a frame: who reads more slowly is not served
 constexpr std::chrono::milliseconds LOOK_UP{100};  // how soon the end of the server is seen
-constexpr std::size_t LONGEST_REQUEST = 16 * 1024;
+constexpr std::size_t LONGEST_REQUEST = 16'384;
 
 }  // namespace
 
