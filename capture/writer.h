@@ -21,7 +21,7 @@ class capture_writer_st {
   std::string open(const std::string& path);
   bool is_open() const { return m_fd >= 0; }
 
-  // Now, from any thread. Bytes that cannot be written are lost; failure() tells of it.
+  // Now, from any thread. Bytes that cannot be written are lost; failure() reports it.
   void write(capture_direction_en direction, capture_link_en link, const std::string& phone,
              std::span<const std::uint8_t> bytes);
 

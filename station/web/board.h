@@ -46,7 +46,7 @@ class web_board_st : public run_events_st {
   // What a page needs at first: everything. *next: where its next frame stands.
   web_frame whole(std::uint64_t* next);
   // The next frame; waits for it as long as said, then gives an empty one that shows that the station is there. Null:
-  // the board is closed. For a watcher that fell behind it is everything anew.
+  // the board is closed. A watcher that is too slow gets everything anew.
   web_frame next(std::uint64_t* next, std::chrono::milliseconds wait);
 
  private:

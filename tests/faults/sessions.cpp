@@ -205,7 +205,7 @@ void play_bluetooth(session& played) {
     handset::tty_end& pc = phone.pc();
     const std::string answer = from_hex("AABBCCDD 17000000 02000000 0F00 BB AB 0900 EE 01 01 0400 00000000 8F469038");
     played.ask(pc, {"Bluetooth-on", from_hex("AABBCCDD 0E000000 02000000 0600 BB AA 0000 D14E89A3"), answer});
-    // The second process answers too, which must not come behind the answer to the next request.
+    // The second process answers, too; its answer must not come after that to the next request.
     played.hope([&] { return phone.log().count("req_id_en:170.") > 1; }, 2s);
     played.ask(pc, VERSION);
   }
