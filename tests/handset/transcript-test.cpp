@@ -1,8 +1,8 @@
-// Whole sessions, kept as text: what each side sends and gets, and what the service logs about it, from its first line
-// to its last. A file holds the steps ("pc>" the PC sends, "modem>" the modem sends, or "app>" the phone's application
-// sends while the modem is simulated) and after each its results ("pc<", "modem<", "at<" on the modem's AT link,
-// "app<", "log"). The test plays the steps and compares everything else. With TRANSCRIPT_WRITE set the files are
-// written anew. A change of one is a change of behaviour, and its commit gives the reason.
+// Whole sessions, kept: a capture of what passed on the phone's links, and beside it, as a capture has no place for it,
+// what the service logs from its first line to its last. The test plays what the PC and the modem send in the capture,
+// or what the phone's application sends while the modem is simulated, and compares everything else. The time of a
+// capture tells its steps apart and no more. With TRANSCRIPT_WRITE set the files are written anew. A change of one is a
+// change of behaviour, and its commit gives the reason.
 #include <cstdlib>
 #include <fstream>
 #include <map>
@@ -10,7 +10,11 @@
 #include <sstream>
 #include <vector>
 
+#include "capture/line.h"
+#include "capture/reader.h"
+#include "capture/writer.h"
 #include "tests/handset/app-phone.h"
+#include "tests/unit/temp-folder.h"
 
 using namespace handset_test;
 
@@ -32,23 +36,6 @@ std::string quote(std::string_view bytes) {
   return text.str();
 }
 
-std::string unquote(std::string_view text) {
-  std::string bytes;
-  while (!text.empty()) {
-    if (text.starts_with("\\r") || text.starts_with("\\n")) {
-      bytes += text[1] == 'r' ? '\r' : '\n';
-      text.remove_prefix(2);
-    } else if (text.starts_with("\\x")) {
-      bytes += from_hex(text.substr(2, 2));
-      text.remove_prefix(4);
-    } else {
-      bytes += text.front();
-      text.remove_prefix(1);
-    }
-  }
-  return bytes;
-}
-
 // Times, process and thread ids, descriptors, terminals and source lines differ from run to run and from change to
 // change.
 std::string mask(const std::string& line) {
@@ -60,56 +47,120 @@ std::string mask(const std::string& line) {
   return std::regex_replace(text, number, "$1N");
 }
 
+// What stands on the links is joined, step by step: the pieces in which it came are chance.
+class kept_capture {
+ public:
+  void begin_step() { ++m_step, m_in_step = 0; }
+  void add(capture_direction_en direction, capture_link_en link, std::string_view bytes) {
+    const auto piece = capture_bytes(bytes);
+    if (piece.empty()) return;
+    const bool is_more = m_in_step != 0 && m_entries.back().m_direction == direction && m_entries.back().m_link == link;
+    if (!is_more) {
+      constexpr std::int64_t BEGIN_US = 1'772'352'000'000'000;  // 2026-03-01, 8:00
+      constexpr std::int64_t STEP_US = 2'000'000;  // a reader takes what stays without its end for a second as it is
+      const std::int64_t since_us = m_step * STEP_US + m_in_step++ * 1000;
+      m_entries.push_back({BEGIN_US + since_us, since_us * 1000, direction, link, {}, {}});
+    }
+    auto& all = m_entries.back().m_bytes;
+    all.insert(all.end(), piece.begin(), piece.end());
+  }
+  std::string text() const {
+    std::string text;
+    for (const auto& entry : m_entries) text += capture_line(entry) + "\n";
+    return text;
+  }
+
+ private:
+  std::vector<capture_entry_st> m_entries;
+  std::int64_t m_step = 0;
+  std::int64_t m_in_step = 0;
+};
+
 class transcript {
  public:
-  explicit transcript(handset::phone& phone) : m_phone(phone) {}
+  explicit transcript(handset::phone& phone) : m_phone(phone) {
+    if (!has_simulated_modem()) return;
+    EXPECT_EQ(m_modem_writer.open(m_modem_file), "");
+    phone.simulated_modem().set_capture(&m_modem_writer, "");
+  }
+  ~transcript() {
+    if (has_simulated_modem()) m_phone.simulated_modem().set_capture(nullptr, "");
+  }
+  transcript(const transcript&) = delete;
+  transcript& operator=(const transcript&) = delete;
 
   void start(void (*wait_until_it_serves)(handset::phone&)) {
     wait_until_it_serves(m_phone);
+    take_modem();
     m_text << "\nstarts\n";
     for (const auto& [thread, lines] : lines_by_thread()) write_log(lines);
   }
-  void play(const std::string& line) {
-    const auto bytes = unquote(line.substr(line.find(' ') + 1));
-    const bool is_pc = line.starts_with("pc> ");
-    const std::string_view done = is_pc ? "read_pc_loop, read ready" : "read_modem_loop, read ready";
-    const auto rounds = m_phone.log().count(done);
-    m_text << "\n" << line << "\n";
-    ASSERT_TRUE((is_pc ? m_phone.pc() : m_phone.modem_end()).write_all(bytes));
-    ASSERT_TRUE(m_phone.log().wait_count(done, rounds + 1)) << line;
-    take("modem< ", m_phone.modem_end());
-    take("pc< ", m_phone.pc());
-    take_log();
-  }
-  void play_app(const std::string& line) {
-    const auto answers = m_phone.log().count(APP_ANSWER);
-    const auto& received = m_phone.simulated_modem().received(handset::modem_link::at);
-    const auto mark = received.size();
-    m_text << "\n" << line << "\n";
-    ASSERT_TRUE(m_phone.app().write_all(unquote(line.substr(line.find(' ') + 1))));
-    const std::string length = m_phone.app().read_exactly(2);
-    ASSERT_EQ(length.size(), 2u) << line;
-    const auto rest = static_cast<unsigned char>(length[0]) + 256u * static_cast<unsigned char>(length[1]) - 2;
-    const std::string answer = length + m_phone.app().read_exactly(rest);
-    ASSERT_TRUE(m_phone.log().wait_count(APP_ANSWER, answers + 1)) << line;
-    if (const auto asked = received.text().substr(mark); !asked.empty()) m_text << "at< " << quote(asked) << "\n";
-    m_text << "app< " << quote(answer) << "\n";
-    take_log();
+  // Only what comes from outside is played.
+  void play(const capture_entry_st& entry) {
+    const std::string_view bytes{reinterpret_cast<const char*>(entry.m_bytes.data()), entry.m_bytes.size()};
+    const bool is_sent = entry.m_direction == capture_direction_en::SENT;
+    if (is_sent && entry.m_link == capture_link_en::PC)
+      play_line(m_phone.pc(), "read_pc_loop, read ready", bytes, entry);
+    if (is_sent && entry.m_link == capture_link_en::APP) play_app(bytes);
+    if (!is_sent && entry.m_link == capture_link_en::MODEM)
+      play_line(m_phone.modem_end(), "read_modem_loop, read ready", bytes, entry);
   }
   void end(int signal_number) {
     end_with(m_phone, signal_number);
     m_text << "\nends\n";
     write_log(lines_by_thread().begin()->second);  // main's: a worker may not come to its last line
   }
-  std::string text() const { return m_text.str(); }
+  std::string log() const { return m_text.str(); }
+  std::string capture() const { return m_capture.text(); }
 
  private:
   static constexpr std::string_view APP_ANSWER = "send APP rsp data: ";
+  static constexpr auto SENT = capture_direction_en::SENT;
+  static constexpr auto RECEIVED = capture_direction_en::RECEIVED;
 
-  void take(const char* label, handset::tty_end& tty) {
+  bool has_simulated_modem() const { return m_phone.options().simulated_modem; }
+  void begin_step(const char* who, std::string_view bytes) {
+    m_capture.begin_step();
+    m_text << "\n" << who << "> " << quote(bytes) << "\n";
+  }
+  void play_line(handset::tty_end& tty, std::string_view done, std::string_view bytes, const capture_entry_st& entry) {
+    begin_step(capture_link_name(entry.m_link), bytes);
+    m_capture.add(entry.m_direction, entry.m_link, bytes);
+    const auto rounds = m_phone.log().count(done);
+    ASSERT_TRUE(tty.write_all(bytes));
+    ASSERT_TRUE(m_phone.log().wait_count(done, rounds + 1)) << quote(bytes);
     // What the service has written before it waited again is there already.
-    const std::string bytes = tty.read_pending();
-    if (!bytes.empty()) m_text << label << quote(bytes) << "\n";
+    m_capture.add(SENT, capture_link_en::MODEM, m_phone.modem_end().read_pending());
+    m_capture.add(RECEIVED, capture_link_en::PC, m_phone.pc().read_pending());
+    take_log();
+  }
+  void play_app(std::string_view bytes) {
+    begin_step("app", bytes);
+    m_capture.add(SENT, capture_link_en::APP, bytes);
+    const auto answers = m_phone.log().count(APP_ANSWER);
+    ASSERT_TRUE(m_phone.app().write_all(bytes));
+    const std::string length = m_phone.app().read_exactly(2);
+    ASSERT_EQ(length.size(), 2u) << quote(bytes);
+    const auto rest = static_cast<unsigned char>(length[0]) + 256u * static_cast<unsigned char>(length[1]) - 2;
+    const std::string answer = length + m_phone.app().read_exactly(rest);
+    ASSERT_TRUE(m_phone.log().wait_count(APP_ANSWER, answers + 1)) << quote(bytes);
+    take_modem();
+    m_capture.add(RECEIVED, capture_link_en::APP, answer);
+    take_log();
+  }
+  // The modem answers before the service does.
+  void take_modem() {
+    if (!has_simulated_modem()) return;
+    std::size_t number = 0;
+    capture_reader_st reader(
+        [&](const capture_entry_st& entry, std::size_t) {
+          if (number++ < m_modem_lines) return;
+          m_capture.add(entry.m_direction, entry.m_link, std::string(entry.m_bytes.begin(), entry.m_bytes.end()));
+        },
+        [](std::size_t line, const std::string& why) { ADD_FAILURE() << line << ": " << why; });
+    reader.feed(read_whole_file(m_modem_file));
+    reader.finish();
+    m_modem_lines = number;
   }
   std::vector<std::string> new_lines() {
     const std::string all = m_phone.log().text();
@@ -137,15 +188,22 @@ class transcript {
     return by_thread;
   }
 
+  temp_folder m_folder;
+  const std::string m_modem_file = m_folder.path("modem.jsonl");
+  capture_writer_st m_modem_writer;  // what the simulated modem hears and says
+  std::size_t m_modem_lines = 0;     // of them taken
   handset::phone& m_phone;
+  kept_capture m_capture;
   std::size_t m_mark = 0;
   std::ostringstream m_text;
 };
 
 class Transcript : public ::testing::TestWithParam<const char*> {};
 
-handset::phone_options options_of(const std::string& kept) {
-  auto options = kept.find("\napp> ") == kept.npos ? raw_modem() : platform();
+handset::phone_options options_of(const std::vector<capture_numbered_st>& entries) {
+  const bool is_app =
+      std::ranges::any_of(entries, [](const auto& one) { return one.m_entry.m_link == capture_link_en::APP; });
+  auto options = is_app ? platform() : raw_modem();
   options.properties["ro.build.display.id"] = "VX5210-4.2";
   return options;
 }
@@ -159,31 +217,41 @@ void start(transcript& session, handset::phone& phone) {
   session.start(start_app_serving);
 }
 
-TEST_P(Transcript, Session_IsAsKept) {
-  const std::string path = std::string(TRANSCRIPT_FOLDER) + "/" + GetParam() + ".txt";
-  std::ifstream file(path);
-  ASSERT_TRUE(file.is_open()) << "no transcript " << path;
-  std::ostringstream kept;
-  kept << file.rdbuf();
-
-  handset::phone phone(options_of(kept.str()));
-  transcript session(phone);
-  start(session, phone);
+// The first lines of the log's file say what the session is about.
+std::string title_of(const std::string& log) {
   std::string title;
-  std::istringstream lines(kept.str());
-  for (std::string line; std::getline(lines, line);) {
-    if (line.starts_with("# ")) title += line + "\n";
-    if (line.starts_with("app> ")) session.play_app(line);
-    if (line.starts_with("pc> ") || line.starts_with("modem> ")) session.play(line);
-    if (HasFatalFailure()) return;
-  }
-  session.end(SIGTERM);
-  const std::string actual = title + session.text();
+  std::istringstream lines(log);
+  for (std::string line; std::getline(lines, line) && line.starts_with("# ");) title += line + "\n";
+  return title;
+}
+
+void expect_kept(const std::string& path, const std::string& kept, const std::string& actual) {
   if (std::getenv("TRANSCRIPT_WRITE") != nullptr) {
     std::ofstream(path) << actual;
   } else {
-    EXPECT_EQ(actual, kept.str()) << path;
+    EXPECT_EQ(actual, kept) << path;
   }
+}
+
+TEST_P(Transcript, Session_IsAsKept) {
+  const std::string path = std::string(TRANSCRIPT_FOLDER) + "/" + GetParam();
+  const std::string kept = read_whole_file(path + ".jsonl");
+  const std::string kept_log = read_whole_file(path + ".txt");
+  std::vector<capture_numbered_st> entries;
+  ASSERT_EQ(capture_load(path + ".jsonl", &entries,
+                         [](std::size_t line, const std::string& why) { ADD_FAILURE() << line << ": " << why; }),
+            "");
+
+  handset::phone phone(options_of(entries));
+  transcript session(phone);
+  start(session, phone);
+  for (const auto& [entry, line] : entries) {
+    session.play(entry);
+    if (HasFatalFailure()) return;
+  }
+  session.end(SIGTERM);
+  expect_kept(path + ".jsonl", kept, session.capture());
+  expect_kept(path + ".txt", kept_log, title_of(kept_log) + session.log());
 }
 
 INSTANTIATE_TEST_SUITE_P(Kept, Transcript, ::testing::Values("first-session", "errors", "application", "device-tests"),
