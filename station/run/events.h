@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 
 #include "station/record/record.h"
 
@@ -17,6 +18,8 @@ class run_events_st {
   virtual void begin_unit(std::size_t phone, std::size_t step_count) = 0;
   virtual void begin_step(std::size_t phone, const record_st& record, const record_step_st& step,
                           std::size_t number) = 0;
+  // The operator is asked, at the station; empty: not any more.
+  virtual void ask(std::size_t phone, const std::string& question) = 0;
   virtual void end_step(std::size_t phone, const record_st& record, const record_step_st& step) = 0;
   virtual void end_unit(std::size_t phone, const record_st& record) = 0;
 };

@@ -29,7 +29,7 @@ int milliseconds_until(clock::time_point deadline) {
 }  // namespace
 
 run_reply_en run_operator_st::ask(const std::string& prompt, clock::time_point deadline, int stop_fd,
-                                  std::string* line) {
+                                  const std::function<void()>& asked, std::string* line) {
   std::unique_lock turn(m_turn, std::defer_lock);
   while (!turn.try_lock_for(TURN_STEP)) {
     if (is_readable(stop_fd)) return run_reply_en::INTERRUPTED;
@@ -38,6 +38,7 @@ run_reply_en run_operator_st::ask(const std::string& prompt, clock::time_point d
   run_reply_en reply = run_reply_en::NO_INPUT;
   m_quietly([&] {
     m_show(prompt);
+    asked();
     reply = read_line(deadline, stop_fd, line);
   });
   return reply;

@@ -18,9 +18,10 @@ class run_operator_st {
   run_operator_st(int input_fd, std::function<void(const std::string&)> show, run_quietly quietly)
       : m_fd(input_fd), m_show(std::move(show)), m_quietly(std::move(quietly)) {}
 
-  // Shows the prompt and waits for a line. NO_INPUT: the input has ended. stop_fd: readable means INTERRUPTED.
+  // Shows the prompt, calls `asked`, and waits for a line. NO_INPUT: the input has ended. stop_fd: readable means
+  // INTERRUPTED.
   run_reply_en ask(const std::string& prompt, std::chrono::steady_clock::time_point deadline, int stop_fd,
-                   std::string* line);
+                   const std::function<void()>& asked, std::string* line);
 
  private:
   run_reply_en read_line(std::chrono::steady_clock::time_point deadline, int stop_fd, std::string* line);

@@ -147,6 +147,9 @@ class run_st {
       m_display.end_step(n, record, step, number);
       if (events != nullptr) events->end_step(n, record, step);
     };
+    watcher.m_on_question = [&](const std::string& question) {
+      if (events != nullptr) events->ask(n, question);
+    };
     watcher.m_on_record = [&](const std::string& failure) {
       m_display.print(failure.empty() ? unit.m_name + ": the record can be written again"
                                       : fmt::format("{}: the record could not be written: {}", unit.m_name, failure));

@@ -278,11 +278,22 @@ class unit_st {
   run_reply_en ask_until_valid(const plan_step_st& step, const std::string& prompt, clock::time_point deadline,
                                std::string* line) {
     static constexpr const char* HINTS[] = {" [Enter]", " [y/n]", "", ""};
-    std::string question = fmt::format("{}: {}{}", m_unit.m_name, prompt, HINTS[static_cast<std::size_t>(step.m_ask)]);
+    const std::string question = prompt + HINTS[static_cast<std::size_t>(step.m_ask)];
     for (;;) {
-      const run_reply_en reply = m_setting.m_operator->ask(question, deadline, m_stop_fd, line);
+      const run_reply_en reply = ask(question, deadline, line);
       if (reply != run_reply_en::ANSWERED || step.m_ask == plan_ask_en::MESSAGE || is_answer(step, *line)) return reply;
     }
+  }
+
+  // Who looks on sees the question when its turn has come: until then the answer would be another's.
+  run_reply_en ask(const std::string& question, clock::time_point deadline, std::string* line) {
+    const auto tell = [this](const std::string& text) {
+      if (m_watcher.m_on_question) m_watcher.m_on_question(text);
+    };
+    const run_reply_en reply = m_setting.m_operator->ask(
+        fmt::format("{}: {}", m_unit.m_name, question), deadline, m_stop_fd, [&] { tell(question); }, line);
+    tell("");
+    return reply;
   }
 
   static bool is_answer(const plan_step_st& step, const std::string& line) {
@@ -366,8 +377,7 @@ class unit_st {
 
   std::optional<std::string> ask_value(const std::string& question) {
     std::string line;
-    const run_reply_en reply = m_setting.m_operator->ask(fmt::format("{}: {}", m_unit.m_name, question),
-                                                         clock::time_point::max(), m_stop_fd, &line);
+    const run_reply_en reply = ask(question, clock::time_point::max(), &line);
     return reply == run_reply_en::ANSWERED ? std::optional(line) : std::nullopt;
   }
 

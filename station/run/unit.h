@@ -35,6 +35,8 @@ struct run_unit_phone_st {
 struct run_watcher_st {
   std::function<void(const record_st&, const record_step_st& step, std::size_t number)> m_on_begin;
   std::function<void(const record_st&, const record_step_st& step, std::size_t number)> m_on_end;
+  // The operator is asked; empty: not any more.
+  std::function<void(const std::string& question)> m_on_question;
   // The record could not be written, and why; empty: it can be again.
   std::function<void(const std::string& failure)> m_on_record;
 };

@@ -73,6 +73,12 @@ void web_board_st::begin_step(std::size_t phone, const record_st& record, const 
   tile.m_is_changed = m_is_changed = true;
 }
 
+void web_board_st::ask(std::size_t phone, const std::string& question) {
+  const std::lock_guard lock(m_lock);
+  m_tiles[phone].m_question = cut(question);
+  m_tiles[phone].m_is_changed = m_is_changed = true;
+}
+
 void web_board_st::end_step(std::size_t phone, const record_st& record, const record_step_st& step) {
   const std::lock_guard lock(m_lock);
   tile_st& tile = m_tiles[phone];
@@ -168,6 +174,7 @@ nlohmann::ordered_json web_board_st::tile_object(const tile_st& tile) const {
   all["state"] = STATES[static_cast<std::size_t>(tile.m_state)];
   all["serial"] = tile.m_serial;
   all["step"] = tile.m_step;
+  all["question"] = tile.m_question;
   all["number"] = tile.m_number;
   all["count"] = tile.m_count;
   all["time_ms"] = tile.m_state == state_en::RUNNING ? since.count() : tile.m_time.count();

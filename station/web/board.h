@@ -35,6 +35,7 @@ class web_board_st : public run_events_st {
   void wait_for_phone(std::size_t phone) override;
   void begin_unit(std::size_t phone, std::size_t step_count) override;
   void begin_step(std::size_t phone, const record_st& record, const record_step_st& step, std::size_t number) override;
+  void ask(std::size_t phone, const std::string& question) override;
   void end_step(std::size_t phone, const record_st& record, const record_step_st& step) override;
   void end_unit(std::size_t phone, const record_st& record) override;
 
@@ -58,6 +59,7 @@ class web_board_st : public run_events_st {
     std::string m_name;
     std::string m_serial;
     std::string m_step;
+    std::string m_question;  // to the operator; empty: none
     std::size_t m_number = 0;
     std::size_t m_count = 0;
     state_en m_state = state_en::IDLE;

@@ -17,8 +17,8 @@ class Process:
 
     def __init__(self, command, **more):
         self.seen = ""
-        self.child = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                      stderr=subprocess.STDOUT, **more)
+        streams = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.STDOUT}
+        self.child = subprocess.Popen(command, **(streams | more))
 
     def wait_for(self, expression):
         deadline = time.monotonic() + WAIT
@@ -56,8 +56,8 @@ class Line:
             process.end(signal.SIGKILL if process is self.processes[-1] else signal.SIGTERM)
         shutil.rmtree(self.folder, ignore_errors=True)
 
-    def start(self, *command):
-        process = Process([f"{self.programs}/{command[0]}", *command[1:]], cwd=self.folder)
+    def start(self, *command, **more):
+        process = Process([f"{self.programs}/{command[0]}", *command[1:]], cwd=self.folder, **more)
         self.processes.append(process)
         return process
 
@@ -75,12 +75,12 @@ class Line:
             self.run("handset", "ctl", "--socket", socket, *change)
         return port
 
-    def start_run(self, plan, phones, *options):
+    def start_run(self, plan, phones, *options, **more):
         with open(f"{self.folder}/plan.toml", "w") as file:
             file.write(plan)
         given = [part for name, port in phones.items() for part in ("--phone", f"{name}={port}")]
         self.station = self.start("amt-station", "run", "plan.toml", *given, "--records", "records", "--station", "Bench 7",
-                                  *(options or ("--web", "127.0.0.1:0")))
+                                  *(options or ("--web", "127.0.0.1:0")), **more)
         self.url = self.station.wait_for(r"^page: (http://\S+/)$").group(1)
         self.port = int(re.search(r":(\d+)/", self.url).group(1))
         return self.url
@@ -93,6 +93,18 @@ class Line:
             return answer.status, dict(answer.getheaders()), answer.read()
         finally:
             connection.close()
+
+
+    def start_questions(self):
+        """A run whose operator is asked, twice for each of two phones; answer() is the operator."""
+        plan = ('[plan]\nname = "asks"\nrevision = 1\n'
+                '[[step]]\nname = "light"\noperator = "yes_no"\nprompt = "Is the <b>red</b> light on?"\n'
+                '[[step]]\nname = "label"\noperator = "text"\nprompt = "Scan the label"\n')
+        return self.start_run(plan, {"A": "/dev/a", "B": "/dev/b"}, stdin=subprocess.PIPE)
+
+    def answer(self, text):
+        self.station.child.stdin.write(text.encode() + b"\n")
+        self.station.child.stdin.flush()
 
 
 def idle_plan(steps, name="idle"):
