@@ -2,12 +2,15 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <filesystem>
 #include <set>
 
 #include "capture/line.h"
@@ -15,6 +18,7 @@
 namespace {
 
 constexpr std::size_t LARGEST_LOADED = std::size_t{64} * 1024 * 1024;  // bytes of a file that is read as a whole
+constexpr std::chrono::milliseconds PIPE_WAIT{5000};                   // for whoever writes to a pipe
 
 bool is_blank(std::string_view line) {
   return std::ranges::all_of(line, [](char one) { return one == ' ' || one == '\t' || one == '\r'; });
@@ -61,7 +65,7 @@ void capture_reader_st::take_line(std::string_view line) {
 
 std::string capture_load(const std::string& path, std::vector<capture_numbered_st>* entries,
                          const capture_reader_st::on_bad_line& bad_line) {
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
   if (fd < 0) return fmt::format("{}: {}", path, std::strerror(errno));
   capture_reader_st reader(
       [entries](const capture_entry_st& entry, std::size_t line) {
@@ -72,8 +76,14 @@ std::string capture_load(const std::string& path, std::vector<capture_numbered_s
   std::size_t total = 0;
   std::string wrong;
   for (;;) {
+    pollfd ready{fd, POLLIN, 0};
+    const int is_ready = ::poll(&ready, 1, static_cast<int>(PIPE_WAIT.count()));
+    if (is_ready == 0) {
+      wrong = fmt::format("{}: nothing came for {} s", path, PIPE_WAIT / std::chrono::seconds(1));
+      break;
+    }
     const ssize_t count = ::read(fd, chunk.data(), chunk.size());
-    if (count < 0 && errno == EINTR) continue;
+    if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
     if (count < 0) wrong = fmt::format("{}: {}", path, std::strerror(errno));
     if (count <= 0) break;
     total += static_cast<std::size_t>(count);
@@ -88,10 +98,16 @@ std::string capture_load(const std::string& path, std::vector<capture_numbered_s
   return wrong;
 }
 
+bool capture_is_same_file(const std::string& one, const std::string& other) {
+  std::error_code ignored;
+  return std::filesystem::equivalent(one, other, ignored);
+}
+
 std::string capture_choose_phone(const std::string& phone, std::vector<capture_numbered_st>* entries) {
   std::set<std::string> names;
   for (const auto& one : *entries) names.insert(one.m_entry.m_phone);
   if (phone.empty() && names.size() < 2) return {};
+  if (names == std::set<std::string>{""}) return "the capture names no phone: choose none";
   if (!names.contains(phone)) return fmt::format("the capture has the phones {}: choose one", fmt::join(names, ", "));
   std::erase_if(*entries, [&](const auto& one) { return one.m_entry.m_phone != phone; });
   return {};

@@ -43,5 +43,8 @@ struct capture_numbered_st {
 std::string capture_load(const std::string& path, std::vector<capture_numbered_st>* entries,
                          const capture_reader_st::on_bad_line& bad_line);
 
+// Two names of one file that is there.
+bool capture_is_same_file(const std::string& one, const std::string& other);
+
 // Keeps what one phone said; empty: there is only one. Returns what is wrong with the choice.
 std::string capture_choose_phone(const std::string& phone, std::vector<capture_numbered_st>* entries);

@@ -174,6 +174,10 @@ int parse_and_run(int argc, char** argv) {
   } catch (const CLI::ParseError& failure) {
     return app.exit(failure) == 0 ? STATUS_DONE : STATUS_USAGE;
   }
+  if (run->parsed() && run_words.replay.empty() && run_words.replay_modem.empty()) {
+    const bool wants_replay = run_words.is_fast || run_words.is_loose || !run_words.replay_phone.empty();
+    if (wants_replay) throw usage_error("--fast, --loose and --replay-phone go with --replay or --replay-modem");
+  }
   if (run->parsed()) return run_words.replay.empty() ? handset::run(run_words) : handset::replay(run_words);
   if (exec->parsed()) return handset::exec(exec_words);
   if (completion->parsed()) return print_completion(app, shell);

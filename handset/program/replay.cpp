@@ -66,6 +66,8 @@ class replay_run {
  public:
   explicit replay_run(const run_command& command)
       : m_command(command), m_signals(m_loop, [this](int) { m_loop.stop(); }) {
+    if (capture_is_same_file(command.replay, command.capture))
+      throw usage_error(command.replay + ": the capture that is played would grow by its replay");
     if (!command.capture.empty()) {
       const std::string wrong = m_capture.open(command.capture);
       if (!wrong.empty()) throw error(wrong);

@@ -170,6 +170,8 @@ phone_run::phone_run(const run_command& command)
 
 void phone_run::open_capture() {
   if (m_command.capture.empty()) return;
+  if (capture_is_same_file(m_command.replay_modem, m_command.capture))
+    throw usage_error(m_command.replay_modem + ": the capture that is played would grow by its replay");
   const std::string wrong = m_capture.open(m_command.capture);
   if (!wrong.empty()) throw error(wrong);
   m_cable.set_capture({&m_capture, capture_link_en::PC, m_name.text()});

@@ -5,7 +5,9 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <fstream>
 #include <functional>
 #include <ostream>
@@ -31,20 +33,26 @@ struct capture_pass_st {
   std::function<bool()> m_is_over = [] { return false; };
 };
 
-int go_through(const std::string& path, bool follows, const station_io_st& io, const capture_pass_st& pass) {
-  capture_source_st source;
-  const std::string wrong = source.open(path, io.m_in_fd);
-  if (!wrong.empty()) return capture_fail(io, STATION_BAD_CAPTURE, wrong);
+// The source is open.
+int go_through(capture_source_st* source, const std::string& path, bool follows, const station_io_st& io,
+               const capture_pass_st& pass) {
   std::size_t bad_lines = 0;
-  capture_reader_st reader(pass.m_take, [&](std::size_t line, const std::string& why) {
+  const auto on_bad_line = [&](std::size_t line, const std::string& why) {
     if (++bad_lines <= MOST_REPORTED) *io.m_err << "amt-station: " << path << ":" << line << ": " << why << std::endl;
-  });
+  };
+  capture_reader_st reader(pass.m_take, on_bad_line);
   std::array<char, 65536> chunk{};
   auto latest = clock::now();
   for (;;) {
     std::size_t count = 0;
-    const capture_bytes_en got = source.read(chunk, follows, io.m_stop_fd, &count);
-    if (got == capture_bytes_en::FAILED) return capture_fail(io, STATION_BAD_CAPTURE, source.error());
+    const capture_bytes_en got = source->read(chunk, io.m_stop_fd, &count);
+    if (got == capture_bytes_en::FAILED) return capture_fail(io, STATION_BAD_CAPTURE, source->error());
+    if (got == capture_bytes_en::ANEW) {
+      *io.m_err << "amt-station: " << path << " is another file now, or was cut: from its beginning" << std::endl;
+      reader.finish();
+      pass.m_quiet();
+      reader = capture_reader_st(pass.m_take, on_bad_line);
+    }
     reader.feed({chunk.data(), count});
     if (count != 0) latest = clock::now();
     if (got == capture_bytes_en::NONE_YET && clock::now() - latest > PART_WAIT) pass.m_quiet();
@@ -97,7 +105,11 @@ int decode(const std::vector<std::string>& arguments, const station_io_st& io) {
   pass.m_take = [&](const capture_entry_st& entry, std::size_t line) { decoder.take(entry, line); };
   pass.m_quiet = [&] { decoder.flush(); };
   pass.m_is_over = [&] { return !io.m_out->good(); };
-  const int status = go_through(options.m_file, options.m_follows, io, pass);
+  capture_source_st source;
+  const std::string wrong = source.open(options.m_file, io.m_in_fd, options.m_follows);
+  if (!wrong.empty()) return capture_fail(io, STATION_BAD_CAPTURE, wrong);
+  if (!source.is_there()) *io.m_err << "amt-station: waiting for " << options.m_file << std::endl;
+  const int status = go_through(&source, options.m_file, options.m_follows, io, pass);
   decoder.finish();
   return capture_finish(io, status);
 }
@@ -122,12 +134,21 @@ int export_capture(const std::vector<std::string>& arguments, const station_io_s
   if (const auto status = capture_parse(&app, arguments, io)) return *status;
   if (options.m_pcap.empty() && options.m_csv.empty())
     return capture_fail(io, STATION_USAGE, "one of --pcap and --csv is required");
+  // The outputs are made last: what is wrong with the rest must not cost a file that is there.
+  capture_source_st source;
+  std::string wrong = source.open(options.m_file, io.m_in_fd, false);
+  if (!wrong.empty()) return capture_fail(io, STATION_BAD_CAPTURE, wrong);
+  if (capture_is_same_file(options.m_file, options.m_pcap) || capture_is_same_file(options.m_file, options.m_csv))
+    return capture_fail(io, STATION_USAGE, options.m_file + ": the capture would be written over");
+  if (!options.m_pcap.empty() && options.m_pcap == options.m_csv)
+    return capture_fail(io, STATION_USAGE, options.m_pcap + ": two outputs with one name");
   capture_pcap_st pcap;
   std::ofstream file;
   std::ostream* csv = options.m_csv == "-" ? io.m_out : &file;
-  const std::string wrong = options.m_pcap.empty() ? "" : pcap.open(options.m_pcap);
-  if (!wrong.empty()) return capture_fail(io, STATION_NO_OUTPUT, wrong);
   if (csv == &file && !options.m_csv.empty()) file.open(options.m_csv, std::ios::binary);
+  if (!file) return capture_fail(io, STATION_NO_OUTPUT, fmt::format("{}: {}", options.m_csv, std::strerror(errno)));
+  wrong = options.m_pcap.empty() ? "" : pcap.open(options.m_pcap);
+  if (!wrong.empty()) return capture_fail(io, STATION_NO_OUTPUT, wrong);
   if (!options.m_csv.empty()) capture_csv_titles(csv);
   capture_items_st items([&](const capture_item_st& item) {
     if (!options.m_pcap.empty()) pcap.add(item);
@@ -135,7 +156,7 @@ int export_capture(const std::vector<std::string>& arguments, const station_io_s
   });
   capture_pass_st pass;
   pass.m_take = [&](const capture_entry_st& entry, std::size_t line) { items.take(entry, line); };
-  const int status = go_through(options.m_file, false, io, pass);
+  const int status = go_through(&source, options.m_file, false, io, pass);
   items.flush();
   csv->flush();
   const std::string lost = pcap.close();

@@ -25,6 +25,8 @@ std::string read_rules(const options_st& options, replay_rules_st* rules) {
     if (!file) return options.m_rules_file + ": cannot be read";
     std::string text(LARGEST_RULES, '\0');
     file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    if (file.bad()) return options.m_rules_file + ": cannot be read";
+    if (file.gcount() == static_cast<std::streamsize>(LARGEST_RULES)) return options.m_rules_file + ": too large";
     text.resize(static_cast<std::size_t>(file.gcount()));
     const std::string wrong = replay_add_rules(text, rules);
     if (!wrong.empty()) return options.m_rules_file + ": " + wrong;
@@ -112,6 +114,8 @@ int replay(const options_st& options, const station_io_st& io) {
   capture_writer_st writer;
   station_link_st link;
   if (!options.m_capture.empty()) {
+    if (capture_is_same_file(options.m_file, options.m_capture))
+      return capture_fail(io, STATION_USAGE, options.m_file + ": the capture that is sent would grow by its replay");
     wrong = writer.open(options.m_capture);
     if (!wrong.empty()) return capture_fail(io, STATION_USAGE, wrong);
     link.set_capture({&writer, options.link(), options.m_phone});

@@ -1,7 +1,9 @@
 // `decode`: its lines, its filters, and what it finds wrong. Local time is UTC here.
 #include <sys/eventfd.h>
+#include <sys/stat.h>
 
 #include <cctype>
+#include <filesystem>
 #include <fstream>
 #include <mutex>
 #include <regex>
@@ -197,26 +199,86 @@ TEST_F(Decode, StandardInput_IsADash) {
   ::close(ends[0]);
 }
 
-// One looks on beside a run: what is written shows up, a part that gets no longer too, and Ctrl-C is a good end.
-TEST_F(Decode, Follow_ShowsWhatIsWrittenMeanwhile) {
-  const std::string path = m_folder.write("c", capture_text(0, "received", "pc", plain_hex("ONE\r\n")));
-  const int stop = ::eventfd(0, EFD_CLOEXEC);
-  std::ostringstream err;
-  locked_buffer_st buffer;
-  std::ostream shown(&buffer);
-  int status = -1;
-  {
-    std::jthread follower([&] { status = station_run({"decode", path, "--follow"}, {&shown, &err, false, stop}); });
-    EXPECT_TRUE(buffer.wait_for("<- text ONE\n"));
-    std::ofstream(path, std::ios::app) << capture_text(9, "received", "pc", plain_hex("TWO\r\n"));
-    EXPECT_TRUE(buffer.wait_for("<- text TWO\n"));
-    std::ofstream(path, std::ios::app) << capture_text(11, "received", "pc", plain_hex("THREE"));
-    EXPECT_TRUE(buffer.wait_for("<- text THREE\n"));
-    const std::uint64_t one = 1;
-    ASSERT_EQ(::write(stop, &one, sizeof one), 8);
+// `decode --follow` beside the test.
+class Follow : public Decode {
+ protected:
+  ~Follow() override { ::close(m_stop); }
+  void start(const std::string& path) {
+    m_follower = std::jthread([this, path] {
+      m_status = station_run({"decode", path, "--follow"}, {&m_out, &m_err, false, m_stop});
+    });
   }
-  EXPECT_EQ(status, 0);
-  ::close(stop);
+  void stop() {
+    const std::uint64_t one = 1;
+    ASSERT_EQ(::write(m_stop, &one, sizeof one), 8);
+    m_follower.join();
+  }
+  static std::string text(int ms, std::string_view bytes) {
+    return capture_text(ms, "received", "pc", plain_hex(bytes));
+  }
+
+  int m_status = -1;
+  locked_buffer_st m_shown;
+  locked_buffer_st m_said;
+
+ private:
+  const int m_stop = ::eventfd(0, EFD_CLOEXEC);
+  std::ostream m_out{&m_shown};
+  std::ostream m_err{&m_said};
+  std::jthread m_follower;
+};
+
+// One looks on beside a run: what is written shows up, a part that gets no longer too, and Ctrl-C is a good end.
+TEST_F(Follow, FileThatGrows_IsShownMeanwhile) {
+  const std::string path = m_folder.write("c", text(0, "ONE\r\n"));
+  start(path);
+  EXPECT_TRUE(m_shown.wait_for("<- text ONE\n"));
+  std::ofstream(path, std::ios::app) << text(9, "TWO\r\n");
+  EXPECT_TRUE(m_shown.wait_for("<- text TWO\n"));
+  std::ofstream(path, std::ios::app) << text(11, "THREE");
+  EXPECT_TRUE(m_shown.wait_for("<- text THREE\n"));
+  stop();
+  EXPECT_EQ(m_status, 0);
+}
+
+TEST_F(Follow, FileThatIsNotThereYet_IsWaitedFor) {
+  start(m_folder.path("later"));
+  EXPECT_TRUE(m_said.wait_for("amt-station: waiting for " + m_folder.path("later") + "\n"));
+  m_folder.write("later", text(0, "ONE\r\n"));
+  EXPECT_TRUE(m_shown.wait_for("<- text ONE\n"));
+  stop();
+  EXPECT_EQ(m_status, 0);
+}
+
+TEST_F(Follow, FileThatIsNeverThere_EndsWithAnInterrupt) {
+  start(m_folder.path("never"));
+  EXPECT_TRUE(m_said.wait_for("waiting for "));
+  stop();
+  EXPECT_EQ(m_status, 0);
+}
+
+TEST_F(Follow, FileThatIsReplacedOrCut_IsReadFromItsBeginning) {
+  const std::string path = m_folder.write("c", text(0, "ONE\r\n") + text(1, "PART"));
+  start(path);
+  EXPECT_TRUE(m_shown.wait_for("<- text ONE\n"));
+  std::filesystem::rename(m_folder.write("new", text(0, "TWO\r\n") + text(1, "NEW\r\n")), path);
+  EXPECT_TRUE(m_shown.wait_for("<- text NEW\n"));
+  EXPECT_TRUE(m_shown.wait_for("<- text TWO\n"));   // not joined with what came before
+  EXPECT_TRUE(m_shown.wait_for("<- text PART\n"));  // which is not lost
+  EXPECT_TRUE(m_said.wait_for(path + " is another file now, or was cut: from its beginning\n"));
+  m_folder.write("c", text(0, "CUT\r\n"));
+  EXPECT_TRUE(m_shown.wait_for("<- text CUT\n"));
+  stop();
+  EXPECT_EQ(m_status, 0);
+}
+
+// Nobody writes to the pipe, and Ctrl-C ends the wait.
+TEST_F(Follow, PipeWithoutAWriter_IsNoTrap) {
+  ASSERT_EQ(::mkfifo(m_folder.path("pipe").c_str(), 0600), 0);
+  start(m_folder.path("pipe"));
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  stop();
+  EXPECT_EQ(m_status, 0);
 }
 
 // The names come from the codec's list of atoms, in which one is added at times.

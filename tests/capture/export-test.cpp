@@ -180,4 +180,18 @@ TEST_F(Export, OutputThatCannotBeWritten_IsStatusEleven) {
   EXPECT_EQ(to("nonsense\n", {"--csv", "-"}).m_status, 12);
 }
 
+TEST_F(Export, MistakeInTheNames_CostsNoFile) {
+  const std::string capture = m_folder.write("own", session());
+  for (const char* form : {"--pcap", "--csv"}) {
+    EXPECT_EQ(run_station({"export", capture, form, capture}).m_status, 2);
+    EXPECT_EQ(run_station({"export", m_folder.path("./own"), form, capture}).m_status, 2);
+    const std::string kept = m_folder.write("kept", "of yesterday");
+    EXPECT_EQ(run_station({"export", m_folder.path("none"), form, kept}).m_status, 12);
+    EXPECT_EQ(read_whole_file(kept), "of yesterday");
+  }
+  EXPECT_EQ(read_whole_file(capture), session());
+  EXPECT_EQ(run_station({"export", capture, "--pcap", m_folder.path("same"), "--csv", m_folder.path("same")}).m_status,
+            2);
+}
+
 }  // namespace

@@ -288,6 +288,11 @@ TEST_F(PlayedPhone, CaptureThatCannotBePlayed_IsRefused) {
                                   capture_text(0, "sent", "pc", "41", "A") + capture_text(0, "sent", "pc", "41", "B"))),
             2);
   EXPECT_EQ(status(golden(), {"--mode", "usb"}), 2);
+  const std::string own = m_folder.write("own", read_whole_file(golden()));
+  EXPECT_EQ(status(own, {"--capture", own}), 2);
+  EXPECT_EQ(read_whole_file(own), read_whole_file(golden()));
+  beside_st alone({PROGRAM_FOLDER "/handset", "run", "--fast"}, m_folder.path("alone"));
+  EXPECT_EQ(alone.wait(), 2);
 }
 
 }  // namespace

@@ -1,4 +1,6 @@
 // The reader of a capture: pieces of any size, bad lines, and what is too large.
+#include <sys/stat.h>
+
 #include "capture/line.h"
 #include "tests/capture/lines.h"
 #include "tests/unit/temp-folder.h"
@@ -75,4 +77,6 @@ TEST(CaptureFile, FileThatIsNotThere_IsReported) {
   const auto ignore = [](std::size_t, const std::string&) {};
   EXPECT_EQ(capture_load(folder.path("none"), &entries, ignore), folder.path("none") + ": No such file or directory");
   EXPECT_THAT(capture_load("/dev/zero", &entries, ignore), HasSubstr("larger than 64 MiB"));
+  ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
+  EXPECT_EQ(capture_load(folder.path("pipe"), &entries, ignore), folder.path("pipe") + ": nothing came for 5 s");
 }

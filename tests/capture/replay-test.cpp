@@ -101,6 +101,11 @@ TEST_F(Replay, CaptureThatCannotBeUsed_SendsNothing) {
   EXPECT_EQ(replay(two, {{"AT\r", ""}}, {"--phone", "B"}).m_status, 0);
   EXPECT_EQ(replay(session(), {}, {"--may-differ", "time 1"}).m_status, 2);
   EXPECT_EQ(replay(session(), {}, {"--rules", m_folder.path("none")}).m_status, 2);
+  EXPECT_EQ(replay(session(), {}, {"--rules", m_folder.path(".")}).m_status, 2);
+  EXPECT_EQ(replay(session(), {}, {"--rules", m_folder.write("long", std::string(2U << 20U, '#'))}).m_status, 2);
+  EXPECT_EQ(replay(session(), {}, {"--phone", "A"}).m_err,
+            "amt-station: the capture names no phone: choose none with --phone\n");
+  EXPECT_EQ(replay(session(), {}, {"--capture", m_folder.path("c")}).m_status, 2);
   EXPECT_EQ(run_station({"replay", m_folder.path("c")}).m_status, 2);
   EXPECT_EQ(run_station({"replay", m_folder.write("c", session()), "--port", m_folder.path("none")}).m_status, 3);
 }
