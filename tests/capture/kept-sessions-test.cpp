@@ -55,12 +55,7 @@ class KeptSession : public testing::TestWithParam<kept_session> {
     m_phone.emplace(joined({std::string(PROGRAM_FOLDER "/handset"), "run"}, more), m_folder.path("phone"));
     ASSERT_TRUE(m_phone->wait_output("Ctrl-C ends the ")) << m_phone->output();
   }
-  std::string terminal() const {
-    const std::string title = GetParam().is_app ? "APP tty: " : "PC tty:  ";
-    const std::string output = m_phone->output();
-    const std::size_t at = output.find(title) + title.size();
-    return output.substr(at, output.find('\n', at) - at);
-  }
+  std::string terminal() const { return text_after(m_phone->output(), GetParam().is_app ? "APP tty:" : "PC tty:"); }
   void expect_same() {
     words command = {amt_station(), "replay", capture(), GetParam().is_app ? "--app" : "--port", terminal()};
     if (GetParam().keeps_times) command.emplace_back("--times");

@@ -199,9 +199,7 @@ class PlayedPhone : public CapturePhone {
     command.insert(command.end(), more.begin(), more.end());
     m_played.emplace(command, m_folder.path("played"));
     ASSERT_TRUE(m_played->wait_output("Ctrl-C ends the replay")) << m_played->output();
-    const std::string output = m_played->output();
-    const std::size_t at = output.find("PC tty:  ") + 9;
-    m_port = output.substr(at, output.find('\n', at) - at);
+    m_port = text_after(m_played->output(), "PC tty:");
   }
   std::string golden() const { return PROJECT_FOLDER "/tests/capture/golden.jsonl"; }
   // The words of the golden session.

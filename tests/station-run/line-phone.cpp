@@ -29,15 +29,14 @@ std::vector<std::string> phone_command(const std::string& name, const std::vecto
   return command;
 }
 
-// What follows the text in a line of the output.
-std::string after(const std::string& output, const std::string& text) {
+}  // namespace
+
+std::string text_after(const std::string& output, const std::string& text) {
   const std::size_t at = output.find(text);
   if (at == std::string::npos) return {};
   const std::size_t begin = output.find_first_not_of(' ', at + text.size());
   return output.substr(begin, output.find('\n', begin) - begin);
 }
-
-}  // namespace
 
 beside_st::beside_st(const std::vector<std::string>& command, const std::string& output) : m_output(output) {
   std::vector<std::string> words = command;
@@ -82,8 +81,8 @@ bool beside_st::wait_output(const std::string& text) const {
 line_phone_st::line_phone_st(const temp_folder& folder, const std::string& name, const std::vector<std::string>& more)
     : m_log(folder.path(name + ".log")), m_program(phone_command(name, more), m_log) {
   EXPECT_TRUE(m_program.wait_output("Ctrl-C ends the phone")) << m_program.output();
-  m_port = after(m_program.output(), "PC tty:");
-  m_socket = after(m_program.output(), "control:");
+  m_port = text_after(m_program.output(), "PC tty:");
+  m_socket = text_after(m_program.output(), "control:");
   beside_st wait({program("amt-station"), "--port", m_port, "wait-for-phone"}, m_log + ".wait");
   EXPECT_EQ(wait.wait(), 0) << wait.output();
 }

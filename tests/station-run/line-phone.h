@@ -11,6 +11,9 @@
 
 #include "tests/unit/temp-folder.h"
 
+// What follows the text in a line of an output.
+std::string text_after(const std::string& output, const std::string& text);
+
 // A program that runs beside the test, its output in a file.
 class beside_st {
  public:
