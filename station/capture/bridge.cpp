@@ -52,9 +52,12 @@ station_exit_en capture_bridge_st::carry(way_st* way, short from_events, short t
   return (from_events & (POLLIN | GONE)) != 0 ? read(way) : STATION_OK;
 }
 
-// What was read must not be lost with the port that is still there.
+// What was read must not be lost with the port that is still there, nor with the interrupt that ends the bridge.
 void capture_bridge_st::finish() {
-  for (auto& way : m_ways) way.m_to->write_all(way.m_unsent, clock::now() + LAST_WAIT);
+  for (auto& way : m_ways) {
+    way.m_to->set_stop_fd(-1);
+    way.m_to->write_all(way.m_unsent, clock::now() + LAST_WAIT);
+  }
 }
 
 station_exit_en capture_bridge_st::run(int stop_fd) {

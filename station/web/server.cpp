@@ -115,7 +115,9 @@ std::string web_server_st::start(const web_address_st& address) {
   } else if (!server.bind_to_port(address.m_host, address.m_port)) {
     site.m_port = -1;
   }
-  if (site.m_port <= 0) return fmt::format("{}:{}: the page's port cannot be had", address.m_host, address.m_port);
+  if (site.m_port <= 0)
+    return fmt::format("{}:{}: the page's port cannot be had: it is taken, or the address is none of this machine",
+                       address.m_host, address.m_port);
   m_parts->m_thread = std::jthread([this, &server] {
     server.listen_after_bind();
     m_parts->m_is_ended = true;

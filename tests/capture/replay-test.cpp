@@ -177,6 +177,34 @@ TEST(Bridge, Everything_PassesUnchangedAndIsKept) {
   EXPECT_EQ(sent, VERSION_REQUEST);
 }
 
+// A terminal takes some bytes that nobody reads yet; the bridge holds the rest when it is told to end.
+TEST(Bridge, WhatWasReadBeforeTheEnd_IsStillPassedOn) {
+  const temp_folder folder;
+  const phone_line_st station;
+  const phone_line_st phone;
+  const int stop = ::eventfd(0, EFD_CLOEXEC);
+  const byte_string all(60000, 'x');
+  byte_string arrived;
+  {
+    std::jthread bridge([&] {
+      run_station({"bridge", station.path(), phone.path(), "--capture", folder.path("c")}, stop);
+    });
+    ASSERT_TRUE(station.wait_taken() && phone.wait_taken());
+    phone.send_all(all);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (read_whole_file(folder.path("c")).size() < 2 * all.size() && std::chrono::steady_clock::now() < deadline)
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    std::jthread receiver([&] { arrived = station.receive(all.size()); });
+    const std::uint64_t one = 1;
+    ASSERT_EQ(::write(stop, &one, sizeof one), 8);
+  }
+  ::close(stop);
+  std::size_t kept = 0;
+  for (const auto& [entry, line] : entries_of(read_whole_file(folder.path("c")))) kept += entry.m_bytes.size();
+  EXPECT_GT(kept, 50000u);
+  EXPECT_EQ(arrived.size(), kept);
+}
+
 TEST(Bridge, PortThatGoesAway_EndsIt) {
   const phone_line_st station;
   phone_line_st phone;
