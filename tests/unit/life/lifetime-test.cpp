@@ -419,6 +419,20 @@ TEST_F(TwoProcesses, End_OfAServiceWhoseExitIsStuck_ComesAllTheSame) {
   EXPECT_LT(std::chrono::steady_clock::now() - begin, stuck_for());
 }
 
+// Whoever starts the service may hold signals back, and its threads inherit that.
+TEST_F(TwoProcesses, End_StuckWithTheAlarmHeldBack_ComesAllTheSame) {
+  sigset_t alarm;
+  sigemptyset(&alarm);
+  sigaddset(&alarm, SIGALRM);
+  pthread_sigmask(SIG_BLOCK, &alarm, nullptr);
+  const std::string notes = notes_of_second_service([] {
+    std::atexit(be_stuck);
+    amt_handle_end_service(0);
+  });
+  pthread_sigmask(SIG_UNBLOCK, &alarm, nullptr);
+  EXPECT_EQ(notes, "x");
+}
+
 TEST_F(TwoProcesses, Signal_WhileTheMainThreadWaits_IsTreatedThere) {
   EXPECT_EQ(notes_of_second_service([] {
               static pid_t main_thread;
