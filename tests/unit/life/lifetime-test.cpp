@@ -101,6 +101,8 @@ class busy_threads {
   std::array<std::thread, 3> m_threads;
 };
 
+using Deinit = context_test;
+
 class TwoProcesses : public context_test {
  protected:
   TwoProcesses() {
@@ -229,6 +231,15 @@ TEST_F(TwoProcesses, Child_OfAServiceThatWasTornDown_HasATearDownOfItsOwn) {
     return m_log.has("amt_handle_deinit()") ? 7 : 1;
   });
   EXPECT_EQ(result, 7);
+}
+
+TEST_F(Deinit, WithNoWorkerLeft_ClosesEveryLink) {
+  const socket_link at;
+  set_link(g_handle_context.m_fd_at, at.service_end());
+  EXPECT_EQ(amt_handle_deinit(), ERR_NONE);
+  for (const int fd : {m_pc.service_end(), m_modem.service_end(), at.service_end()}) {
+    EXPECT_EQ(fcntl(fd, F_GETFD), -1) << fd;
+  }
 }
 
 TEST_F(TwoProcesses, PseudoTerminal_ClosedByTheChild_KeepsTheParentsLink) {
