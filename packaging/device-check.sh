@@ -175,8 +175,8 @@ case $(phone 'getenforce 2>/dev/null') in
     label /sys/class/leds/lcd-backlight/brightness sysfs_leds
     label /sys/class/leds/button-backlight/brightness sysfs_leds
     label /sys/class/timed_output/vibrator/enable sysfs_vibrator
-    label /sys/class/power_supply/battery/voltage_now sysfs_batteryinfo
-    label /sys/class/power_supply/battery/temp sysfs_batteryinfo
+    label /sys/class/power_supply/battery/voltage_now sysfs_vx_kro_amt
+    label /sys/class/power_supply/battery/temp sysfs_vx_kro_amt
     label /sys/class/android_usb/android0/state sysfs_android_usb
     ;;
   *) echo "note: the phone has no SELinux; labels were not checked" ;;

@@ -52,8 +52,8 @@ std::map<std::string, std::string> labels_of_the_kit() {
   labels["/sys/class/leds/lcd-backlight/brightness"] = "sysfs_leds";
   labels["/sys/class/leds/button-backlight/brightness"] = "sysfs_leds";
   labels["/sys/class/timed_output/vibrator/enable"] = "sysfs_vibrator";
-  labels["/sys/class/power_supply/battery/voltage_now"] = "sysfs_batteryinfo";
-  labels["/sys/class/power_supply/battery/temp"] = "sysfs_batteryinfo";
+  labels["/sys/class/power_supply/battery/voltage_now"] = "sysfs_vx_kro_amt";
+  labels["/sys/class/power_supply/battery/temp"] = "sysfs_vx_kro_amt";
   labels["/sys/class/android_usb/android0/state"] = "sysfs_android_usb";
   return labels;
 }
@@ -267,8 +267,8 @@ INSTANTIATE_TEST_SUITE_P(
                   {with_label("/sys/class/leds/lcd-backlight/brightness"), "label sysfs_leds of"},
                   {with_label("/sys/class/leds/button-backlight/brightness"), "label sysfs_leds of"},
                   {with_label("/sys/class/timed_output/vibrator/enable"), "label sysfs_vibrator of"},
-                  {with_label("/sys/class/power_supply/battery/voltage_now"), "label sysfs_batteryinfo of"},
-                  {with_label("/sys/class/power_supply/battery/temp"), "label sysfs_batteryinfo of"},
+                  {with_label("/sys/class/power_supply/battery/voltage_now"), "label sysfs_vx_kro_amt of"},
+                  {with_label("/sys/class/power_supply/battery/temp"), "label sysfs_vx_kro_amt of"},
                   {with_label("/sys/class/android_usb/android0/state"), "label sysfs_android_usb of"}}}),
     [](const auto& row) { return row.param.m_what; });
 

@@ -8,6 +8,7 @@
 #include <map>
 #include <utility>
 
+#include "tests/packaging/policy.h"
 #include "tests/unit/docs/text.h"
 
 namespace {
@@ -246,10 +247,11 @@ TEST(InitFile, FoldersInTheRoot_AreNotMadeButSetAfterTheMount) {
         done.push_back(section.m_head.m_words[1] + ": " + words[0]);
     }
   }
-  EXPECT_THAT(done, ElementsAre("post-fs: chown", "post-fs: chmod", "post-fs: restorecon_recursive",
-                                "post-fs-data: mount", "post-fs-data: restorecon"));
+  EXPECT_THAT(done,
+              ElementsAre("post-fs: chown", "post-fs: chmod", "post-fs: restorecon_recursive", "post-fs-data: mount"));
   EXPECT_THAT(project_text("packaging/vx-kro-amt.rc"),
-              HasSubstr("mount tmpfs tmpfs /tmp nosuid nodev noexec mode=1777\n"));
+              HasSubstr("mount tmpfs tmpfs /tmp nosuid nodev noexec mode=1777,rootcontext=u:object_r:" +
+                        type_of_path("/tmp") + ":s0\n"));
 }
 
 // The ttys of the sample configuration and every node of docs/files.md; the service's group may use each.

@@ -103,6 +103,12 @@ TEST(Policy, DriversFiles_HaveTheLabelThatTheCheckOfAPhoneAsksFor) {
       check.npos);
 }
 
+// The board's own service read them before the kit gave them a type.
+TEST(Policy, BatterysFiles_AreStillReadByTheBoardsService) {
+  EXPECT_TRUE(plain_policy().allows("hal_health_default", "sysfs_vx_kro_amt", "file read"));
+  EXPECT_FALSE(plain_policy().allows("hal_health_default", "sysfs_vx_kro_amt", "file write"));
+}
+
 // A comment line before it, or before the block of rules in which it stands.
 TEST(Policy, EachRule_HasItsReasonBeforeIt) {
   for (const char* file : {"vx_kro_amt.te", "file_contexts", "property_contexts", "genfs_contexts"}) {
@@ -146,7 +152,7 @@ TEST(Policy, WhatTheServiceDoes_IsAllowed) {
                                     {"chooses a camera", "video_device", "chr_file ioctl"},
                                     {"switches a backlight", "sysfs_leds", "file write"},
                                     {"switches the vibrator", "sysfs_vibrator", "file write"},
-                                    {"reads the battery", "sysfs_batteryinfo", "file read"},
+                                    {"reads the battery", "sysfs_vx_kro_amt", "file read"},
                                     {"reads the usb state", "sysfs_android_usb", "file read"},
                                     {"asks the battery driver", "proc_vx_kro_amt", "file write"},
                                     {"writes the drivers text", "wifi_data_file", "file create"},
@@ -173,7 +179,8 @@ TEST(Policy, WhatTheServiceDoes_IsAllowed) {
 
 TEST(Policy, WhatTheServiceDoesNot_IsDenied) {
   constexpr access_st ACCESSES[] = {{"runs a record", "vx_kro_amt_record_file", "file execute"},
-                                    {"writes the battery", "sysfs_batteryinfo", "file write"},
+                                    {"reads the platforms battery files", "sysfs_batteryinfo", "file read"},
+                                    {"writes the battery", "sysfs_vx_kro_amt", "file write"},
                                     {"writes the system", "system_file", "file write"},
                                     {"writes other data", "system_data_file", "file write"},
                                     {"sets a build property", "vx_kro_amt_build_prop", "property_service set"},
@@ -200,20 +207,23 @@ TEST_P(PolicyRefuses, TreeThatAllowsIt_DoesNotCompile) {
 
 INSTANTIATE_TEST_SUITE_P(
     Rules, PolicyRefuses,
-    testing::Values(rule_st{"AnotherWritesARecord", "allow system_server vx_kro_amt_record_file:file write;"},
-                    rule_st{"AnotherMakesARecord", "allow shell vx_kro_amt_record_file:dir add_name;"},
-                    rule_st{"ABoardsInitWritesARecord", "allow vendor_init vx_kro_amt_record_file:file create;"},
-                    rule_st{"AnotherReplacesAPidFile", "allow shell vx_kro_amt_tmp_file:dir remove_name;"},
-                    rule_st{"AnotherReplacesTheLink", "allow platform_app vx_kro_amt_tmp_file:lnk_file unlink;"},
-                    rule_st{"ServiceOpensANetworkSocket", "allow vx_kro_amt self:tcp_socket create;"},
-                    rule_st{"ServiceOpensAnotherNetlinkSocket", "allow vx_kro_amt self:netlink_route_socket create;"},
-                    rule_st{"ShellStartsIt", "allow shell vx_kro_amt:process transition;"},
-                    rule_st{"ApplicationLooksIntoIt", "allow untrusted_app vx_kro_amt:process ptrace;"},
-                    rule_st{"ServiceRunsData", "allow vx_kro_amt system_data_file:file execute;"},
-                    rule_st{"ServicePassesOverModes", "allow vx_kro_amt self:capability dac_override;"},
-                    rule_st{"ServiceLoadsAModule", "allow vx_kro_amt self:capability sys_module;"},
-                    rule_st{"ApplicationSpeaksOnTheLink", "allow untrusted_app vx_kro_amt_devpts:chr_file open;"},
-                    rule_st{"AnotherSetsTheVerdict", "allow shell vx_kro_amt_prop:property_service set;"}),
+    testing::Values(
+        rule_st{"AnotherWritesARecord", "allow system_server vx_kro_amt_record_file:file write;"},
+        rule_st{"AnotherMakesARecord", "allow shell vx_kro_amt_record_file:dir add_name;"},
+        rule_st{"ABoardsInitWritesARecord", "allow vendor_init vx_kro_amt_record_file:file create;"},
+        rule_st{"AnotherReplacesAPidFile", "allow shell vx_kro_amt_tmp_file:dir remove_name;"},
+        rule_st{"AnotherReplacesTheLink", "allow platform_app vx_kro_amt_tmp_file:lnk_file unlink;"},
+        rule_st{"ServiceOpensANetworkSocket", "allow vx_kro_amt self:tcp_socket create;"},
+        rule_st{"ServiceOpensAnotherNetlinkSocket", "allow vx_kro_amt self:netlink_route_socket create;"},
+        rule_st{"ShellStartsIt", "allow shell vx_kro_amt:process transition;"},
+        rule_st{"ApplicationLooksIntoIt", "allow untrusted_app vx_kro_amt:process ptrace;"},
+        rule_st{"ServiceRunsData", "allow vx_kro_amt system_data_file:file execute;"},
+        rule_st{"ServicePassesOverModes", "allow vx_kro_amt self:capability dac_override;"},
+        rule_st{"ServiceLoadsAModule", "allow vx_kro_amt self:capability sys_module;"},
+        rule_st{"ApplicationSpeaksOnTheLink", "allow untrusted_app vx_kro_amt_devpts:chr_file open;"},
+        rule_st{"ApplicationTypesIntoTheLink", "allowxperm system_app vx_kro_amt_devpts:chr_file ioctl 0x5412;"},
+        rule_st{"ServiceReadsThePlatformsBatteryFiles", "allow vx_kro_amt sysfs_batteryinfo:file { open read };"},
+        rule_st{"AnotherSetsTheVerdict", "allow shell vx_kro_amt_prop:property_service set;"}),
     [](const auto& row) { return row.param.m_what; });
 
 // A rule that breaks nothing compiles: the tests above do not fail for another reason.
