@@ -329,6 +329,19 @@ TEST(DeviceCheck, SettingThatIsNoPlainPath_IsNotRunOnThePhone) {
   EXPECT_FALSE(phone.phone().exists("/data/ran"));
 }
 
+// The service cuts what has no room. The limits are those of its configuration.
+TEST(DeviceCheck, SettingThatTheServiceCuts_IsNamed) {
+  auto outfit = complete_outfit();
+  const std::string limit = "/tmp/" + std::string(22, 'a');
+  outfit.m_options.config.value() += "vx.tty.app = " + limit + "\n";
+  EXPECT_EQ(checked_phone(outfit).check().m_out, "nothing is missing\n");
+  outfit.m_options.config.value() += "vx.tty.app = " + limit + "a\n";
+  checked_phone phone(outfit);
+  expect_only(phone.check(), "setting vx.tty.app in /system/etc/vx-kro-amt.cfg with at most 27 characters");
+  EXPECT_THAT(project_text("amt/amt-cfg.h"), HasSubstr("m_tty_app_a[28]"));
+  EXPECT_THAT(project_text("amt/amt-cfg.h"), HasSubstr("m_audio_file_a[48]"));
+}
+
 TEST(DeviceCheck, PhoneWithoutSelinux_IsNotedAndItsLabelsLeft) {
   auto outfit = complete_outfit();
   outfit.m_enforce = "#!/bin/mksh\necho Disabled\n";

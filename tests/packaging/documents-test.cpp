@@ -83,6 +83,8 @@ const std::set<std::string> PLATFORMS_LINES = {"init: cannot find '/system/bin/v
 const std::set<std::string> PLATFORMS_WORDS = {"Android.bp",
                                                "BOARD_ROOT_EXTRA_FOLDERS",
                                                "BoardConfig.mk",
+                                               "BUILD_BROKEN_ELF_PREBUILT_PRODUCT_COPY_FILES",
+                                               "PRODUCT_COPY_FILES",
                                                "adb logcat -s vx-kro-amt vx-kro-pub",
                                                "adb root",
                                                "adb shell setprop amt.normal.amt.switch_status 1",
