@@ -174,3 +174,11 @@ TEST(BuildFile, SampleOfTheVendorsLibraries_NamesWhatTheServiceOpens) {
   EXPECT_THAT(project_text("amt/amt-device/misc-library.cpp"), HasSubstr("\"%s/amt.%s.misc.so\""));
   EXPECT_THAT(project_text("amt/amt-device/misc-library.cpp"), HasSubstr("\"/system/lib64/hw\""));
 }
+
+// Nothing reads vx.mode.file: a sample of it would only mislead.
+TEST(SampleConfiguration, Itself_SetsEachKeyThatTheServiceReads) {
+  auto read = set_of(matches(project_text("amt/amt-cfg.cpp"), "\\{\"(vx\\.[a-z.]+)\", &amt_cfg_st"));
+  EXPECT_EQ(read.erase("vx.mode.file"), 1u);
+  EXPECT_GE(read.size(), 8u);
+  EXPECT_EQ(set_of(matches(project_text("packaging/vx-kro-amt.cfg"), "\n(vx\\.[a-z.]+) = [^ \n]")), read);
+}
