@@ -3,8 +3,10 @@
 #   absence-check.sh IMAGE-FOLDER
 # IMAGE-FOLDER holds the image's unpacked partitions: system, vendor, product, the ramdisk and so on, each as a folder of
 # files. A packed file (.img, .apex and the like) is a finding, too, unless what was in it stands beside it in a folder
-# of its name with .unpacked behind: system/apex/a.apex in system/apex/a.apex.unpacked. Files of gzip are looked into.
-# Applications (.apk) are not unpacked: the service is none.
+# of its name with .unpacked behind: system/apex/a.apex in system/apex/a.apex.unpacked. Packed files are known by their
+# first bytes, whatever their name; those of gzip are looked into.
+# It cannot see: into applications (.apk, .jar: the service is none); what is encrypted, or packed in a way of its own; a
+# program whose texts were changed; partitions that are not in the folder; what a phone has got since.
 # Prints a line for each finding. Exit status: 0 none, 1 some, 2 wrong usage, or the folder cannot be read or is no image.
 set -u
 
@@ -15,7 +17,7 @@ fail() {
 
 [ $# -eq 1 ] || fail "usage: absence-check.sh IMAGE-FOLDER"
 [ -d "$1" ] || fail "no folder $1"
-cd "$1" || fail "cannot enter $1"
+cd -- "$1" || fail "cannot enter $1"
 # A wrong folder would pass every check.
 [ -n "$(find . -name build.prop -type f | head -n 1)" ] || fail "$1 is no image: no build.prop in it"
 
@@ -31,14 +33,16 @@ add() {
 # look ARGUMENTS...: find(1); what it cannot read is kept
 look() { find . "$@" 2>>"$errors"; }
 
-# Names: the program, its configuration, init files and policy, the libraries, the sound player, the records.
-look \( -name 'vx-kro-amt*' -o -name 'vx_kro_amt*' -o -name libhwt.so -o -name 'amt.*.misc.so' -o -name amt-audio \
+# Names: the program, its configuration, init files and policy, links to them, the libraries, the sound player, the
+# records.
+look \( -lname '*vx-kro-amt*' -o -name 'vx-kro-amt*' -o -name 'vx_kro_amt*' -o -name libhwt.so -o -name 'amt.*.misc.so' -o -name amt-audio \
   -o -name BT_Address.txt -o -name power_usb_amt.txt \) | add "its name"
-# The root's folder on which the records' partition is mounted, and the mount.
+# The root's folder on which the records' partition is mounted; the mount, and who makes or labels it.
 for folder in amt */amt; do
   [ ! -d "$folder" ] || printf './%s\n' "$folder"
 done | add "folder of the records"
-look -type f -name 'fstab*' -exec grep -lE '[[:space:]]/amt[[:space:]]' {} + | add "mounts the records"
+look -type f \( -name 'fstab*' -o -name '*.rc' -o -name '*_contexts' \) \
+  -exec grep -lE '(^|[[:space:]])/amt([/([:space:]]|$)' {} + | add "names the folder of the records"
 
 # Marks within any file: the program's name, its functions, what it says to a PC and to a modem, its properties, its type
 # in a policy, text or compiled, the operations of its libraries, its records. A program that was stripped and given
@@ -57,18 +61,39 @@ hwt_btCtrl
 amt_usb_charger_enable
 /amt/imei
 MARKS
-look -type f -exec grep -lF -f "$work/marks" {} + >"$work/marked"
+# Names end in NUL here: one may have a line feed in it.
+look -type f -exec grep -lZF -f "$work/marks" {} + >"$work/marked"
 while IFS= read -r mark; do
-  tr '\n' '\0' <"$work/marked" | xargs -0 -r grep -lF -e "$mark" 2>>"$errors" | add "holds \"$mark\""
+  xargs -0 -r grep -lZF -e "$mark" <"$work/marked" 2>>"$errors" | tr '\n\0' '?\n' | add "holds \"$mark\""
 done <"$work/marks"
 
-look -type f -name '*.gz' | while IFS= read -r path; do
-  gzip -dc "$path" 2>>"$errors" | grep -qaF -f "$work/marks" && printf '%s\n' "$path"
+# By their first bytes: gzip; then zip, xz, zstd, lz4 (two forms), bzip2, and images: sparse, boot, vendor's boot, squashfs.
+cat >"$work/kind" <<'KIND'
+for path; do
+  case $(od -An -tx1 -N8 "$path" | tr -d ' \n') in
+    1f8b*) kind=gzip ;;
+    504b0304* | fd377a585a00* | 28b52ffd* | 04224d18* | 02214c18* | 425a68* | \
+      3aff26ed* | 414e44524f494421* | 564e4452424f4f54* | 68737173*) kind=packed ;;
+    *) continue ;;
+  esac
+  printf '%s %s\n' "$kind" "$path"
+done
+KIND
+look -type f ! -name '*
+*' -exec sh "$work/kind" {} + 2>>"$errors" >"$work/kinds"
+sed -n 's/^gzip //p' "$work/kinds" | while IFS= read -r path; do
+  gzip -dc <"$path" 2>>"$errors" | grep -qaF -f "$work/marks" && printf '%s\n' "$path"
 done | add "holds a mark, packed"
-look -type f \( -name '*.img' -o -name '*.apex' -o -name '*.capex' -o -name '*.cpio' -o -name '*.lz4' -o -name '*.xz' \
-  -o -name '*.zip' -o -name '*.zst' \) | while IFS= read -r path; do
+{
+  sed -n 's/^packed //p' "$work/kinds"
+  look -type f \( -name '*.img' -o -name '*.apex' -o -name '*.capex' -o -name '*.cpio' -o -name '*.lz4' -o -name '*.xz' \
+    -o -name '*.zip' -o -name '*.zst' -o -name '*.br' \)
+} | sort -u | while IFS= read -r path; do
+  case $path in *.apk | *.jar) continue ;; esac
   [ -d "$path.unpacked" ] || printf '%s\n' "$path"
 done | add "packed, and not unpacked beside it"
+look -name '*
+*' | tr '\n' '?' | grep . | add "a line feed in a name: not looked into any further"
 
 if [ -s "$errors" ]; then
   cat "$errors" >&2
@@ -79,3 +104,4 @@ if [ -s "$findings" ]; then
   exit 1
 fi
 echo "nothing of vx-kro-amt is in $1"
+echo "not looked into: $(look -type f \( -name '*.apk' -o -name '*.jar' \) | grep -c .) applications"

@@ -81,9 +81,15 @@ setting() {
   printf '%s\n' "$settings" | sed -n "s/^ *$1 *= *\([^ ].*\)/\1/p" | sed 's/ *$//' | tail -n 1
 }
 
+# fits KEY VALUE LIMIT: the service cuts what is longer, and opens something else.
+fits() {
+  [ "${#2}" -le "$3" ] || miss "setting $1 in $config with at most $3 characters"
+}
+
 # tty KEY PURPOSE, into $device
 tty() {
   device=$(setting "$1")
+  fits "$1" "$device" 27
   case $device in
     '') miss "setting $1 in $config ($2)" ;;
     *[!A-Za-z0-9/._-]*)
@@ -105,6 +111,7 @@ for word in chmod chgrp; do
   need "command -v $word >/dev/null" "command $word" 'rights of record folders'
 done
 sound=$(setting vx.audio.file)
+fits vx.audio.file "$sound" 47
 case $sound in
   '' | *[!A-Za-z0-9/._-]*) miss "setting vx.audio.file in $config (audio test)" ;;
   *) need "[ -r $sound ]" "file $sound" 'vx.audio.file: audio test' ;;
@@ -117,7 +124,9 @@ tty vx.tty.modem 'modem data'
 modem=$device
 tty vx.tty.at.mux 'modem AT'
 at_mux=$device
-[ -n "$(setting vx.tty.app)" ] || miss "setting vx.tty.app in $config (application's link)"
+app=$(setting vx.tty.app)
+[ -n "$app" ] || miss "setting vx.tty.app in $config (application's link)"
+fits vx.tty.app "$app" 27
 node /dev/ptmx "application's link"
 node /dev/graphics/fb0 'mode banner'
 node /dev/tty0 'mode banner'
@@ -175,8 +184,8 @@ case $(phone 'getenforce 2>/dev/null') in
     label /sys/class/leds/lcd-backlight/brightness sysfs_leds
     label /sys/class/leds/button-backlight/brightness sysfs_leds
     label /sys/class/timed_output/vibrator/enable sysfs_vibrator
-    label /sys/class/power_supply/battery/voltage_now sysfs_batteryinfo
-    label /sys/class/power_supply/battery/temp sysfs_batteryinfo
+    label /sys/class/power_supply/battery/voltage_now sysfs_vx_kro_amt
+    label /sys/class/power_supply/battery/temp sysfs_vx_kro_amt
     label /sys/class/android_usb/android0/state sysfs_android_usb
     ;;
   *) echo "note: the phone has no SELinux; labels were not checked" ;;

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <tuple>
 #include <utility>
 
 #include "amt/amt-record/record.h"

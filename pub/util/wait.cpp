@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <ctime>
 
 #include "pub/util/io.h"
 #include "pub/util/signals.h"

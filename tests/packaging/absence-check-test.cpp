@@ -129,7 +129,62 @@ TEST(AbsenceCheck, FolderOfTheRecords_IsFound) {
 TEST(AbsenceCheck, MountOfTheRecords_IsFound) {
   const image image;
   image.put("vendor/etc/fstab.x", "/dev/block/by-name/f /amt ext4 nosuid wait\n");
-  expect_finding(image, "./vendor/etc/fstab.x: mounts the records");
+  image.put("vendor/etc/init/y.rc", "on fs\n    mkdir /amt 0755\n");
+  image.put("vendor/etc/selinux/z_contexts", "/amt(/.*)? u:object_r:other_file:s0\n");
+  for (const char* path : {"fstab.x", "init/y.rc", "selinux/z_contexts"})
+    expect_finding(image, std::string("./vendor/etc/") + path + ": names the folder of the records");
+}
+
+TEST(AbsenceCheck, FolderWithASimilarName_IsNone) {
+  const image image;
+  image.put("vendor/etc/init/y.rc", "on fs\n    mkdir /amtel 0755\n    mkdir /data/amt 0755\n");
+  EXPECT_EQ(image.check().m_status, 0);
+}
+
+TEST(AbsenceCheck, LinkToTheProgram_IsFound) {
+  const image image;
+  fs::create_symlink("/system/bin/vx-kro-amt", image.at("system/bin/factory"));
+  expect_finding(image, "./system/bin/factory: its name");
+}
+
+// Names that a shell or a list of lines would take for something else.
+TEST(AbsenceCheck, ProgramUnderAHostileName_IsFound) {
+  const image image;
+  for (const char* name : {"-rf", " a ", "a*", "$(b)", "a\nb"}) image.copy(SERVICE, std::string("system/bin/") + name);
+  for (const char* name : {"-rf", " a ", "a*", "$(b)", "a?b"})
+    expect_finding(image, std::string("./system/bin/") + name + ": holds \"AT^DAMTOFF\"");
+}
+
+TEST(AbsenceCheck, ImageWhoseNameBeginsWithADash_IsChecked) {
+  const image image;
+  const auto result = run_command("cd '" + image.at("").string() + "' && mkdir -- -i && mv system vendor -t ./-i && " +
+                                  "'" PROJECT_FOLDER "/packaging/absence-check.sh' -i");
+  EXPECT_EQ(result.m_status, 0) << result.m_out;
+}
+
+// Whatever its name: by its first bytes.
+TEST(AbsenceCheck, PackedFileUnderAHarmlessName_IsFound) {
+  const image image;
+  image.copy(SERVICE, "a");
+  const auto folder = image.at("").string();
+  ASSERT_EQ(run_command("cd '" + folder + "' && xz -c a >system/b && tar -czf system/c a && rm a").m_status, 0);
+  expect_finding(image, "./system/b: packed, and not unpacked beside it");
+  expect_finding(image, "./system/c: holds a mark, packed");
+}
+
+// What it cannot see it says.
+TEST(AbsenceCheck, Applications_AreToldAsNotLookedInto) {
+  const image image;
+  image.put("system/app/a.apk", "PK\x03\x04");
+  const auto result = image.check();
+  EXPECT_EQ(result.m_status, 0) << result.m_out;
+  EXPECT_THAT(result.m_out, HasSubstr("not looked into: 1 applications\n"));
+}
+
+TEST(AbsenceCheck, FileThatCannotBeReadToItsEnd_IsNoProof) {
+  const image image;
+  image.put("system/etc/half.gz", "\x1f\x8b\x08");
+  EXPECT_EQ(image.check().m_status, 2);
 }
 
 TEST(AbsenceCheck, PropertyInABuildFile_IsFound) {

@@ -149,6 +149,21 @@ TEST(BuildFile, Program_HasTheLibrariesOfTheCMakeBuild) {
               HasSubstr("PUBLIC amt-codec amt-screen vx-kro-platform hwt vx-kro-pub ${CMAKE_DL_LIBS})"));
 }
 
+// Its flags and the folder of its headers come with the defaults; the libraries' headers with the libraries.
+TEST(BuildFile, EachModuleOfCode_HasTheDefaultsAndTheHeadersOfItsLibraries) {
+  const std::map<std::string, std::vector<std::string>> libraries = {
+      {"vx-kro-amt-pub", {"liblog"}},     {"vx-kro-amt-platform", {"libcutils", "liblog"}},
+      {"vx-kro-amt-codec", {}},           {"vx-kro-amt-screen", {"liblog", "libz"}},
+      {"vx-kro-amt-service", {"liblog"}},
+  };
+  for (const auto& [name, shared] : libraries) {
+    EXPECT_THAT(list_of(module_text(name), "defaults"), ElementsAre("vx-kro-amt-defaults")) << name;
+    EXPECT_EQ(list_of(module_text(name), "shared_libs"), shared) << name;
+  }
+  EXPECT_THAT(list_of(module_text("vx-kro-amt"), "defaults"), ElementsAre("vx-kro-amt-defaults"));
+  EXPECT_THAT(list_of(module_text("vx-kro-amt-defaults"), "local_include_dirs"), ElementsAre("."));
+}
+
 TEST(BuildFile, License_IsNamedForAllModules) {
   const auto license = matches(build_file(), "\nlicense \\{\n    name: \"([^\"]+)\"");
   ASSERT_EQ(license.size(), 1u);
@@ -173,4 +188,12 @@ TEST(BuildFile, SampleOfTheVendorsLibraries_NamesWhatTheServiceOpens) {
   EXPECT_THAT(sample, HasSubstr("relative_install_path: \"hw\""));
   EXPECT_THAT(project_text("amt/amt-device/misc-library.cpp"), HasSubstr("\"%s/amt.%s.misc.so\""));
   EXPECT_THAT(project_text("amt/amt-device/misc-library.cpp"), HasSubstr("\"/system/lib64/hw\""));
+}
+
+// Nothing reads vx.mode.file: a sample of it would only mislead.
+TEST(SampleConfiguration, Itself_SetsEachKeyThatTheServiceReads) {
+  auto read = set_of(matches(project_text("amt/amt-cfg.cpp"), "\\{\"(vx\\.[a-z.]+)\", &amt_cfg_st"));
+  EXPECT_EQ(read.erase("vx.mode.file"), 1u);
+  EXPECT_GE(read.size(), 8u);
+  EXPECT_EQ(set_of(matches(project_text("packaging/vx-kro-amt.cfg"), "\n(vx\\.[a-z.]+) = [^ \n]")), read);
 }

@@ -52,8 +52,8 @@ std::map<std::string, std::string> labels_of_the_kit() {
   labels["/sys/class/leds/lcd-backlight/brightness"] = "sysfs_leds";
   labels["/sys/class/leds/button-backlight/brightness"] = "sysfs_leds";
   labels["/sys/class/timed_output/vibrator/enable"] = "sysfs_vibrator";
-  labels["/sys/class/power_supply/battery/voltage_now"] = "sysfs_batteryinfo";
-  labels["/sys/class/power_supply/battery/temp"] = "sysfs_batteryinfo";
+  labels["/sys/class/power_supply/battery/voltage_now"] = "sysfs_vx_kro_amt";
+  labels["/sys/class/power_supply/battery/temp"] = "sysfs_vx_kro_amt";
   labels["/sys/class/android_usb/android0/state"] = "sysfs_android_usb";
   return labels;
 }
@@ -267,8 +267,8 @@ INSTANTIATE_TEST_SUITE_P(
                   {with_label("/sys/class/leds/lcd-backlight/brightness"), "label sysfs_leds of"},
                   {with_label("/sys/class/leds/button-backlight/brightness"), "label sysfs_leds of"},
                   {with_label("/sys/class/timed_output/vibrator/enable"), "label sysfs_vibrator of"},
-                  {with_label("/sys/class/power_supply/battery/voltage_now"), "label sysfs_batteryinfo of"},
-                  {with_label("/sys/class/power_supply/battery/temp"), "label sysfs_batteryinfo of"},
+                  {with_label("/sys/class/power_supply/battery/voltage_now"), "label sysfs_vx_kro_amt of"},
+                  {with_label("/sys/class/power_supply/battery/temp"), "label sysfs_vx_kro_amt of"},
                   {with_label("/sys/class/android_usb/android0/state"), "label sysfs_android_usb of"}}}),
     [](const auto& row) { return row.param.m_what; });
 
@@ -327,6 +327,19 @@ TEST(DeviceCheck, SettingThatIsNoPlainPath_IsNotRunOnThePhone) {
   checked_phone phone(outfit);
   expect_only(phone.check(), "a plain path as setting vx.tty.at.mux");
   EXPECT_FALSE(phone.phone().exists("/data/ran"));
+}
+
+// The service cuts what has no room. The limits are those of its configuration.
+TEST(DeviceCheck, SettingThatTheServiceCuts_IsNamed) {
+  auto outfit = complete_outfit();
+  const std::string limit = "/tmp/" + std::string(22, 'a');
+  outfit.m_options.config.value() += "vx.tty.app = " + limit + "\n";
+  EXPECT_EQ(checked_phone(outfit).check().m_out, "nothing is missing\n");
+  outfit.m_options.config.value() += "vx.tty.app = " + limit + "a\n";
+  checked_phone phone(outfit);
+  expect_only(phone.check(), "setting vx.tty.app in /system/etc/vx-kro-amt.cfg with at most 27 characters");
+  EXPECT_THAT(project_text("amt/amt-cfg.h"), HasSubstr("m_tty_app_a[28]"));
+  EXPECT_THAT(project_text("amt/amt-cfg.h"), HasSubstr("m_audio_file_a[48]"));
 }
 
 TEST(DeviceCheck, PhoneWithoutSelinux_IsNotedAndItsLabelsLeft) {

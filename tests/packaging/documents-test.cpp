@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <map>
 
 #include "tests/unit/docs/text.h"
 
@@ -17,14 +18,19 @@ std::string prose_of(const char* document) {
 
 std::set<std::string> names_in(const char* document) {
   std::set<std::string> result;
-  for (auto& name : matches(prose_of(document), "`([^`\n]+)`")) result.insert(std::move(name));
+  for (auto& name : matches(prose_of(document), "`([^`]+)`")) {
+    std::replace(name.begin(), name.end(), '\n', ' ');  // one that goes over the end of a line
+    result.insert(std::move(name));
+  }
   EXPECT_GT(result.size(), 20u);
   return result;
 }
 
+// Without comments: what only a comment names is not there.
 std::string text_of_folder(const char* folder, const std::set<std::string>& extensions) {
   std::string result;
-  for (const auto& path : project_files(folder, extensions)) result += project_text(path) + "\n";
+  for (const auto& path : project_files(folder, extensions))
+    result += std::regex_replace(project_text(path), std::regex("(?:\\n|  )// [^\n]*"), "\n") + "\n";
   return result;
 }
 
@@ -40,17 +46,22 @@ std::string kit() {
     result += project_text(std::string("packaging/sepolicy/") + name);
   for (const auto& path : project_files("packaging", {".rc", ".cfg", ".te", ".sample", ".sh"}))
     result += project_text(path) + "\n";
-  return result;
+  return std::regex_replace(result, std::regex("\n(?:#|//)[^\n]*"), "\n");
 }
 
 const std::string& all_texts() {
-  static const std::string result = sources() + kit() + project_text("docs/files.md");
+  static const std::string result = sources() + kit();
   return result;
 }
+
+// Paths that the code puts together, and the text that it does so with.
+const std::map<std::string, std::string> MADE_PATHS = {{"/tmp/vx-kro-amt.pid", "\"echo %d > /tmp/%s.pid\""}};
 
 // As a whole: what follows in the text does not go on with the name.
 bool is_known(const std::string& name) {
   const auto& texts = all_texts();
+  const auto made = MADE_PATHS.find(name);
+  if (made != MADE_PATHS.end()) return texts.find(made->second) != texts.npos;
   for (std::size_t at = texts.find(name); at != texts.npos; at = texts.find(name, at + 1)) {
     const char next = at + name.size() < texts.size() ? texts[at + name.size()] : ' ';
     if (std::isalnum(static_cast<unsigned char>(next)) == 0 && next != '_') return true;
@@ -72,6 +83,8 @@ const std::set<std::string> PLATFORMS_LINES = {"init: cannot find '/system/bin/v
 const std::set<std::string> PLATFORMS_WORDS = {"Android.bp",
                                                "BOARD_ROOT_EXTRA_FOLDERS",
                                                "BoardConfig.mk",
+                                               "BUILD_BROKEN_ELF_PREBUILT_PRODUCT_COPY_FILES",
+                                               "PRODUCT_COPY_FILES",
                                                "adb logcat -s vx-kro-amt vx-kro-pub",
                                                "adb root",
                                                "adb shell setprop amt.normal.amt.switch_status 1",
@@ -99,6 +112,67 @@ std::vector<std::regex> line_patterns() {
   EXPECT_GT(result.size(), 200u);
   return result;
 }
+
+// What a sentence says in words or numbers, and the line of the code or the kit that makes it true.
+struct fact_st {
+  const char* m_document;
+  const char* m_told;
+  const char* m_file;
+  const char* m_line;
+};
+
+constexpr char INTEGRATING[] = "docs/integrating.md";
+constexpr char SECURITY[] = "docs/security.md";
+constexpr char INIT_FILE[] = "packaging/vx-kro-amt.rc";
+constexpr fact_st FACTS[] = {
+    {INTEGRATING, "| serial set-up | no start (60 tries of 1 s) |", "amt/amt-handle/service/serial-setup.cpp",
+     "OPEN_TRIES = 60;\nconstexpr std::uint32_t OPEN_PAUSE_MS = 1000;"},
+    {INTEGRATING, "platform set-up (30 tries of 1 s)", "amt/amt-handle/service/platform-setup.cpp",
+     "OPEN_TRIES = 30;\nconstexpr std::uint32_t OPEN_PAUSE_MS = 1000;"},
+    {INTEGRATING, "kernel events: netlink group 1,", "amt/amt-handle/service/usb-monitor.cpp",
+     "address.nl_groups = 1;"},
+    {INTEGRATING, "such a start waits 20 s and ends", "amt/amt-handle/service/handshake.cpp", "USB_ENUM_SECONDS = 20;"},
+    {INTEGRATING, "gives a number 20 ms later", "amt/amt-device/battery.cpp", "PREPARE_PAUSE_MS = 20;"},
+    {INTEGRATING, "requests 0xC0045662, 0xC0045627, 0xC0045663", "amt/amt-device/camera.cpp",
+     "SELECT_CAMERA == 0xC0045662 && SET_INPUT == 0xC0045627 && CONTROL_CAMERA == 0xC0045663"},
+    {INTEGRATING, "or on `/storage/sdcard0` with 1 in `/data/etc/storage.config`", "amt/amt-device/card.cpp",
+     "choice == CARD_IS_FIRST ? FIRST_STORAGE : SECOND_STORAGE"},
+    {INTEGRATING, "`vx5211` when `ro.board.platform` holds that, else `vx5210`", "amt/amt-device/misc-library.cpp",
+     "const char* model = \"vx5210\";"},
+    {INTEGRATING, "| 1 wall supply, 2 USB host,", "amt/amt-device/battery.h", "AMT_CHARGE_AC = 1,"},
+    {INTEGRATING, "| 1 wall supply, 2 USB host,", "amt/amt-device/battery.h", "AMT_CHARGE_USB = 2,"},
+    {INTEGRATING, "path holds `/system/bin`", "amt/main.cpp", "std::strstr(folder, \"/system/bin\") != nullptr"},
+    {INTEGRATING, "ends with status 0 and reports\nnothing", "amt/main.cpp",
+     "already run.\\n\", PROGRAM_NAME);\n    return EXIT_SUCCESS;"},
+    {INTEGRATING, "real-time priority (SCHED_FIFO)", "pub/util/process.cpp",
+     "sched_setscheduler(getpid(), SCHED_FIFO, &parameter)"},
+    {INTEGRATING, "user 1000 (system), group 1001 (radio), mode 660", "pub/pty/pty.cpp",
+     "MAPPING_MODE = 0660;\nconstexpr uid_t MAPPING_OWNER = 1000;  // system\nconstexpr gid_t MAPPING_GROUP = 1001;"},
+    {INTEGRATING, "gives folders to the group `radio`", "amt/amt-handle/service/init.cpp", "\"chgrp -R radio\""},
+    {INTEGRATING, "unless `sys.vx.amt.failure.handshake` is 1", "packaging/vx-kro-amt-usb.rc",
+     "on property:vx.amt.insertion=1 && property:sys.vx.amt.failure.handshake=1\n    setprop vx.amt.insertion 0\n"},
+    {INTEGRATING, "However it ends, init then\n  starts `vx-kro-amt` again.", INIT_FILE,
+     "on property:init.svc.vx-kro-amt-usb=stopped\n    start vx-kro-amt\n"},
+    {INTEGRATING, "The service runs as root", INIT_FILE, "    user root\n"},
+    {INTEGRATING, "LED class devices named lcd-backlight and button-backlight", "amt/amt-device/display.cpp",
+     "\"/sys/class/leds/button-backlight/brightness\""},
+    {INTEGRATING, "CONFIG_DRM_FBDEV_OVERALLOC=200, for `/dev/graphics/fb0` with two screens",
+     "amt/amt-screen/screen.cpp", "variable.yres_virtual = 2 * variable.yres;"},
+    {SECURITY, "| `/amt` belongs to root, mode 755 |", INIT_FILE, "chown root radio /amt\n    chmod 0755 /amt\n"},
+    {SECURITY, "| `/tmp` is sticky, in memory, `noexec` |", INIT_FILE,
+     "mount tmpfs tmpfs /tmp nosuid nodev noexec mode=1777"},
+    {SECURITY, "`packaging/vx-kro-amt-usb.rc` is a package of its own", "Android.bp", "name: \"vx-kro-amt-usb.rc\""},
+    {SECURITY, "it may pass over the modes of files, load a module or look into other processes",
+     "packaging/sepolicy/vx_kro_amt.te",
+     "neverallow vx_kro_amt self:capability { dac_override sys_module sys_ptrace };"},
+    {SECURITY, "the service opens a network socket: the kernel's event socket is its only one",
+     "packaging/sepolicy/vx_kro_amt.te", "neverallow vx_kro_amt self:{ tcp_socket udp_socket"},
+    {SECURITY, "| 0 forbids the start on USB insertion |", "amt/amt-record/amt1-flag.cpp",
+     "return pub_text_number(content) != 0;"},
+    {SECURITY, "without 1 the normal start serves no PC", "amt/amt-handle/service/init.cpp",
+     "if (std::strcmp(value, \"1\") != 0) return false;"},
+    {SECURITY, "stops a system service (request 195)", "amt/amt-handle/modem/mode.cpp", "ctl.stop"},
+};
 
 std::vector<std::string> failure_lines() {
   std::vector<std::string> result;
@@ -172,6 +246,30 @@ TEST(KitDocuments, EachAtCommandTheyName_IsInTheSources) {
       for (const auto& command : matches(name, "^(AT\\^[A-Z0-9]+)"))
         EXPECT_NE(text.find(command), text.npos) << command;
     }
+  }
+}
+
+// With the number under which the code knows it; and a station can send it.
+TEST(KitDocuments, EachRequestTheyNumber_IsServed) {
+  const auto ids = project_text("amt/amt-convert/ids.h");
+  const auto table = project_text("amt/amt-handle/service/registrations.cpp");
+  std::set<int> told;
+  for (const char* document : DOCUMENTS) {
+    for (const auto& list : matches(prose_of(document), "requests? ([0-9]+(?:(?:, | and | or )[0-9]+\\b)*)(?!x)\\b"))
+      told.merge(numbers(list));
+  }
+  EXPECT_GE(told.size(), 12u);
+  for (const int number : told) {
+    const auto name = matches(ids, "NAMED\\(" + std::to_string(number) + ", ([A-Z0-9_]+)\\)");
+    ASSERT_EQ(name.size(), 1u) << number;
+    EXPECT_NE(table.find(", " + name[0] + ","), table.npos) << number;
+  }
+}
+
+TEST(KitDocuments, EachFactTheyTell_IsALineOfTheCodeOrTheKit) {
+  for (const auto& fact : FACTS) {
+    EXPECT_NE(project_text(fact.m_document).find(fact.m_told), std::string::npos) << fact.m_told;
+    EXPECT_NE(project_text(fact.m_file).find(fact.m_line), std::string::npos) << fact.m_file << ": " << fact.m_line;
   }
 }
 

@@ -8,6 +8,7 @@
 #include <map>
 #include <utility>
 
+#include "tests/packaging/policy.h"
 #include "tests/unit/docs/text.h"
 
 namespace {
@@ -246,10 +247,39 @@ TEST(InitFile, FoldersInTheRoot_AreNotMadeButSetAfterTheMount) {
         done.push_back(section.m_head.m_words[1] + ": " + words[0]);
     }
   }
-  EXPECT_THAT(done, ElementsAre("post-fs: chown", "post-fs: chmod", "post-fs: restorecon_recursive",
-                                "post-fs-data: mount", "post-fs-data: restorecon"));
+  EXPECT_THAT(done,
+              ElementsAre("post-fs: chown", "post-fs: chmod", "post-fs: restorecon_recursive", "post-fs-data: mount"));
   EXPECT_THAT(project_text("packaging/vx-kro-amt.rc"),
-              HasSubstr("mount tmpfs tmpfs /tmp nosuid nodev noexec mode=1777\n"));
+              HasSubstr("mount tmpfs tmpfs /tmp nosuid nodev noexec mode=1777,rootcontext=u:object_r:" +
+                        type_of_path("/tmp") + ":s0\n"));
+}
+
+// After the data's partition is there; the driver's folder belongs to the driver's user.
+TEST(InitFile, FoldersOfNotesAndOfTheDriversText_AreMade) {
+  const auto sections = sections_of("packaging/vx-kro-amt.rc");
+  std::vector<std::string> done;
+  for (const auto& section : sections) {
+    if (section.m_head.m_words != std::vector<std::string>{"on", "post-fs-data"}) continue;
+    for (const auto& line : section.m_lines) {
+      std::string whole;
+      for (const auto& word : line.m_words) whole += (whole.empty() ? "" : " ") + word;
+      if (whole.find("/data/") != whole.npos) done.push_back(whole);
+    }
+  }
+  EXPECT_THAT(done, ElementsAre("mkdir /data/local/wifi 0775 root radio", "restorecon_recursive /data/local/wifi",
+                                "mkdir /data/misc/wifi 0770 wifi wifi"));
+}
+
+// The normal service starts with its class, at the end of the phone's start; the other one is in the same, disabled.
+TEST(InitFile, Services_AreOfTheClassThatStartsLast) {
+  for (const auto& section : sections_of("packaging/vx-kro-amt.rc")) {
+    if (section.m_head.m_words[0] != "service") continue;
+    std::vector<std::string> classes;
+    for (const auto& line : section.m_lines) {
+      if (line.m_words[0] == "class") classes = line.m_words;
+    }
+    EXPECT_THAT(classes, ElementsAre("class", "late_start")) << section.m_head.m_words[1];
+  }
 }
 
 // The ttys of the sample configuration and every node of docs/files.md; the service's group may use each.

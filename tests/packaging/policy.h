@@ -33,7 +33,7 @@ class policy {
   bool knows(const std::string& context) const { return run_command("chkcon " + file() + " " + context).m_status == 0; }
   // Whether a process of a type may do something with an object's type.
   bool allows(const std::string& domain, const std::string& type, const std::string& access) const {
-    const bool is_process = type == domain;
+    const bool is_process = type == domain || access.starts_with("process ");
     return run_command("sepol_check_access " + file() + " u:r:" + domain +
                        ":s0 u:" + (is_process ? "r:" : "object_r:") + type + ":s0 " + access)
                .m_status == 0;

@@ -195,6 +195,7 @@ class context_test : public testing::Test {
     auto& response = g_handle_context.m_response;
     set_message(request, from_hex("06 00 BB 07 00 00"));
     EXPECT_EQ(handler(255, &request, &response), ERR_ARGUMENT);
+    EXPECT_TRUE(m_log.has(name + "()"));
     EXPECT_TRUE(has_failure(name, ERR_ARGUMENT, "1, 0, 0, 0"));
     EXPECT_EQ(handler(AMT_LINK_APP, nullptr, &response), ERR_ARGUMENT);
     EXPECT_TRUE(has_failure(name, ERR_ARGUMENT, "0, 1, 0, 0"));

@@ -20,7 +20,6 @@
 namespace {
 
 constexpr std::uint32_t POWER_OFF_PAUSE_MS = 2000;
-constexpr int BRAND_ROOM = 94;  // characters left of 99 after the brand word
 
 bool property_equals(const char* name, const char* wanted) {
   char value[PROPERTY_VALUE_MAX];
@@ -38,12 +37,11 @@ result_code_en read_property(const char* name, char (&value)[PROPERTY_VALUE_MAX]
   return pub_fail({k_log, "get_ap_sw_version"}, ERR_FAIL, "read %s error", name);
 }
 
-// A text that never grows past its buffer. A limit of 0 or less appends nothing.
+// A text that never grows past its buffer: what does not fit is cut.
 class version_text {
  public:
-  void append(std::string_view piece, int limit) {
-    if (limit <= 0) return;
-    const std::size_t count = std::min({piece.size(), static_cast<std::size_t>(limit), sizeof m_text - 1 - m_length});
+  void append(std::string_view piece) {
+    const std::size_t count = std::min(piece.size(), sizeof m_text - 1 - m_length);
     std::copy_n(piece.begin(), count, m_text + m_length);
     m_length += count;
   }
@@ -58,23 +56,21 @@ class version_text {
 result_code_en compose_plain(version_text& text) {
   char value[PROPERTY_VALUE_MAX];
   const result_code_en result = read_property("ro.build.display.id", value);
-  if (result == ERR_NONE) text.append(value, AMT_VERSION_TEXT_SIZE - 1);
+  if (result == ERR_NONE) text.append(value);
   return result;
 }
 
 result_code_en compose_brand(version_text& text) {
-  text.append("TELU ", AMT_VERSION_TEXT_SIZE - 1);
+  text.append("TELU ");
   char value[PROPERTY_VALUE_MAX];
   const result_code_en result = read_property("ro.build.version.incremental", value);
   if (result != ERR_NONE) return result;
-  const int version_length = static_cast<int>(std::strlen(value));
-  text.append(value, BRAND_ROOM);
+  text.append(value);
 
   if (property_get("ro.build.display.vx.id", value, " ") <= 0) return ERR_NONE;
-  const int id_length = static_cast<int>(std::strlen(value));
-  text.append("(", BRAND_ROOM - version_length);
-  text.append(value, BRAND_ROOM - 1 - version_length);
-  text.append(")", BRAND_ROOM - 1 - version_length - id_length);
+  text.append("(");
+  text.append(value);
+  text.append(")");
   return ERR_NONE;
 }
 

@@ -19,7 +19,10 @@ define(`create_pty', `type $1_devpts, fs_type;
 type_transition $1 devpts:chr_file $1_devpts;
 allow $1 devpts:dir search;
 allow $1 ptmx_device:chr_file rw_file_perms;
-allow $1 $1_devpts:chr_file { open getattr read write ioctl };')dnl
+allow $1 $1_devpts:chr_file { open getattr read write ioctl };
+allowxperm $1 $1_devpts:chr_file ioctl unpriv_tty_ioctls;
+neverallowxperm * $1_devpts:chr_file ioctl 0x5412;')dnl
+define(`unpriv_tty_ioctls', `{ 0x5401-0x5404 0x5411 0x5413-0x5414 0x5450-0x5451 }')dnl
 define(`set_prop', `allow $1 $2:property_service set; get_prop($1, $2)')dnl
 define(`get_prop', `allow $1 $2:file { getattr open read map };')dnl
 define(`system_internal_prop', `type $1, property_type, system_property_type, system_internal_property_type;')dnl

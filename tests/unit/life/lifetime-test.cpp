@@ -101,6 +101,8 @@ class busy_threads {
   std::array<std::thread, 3> m_threads;
 };
 
+using Deinit = context_test;
+
 class TwoProcesses : public context_test {
  protected:
   TwoProcesses() {
@@ -229,6 +231,15 @@ TEST_F(TwoProcesses, Child_OfAServiceThatWasTornDown_HasATearDownOfItsOwn) {
     return m_log.has("amt_handle_deinit()") ? 7 : 1;
   });
   EXPECT_EQ(result, 7);
+}
+
+TEST_F(Deinit, WithNoWorkerLeft_ClosesEveryLink) {
+  const socket_link at;
+  set_link(g_handle_context.m_fd_at, at.service_end());
+  EXPECT_EQ(amt_handle_deinit(), ERR_NONE);
+  for (const int fd : {m_pc.service_end(), m_modem.service_end(), at.service_end()}) {
+    EXPECT_EQ(fcntl(fd, F_GETFD), -1) << fd;
+  }
 }
 
 TEST_F(TwoProcesses, PseudoTerminal_ClosedByTheChild_KeepsTheParentsLink) {
@@ -417,6 +428,20 @@ TEST_F(TwoProcesses, End_OfAServiceWhoseExitIsStuck_ComesAllTheSame) {
             }),
             "x");
   EXPECT_LT(std::chrono::steady_clock::now() - begin, stuck_for());
+}
+
+// Whoever starts the service may hold signals back, and its threads inherit that.
+TEST_F(TwoProcesses, End_StuckWithTheAlarmHeldBack_ComesAllTheSame) {
+  sigset_t alarm;
+  sigemptyset(&alarm);
+  sigaddset(&alarm, SIGALRM);
+  pthread_sigmask(SIG_BLOCK, &alarm, nullptr);
+  const std::string notes = notes_of_second_service([] {
+    std::atexit(be_stuck);
+    amt_handle_end_service(0);
+  });
+  pthread_sigmask(SIG_UNBLOCK, &alarm, nullptr);
+  EXPECT_EQ(notes, "x");
 }
 
 TEST_F(TwoProcesses, Signal_WhileTheMainThreadWaits_IsTreatedThere) {

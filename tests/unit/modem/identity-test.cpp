@@ -36,6 +36,7 @@ TEST_F(Identity, AnswerInSingleBytes_GivesTheSameResponse) {
   modem_says_bytewise(IMEI_ANSWER);
   EXPECT_EQ(run(amt_modem_handle_read_imei, READ_IMEI), ERR_NONE);
   EXPECT_EQ(to_app(), IMEI_FRAME);
+  EXPECT_FALSE(g_handle_context.m_at_exchange.m_is_owed);  // else the next command would wait for the answer's rest
 }
 
 TEST_F(Identity, ReadBoard_AnswersItAsAString) {

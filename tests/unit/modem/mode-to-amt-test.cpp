@@ -3,6 +3,7 @@
 #include <csignal>
 
 #include "amt/amt-handle/modem/mode.h"
+#include "pub/util/signals.h"
 #include "tests/unit/modem/modem-test.h"
 #include "tests/unit/phone-root.h"
 
@@ -46,6 +47,18 @@ TEST_F(NormalToAmt, End_ComesHalfASecondAfterTheAnswer) {
   run(amt_handle_normal_to_amt, TO_AMT_4);
   EXPECT_EQ(g_ends, 1);
   EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(500));
+}
+
+// The service holds signals back outside of its waits.
+TEST_F(NormalToAmt, End_WithSignalsHeldBack_ComesBeforeAnotherRequestIsRead) {
+  sigset_t before;
+  pthread_sigmask(SIG_SETMASK, nullptr, &before);
+  pub_util_block_signals();
+  modem_says({"\r\nOK\r\n"});
+  modem_says({"\r\nOK\r\n"});
+  run(amt_handle_normal_to_amt, TO_AMT_4);
+  EXPECT_EQ(g_ends, 1);
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 TEST_F(NormalToAmt, Steps_ComeInTheirOrder) {

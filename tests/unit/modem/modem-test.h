@@ -13,6 +13,7 @@
 
 #include "amt/amt-handle/context/handle-context.h"
 #include "pub/result.h"
+#include "pub/util/signals.h"
 #include "tests/unit/links.h"
 
 // Answers commands as its script says, an entry for each command; a command without an entry stays unanswered.
@@ -41,6 +42,7 @@ class scripted_modem : public packet_link {
 
  private:
   void serve(int link) {
+    pub_util_block_signals();  // they are the service's
     for (pollfd wanted[] = {{m_wake, POLLIN, 0}, {link, POLLIN, 0}};;) {
       poll(wanted, 2, -1);
       if (wanted[0].revents != 0) return;

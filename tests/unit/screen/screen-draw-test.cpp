@@ -1,4 +1,5 @@
 // Drawing, on memory that ends where the mapping ends: one byte beside it is a page that nobody may touch.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "amt/amt-screen/screen.h"
+#include "tests/unit/log-capture.h"
 
 namespace {
 
@@ -93,6 +95,14 @@ TEST_F(DrawImage, LargeScreen_IsBlackWithTheImageInItsMiddle) {
     }
   }
   EXPECT_EQ(wrong, 0u);
+}
+
+TEST_F(DrawImage, Drawing_IsLogged) {
+  const guarded_memory memory(MEMORY_SIZE);
+  use(memory, MEMORY_SIZE, 720, 1280);
+  const log_capture log;
+  screen_draw_image(HALF);
+  EXPECT_THAT(log.texts(), testing::ElementsAre("screen_draw_image()"));
 }
 
 TEST_F(DrawImage, LargeScreen_LeavesTheRestUntouched) {
