@@ -126,6 +126,7 @@ TEST(UsbAdmission, ModeBecomesValidLate_IsAdmitted) {
   ASSERT_TRUE(phone.log().wait_count("after amt_get_charge_mode. return:0, mode:7.", 2));
   phone.write_file("/data/board/control", "IsChargeState = 2\n");
   wait_serving(phone);
+  EXPECT_EQ(phone.log().count("will treat handshake."), 1u);
   EXPECT_EQ(phone.log().count("permit to enter amt by handshake."), 1u);
   phone.send_signal(SIGTERM);
   expect_end(phone, PERMITTED);

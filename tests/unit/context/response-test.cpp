@@ -113,6 +113,7 @@ TEST_F(Response, Send_FrameLengthBeyondTheRecord_IsRefused) {
   set_message(m_record, from_hex("FF FF BB 0A F9 FF"));
   m_record.m_buf_len = 0;
   EXPECT_EQ(amt_handle_send_rsp(1, &m_record), -101);
+  EXPECT_TRUE(m_log.has("length 65535 leaves the record"));
   EXPECT_EQ(m_pc.received(), "");
 }
 

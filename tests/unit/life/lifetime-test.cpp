@@ -200,6 +200,7 @@ TEST_F(TwoProcesses, Child_ForkedWhileStandardOutputIsPending_HasNothingToPrintA
   std::printf("a line that is not at its end, ");
   ASSERT_NE(__fpending(stdout), 0u);
   EXPECT_EQ(run_in_child([] { return __fpending(stdout) == 0 ? 7 : 1; }), 7);
+  EXPECT_TRUE(m_log.has("pub_util_fork()"));
   std::printf("and its end\n");
 }
 

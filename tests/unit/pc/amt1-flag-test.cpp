@@ -116,6 +116,7 @@ class NotPermit : public Amt1Flag {
 TEST_F(NotPermit, Request_WritesTheFlagAndIsOk) {
   phone_root::write(FLAG_FILE, "1");
   EXPECT_EQ(amt_handle_not_permit_handshake(1, &m_request, &m_response), 0);
+  EXPECT_TRUE(m_log.has("amt_handle_not_permit_handshake()"));
   EXPECT_EQ(phone_root::read(FLAG_FILE), "0");
   EXPECT_EQ(m_pc.received_hex(),
             "AA BB CC DD 17 00 00 00 02 00 00 00 0F 00 BB DC 09 00 EE 01 01 04 00 00 00 00 00 4F A0 C1 57");

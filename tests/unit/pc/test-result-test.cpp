@@ -28,6 +28,7 @@ class PcTestResult : public context_test {
 TEST_F(PcTestResult, Received_IsRecordedAndLeftToTheModem) {
   EXPECT_EQ(run(amt_modem_write_pc_test_result, WRITE_3_1, AMT_LINK_PC), ERR_NOT_HANDLED);
   EXPECT_EQ(phone_root::read(RESULT_FILE).substr(0, 8), "0\n0\n0\n1\n");
+  EXPECT_TRUE(m_log.has("amt_modem_write_pc_test_result()"));
   EXPECT_TRUE(m_log.has("amt_modem_write_pc_test_result station_num=3,station_result=1"));
   EXPECT_EQ(m_pc.received() + m_modem.received(), "");
 }

@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <cerrno>
 #include <csignal>
 #include <thread>
 
 #include "amt/amt-handle/life/timer.h"
+#include "tests/unit/failing-calls.h"
 #include "tests/unit/links.h"
 #include "tests/unit/phone-root.h"
 
@@ -145,6 +147,21 @@ TEST_F(Handshake, PcAnswersTheModem_IsTheHandshake) {
   EXPECT_TRUE(m_log.has("pthread_create() amt_handle_load_image_for_handshake success."));
   EXPECT_TRUE(m_log.has("will call amt_usb_charger_enable , type:0."));
   EXPECT_TRUE(m_log.has("call amt_usb_charge_ctrl. return:-118, current amt mode:1, usb_charge_mode:0."));
+}
+
+TEST_F(Handshake, BannerThatCannotBeStarted_IsLoggedAndTheHandshakeStands) {
+  set_usb_state("CONFIGURED\n");
+  amt_handshake_modem_spoke();
+  {
+    const failing_call refused("pthread_create", EAGAIN);
+    amt_handshake_pc_spoke();
+  }
+  EXPECT_EQ(g_handshake_done, 1);
+  EXPECT_TRUE(m_log.has("handshake success."));
+  EXPECT_TRUE(
+      has_failure("amt_handle_read_pc_loop", ERR_SYSTEM,
+                  "pthread_create() amt_handle_load_image_for_handshake: 11 - Resource temporarily unavailable"));
+  EXPECT_FALSE(m_log.has("pthread_create() amt_handle_load_image_for_handshake success."));
 }
 
 TEST_F(Handshake, PcAnswersInAmt4_ChargesFromUsb) {
