@@ -28,8 +28,8 @@ int milliseconds_until(clock::time_point deadline) {
 
 }  // namespace
 
-run_reply_en run_operator_st::ask(const std::string& prompt, clock::time_point deadline, int stop_fd,
-                                  const std::function<void()>& asked, std::string* line) {
+run_reply_en run_operator_st::ask(const run_question_st& question, clock::time_point deadline, int stop_fd,
+                                  std::string* line) {
   std::unique_lock turn(m_turn, std::defer_lock);
   while (!turn.try_lock_for(TURN_STEP)) {
     if (is_readable(stop_fd)) return run_reply_en::INTERRUPTED;
@@ -37,9 +37,12 @@ run_reply_en run_operator_st::ask(const std::string& prompt, clock::time_point d
   }
   run_reply_en reply = run_reply_en::NO_INPUT;
   m_quietly([&] {
-    m_show(prompt);
-    asked();
-    reply = read_line(deadline, stop_fd, line);
+    question.m_tell(true);
+    do {
+      m_show(question.m_prompt);
+      reply = read_line(deadline, stop_fd, line);
+    } while (reply == run_reply_en::ANSWERED && !question.m_is_answer(*line));
+    question.m_tell(false);
   });
   return reply;
 }

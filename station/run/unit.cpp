@@ -270,33 +270,26 @@ class unit_st {
     const auto deadline =
         step.m_timeout_ms == 0 ? clock::time_point::max() : clock::now() + std::chrono::milliseconds(step.m_timeout_ms);
     std::string line;
-    const run_reply_en reply = ask_until_valid(step, *prompt, deadline, &line);
+    static constexpr const char* HINTS[] = {" [Enter]", " [y/n]", "", ""};
+    const std::string question = *prompt + HINTS[static_cast<std::size_t>(step.m_ask)];
+    const run_reply_en reply = ask(
+        question, deadline, [&step](const std::string& text) { return is_answer(step, text); }, &line);
     judge_reply(step, reply, line, attempt);
     *raw = line;
   }
 
-  run_reply_en ask_until_valid(const plan_step_st& step, const std::string& prompt, clock::time_point deadline,
-                               std::string* line) {
-    static constexpr const char* HINTS[] = {" [Enter]", " [y/n]", "", ""};
-    const std::string question = prompt + HINTS[static_cast<std::size_t>(step.m_ask)];
-    for (;;) {
-      const run_reply_en reply = ask(question, deadline, line);
-      if (reply != run_reply_en::ANSWERED || step.m_ask == plan_ask_en::MESSAGE || is_answer(step, *line)) return reply;
-    }
-  }
-
-  // Who looks on sees the question when its turn has come: until then the answer would be another's.
-  run_reply_en ask(const std::string& question, clock::time_point deadline, std::string* line) {
-    const auto tell = [this](const std::string& text) {
-      if (m_watcher.m_on_question) m_watcher.m_on_question(text);
+  // Who looks on sees the question while it is its turn: before and after that the answer would be another's.
+  run_reply_en ask(const std::string& question, clock::time_point deadline,
+                   std::function<bool(const std::string&)> is_answer, std::string* line) {
+    const auto tell = [&](bool is_asked) {
+      if (m_watcher.m_on_question) m_watcher.m_on_question(is_asked ? question : "");
     };
-    const run_reply_en reply = m_setting.m_operator->ask(
-        fmt::format("{}: {}", m_unit.m_name, question), deadline, m_stop_fd, [&] { tell(question); }, line);
-    tell("");
-    return reply;
+    return m_setting.m_operator->ask({fmt::format("{}: {}", m_unit.m_name, question), std::move(is_answer), tell},
+                                     deadline, m_stop_fd, line);
   }
 
   static bool is_answer(const plan_step_st& step, const std::string& line) {
+    if (step.m_ask == plan_ask_en::MESSAGE) return true;
     if (step.m_ask != plan_ask_en::YES_NO) return !line.empty() && !plan_has_control_character(line);
     return is_yes(line) || line == "n" || line == "N" || line == "no" || line == "No";
   }
@@ -377,7 +370,8 @@ class unit_st {
 
   std::optional<std::string> ask_value(const std::string& question) {
     std::string line;
-    const run_reply_en reply = ask(question, clock::time_point::max(), &line);
+    const auto any = [](const std::string&) { return true; };
+    const run_reply_en reply = ask(question, clock::time_point::max(), any, &line);
     return reply == run_reply_en::ANSWERED ? std::optional(line) : std::nullopt;
   }
 

@@ -13,12 +13,13 @@ using testing::HasSubstr;
 // No phone is needed: these steps touch no port.
 class RunOperator : public LineTest {
  protected:
-  station_outcome run_with_input(const std::string& steps, const std::string& input) {
+  station_outcome run_with_input(const std::string& steps, const std::string& input,
+                                 const std::vector<std::string>& phones = {"A=/there/is/no/such/port"}) {
     std::array<int, 2> ends{};
     EXPECT_EQ(::pipe(ends.data()), 0);
     EXPECT_EQ(::write(ends[1], input.data(), input.size()), static_cast<ssize_t>(input.size()));
     ::close(ends[1]);
-    const auto got = run(write_plan(steps), "/there/is/no/such/port", -1, ends[0]);
+    const auto got = run_station_here(run_arguments(write_plan(steps), phones), -1, ends[0]);
     ::close(ends[0]);
     return got;
   }
@@ -45,6 +46,20 @@ TEST_F(RunOperator, No_IsFail) {
 TEST_F(RunOperator, AnswerThatIsNone_IsAskedForAgain) {
   EXPECT_EQ(run_with_input(one_step("s", "operator = \"yes_no\"\nprompt = \"Green?\""), "perhaps\n\nyes\n").m_status,
             0);
+}
+
+// Else the next line would be taken for another phone's answer.
+TEST_F(RunOperator, AnswerThatIsNone_IsAskedForAgainBeforeAnotherPhonesTurn) {
+  std::string input;
+  for (int n = 0; n < 20; ++n) input += "what\nyes\n";
+  std::string steps;
+  for (int n = 0; n < 10; ++n) steps += one_step("s" + std::to_string(n), "operator = \"yes_no\"\nprompt = \"Green?\"");
+  const auto got = run_with_input(steps, input, {"A=/none", "B=/nothing"});
+  EXPECT_EQ(got.m_status, 0) << got.m_out;
+  std::string asked;
+  for (std::size_t at = 0; (at = got.m_out.find(": Green? ", at)) != got.m_out.npos; ++at) asked += got.m_out[at - 1];
+  ASSERT_EQ(asked.size(), 40u);
+  for (std::size_t at = 0; at < asked.size(); at += 2) EXPECT_EQ(asked[at], asked[at + 1]) << asked;
 }
 
 TEST_F(RunOperator, EndOfInput_IsError) {
