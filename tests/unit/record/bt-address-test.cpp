@@ -33,6 +33,15 @@ TEST_F(BtAddress, Write_BothFiles_TakesTheFirst) {
   EXPECT_EQ(syncs(), 2);
 }
 
+TEST_F(BtAddress, Write_NoSync_IsWrittenAndLogged) {
+  write(FIRST, "OLD\n");
+  fs::rename("/system/bin/sync", "/system/bin/sync-away");
+  EXPECT_TRUE(write_at("AA:BB"));
+  fs::rename("/system/bin/sync-away", "/system/bin/sync");
+  EXPECT_EQ(read(FIRST), "AA:BB\n");
+  EXPECT_THAT(m_log.texts(), testing::Contains("/system/bin/sync failed").Times(2));
+}
+
 TEST_F(BtAddress, Write_FirstMissing_TakesTheSecond) {
   write(SECOND, "OTHER\n");
   EXPECT_TRUE(write_at("AA:BB"));
