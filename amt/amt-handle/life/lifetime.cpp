@@ -90,6 +90,13 @@ void limit_the_end(int status) {
   alarm(END_SECONDS);
 }
 
+// A signal that is to end the process has come, and no thread has taken it yet.
+bool is_end_pending() {
+  sigset_t pending;
+  sigpending(&pending);
+  return sigismember(&pending, SIGTERM) == 1 || sigismember(&pending, SIGUSR2) == 1;
+}
+
 // Gets a signal of the process only while the main thread does not wait: the system asks that one first.
 void treat_signals() {
   pub_util_keep_signals_out();
@@ -166,7 +173,7 @@ void amt_handle_watch_signals() {
 
 pid_t amt_handle_fork() {
   phase expected = phase::RUNNING;
-  if (!g_phase.compare_exchange_strong(expected, phase::FORKING)) {
+  if (is_end_pending() || !g_phase.compare_exchange_strong(expected, phase::FORKING)) {
     errno = ECANCELED;
     return -1;
   }

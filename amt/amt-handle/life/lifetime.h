@@ -27,7 +27,7 @@ result_code_en amt_handle_deinit();
 
 // fork(2), which gives a second process that runs the service: it has the calling thread alone, a worker, and no
 // timers, and an end of its own. The first one learns of its end. -1 and errno on failure: ECANCELED once an end is
-// under way, which the second process would outlive.
+// under way, or its signal has come, which the second process would outlive.
 pid_t amt_handle_fork();
 
 // The exit helper of a refused or timed-out start: makes the refusal report, deletes the timers, and lets SIGTERM end

@@ -470,6 +470,24 @@ TEST_F(TwoProcesses, Fork_OnceTheEndIsUnderWay_IsRefused) {
             "r");
 }
 
+TEST_F(TwoProcesses, Fork_WithAnEndingSignalPending_IsRefused) {
+  for (const int signo : {SIGTERM, SIGUSR2}) {
+    EXPECT_EQ(notes_of_second_service([signo] {
+                sigset_t held;
+                sigemptyset(&held);
+                sigaddset(&held, signo);
+                pthread_sigmask(SIG_BLOCK, &held, nullptr);
+                raise(signo);
+                errno = 0;
+                const pid_t child = amt_handle_fork();
+                note(child == -1 && errno == ECANCELED ? 'r' : 'f');
+                _exit(0);
+              }),
+              "r")
+        << signo;
+  }
+}
+
 TEST_F(TwoProcesses, SecondService_ThatHasEnded_IsNoZombie) {
   const pid_t child = amt_handle_fork();
   if (child == 0) _exit(0);
