@@ -22,11 +22,13 @@ class SerialSetup : public context_test {
   SerialSetup() {
     set_link(g_handle_context.m_fd_pc, 0);
     set_link(g_handle_context.m_fd_modem, 0);
+    g_usb_state = AMT_USB_OTHER;
   }
   void expect_nothing_left(std::size_t descriptors) {
     EXPECT_EQ(g_handle_context.m_fd_pc, 0);
     EXPECT_EQ(g_handle_context.m_fd_modem, 0);
     EXPECT_EQ(open_descriptors(), descriptors);
+    EXPECT_EQ(g_usb_state, AMT_USB_UNKNOWN);
     for (const auto* thread :
          {&g_handle_context.m_pc_thread, &g_handle_context.m_modem_thread, &g_handle_context.m_usb_thread}) {
       EXPECT_EQ(thread->m_tid, 0);
