@@ -1,8 +1,6 @@
 // A line at work: one plan of 20 steps on many virtual phones at once, and what a station adds to a bare request.
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -27,6 +25,7 @@
 #include "tests/bench/fail.h"
 #include "tests/bench/process-facts.h"
 #include "tests/bench/series.h"
+#include "tests/spawn.h"
 
 namespace {
 
@@ -48,18 +47,8 @@ void expect(bool condition, const std::string& what) {
 // A program beside this one, its output in a file.
 class program_st {
  public:
-  program_st(texts command, const fs::path& output) {
-    std::vector<char*> arguments;
-    for (auto& word : command) arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_adddup2(&actions, 1, 2);
-    const int failed = ::posix_spawn(&m_pid, arguments[0], &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    expect(failed == 0, "cannot start " + command[0]);
+  program_st(const texts& command, const fs::path& output) : m_pid(spawn_into_file(command, output)) {
+    expect(m_pid > 0, "cannot start " + command[0]);
   }
   ~program_st() {
     if (m_pid == 0) return;

@@ -1,8 +1,6 @@
 #include "tests/station-run/line-phone.h"
 
-#include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,6 +10,7 @@
 #include <thread>
 
 #include "station/program/command-line.h"
+#include "tests/spawn.h"
 
 namespace fs = std::filesystem;
 
@@ -38,28 +37,19 @@ std::string text_after(const std::string& output, const std::string& text) {
   return output.substr(begin, output.find('\n', begin) - begin);
 }
 
-beside_st::beside_st(const std::vector<std::string>& command, const std::string& output) : m_output(output) {
-  std::vector<std::string> words = command;
-  std::vector<char*> arguments;
-  for (auto& word : words) arguments.push_back(word.data());
-  arguments.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 1, output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  posix_spawn_file_actions_adddup2(&actions, 1, 2);
-  EXPECT_EQ(::posix_spawnp(&m_pid, arguments[0], &actions, nullptr, arguments.data(), environ), 0) << words[0];
-  posix_spawn_file_actions_destroy(&actions);
+beside_st::beside_st(const std::vector<std::string>& command, const std::string& output)
+    : m_pid(spawn_into_file(command, output)), m_output(output) {
+  EXPECT_GT(m_pid, 0) << command[0];
 }
 
 beside_st::~beside_st() {
-  if (m_pid == 0) return;
+  if (m_pid <= 0) return;
   send_signal(SIGTERM);
   wait();
 }
 
 void beside_st::send_signal(int number) const {
-  ::kill(m_pid, number);
+  if (m_pid > 0) ::kill(m_pid, number);
 }
 
 int beside_st::wait() {
