@@ -488,6 +488,22 @@ TEST_F(TwoProcesses, Fork_WithAnEndingSignalPending_IsRefused) {
   }
 }
 
+bool g_is_reported_at_the_signal;
+
+// The tear-down would make the report too, but only after what the signal finds under way.
+TEST_F(TwoProcesses, ExitOfARefusedStart_ReportsBeforeItsSignal) {
+  phone_root::remove_properties();
+  EXPECT_EQ(run_in_child([] {
+              const signal_scope scope;
+              pub_util_install_handler(SIGTERM, [](int) {
+                g_is_reported_at_the_signal = phone_root::get_property("sys.vx.amt.failure.handshake") != "";
+              });
+              amt_handle_exit_refused();
+              return g_is_reported_at_the_signal ? 7 : 1;
+            }),
+            7);
+}
+
 TEST_F(TwoProcesses, SecondService_ThatHasEnded_IsNoZombie) {
   const pid_t child = amt_handle_fork();
   if (child == 0) _exit(0);
