@@ -102,7 +102,11 @@ int decode(const std::vector<std::string>& arguments, const station_io_st& io) {
     if (options.m_follows) io.m_out->flush();
   });
   capture_pass_st pass;
-  pass.m_take = [&](const capture_entry_st& entry, std::size_t line) { decoder.take(entry, line); };
+  bool has_phone = options.m_filter.m_phone.empty();
+  pass.m_take = [&](const capture_entry_st& entry, std::size_t line) {
+    has_phone = has_phone || entry.m_phone == options.m_filter.m_phone;
+    decoder.take(entry, line);
+  };
   pass.m_quiet = [&] { decoder.flush(); };
   pass.m_is_over = [&] { return !io.m_out->good(); };
   capture_source_st source;
@@ -111,6 +115,9 @@ int decode(const std::vector<std::string>& arguments, const station_io_st& io) {
   if (!source.is_there()) *io.m_err << "amt-station: waiting for " << options.m_file << std::endl;
   const int status = go_through(&source, options.m_file, options.m_follows, io, pass);
   decoder.finish();
+  if (status == STATION_OK && !has_phone && !options.m_follows)
+    return capture_fail(io, STATION_USAGE,
+                        fmt::format("{}: the capture has no phone {}", options.m_file, options.m_filter.m_phone));
   return capture_finish(io, status);
 }
 

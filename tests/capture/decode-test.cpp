@@ -146,6 +146,14 @@ TEST_F(Decode, Phones_AreNamedAndFiltered) {
   EXPECT_EQ(decode(text, {"--phone", "B"}).m_out, "08:00:00.005        - B pc -> text \"AT\\r\"\n");
 }
 
+// A name that was mistyped is not a phone that said nothing.
+TEST_F(Decode, PhoneThatTheCaptureLacks_IsWrongUsage) {
+  const auto got = decode(capture_text(0, "sent", "pc", plain_hex("AT\r"), "A"), {"--phone", "B"});
+  EXPECT_EQ(got.m_status, 2);
+  EXPECT_EQ(got.m_out, "");
+  EXPECT_THAT(got.m_err, EndsWith(": the capture has no phone B\n"));
+}
+
 TEST_F(Decode, Json_IsAnObjectForEach) {
   const auto got = decode(capture_text(0, "sent", "pc", plain_hex(VERSION_REQUEST), "A") +
                               capture_text(3, "received", "pc", plain_hex(NO_ATOMS), "A"),
