@@ -8,6 +8,7 @@
 
 namespace {
 
+constexpr pub_log_module_st SERIAL_MODULE{"vx-kro-amt", "test"};
 constexpr char BOARD_FILE[] = "/amt/sn-2.txt";
 
 class BoardSerial : public context_test {
@@ -89,6 +90,13 @@ TEST_F(BoardSerial, ReadMissingOrEmptyFile_Fails) {
   phone_root::write(BOARD_FILE, "");
   EXPECT_EQ(amt_read_pcba_sn(serial), ERR_SYSTEM);
   EXPECT_TRUE(m_log.contains("read fail: "));
+}
+
+// A caller that goes on after a failure has no text of an earlier one.
+TEST_F(BoardSerial, AdbSerialThatCannotBeRead_IsEmpty) {
+  char serial[AMT_ADB_SERIAL_SIZE] = "OLD";
+  EXPECT_EQ(amt_read_adb_serial(SERIAL_MODULE, serial), ERR_FAIL);
+  EXPECT_EQ(std::string(std::begin(serial), std::end(serial)), std::string(AMT_ADB_SERIAL_SIZE, '\0'));
 }
 
 }  // namespace
