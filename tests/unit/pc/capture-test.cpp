@@ -364,7 +364,9 @@ TEST_F(Capture, Cleared_ForgetsValuesTypeAndChannel) {
   send("AT^DMSN=SN1\r");
   handle_amt_clear_capture();
   expect_pending(0);
+  EXPECT_EQ(handle_amt_imei_and_sn_save_file(1), 0);
   EXPECT_EQ(handle_amt_imei_and_sn_save_file(2), 0);
+  EXPECT_EQ(read("/amt/imei.txt"), std::nullopt);
   EXPECT_EQ(read("/amt/sn-2.txt"), std::nullopt);
   send("AT^DMSN=SN2\r");
   say("\r\nOK\r\n");
