@@ -472,18 +472,13 @@ TEST_F(TwoProcesses, Fork_OnceTheEndIsUnderWay_IsRefused) {
 
 TEST_F(TwoProcesses, Fork_WithAnEndingSignalPending_IsRefused) {
   for (const int signo : {SIGTERM, SIGUSR2}) {
-    EXPECT_EQ(notes_of_second_service([signo] {
-                sigset_t held;
-                sigemptyset(&held);
-                sigaddset(&held, signo);
-                pthread_sigmask(SIG_BLOCK, &held, nullptr);
+    EXPECT_EQ(run_in_child([signo] {
+                const signal_scope scope;
                 raise(signo);
                 errno = 0;
-                const pid_t child = amt_handle_fork();
-                note(child == -1 && errno == ECANCELED ? 'r' : 'f');
-                _exit(0);
+                return amt_handle_fork() == -1 && errno == ECANCELED ? 7 : 1;
               }),
-              "r")
+              7)
         << signo;
   }
 }
