@@ -177,7 +177,7 @@ TEST(Bridge, Everything_PassesUnchangedAndIsKept) {
   EXPECT_EQ(sent, VERSION_REQUEST);
 }
 
-// Nobody reads: the terminal takes some bytes, and the bridge still holds the others when it is told to end.
+// Nobody reads: some bytes are in the terminal, the bridge holds the rest, and is told to end.
 TEST(Bridge, WhatWasReadBeforeTheEnd_IsStillPassedOn) {
   const temp_folder folder;
   const phone_line_st station;
